@@ -1,0 +1,7 @@
+// The mark of what leaves the library: the entry points for Java and the classes for native callers.
+#ifndef ZELSPI_PLATFORM_POSIX_ZEL_EXPORT_H
+#define ZELSPI_PLATFORM_POSIX_ZEL_EXPORT_H
+
+#define ZEL_EXPORT __attribute__((visibility("default")))
+
+#endif

@@ -1,0 +1,11 @@
+// The mark of what leaves the library: the entry points for Java and the classes for native callers.
+#ifndef ZELSPI_PLATFORM_WIN32_ZEL_EXPORT_H
+#define ZELSPI_PLATFORM_WIN32_ZEL_EXPORT_H
+
+#ifdef ZEL_BUILDING_LIBRARY
+#define ZEL_EXPORT __declspec(dllexport)
+#else
+#define ZEL_EXPORT __declspec(dllimport)
+#endif
+
+#endif

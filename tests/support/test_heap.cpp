@@ -1,0 +1,80 @@
+#include "tests/support/test_heap.h"
+
+#include "core/memory/heap.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+
+namespace {
+
+// Stands in front of every block; as large as the strictest alignment, so that the block behind it keeps it.
+struct alignas(std::max_align_t) BlockHead {
+    std::size_t byteCount;
+};
+
+std::atomic<std::uint64_t> countdown{0};
+std::atomic<bool> hasRefused{false};
+std::atomic<std::uint64_t> live{0};
+std::atomic<std::uint64_t> dirty{0};
+
+bool isRefused() {
+    std::uint64_t left = countdown.load();
+    while (left != 0 && !countdown.compare_exchange_weak(left, left - 1)) {
+    }
+    if (left == 1) {
+        hasRefused = true;
+    }
+    return left == 1;
+}
+
+} // namespace
+
+void* heapAllocate(std::size_t byteCount) {
+    if (isRefused()) {
+        return nullptr;
+    }
+    auto* const head = static_cast<BlockHead*>(std::malloc(sizeof(BlockHead) + byteCount));
+    if (head == nullptr) {
+        return nullptr;
+    }
+    head->byteCount = byteCount;
+    ++live;
+    auto* const bytes = reinterpret_cast<std::uint8_t*>(head + 1);
+    std::fill_n(bytes, byteCount, std::uint8_t{0xA5}); // nobody may count on zeroed memory
+    return bytes;
+}
+
+void heapFree(void* block) {
+    if (block == nullptr) {
+        return;
+    }
+    const auto* const bytes = static_cast<const std::uint8_t*>(block);
+    BlockHead* const head = static_cast<BlockHead*>(block) - 1;
+    if (std::any_of(bytes, bytes + head->byteCount, [](std::uint8_t byte) { return byte != 0; })) {
+        ++dirty;
+    }
+    --live;
+    std::free(head);
+}
+
+namespace testheap {
+
+void refuse(std::uint64_t number) {
+    hasRefused = false;
+    countdown = number;
+}
+
+bool refused() {
+    return hasRefused;
+}
+
+std::uint64_t liveBlocks() {
+    return live;
+}
+
+std::uint64_t dirtyFrees() {
+    return dirty;
+}
+
+} // namespace testheap
