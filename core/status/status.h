@@ -9,7 +9,7 @@
 
 #include <cstdint>
 
-enum [[nodiscard]] enum_errDescrValues : std::int32_t {
+enum [[nodiscard]] enum_errDescrValues : std::int32_t{
 #define ZEL_STATUS(name, code) name = code,
 #include "core/status/status_codes.def"
 #undef ZEL_STATUS

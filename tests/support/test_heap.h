@@ -1,5 +1,5 @@
-// The tests' heap: stands in for core/memory/heap.cpp, refuses the n-th allocation on demand, and keeps count of what is
-// alive and of blocks that were freed with anything but zero bytes in them.
+// The tests' heap: stands in for core/memory/heap.cpp, refuses the n-th allocation on demand, and keeps count of what
+// is alive and of blocks that were freed with anything but zero bytes in them.
 #ifndef ZELSPI_TESTS_SUPPORT_TEST_HEAP_H
 #define ZELSPI_TESTS_SUPPORT_TEST_HEAP_H
 

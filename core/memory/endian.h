@@ -1,0 +1,24 @@
+// Big-endian words in byte strings. Written as shifts, which compilers turn into one load or store with a byte swap.
+#ifndef ZELSPI_CORE_MEMORY_ENDIAN_H
+#define ZELSPI_CORE_MEMORY_ENDIAN_H
+
+#include <cstddef>
+#include <cstdint>
+
+// loadBigEndian: the Word that stands in bytes[sizeof(Word)], most significant byte first. No alignment is asked.
+template <typename Word> Word loadBigEndian(const std::uint8_t* bytes) {
+    Word word = 0;
+    for (std::size_t i = 0; i < sizeof(Word); ++i) {
+        word = static_cast<Word>(word << 8 | bytes[i]);
+    }
+    return word;
+}
+
+// storeBigEndian: writes word into bytes[sizeof(Word)], most significant byte first.
+template <typename Word> void storeBigEndian(std::uint8_t* bytes, Word word) {
+    for (std::size_t i = 0; i < sizeof(Word); ++i) {
+        bytes[i] = static_cast<std::uint8_t>(word >> (8 * (sizeof(Word) - 1 - i)));
+    }
+}
+
+#endif
