@@ -1,0 +1,47 @@
+// What every entry point does before and after its one engine call: find the bound engine, make and bind one where the
+// entry point may, destroy it in deleteContext0.
+#ifndef ZELSPI_BRIDGE_ENGINE_CALL_H
+#define ZELSPI_BRIDGE_ENGINE_CALL_H
+
+#include "bridge/java_exceptions.h"
+
+// findEngine: the engine bound to self, or null. Null with an exception pending: the binding cannot be read.
+// Engine is the static type under which the engines of self's class are bound; always the same one for a class.
+template <typename Engine> Engine* findEngine(JNIEnv* env, jobject self) {
+    return static_cast<Engine*>(ZelObject::getContext(env, self));
+}
+
+// findOrMakeEngine: the engine bound to self; without one, the engine that make() returns is bound and prepare(engine)
+// runs once.
+// Errors:  null with an exception pending: the binding cannot be read or written, or make() returned null. An exception
+//          that prepare raises stays pending; its engine stays bound and is returned.
+template <typename Engine, typename Make, typename Prepare>
+Engine* findOrMakeEngine(JNIEnv* env, jobject self, Make make, Prepare prepare) {
+    Engine* engine = findEngine<Engine>(env, self);
+    if (engine != nullptr || env->ExceptionCheck() != JNI_FALSE) {
+        return engine;
+    }
+    engine = make();
+    if (engine == nullptr) {
+        raiseOutOfMemory(env);
+        return nullptr;
+    }
+    ZelObject::setContext(env, self, engine);
+    if (env->ExceptionCheck() != JNI_FALSE) {
+        delete engine;
+        return nullptr;
+    }
+    prepare(*engine);
+    return engine;
+}
+
+// callEngine: use(*engine), or the neutral result when there is no engine or making it has left an exception pending.
+template <typename Engine, typename Use> auto callEngine(JNIEnv* env, Engine* engine, Use use) {
+    using Result = decltype(use(*engine));
+    if (engine == nullptr || env->ExceptionCheck() != JNI_FALSE) {
+        return Result();
+    }
+    return use(*engine);
+}
+
+#endif

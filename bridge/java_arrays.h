@@ -1,0 +1,43 @@
+// Java byte arrays as native callers see them: the checks of null and of slices, and the open region.
+#ifndef ZELSPI_BRIDGE_JAVA_ARRAYS_H
+#define ZELSPI_BRIDGE_JAVA_ARRAYS_H
+
+#include <jni.h>
+
+#include <cstdint>
+
+// isArray: whether the array is not null. If it is, raises NullPointerException "array is null".
+bool isArray(JNIEnv* env, jarray array);
+
+// isSlice: whether array[offset .. offset + length) lies inside the array.
+// Errors:  as isArray; ArrayIndexOutOfBoundsException "offset or length out of range".
+bool isSlice(JNIEnv* env, jarray array, jint offset, jint length);
+
+// CriticalBytes: a byte array opened as a critical region, closed (with what was written) at the end of the scope.
+// While one is open nothing may call JNI, block or raise; only further regions may be opened. Where one Java array may
+// be both input and output, open the output first: the input is then closed before it and cannot write stale bytes
+// back.
+class CriticalBytes {
+public:
+    // Opens the array, which is not null. An array without elements needs no region: data() is then never read.
+    CriticalBytes(JNIEnv* env, jbyteArray array);
+    ~CriticalBytes();
+    CriticalBytes(const CriticalBytes&) = delete;
+    CriticalBytes& operator=(const CriticalBytes&) = delete;
+
+    // isOpen: false when the VM could not open the region: close the others and call raiseOutOfMemory.
+    bool isOpen() const {
+        return bytes_ != nullptr;
+    }
+    std::uint8_t* data() const {
+        return bytes_;
+    }
+
+private:
+    JNIEnv* env_;
+    jbyteArray array_; // null when there is no region to close
+    std::uint8_t* bytes_;
+    std::uint8_t none_ = 0;
+};
+
+#endif

@@ -1,0 +1,20 @@
+// The Java exception classes that the bridge raises, in JNI's slash form, and the failures that every engine shares.
+#ifndef ZELSPI_BRIDGE_JAVA_EXCEPTIONS_H
+#define ZELSPI_BRIDGE_JAVA_EXCEPTIONS_H
+
+#include "bridge/zel_object.h"
+
+inline constexpr const char* kArrayIndexOutOfBoundsException = "java/lang/ArrayIndexOutOfBoundsException";
+inline constexpr const char* kDigestException = "java/security/DigestException";
+inline constexpr const char* kNullPointerException = "java/lang/NullPointerException";
+inline constexpr const char* kOutOfMemoryError = "java/lang/OutOfMemoryError";
+inline constexpr const char* kProviderException = "java/security/ProviderException";
+
+// raiseOutOfMemory: an OutOfMemoryError, unless the VM has left an exception of its own.
+inline void raiseOutOfMemory(JNIEnv* env) {
+    if (env->ExceptionCheck() == JNI_FALSE) {
+        ZelObject::throwStaticException(env, kOutOfMemoryError, "out of memory", OK);
+    }
+}
+
+#endif

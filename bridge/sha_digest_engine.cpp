@@ -1,0 +1,140 @@
+#include "bridge/sha_digest_engine.h"
+
+#include "bridge/java_arrays.h"
+#include "bridge/java_exceptions.h"
+#include "bridge/zel_sha1_message_digest.h"
+#include "bridge/zel_sha256_message_digest.h"
+
+template <typename Hash> ShaDigestEngine<Hash>::~ShaDigestEngine() {
+    (void)Hash::release(&context_); // there may be none
+}
+
+template <typename Hash> void ShaDigestEngine<Hash>::reset(JNIEnv* env, jobject) {
+    const Status status = nativeReset();
+    if (isError(status)) {
+        throwException(env, kProviderException, "error resetting digest", status);
+    }
+}
+
+template <typename Hash> enum_errDescrValues ShaDigestEngine<Hash>::nativeReset() {
+    (void)Hash::release(&context_); // there may be none
+    RETURN_IF_ERROR(Hash::alloc(&context_));
+    return Hash::init(context_);
+}
+
+template <typename Hash>
+void ShaDigestEngine<Hash>::update(JNIEnv* env, jobject, jbyteArray input, jint offset, jint length) {
+    if (!isSlice(env, input, offset, length)) {
+        return;
+    }
+    Status status = OK;
+    {
+        const CriticalBytes bytes(env, input);
+        if (!bytes.isOpen()) {
+            raiseOutOfMemory(env);
+            return;
+        }
+        status = nativeUpdate(bytes.data(), offset, length);
+    }
+    if (isError(status)) {
+        throwException(env, kProviderException, "unable to update digest");
+    }
+}
+
+template <typename Hash> void ShaDigestEngine<Hash>::update(JNIEnv* env, jobject, jbyte input) {
+    const auto byte = static_cast<std::uint8_t>(input);
+    // Alone among the updates this one does not reset first: without a context it fails.
+    if (isError(Hash::update(context_, &byte, 1))) {
+        throwException(env, kProviderException, "unable to update digest");
+    }
+}
+
+template <typename Hash>
+enum_errDescrValues ShaDigestEngine<Hash>::nativeUpdate(const std::uint8_t* input, int offset, int length) {
+    if (length < 0) {
+        return ERR_INVALID_ARG;
+    }
+    if (context_ == nullptr) {
+        RETURN_IF_ERROR(nativeReset());
+    }
+    return Hash::update(context_, input == nullptr ? nullptr : input + offset, static_cast<std::uint32_t>(length));
+}
+
+template <typename Hash> int ShaDigestEngine<Hash>::digest(JNIEnv* env, jobject object, std::uint8_t* output, int) {
+    if (!isReady(env, object)) {
+        return 0;
+    }
+    return isFinished(env, object, Hash::finish(context_, output)) ? Hash::kDigestBytes : 0;
+}
+
+template <typename Hash>
+jint ShaDigestEngine<Hash>::digest(JNIEnv* env, jobject object, jbyteArray output, jint offset, jint length) {
+    if (!isReady(env, object) || !isArray(env, output)) {
+        return 0;
+    }
+    // The room is judged by the caller's length, although the whole digest is written; what is really written is judged
+    // after that. 64 bits, because a negative offset could overflow.
+    const std::int64_t room = std::int64_t{env->GetArrayLength(output)} - offset;
+    if (room < length || (offset >= 0 && room < Hash::kDigestBytes)) {
+        throwException(env, kDigestException, "insufficient space for digest");
+        return 0;
+    }
+    if (!isSlice(env, output, offset, Hash::kDigestBytes)) {
+        return 0;
+    }
+    return finishInto(env, object, output, offset) ? Hash::kDigestBytes : 0;
+}
+
+template <typename Hash> jbyteArray ShaDigestEngine<Hash>::digest(JNIEnv* env, jobject object) {
+    if (!isReady(env, object)) {
+        return nullptr;
+    }
+    const jbyteArray output = env->NewByteArray(Hash::kDigestBytes);
+    if (output == nullptr) {
+        raiseOutOfMemory(env);
+        return nullptr;
+    }
+    return finishInto(env, object, output, 0) ? output : nullptr;
+}
+
+template <typename Hash> int ShaDigestEngine<Hash>::nativeDigest(std::uint8_t* output, int) {
+    if (context_ == nullptr) {
+        RETURN_IF_ERROR(nativeReset());
+    }
+    RETURN_IF_ERROR(Hash::finish(context_, output));
+    (void)nativeReset(); // the digest is good all the same; a missing context is made up for by the next call
+    return Hash::kDigestBytes;
+}
+
+template <typename Hash> bool ShaDigestEngine<Hash>::isReady(JNIEnv* env, jobject object) {
+    if (context_ == nullptr) {
+        reset(env, object);
+    }
+    return context_ != nullptr;
+}
+
+template <typename Hash> bool ShaDigestEngine<Hash>::isFinished(JNIEnv* env, jobject object, Status status) {
+    if (isError(status)) {
+        throwException(env, kProviderException, "error calculating final digest", status);
+        return false;
+    }
+    reset(env, object);
+    return true;
+}
+
+template <typename Hash>
+bool ShaDigestEngine<Hash>::finishInto(JNIEnv* env, jobject object, jbyteArray output, jint offset) {
+    Status status = OK;
+    {
+        const CriticalBytes bytes(env, output);
+        if (!bytes.isOpen()) {
+            raiseOutOfMemory(env);
+            return false;
+        }
+        status = Hash::finish(context_, bytes.data() + offset);
+    }
+    return isFinished(env, object, status);
+}
+
+template class ShaDigestEngine<Sha1DigestHash>;
+template class ShaDigestEngine<Sha256DigestHash>;

@@ -1,0 +1,89 @@
+#include "bridge/zel_object.h"
+
+#include <cstdio>
+
+namespace {
+
+constexpr std::size_t kTextBytes = 256;
+
+// The precisions keep every text within the buffer.
+void formatText(char (&text)[kTextBytes], const char* message, Status status) {
+    if (status == OK) {
+        std::snprintf(text, sizeof text, "%.110s", message);
+    } else if (const char* const name = statusName(status)) {
+        std::snprintf(text, sizeof text, "%.60s : %.60s", message, name);
+    } else {
+        std::snprintf(text, sizeof text, "%.110s : %d", message, static_cast<int>(status));
+    }
+}
+
+// The pending exception, no longer pending, or null. JNI allows no FindClass while one is pending.
+jthrowable takePending(JNIEnv* env) {
+    const jthrowable pending = env->ExceptionOccurred();
+    if (pending != nullptr) {
+        env->ExceptionClear();
+    }
+    return pending;
+}
+
+// Whether the exception is an Error: the VM's own (OutOfMemoryError, NoClassDefFoundError, NoSuchFieldError).
+bool isVmError(JNIEnv* env, jthrowable exception) {
+    const jclass errorClass = env->FindClass("java/lang/Error");
+    if (errorClass == nullptr) {
+        env->ExceptionClear();
+        return false;
+    }
+    const bool isError = env->IsInstanceOf(exception, errorClass) != JNI_FALSE;
+    env->DeleteLocalRef(errorClass);
+    return isError;
+}
+
+// Makes cause the cause of the exception that is pending, which stays pending.
+void attachCause(JNIEnv* env, jthrowable cause) {
+    const jthrowable raised = takePending(env);
+    const jclass raisedClass = env->GetObjectClass(raised);
+    const jmethodID initCause =
+        env->GetMethodID(raisedClass, "initCause", "(Ljava/lang/Throwable;)Ljava/lang/Throwable;");
+    if (initCause != nullptr) {
+        env->DeleteLocalRef(env->CallObjectMethod(raised, initCause, cause));
+    }
+    env->ExceptionClear(); // without its cause it still says what failed
+    env->Throw(raised);
+    env->DeleteLocalRef(raisedClass);
+    env->DeleteLocalRef(raised);
+}
+
+void raise(JNIEnv* env, const char* className, const char* text, jthrowable earlier) {
+    const jclass exceptionClass = env->FindClass(className);
+    if (exceptionClass == nullptr) {
+        return;
+    }
+    if (env->ThrowNew(exceptionClass, text) == 0) {
+        if (earlier != nullptr) {
+            attachCause(env, earlier);
+        }
+    } else {
+        std::fprintf(stderr, "unable to throw exception: %s\n", text);
+        if (earlier != nullptr && env->ExceptionCheck() == JNI_FALSE) {
+            env->Throw(earlier);
+        }
+    }
+    env->DeleteLocalRef(exceptionClass);
+}
+
+} // namespace
+
+void ZelObject::throwStaticException(JNIEnv* env, const char* className, const char* message,
+                                     enum_errDescrValues status) {
+    const jthrowable earlier = takePending(env);
+    if (earlier != nullptr && isVmError(env, earlier)) {
+        env->Throw(earlier);
+    } else {
+        char text[kTextBytes];
+        formatText(text, message, status);
+        raise(env, className, text, earlier);
+    }
+    if (earlier != nullptr) {
+        env->DeleteLocalRef(earlier);
+    }
+}

@@ -1,0 +1,3 @@
+#include "bridge/zel_sha256_message_digest.h"
+
+ZelSha256MessageDigest::~ZelSha256MessageDigest() = default;

@@ -1,0 +1,3 @@
+#include "bridge/zel_sha_message_digest.h"
+
+ZelShaMessageDigest::~ZelShaMessageDigest() = default;

@@ -1,0 +1,78 @@
+// FakeJni: a small Java environment for native tests. A JNI function table over objects of its own, which keeps JNI's
+// rules as the VM's own checker does, and can make the calls fail that a real VM hardly ever fails.
+//
+// Rules kept: no call but opening and closing regions while a critical region is open; no call but the few that JNI
+// allows while an exception is pending. A broken rule is recorded in violations(). Critical regions are copies, so that
+// a region closed in the wrong order shows.
+#ifndef ZELSPI_TESTS_BRIDGE_FAKE_JNI_H
+#define ZELSPI_TESTS_BRIDGE_FAKE_JNI_H
+
+#include <jni.h>
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+// One object of the environment: an instance of a Java class, a class itself, a throwable or a byte array.
+struct FakeObject {
+    std::string className;               // of a class object: the class that it stands for
+    std::map<std::string, jlong> fields; // long fields
+    std::string message;                 // of a throwable
+    FakeObject* cause = nullptr;         // of a throwable
+    std::vector<jbyte> bytes;            // of a byte array
+};
+
+class FakeJni {
+public:
+    FakeJni();
+    ~FakeJni();
+    FakeJni(const FakeJni&) = delete;
+    FakeJni& operator=(const FakeJni&) = delete;
+
+    JNIEnv* env() {
+        return &env_;
+    }
+
+    // Objects; the environment owns them.
+    jobject newEngineObject(bool hasContext0 = true);
+    jbyteArray newBytes(std::vector<jbyte> bytes);
+    static FakeObject& of(jobject object);
+    static jlong context0(jobject object);
+
+    // What is pending: "class: message", with " < class: message" for each cause; empty when nothing is.
+    std::string pending() const;
+    // The same, and nothing is pending any more.
+    std::string takePending();
+
+    // Switches.
+    std::string classNotFound;         // FindClass fails for this class
+    bool throwNewFails = false;        // ThrowNew reports failure and leaves nothing pending
+    bool newByteArrayFails = false;    // NewByteArray leaves an OutOfMemoryError
+    bool criticalFails = false;        // GetPrimitiveArrayCritical returns null
+    int fieldLookupsUntilFailure = -1; // GetFieldID fails after this many more lookups; -1: never
+
+    std::vector<std::string> violations;
+    int openRegions() const {
+        return static_cast<int>(regions_.size());
+    }
+
+private:
+    struct Env : JNIEnv_ {
+        FakeJni* self;
+    };
+    struct Functions; // the function table's entries
+
+    FakeObject* add(std::string className);
+    void enter(const char* function, bool allowedWhilePending = false, bool allowedInRegion = false);
+    void raise(const char* className, const char* message);
+
+    JNINativeInterface_ table_{};
+    Env env_{};
+    std::vector<std::unique_ptr<FakeObject>> objects_;
+    std::map<void*, std::pair<FakeObject*, std::vector<jbyte>>> regions_; // open copies by their address
+    FakeObject* pending_ = nullptr;
+};
+
+#endif

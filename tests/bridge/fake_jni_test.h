@@ -1,0 +1,32 @@
+// FakeJniTest: a test with an environment and one Java object, which at its end expects that JNI's rules were kept,
+// that no region is open, and that the engine was destroyed with everything it owned.
+#ifndef ZELSPI_TESTS_BRIDGE_FAKE_JNI_TEST_H
+#define ZELSPI_TESTS_BRIDGE_FAKE_JNI_TEST_H
+
+#include "tests/bridge/fake_jni.h"
+#include "tests/support/test_heap.h"
+
+#include <gtest/gtest.h>
+
+class FakeJniTest : public testing::Test {
+protected:
+    void TearDown() override {
+        testheap::refuse(0);
+        EXPECT_EQ(jni.pending(), "");
+        EXPECT_EQ(jni.violations, std::vector<std::string>());
+        EXPECT_EQ(jni.openRegions(), 0);
+        EXPECT_EQ(jni.context0(object), 0);
+        EXPECT_EQ(testheap::liveBlocks(), liveBefore_);
+        EXPECT_EQ(testheap::dirtyFrees(), dirtyBefore_);
+    }
+
+    FakeJni jni;
+    JNIEnv* env = jni.env();
+    jobject object = jni.newEngineObject();
+
+private:
+    std::uint64_t liveBefore_ = testheap::liveBlocks();
+    std::uint64_t dirtyBefore_ = testheap::dirtyFrees();
+};
+
+#endif

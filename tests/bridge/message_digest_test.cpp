@@ -1,0 +1,271 @@
+// The digest engines, through their entry points and through the slots for native callers.
+#include "bridge/zel_sha1_message_digest.h"
+#include "bridge/zel_sha256_message_digest.h"
+#include "tests/bridge/fake_jni_test.h"
+#include "tests/support/hex.h"
+
+#include <climits>
+#include <memory>
+
+extern "C" {
+#define DECLARE_ENTRIES(prefix)                                                                                        \
+    JNIEXPORT void JNICALL prefix##engineUpdate0__B(JNIEnv*, jobject, jbyte);                                          \
+    JNIEXPORT void JNICALL prefix##engineUpdate0___3BII(JNIEnv*, jobject, jbyteArray, jint, jint);                     \
+    JNIEXPORT void JNICALL prefix##engineReset0(JNIEnv*, jobject);                                                     \
+    JNIEXPORT jbyteArray JNICALL prefix##engineDigest0__(JNIEnv*, jobject);                                            \
+    JNIEXPORT jint JNICALL prefix##engineDigest0___3BII(JNIEnv*, jobject, jbyteArray, jint, jint);                     \
+    JNIEXPORT void JNICALL prefix##deleteContext0(JNIEnv*, jobject)
+DECLARE_ENTRIES(Java_com_vantrel_zel_provider_spi_ZelSha1MessageDigestSpi_);
+DECLARE_ENTRIES(Java_com_vantrel_zel_provider_spi_ZelSha256MessageDigestSpi_);
+}
+
+namespace {
+
+const char* const kEmpty1 = "da39a3ee5e6b4b0d3255bfef95601890afd80709";
+const char* const kAbc1 = "a9993e364706816aba3e25717850c26c9cd0d89d";
+const char* const kEmpty256 = "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855";
+const char* const kAbc256 = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+
+// One Java class: its entry points and what its digests are.
+struct DigestClass {
+    const char* name;
+    void (*updateByte)(JNIEnv*, jobject, jbyte);
+    void (*updateArray)(JNIEnv*, jobject, jbyteArray, jint, jint);
+    void (*reset)(JNIEnv*, jobject);
+    jbyteArray (*digestNew)(JNIEnv*, jobject);
+    jint (*digestInto)(JNIEnv*, jobject, jbyteArray, jint, jint);
+    void (*deleteContext)(JNIEnv*, jobject);
+    ZelShaMessageDigest* (*make)();
+    jint digestBytes;
+    const char* ofEmpty;
+    const char* ofAbc;
+};
+
+#define ENTRIES(prefix)                                                                                                \
+    prefix##engineUpdate0__B, prefix##engineUpdate0___3BII, prefix##engineReset0, prefix##engineDigest0__,             \
+        prefix##engineDigest0___3BII, prefix##deleteContext0
+
+const DigestClass kClasses[] = {
+    {"SHA-1", ENTRIES(Java_com_vantrel_zel_provider_spi_ZelSha1MessageDigestSpi_),
+     [] { return static_cast<ZelShaMessageDigest*>(new ZelSha1MessageDigest); }, 20, kEmpty1, kAbc1},
+    {"SHA-256", ENTRIES(Java_com_vantrel_zel_provider_spi_ZelSha256MessageDigestSpi_),
+     [] { return static_cast<ZelShaMessageDigest*>(new ZelSha256MessageDigest); }, 32, kEmpty256, kAbc256},
+};
+
+const std::string kShortRoom = "java/security/DigestException: insufficient space for digest";
+const std::string kOutside = "java/lang/ArrayIndexOutOfBoundsException: offset or length out of range";
+const std::string kNullArray = "java/lang/NullPointerException: array is null";
+const std::string kNoMemory = "java/lang/OutOfMemoryError: ";
+
+std::string hexOf(const std::vector<jbyte>& bytes) {
+    return toHex(std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
+}
+
+class DigestEntries : public FakeJniTest, public testing::WithParamInterface<DigestClass> {
+protected:
+    const DigestClass& c = GetParam();
+    const std::vector<jbyte> abcBytes{'a', 'b', 'c'};
+
+    void TearDown() override {
+        c.deleteContext(env, object);
+        FakeJniTest::TearDown();
+    }
+    void updateAbc() {
+        c.updateArray(env, object, jni.newBytes(abcBytes), 0, 3);
+    }
+    std::string digestHex() {
+        const jbyteArray digest = c.digestNew(env, object);
+        return digest == nullptr ? "null" : hexOf(FakeJni::of(digest).bytes);
+    }
+};
+
+TEST_P(DigestEntries, AFreshObjectIsReadyAndStaysSo) {
+    EXPECT_EQ(digestHex(), c.ofEmpty);
+    EXPECT_EQ(digestHex(), c.ofEmpty);
+    updateAbc();
+    EXPECT_EQ(digestHex(), c.ofAbc);
+    EXPECT_EQ(digestHex(), c.ofEmpty);
+}
+
+TEST_P(DigestEntries, UpdatesInEveryForm) {
+    c.updateByte(env, object, 'a');
+    c.updateArray(env, object, jni.newBytes({'x', 'b', 'x'}), 1, 1);
+    c.updateArray(env, object, jni.newBytes({}), 0, 0);
+    c.updateArray(env, object, jni.newBytes({'x'}), 1, 0);
+    c.updateByte(env, object, 'c');
+    EXPECT_EQ(digestHex(), c.ofAbc);
+    c.updateByte(env, object, 'z');
+    c.reset(env, object);
+    updateAbc();
+    EXPECT_EQ(digestHex(), c.ofAbc);
+}
+
+TEST_P(DigestEntries, IntoAnArray) {
+    const jint n = c.digestBytes;
+    struct Case {
+        jint size, offset, length;
+        const std::string* pending; // null: the digest is written
+    };
+    const Case cases[] = {
+        {n, 0, n, nullptr},
+        {n + 9, 4, n, nullptr},
+        {n + 9, 9, 0, nullptr},         // a short length with room behind it: the whole digest is written
+        {n, 0, -5, nullptr},            // a negative one too
+        {n, 1, n, &kShortRoom},         // what the caller names does not fit
+        {n + 1, 2, n - 5, &kShortRoom}, // that would fit, but not the digest
+        {n, 0, INT_MAX, &kShortRoom},
+        {n, INT_MAX, 0, &kShortRoom},
+        {0, 0, 0, &kShortRoom},
+        {n, -1, n, &kOutside},
+        {n, INT_MIN, n, &kOutside},
+        {n, INT_MIN, INT_MAX, &kOutside},
+        {n, -1, n + 2, &kShortRoom},
+    };
+    for (const Case& k : cases) {
+        SCOPED_TRACE(testing::Message() << "array " << k.size << ", offset " << k.offset << ", length " << k.length);
+        updateAbc();
+        const jbyteArray array = jni.newBytes(std::vector<jbyte>(static_cast<std::size_t>(k.size), 0x11));
+        std::vector<jbyte>& bytes = FakeJni::of(array).bytes;
+        std::vector<jbyte> expected = bytes;
+        const jint result = c.digestInto(env, object, array, k.offset, k.length);
+        EXPECT_EQ(jni.takePending(), k.pending == nullptr ? "" : *k.pending);
+        if (k.pending == nullptr) {
+            EXPECT_EQ(result, n);
+            const auto digest = fromHex(c.ofAbc);
+            std::copy(digest.begin(), digest.end(), expected.begin() + k.offset);
+        } else {
+            EXPECT_EQ(result, 0);
+            EXPECT_EQ(digestHex(), c.ofAbc) << "the running hash was touched";
+        }
+        EXPECT_EQ(bytes, expected);
+    }
+    EXPECT_EQ(c.digestInto(env, object, nullptr, 0, n), 0);
+    EXPECT_EQ(jni.takePending(), kNullArray);
+}
+
+TEST_P(DigestEntries, RefusedUpdatesChangeNothing) {
+    c.updateByte(env, object, 'a');
+    const jbyteArray array = jni.newBytes({'b', 'c'});
+    for (const auto& [offset, length] :
+         {std::pair<jint, jint>{0, 3}, {3, 0}, {-1, 1}, {0, -1}, {INT_MAX, INT_MAX}, {INT_MIN, 1}}) {
+        c.updateArray(env, object, array, offset, length);
+        EXPECT_EQ(jni.takePending(), kOutside) << offset << ", " << length;
+    }
+    c.updateArray(env, object, nullptr, 0, 0);
+    EXPECT_EQ(jni.takePending(), kNullArray);
+    c.updateArray(env, object, array, 0, 2);
+    EXPECT_EQ(digestHex(), c.ofAbc);
+}
+
+TEST_P(DigestEntries, DeletingTwiceAndUsingAgain) {
+    updateAbc();
+    EXPECT_NE(jni.context0(object), 0);
+    c.deleteContext(env, object);
+    EXPECT_EQ(jni.context0(object), 0);
+    c.deleteContext(env, object);
+    EXPECT_EQ(digestHex(), c.ofEmpty);
+}
+
+TEST_P(DigestEntries, WithoutTheFieldNothingHappens) {
+    const jobject bare = jni.newEngineObject(false);
+    const std::string error = "java/lang/NoSuchFieldError: context0";
+    c.updateByte(env, bare, 'a');
+    EXPECT_EQ(jni.takePending(), error);
+    c.reset(env, bare);
+    EXPECT_EQ(jni.takePending(), error);
+    EXPECT_EQ(c.digestNew(env, bare), nullptr);
+    EXPECT_EQ(jni.takePending(), error);
+    c.deleteContext(env, bare);
+    EXPECT_EQ(jni.takePending(), error);
+}
+
+TEST_P(DigestEntries, RefusalsOfTheVm) {
+    updateAbc();
+    jni.newByteArrayFails = true;
+    EXPECT_EQ(c.digestNew(env, object), nullptr);
+    EXPECT_EQ(jni.takePending(), kNoMemory + "Java heap space");
+    jni.newByteArrayFails = false;
+    jni.criticalFails = true;
+    EXPECT_EQ(c.digestNew(env, object), nullptr);
+    EXPECT_EQ(jni.takePending(), kNoMemory + "out of memory");
+    const jbyteArray array = jni.newBytes(std::vector<jbyte>(40));
+    c.updateArray(env, object, array, 0, 40);
+    EXPECT_EQ(jni.takePending(), kNoMemory + "out of memory");
+    EXPECT_EQ(c.digestInto(env, object, array, 0, 40), 0);
+    EXPECT_EQ(jni.takePending(), kNoMemory + "out of memory");
+    jni.criticalFails = false;
+    EXPECT_EQ(digestHex(), c.ofAbc) << "the running hash was touched";
+}
+
+// Allocations of a first call: the engine, its context, and the fresh context after the digest.
+TEST_P(DigestEntries, RefusalsOfTheHeap) {
+    const std::string resetFails = "java/security/ProviderException: error resetting digest : ERR_MEM_ALLOC_FAIL";
+    testheap::refuse(1);
+    EXPECT_EQ(digestHex(), "null");
+    EXPECT_EQ(jni.takePending(), kNoMemory + "out of memory");
+    EXPECT_EQ(jni.context0(object), 0);
+
+    testheap::refuse(2);
+    EXPECT_EQ(digestHex(), "null");
+    EXPECT_EQ(jni.takePending(), resetFails);
+    EXPECT_NE(jni.context0(object), 0) << "the engine stays bound";
+    c.updateByte(env, object, 'a');
+    EXPECT_EQ(jni.takePending(), "java/security/ProviderException: unable to update digest");
+    updateAbc(); // the array form makes up for the missing reset
+    EXPECT_EQ(digestHex(), c.ofAbc);
+
+    updateAbc();
+    testheap::refuse(1);
+    EXPECT_EQ(digestHex(), c.ofAbc) << "the digest is good although the reset behind it failed";
+    EXPECT_EQ(jni.takePending(), resetFails);
+    testheap::refuse(1);
+    updateAbc();
+    EXPECT_EQ(jni.takePending(), "java/security/ProviderException: unable to update digest");
+    testheap::refuse(1);
+    c.reset(env, object);
+    EXPECT_EQ(jni.takePending(), resetFails);
+
+    const jbyteArray array = jni.newBytes(std::vector<jbyte>(40));
+    testheap::refuse(1);
+    EXPECT_EQ(c.digestInto(env, object, array, 0, 40), 0);
+    EXPECT_EQ(jni.takePending(), resetFails);
+    testheap::refuse(2);
+    EXPECT_EQ(c.digestInto(env, object, array, 0, 40), c.digestBytes);
+    EXPECT_EQ(jni.takePending(), resetFails);
+}
+
+TEST_P(DigestEntries, NativeSlots) {
+    const std::unique_ptr<ZelShaMessageDigest> engine(c.make());
+    std::vector<std::uint8_t> out(static_cast<std::size_t>(c.digestBytes));
+    const std::uint8_t abc[] = {'x', 'a', 'b', 'c'};
+
+    EXPECT_EQ(engine->nativeDigest(out.data(), 0), c.digestBytes) << "without a first reset";
+    EXPECT_EQ(toHex(out), c.ofEmpty);
+    EXPECT_EQ(engine->nativeUpdate(abc, 1, 3), OK);
+    EXPECT_EQ(engine->nativeUpdate(abc, 0, -1), ERR_INVALID_ARG);
+    EXPECT_EQ(engine->nativeUpdate(nullptr, 0, 0), ERR_NULL_POINTER);
+    EXPECT_EQ(engine->nativeDigest(out.data(), -1), c.digestBytes) << "the length is not used";
+    EXPECT_EQ(toHex(out), c.ofAbc);
+
+    EXPECT_EQ(engine->nativeUpdate(abc, 1, 3), OK);
+    EXPECT_EQ(engine->digest(env, object, out.data(), 0), c.digestBytes);
+    EXPECT_EQ(toHex(out), c.ofAbc);
+    EXPECT_EQ(engine->digest(env, object, nullptr, 99), 0);
+    EXPECT_EQ(jni.takePending(), "java/security/ProviderException: error calculating final digest : ERR_NULL_POINTER");
+    EXPECT_EQ(engine->nativeDigest(nullptr, 0), ERR_NULL_POINTER);
+
+    testheap::refuse(1);
+    EXPECT_EQ(engine->nativeReset(), ERR_MEM_ALLOC_FAIL);
+    testheap::refuse(1);
+    EXPECT_EQ(engine->nativeUpdate(abc, 0, 4), ERR_MEM_ALLOC_FAIL);
+    testheap::refuse(1);
+    EXPECT_EQ(engine->nativeDigest(out.data(), 0), ERR_MEM_ALLOC_FAIL);
+    testheap::refuse(2); // the fresh context behind a good digest
+    EXPECT_EQ(engine->nativeDigest(out.data(), 0), c.digestBytes);
+    EXPECT_EQ(toHex(out), c.ofEmpty);
+}
+
+INSTANTIATE_TEST_SUITE_P(Classes, DigestEntries, testing::ValuesIn(kClasses),
+                         [](const auto& instance) { return instance.index == 0 ? "Sha1" : "Sha256"; });
+
+} // namespace
