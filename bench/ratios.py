@@ -31,8 +31,8 @@ def main():
         raise SystemExit(__doc__)
     measured = list(rows(sys.argv[1], sys.argv[2:]))
     ours = {work: (time, rate) for who, work, time, rate in measured if who == OURS}
-    for who, work, time, _ in measured:
-        if who != OURS and work in ours:
+    for who, work, time, _ in sorted(measured, key=lambda row: [int(x) if x.isdigit() else x for x in row[1].split("/")]):
+        if who != OURS and work in ours and not who.startswith("kernel-"):
             our_time, rate = ours[work]
             speed = f"{rate / 1e6:9.1f} MB/s" if rate else f"{our_time:12.1f} ns"
             print(f"{work:32} {speed}   {time / our_time:5.2f} of {who}")
