@@ -211,6 +211,10 @@ TEST_P(DigestEntries, RefusalsOfTheVm) {
     EXPECT_EQ(c.digestNew(env, object), nullptr);
     EXPECT_EQ(jni.takePending(), kNoMemory + "Java heap space");
     jni.newByteArrayFails = false;
+    jni.newByteArrayGivesNull = true;
+    EXPECT_EQ(c.digestNew(env, object), nullptr);
+    EXPECT_EQ(jni.takePending(), kNoMemory + "out of memory");
+    jni.newByteArrayGivesNull = false;
     jni.criticalFails = true;
     EXPECT_EQ(c.digestNew(env, object), nullptr);
     EXPECT_EQ(jni.takePending(), kNoMemory + "out of memory");
@@ -270,6 +274,7 @@ TEST_P(DigestEntries, NativeSlots) {
     EXPECT_EQ(engine->nativeUpdate(abc, 1, 3), OK);
     EXPECT_EQ(engine->nativeUpdate(abc, 0, -1), ERR_INVALID_ARG);
     EXPECT_EQ(engine->nativeUpdate(nullptr, 0, 0), ERR_NULL_POINTER);
+    EXPECT_EQ(engine->nativeUpdate(nullptr, 5, 1), ERR_NULL_POINTER);
     EXPECT_EQ(engine->nativeDigest(out.data(), -1), c.digestBytes) << "the length is not used";
     EXPECT_EQ(toHex(out), c.ofAbc);
 
