@@ -22,8 +22,7 @@ Status Asn1_CheckContextTag(const Asn1Node* item, std::uint32_t tag);
 Status Asn1_CheckSmallInteger(const Asn1Node* item, std::uint32_t value);
 
 // Asn1_CheckOid: whether an item is a universal tag 6 whose content in the stream is that of oid.
-// Errors:  ERR_NULL_POINTER item or oid null, stream not bound; ERR_FALSE it is not, or its content is not in the
-// stream.
+// Errors:  ERR_NULL_POINTER item or oid null, stream not bound; ERR_FALSE it is not, or the stream lacks its content.
 Status Asn1_CheckOid(const Asn1Node* item, ByteStream stream, Asn1Oid oid);
 
 // Asn1_FindContextChild: the first child of item of the context-specific class with this tag number.
@@ -36,9 +35,9 @@ Status Asn1_FindContextChild(const Asn1Node* item, std::uint32_t tag, Asn1Node**
 //          ERR_CERT_INVALID_STRUCT item has no children. *childOut is then null.
 Status Asn1_NthChild(const Asn1Node* item, std::uint32_t n, Asn1Node** childOut);
 
-// Asn1_FindSequenceByOid: the first universal SEQUENCE among item's children that begins with oid; returns the OID
-// item. In/out:  *childOut is null when there is none, which is no failure. Errors:  ERR_NULL_POINTER item, oid or
-// childOut null, stream not bound.
+// Asn1_FindSequenceByOid: the first item of the first universal SEQUENCE among item's children that begins with oid.
+// In/out:  *childOut is null when there is none, which is no failure.
+// Errors:  ERR_NULL_POINTER item, oid or childOut null, stream not bound.
 Status Asn1_FindSequenceByOid(const Asn1Node* item, ByteStream stream, Asn1Oid oid, Asn1Node** childOut);
 
 #endif

@@ -6,9 +6,8 @@
 #include "core/asn1/byte_stream.h"
 
 // asn1ReadHeader: reads the header at a position of the stream, which then stands at the content.
-// In/out:  sets item's id, tag, length, headerSize, dataOffset and indefinite, in part on failure. A high-form tag
-// number
-//          is taken whether or not the low form would have done.
+// In/out:  sets item's id, tag, length, headerSize, dataOffset and indefinite, in part on failure. A tag number in the
+//          high form is taken also where the low form would have done.
 // Errors:  ERR_FALSE, ERR_EOF, ERR_ASN_UNEXPECTED_END, ERR_ASN_BAD_LENGTH_FIELD as described at Asn1_ParseStream.
 Status asn1ReadHeader(ByteStream stream, std::uint32_t position, Asn1Node* item);
 

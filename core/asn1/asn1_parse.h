@@ -28,8 +28,7 @@ using Asn1ParseCallback = void (*)(Asn1Node* item, ByteStream stream, void* call
 //          ERR_ASN_UNRECOGNIZED_PRIMITIVE universal primitive type that is not known here
 //          ERR_ASN_INCONSISTENT_LENGTH    content runs past the end of the item around it
 //          ERR_CERT_STACK_OVERFLOW        items nested more than 40 deep
-// Strings: a primitive OCTET STRING or BIT STRING whose content looks like nested DER is parsed as such and gets
-// children
+// Strings: a primitive OCTET STRING or BIT STRING whose content looks like nested DER is parsed as such, gets children
 //          and the flag encapsulates. When that fails for a reason other than memory, it is an ordinary string again.
 // Source:  X.690 section 8, more liberal where asn1_content.h says so.
 Status Asn1_ParseStream(ByteStream stream, Asn1Node** rootOut);

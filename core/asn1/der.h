@@ -37,23 +37,21 @@ Status Der_AddItem(DerNode* parent, std::uint8_t type, std::uint32_t dataLength,
                    DerNode** itemOut);
 
 // Der_AddUnsignedInteger: adds an INTEGER in its minimal form from an unsigned big-endian magnitude.
-// Shapes:  bytes[length]; bytes[0] is an extra 0x00 that length counts, so that the item can point into bytes whether
-// or
-//          not the magnitude needs a sign octet.
+// Shapes:  bytes[length]; bytes[0] is an extra 0x00 that length counts. It lets the item point into bytes also when the
+//          magnitude needs a sign octet.
 // Errors:  ERR_NULL_POINTER bytes null; ERR_INVALID_ARG length 0 or bytes[0] not 0x00; those of Der_AddItem.
 Status Der_AddUnsignedInteger(DerNode* parent, std::uint32_t length, const std::uint8_t* bytes, DerNode** itemOut);
 
 // Der_ComputeLength: the encoded length of an item with all below it, which it also notes in the items. What follows
-// the first unterminated kDerIndefinite item, one whose last child is no end-of-contents, does not count. Errors:
-// ERR_NULL_POINTER item or lengthOut null; ERR_BAD_LENGTH more than 2^32 - 1, *lengthOut is then 0;
+// the first unterminated kDerIndefinite item (one whose last child is no end-of-contents) does not count.
+// Errors:  ERR_NULL_POINTER item or lengthOut null; ERR_BAD_LENGTH more than 2^32 - 1, *lengthOut is then 0;
 //          ERR_DER_BER_NOT_TERMINATED there is such an item, *lengthOut is set all the same.
 Status Der_ComputeLength(DerNode* item, std::uint32_t* lengthOut);
 
 // Der_SerializeToBuffer: writes the encoding of root and all below it into a new buffer of exactly its size. The output
-// ends with the first unterminated kDerIndefinite item, ready to be continued; what follows is not written and keeps
-// its writtenAt. In/out:  *bufferOut is null and *lengthOut 0 on failure. The caller frees the buffer, wiping it first
-// when it holds a secret (memWipeAndFree).
-//          Content left to the caller to fill in is zero.
+// ends with the first unterminated kDerIndefinite item, ready to be continued; items after it are left alone.
+// In/out:  *bufferOut is null and *lengthOut 0 on failure. The caller frees the buffer, and wipes it when it holds a
+//          secret (memWipeAndFree). Content left to the caller to fill in is zero.
 // Errors:  ERR_NULL_POINTER root, bufferOut or lengthOut null; ERR_BAD_LENGTH more than 2^32 - 1 octets;
 //          ERR_MEM_ALLOC_FAIL.
 // Source:  X.690 sections 8.1 and 10.1.
