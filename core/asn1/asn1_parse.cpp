@@ -52,9 +52,6 @@ Status readHeader(ParseState& state) {
     RETURN_IF_ERROR(treeNewNode(item.out()));
     RETURN_IF_ERROR(asn1ReadHeader(state.stream, state.position, item.get()));
     OpenItem& parent = state.parent();
-    if (item->dataOffset > parent.limit) {
-        return ERR_ASN_INCONSISTENT_LENGTH;
-    }
     treeAppendAfter(parent.node, &parent.lastChild, item.get());
     state.item = item.release();
     state.position = state.item->dataOffset;

@@ -106,8 +106,7 @@ TEST(Der, WrittenPlacesAndContentLeftOpen) {
     EXPECT_EQ(opaque->firstChild, nullptr);
 }
 
-// SEQUENCE { NULL, constructed string outer { string inner { ... }, OCTET STRING 42 ... }, NULL }, step by step
-// terminated.
+// SEQUENCE { NULL, string outer { string inner { ... }, OCTET STRING 42 ... }, NULL ... }, terminated step by step.
 TEST(Der, IndefiniteLengthsAndTheStopMark) {
     const Octets first = {0x41};
     const Octets second = {0x42};
@@ -132,11 +131,13 @@ TEST(Der, IndefiniteLengthsAndTheStopMark) {
     add(inner, kDerTypeEndOfContents);
     expectStop("30 0E 05 00 24 80 24 80 04 01 41 00 00 04 01 42"); // now outer is the first
     EXPECT_NE(behind->writtenAt, nullptr);
-    // The end of the list is found also when somebody else has appended to it.
-    ScopedTree<DerNode> end;
-    *end.out() = add(nullptr, kDerTypeEndOfContents);
-    ASSERT_EQ(Tree_AppendChild(outer, end.release()), OK);
-    EXPECT_EQ(serialized(root.get()), fromHex("30 12 05 00 24 80 24 80 04 01 41 00 00 04 01 42 00 00 05 00"));
+    // The end of the list is found also when somebody else has appended to it, to one with children or to an empty one.
+    ASSERT_EQ(Tree_AppendChild(outer, add(nullptr, kDerTypeEndOfContents)), OK);
+    ASSERT_EQ(Tree_AppendChild(add(root.get(), 0x30, kDerIndefinite), add(nullptr, kDerTypeEndOfContents)), OK);
+    std::uint32_t length = 0;
+    EXPECT_EQ(Der_ComputeLength(root.get(), &length), OK);
+    EXPECT_EQ(serialized(root.get()),
+              fromHex("30 16 05 00 24 80 24 80 04 01 41 00 00 04 01 42 00 00 05 00 30 80 00 00"));
     add(outer, 5);
     expectStop("30 12 05 00 24 80 24 80 04 01 41 00 00 04 01 42 00 00 05 00");
 }
