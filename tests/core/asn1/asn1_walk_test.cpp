@@ -10,27 +10,9 @@ using testasn1::fromHex;
 using testasn1::outline;
 using testasn1::Parsed;
 
-// SEQUENCE { 0, SEQUENCE { 1.2.3, NULL }, [1] { 7 }, [3] { constructed OCTET STRING { OCTET STRING { NULL } } }, SET
-// {},
-//            [2] {}, SEQUENCE {}, SEQUENCE { 1.2.4 }, constructed INTEGER, 0 in 5 octets }
-const char kInput[] = "30 2F 02 01 00 30 06 06 02 2A 03 05 00 A1 03 02 01 07 A3 06 24 04 04 02 05 00 31 00 A2 00"
-                      " 30 00 30 04 06 02 2A 04 22 02 05 00 02 05 00 00 00 00 00";
 constexpr std::uint8_t kOid[] = {2, 0x2A, 0x03};
 constexpr std::uint8_t kSecondOid[] = {2, 0x2A, 0x04};
 constexpr std::uint8_t kLongerOid[] = {3, 0x2A, 0x03, 0x05};
-
-#define DOWN                                                                                                           \
-    Asn1WalkStep {                                                                                                     \
-        1, 0, nullptr                                                                                                  \
-    }
-#define RIGHT                                                                                                          \
-    Asn1WalkStep {                                                                                                     \
-        2, 0, nullptr                                                                                                  \
-    }
-#define UP                                                                                                             \
-    Asn1WalkStep {                                                                                                     \
-        3, 0, nullptr                                                                                                  \
-    }
 
 TEST(Asn1Walk, EveryInstruction) {
     struct Case {
@@ -42,7 +24,7 @@ TEST(Asn1Walk, EveryInstruction) {
 #define WALK_CASE(status, reached, ...) {status, reached, {__VA_ARGS__}},
 #include "tests/core/asn1/walk_cases.inc"
     };
-    const std::vector<std::uint8_t> input = fromHex(kInput);
+    const std::vector<std::uint8_t> input = fromHex(WALK_INPUT);
     const Parsed parsed(input);
     ASSERT_EQ(parsed.status, OK);
     for (const Case& c : cases) {

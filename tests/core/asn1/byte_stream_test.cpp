@@ -76,8 +76,7 @@ TEST_F(ByteStreamTest, MemAccessStaysInside) {
     EXPECT_EQ(ByteStream_StopAccess(stream, kInput), OK);
     memory.size = -1; // a length above 2^31 - 1 taken as signed: empty
     EXPECT_EQ(ByteStream_MemAccess(stream, 0, 0), nullptr);
-    EXPECT_EQ(stream.operations->eof(&memory, &isAtEnd), OK);
-    EXPECT_TRUE(isAtEnd);
+    EXPECT_EQ(stream.operations->getc(&memory, &octet), ERR_FALSE);
 }
 
 TEST_F(ByteStreamTest, NullPointers) {

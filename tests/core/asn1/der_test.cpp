@@ -88,16 +88,15 @@ TEST(Der, WrittenPlacesAndContentLeftOpen) {
     std::uint32_t length = 0;
     ASSERT_EQ(Der_SerializeToBuffer(root.get(), &buffer, &length), OK);
     EXPECT_EQ(Octets(buffer, buffer + length), fromHex("30 0D 30 09 06 02 2A 03 04 03 00 00 00 05 00"));
-    struct Place {
-        const DerNode* item;
-        std::ptrdiff_t at;
-        std::uint32_t length;
+    const auto expectAt = [buffer](const DerNode* item, std::ptrdiff_t at, std::uint32_t written) {
+        EXPECT_EQ(item->writtenAt - buffer, at);
+        EXPECT_EQ(item->writtenLength, written);
     };
-    for (const Place& place :
-         {Place{root.get(), 0, 15}, Place{inner, 2, 11}, Place{name, 4, 4}, Place{open, 8, 5}, Place{opaque, 13, 2}}) {
-        EXPECT_EQ(place.item->writtenAt - buffer, place.at);
-        EXPECT_EQ(place.item->writtenLength, place.length);
-    }
+    expectAt(root.get(), 0, 15);
+    expectAt(inner, 2, 11);
+    expectAt(name, 4, 4);
+    expectAt(open, 8, 5);
+    expectAt(opaque, 13, 2);
     EXPECT_EQ(root->childrenLength, 13U);
     void* block = buffer;
     EXPECT_EQ(memFree(&block), OK);
