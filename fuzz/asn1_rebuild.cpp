@@ -24,8 +24,8 @@ DerNode* rebuild(const Asn1Node& item, ByteStream stream, DerNode* parent, Rebui
     const bool isConstructed = (item.id & kAsn1Constructed) != 0;
     const std::uint32_t unusedBitsOctet = isBitString(item) ? 1 : 0;
     rebuilt->isPossible = rebuilt->isPossible && item.tag < 31 && (isConstructed || !item.indefinite);
-    rebuilt->isMinimal =
-        rebuilt->isMinimal && (item.indefinite || item.headerSize == minimalHeader(item.length + unusedBitsOctet));
+    const std::uint32_t headerSize = item.indefinite ? 2 : minimalHeader(item.length + unusedBitsOctet);
+    rebuilt->isMinimal = rebuilt->isMinimal && item.headerSize == headerSize;
     const std::uint32_t length = unusedBitsOctet + (item.firstChild == nullptr ? item.length : 0);
     DerNode* built = nullptr;
     FUZZ_CHECK(!isError(Der_AddItem(parent, static_cast<std::uint8_t>(item.id | (item.tag & 31)), length,
