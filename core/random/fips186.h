@@ -26,7 +26,7 @@ struct Fips186State {
     std::uint32_t block[10];     // the two most recent outputs x0 and x1, as big-endian words
     std::int8_t blockRemaining;  // bytes of the block not yet handed out
     std::uint8_t keyBytes;       // length of XKEY, 20 to 64
-    std::uint32_t xkey[16];      // XKEY in its first keyBytes bytes, as big-endian words
+    std::uint64_t xkey[8];       // XKEY in its first keyBytes bytes, as big-endian words
     std::uint32_t bitPosition;   // where the last entropy bit went, below 8 * keyBytes
     RtosMutex mutex;             // guards generation
 };
