@@ -4,13 +4,13 @@
 set(changed FALSE)
 
 # Copies the library, or removes the copy of one that is gone.
-macro(stage library system)
+function(stage library system)
   cmake_path(GET library FILENAME name)
   set(copy "${folder}/${system}/${name}")
   if(NOT EXISTS "${library}")
     if(EXISTS "${copy}")
       file(REMOVE_RECURSE "${folder}/${system}")
-      set(changed TRUE)
+      set(changed TRUE PARENT_SCOPE)
     endif()
   else()
     execute_process(COMMAND "${CMAKE_COMMAND}" -E compare_files "${library}" "${copy}"
@@ -18,10 +18,10 @@ macro(stage library system)
     if(differs)
       file(MAKE_DIRECTORY "${folder}/${system}")
       file(COPY_FILE "${library}" "${copy}")
-      set(changed TRUE)
+      set(changed TRUE PARENT_SCOPE)
     endif()
   endif()
-endmacro()
+endfunction()
 
 stage("${linux}" linux-x86_64)
 stage("${windows}" windows-x86_64)

@@ -8,6 +8,7 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.AccessDeniedException;
 import java.nio.file.FileSystemException;
 import java.nio.file.Files;
+import java.nio.file.InvalidPathException;
 import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
 import java.security.GeneralSecurityException;
@@ -41,6 +42,8 @@ public final class Sample {
             fail(args[0] + ": permission denied");
         } catch (FileSystemException e) {
             fail(args[0] + ": " + e.getReason());
+        } catch (InvalidPathException e) {
+            fail("not a file name in this locale: " + e.getMessage());
         } catch (IOException | GeneralSecurityException e) {
             fail(args[0] + ": " + e.getMessage());
         } catch (ProviderException e) {
@@ -55,6 +58,9 @@ public final class Sample {
         Map<String, byte[]> digests = digests(Path.of(file), "SHA-1", "SHA-256");
         PrintStream out = new PrintStream(System.out, true, StandardCharsets.UTF_8);
         digests.values().forEach(digest -> out.println(sumLine(digest, file)));
+        if (out.checkError()) {
+            fail("cannot write to standard output");
+        }
     }
 
     private static Map<String, byte[]> digests(Path file, String... algorithms)
