@@ -7,8 +7,10 @@ import static org.junit.jupiter.api.Assertions.assertNotEquals;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import com.vantrel.zel.provider.internal.RandomStart;
 import java.security.MessageDigest;
 import java.security.Provider;
+import java.security.ProviderException;
 import java.security.SecureRandom;
 import java.security.Security;
 import java.util.ArrayList;
@@ -43,6 +45,40 @@ class SecureRandomTest {
                 System.out.println(random.getProvider().getName() + " " + random.getAlgorithm());
             }
         }
+    }
+
+    /** Run in a child: the start fails, and then the first users. */
+    public static final class FailingStart {
+        public static void main(String[] args) throws Exception {
+            ProviderException failure = new ProviderException("start");
+            Thread[] starter = new Thread[1];
+            RandomStart.begin(() -> {
+                starter[0] = Thread.currentThread();
+                throw failure;
+            });
+            RandomStart.begin(() -> System.out.println("begun twice"));
+            while (starter[0] == null || starter[0].isAlive()) {
+                Thread.sleep(1);
+            }
+            RandomStart.withFailureOfStart(() -> { }); // works now: nothing to tell
+            for (int i = 0; i < 2; ++i) {
+                try {
+                    RandomStart.withFailureOfStart(() -> {
+                        throw new ProviderException("use");
+                    });
+                } catch (ProviderException e) {
+                    System.out.println(e.getMessage() + " " + Arrays.toString(e.getSuppressed()));
+                }
+            }
+        }
+    }
+
+    @Test
+    void aFailureOfTheStartIsToldToTheFirstUserWhoFailsToo() throws Exception {
+        ChildJvm child = ChildJvm.run(List.of("-cp", ChildJvm.providerJar() + ":" + ChildJvm.testClasses(),
+                FailingStart.class.getName()));
+        assertEquals("", child.err);
+        assertEquals("use [java.security.ProviderException: start]\nuse []\n", child.out);
     }
 
     private static ChildJvm child(String... arguments) throws Exception {

@@ -4,8 +4,6 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 
 import com.vantrel.zel.provider.internal.NativeLibrary;
-import com.vantrel.zel.provider.internal.RandomStart;
-import java.security.ProviderException;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.function.Executable;
 
@@ -27,18 +25,5 @@ class NativeRandomTest {
         }
         assertThrows(OutOfMemoryError.class, () -> spi.engineGenerateSeed0(Integer.MAX_VALUE));
         assertEquals(7, spi.engineGenerateSeed0(7).length);
-    }
-
-    @Test
-    void aFailureOfTheStartIsToldToTheFirstUserWhoFailsToo() throws Exception {
-        ProviderException first = new ProviderException("start");
-        RandomStart.begin(() -> {
-            throw first;
-        }); // begun already in this virtual machine: ignored
-        ProviderException use = assertThrows(ProviderException.class, () -> RandomStart.withFailureOfStart(() -> {
-            throw new ProviderException("use");
-        }));
-        assertEquals("use", use.getMessage());
-        assertEquals(0, use.getSuppressed().length);
     }
 }
