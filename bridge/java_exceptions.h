@@ -6,6 +6,7 @@
 
 inline constexpr const char* kArrayIndexOutOfBoundsException = "java/lang/ArrayIndexOutOfBoundsException";
 inline constexpr const char* kDigestException = "java/security/DigestException";
+inline constexpr const char* kNegativeArraySizeException = "java/lang/NegativeArraySizeException";
 inline constexpr const char* kNullPointerException = "java/lang/NullPointerException";
 inline constexpr const char* kOutOfMemoryError = "java/lang/OutOfMemoryError";
 inline constexpr const char* kProviderException = "java/security/ProviderException";

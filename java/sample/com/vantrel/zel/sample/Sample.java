@@ -14,13 +14,18 @@ import java.nio.file.Path;
 import java.security.GeneralSecurityException;
 import java.security.MessageDigest;
 import java.security.ProviderException;
+import java.security.SecureRandom;
 import java.security.Security;
 import java.util.LinkedHashMap;
 import java.util.Map;
 
-/** What the provider does, shown on one file: its SHA-1 and SHA-256, as sha1sum and sha256sum print them. */
+/**
+ * What the provider does, shown on one file: its SHA-1 and SHA-256, as sha1sum and sha256sum print them, and 32 random
+ * bytes, which take some six seconds to come because a generator is seeded for them.
+ */
 public final class Sample {
     private static final int BUFFER_BYTES = 1 << 20;
+    private static final int RANDOM_BYTES = 32;
 
     private Sample() {}
 
@@ -58,6 +63,9 @@ public final class Sample {
         Map<String, byte[]> digests = digests(Path.of(file), "SHA-1", "SHA-256");
         PrintStream out = new PrintStream(System.out, true, StandardCharsets.UTF_8);
         digests.values().forEach(digest -> out.println(sumLine(digest, file)));
+        byte[] random = new byte[RANDOM_BYTES];
+        SecureRandom.getInstance("FIPS186PRNG", ZelSecurityProvider.NAME).nextBytes(random);
+        out.println(hex(random) + "  random");
         if (out.checkError()) {
             fail("cannot write to standard output");
         }
@@ -84,12 +92,16 @@ public final class Sample {
 
     /** The line of sha1sum and its kin, which mark names that they had to escape with a backslash in front. */
     private static String sumLine(byte[] digest, String file) {
+        String escaped = file.replace("\\", "\\\\").replace("\n", "\\n").replace("\r", "\\r");
+        return (escaped.equals(file) ? "" : "\\") + hex(digest) + "  " + escaped;
+    }
+
+    private static String hex(byte[] bytes) {
         StringBuilder hex = new StringBuilder();
-        for (byte b : digest) {
+        for (byte b : bytes) {
             hex.append(String.format("%02x", b));
         }
-        String escaped = file.replace("\\", "\\\\").replace("\n", "\\n").replace("\r", "\\r");
-        return (escaped.equals(file) ? "" : "\\") + hex + "  " + escaped;
+        return hex.toString();
     }
 
     private static void fail(String message) {
