@@ -64,9 +64,11 @@ Unit VLONG_mulAddUnit(Unit* r, const Unit* a, std::uint32_t n, Unit w) {
     Unit carry = 0;
     for (std::uint32_t i = 0; i < n; ++i) {
         const Wide product = mulWide(a[i], w);
-        const Unit partial = product.low + carry;
-        const Unit sum = r[i] + partial;
-        carry = product.high + (partial < carry ? 1 : 0) + (sum < partial ? 1 : 0);
+        // The carry comes in last, so that one addition and its carry are all that a unit waits for.
+        const Unit partial = r[i] + product.low;
+        const Unit high = product.high + (partial < product.low ? 1 : 0);
+        const Unit sum = partial + carry;
+        carry = high + (sum < carry ? 1 : 0);
         r[i] = sum;
     }
     return carry;
@@ -76,10 +78,10 @@ Unit VLONG_mulSubUnit(Unit* r, const Unit* a, std::uint32_t n, Unit w) {
     Unit borrow = 0;
     for (std::uint32_t i = 0; i < n; ++i) {
         const Wide product = mulWide(a[i], w);
-        const Unit partial = product.low + borrow;
-        const Unit unit = r[i];
-        borrow = product.high + (partial < borrow ? 1 : 0) + (unit < partial ? 1 : 0);
-        r[i] = unit - partial;
+        const Unit partial = r[i] - product.low;
+        const Unit high = product.high + (r[i] < product.low ? 1 : 0);
+        r[i] = partial - borrow;
+        borrow = high + (partial < borrow ? 1 : 0);
     }
     return borrow;
 }
