@@ -1,7 +1,6 @@
 // The word-level kernels: every one of the table that this CPU supports, against each other and against identities.
 #include "core/bignum/kernels.h"
 #include "core/bignum/modexp.h"
-#include "core/bignum/portable/portable_kernels.h"
 #include "core/bignum/vlong_math.h"
 #include "tests/core/bignum/bignum_support.h"
 
@@ -176,58 +175,6 @@ TEST(BignumKernels, MontgomeryProducts) {
             }
         }
     });
-}
-
-// Every exponentiation kernel against the portable one, alone and side by side.
-TEST(BignumKernels, WholeExponentiations) {
-    Random random(7);
-    for (const Kernel<ModExpKernel>& kernel : modExpKernelTable()) {
-        for (const std::uint32_t k : {1U, 2U, 8U, 9U, 16U, 24U, 32U}) {
-            if (!kernel.isSupported() || !kernel.run.takes(k)) {
-                continue;
-            }
-            SCOPED_TRACE(testing::Message() << kernel.name << " " << k);
-            MontgomeryCtx contexts[2];
-            Units bases[2], exponents[2], results[2], expected[2];
-            ModExpTask tasks[2];
-            for (std::size_t i = 0; i < 2; ++i) {
-                Units modulus = random.units(k);
-                modulus[0] |= 1;
-                modulus[k - 1] |= Unit{1} << 63;
-                ASSERT_EQ(VLONG_initMontgomeryCtx(&contexts[i], Number(modulus), nullptr), OK);
-                bases[i] = random.units(k);
-                bases[i][k - 1] >>= 1;
-                exponents[i] = random.units(1 + i);
-                results[i].resize(k);
-                expected[i].resize(k);
-                const std::uint32_t bits = VLONG_bitLength(Number(exponents[i]));
-                tasks[i] = {expected[i].data(),
-                            bases[i].data(),
-                            exponents[i].data(),
-                            bits,
-                            {contexts[i].modulus->units, contexts[i].radixSquared->units, contexts[i].negInverse, k}};
-                Units scratch(kPortableModExpKernel.scratchUnits(k, bits));
-                kPortableModExpKernel.one(tasks[i], scratch.data());
-                tasks[i].result = results[i].data();
-            }
-            const std::uint32_t bits = std::max(tasks[0].exponentBits, tasks[1].exponentBits);
-            Units scratch(kernel.run.scratchUnits(k, bits) + 1, kGuard);
-            for (std::size_t i = 0; i < 2; ++i) {
-                kernel.run.one(tasks[i], scratch.data());
-                EXPECT_EQ(results[i], expected[i]);
-                results[i].assign(k, 0);
-            }
-            if (kernel.run.pair != nullptr) {
-                kernel.run.pair(tasks[0], tasks[1], scratch.data());
-                EXPECT_EQ(results[0], expected[0]);
-                EXPECT_EQ(results[1], expected[1]);
-            }
-            EXPECT_EQ(scratch.back(), kGuard);
-            for (MontgomeryCtx& context : contexts) {
-                EXPECT_EQ(VLONG_clearMontgomeryCtx(&context, nullptr), OK);
-            }
-        }
-    }
 }
 
 } // namespace

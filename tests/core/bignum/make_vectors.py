@@ -236,7 +236,8 @@ def divisors():
     emit("inverse", (V(3, 1), V(7)), V(5))  # the inverse of the magnitude
     for n in (1, 2, 8, 9, 16):
         a, m = special(n), special(n) | 1
-        emit("inverse", (V(a), V(m)), V(inverse(a, m)))
+        for factor in (1, 6, B + 1):
+            emit("inverse", (V(a * factor), V(m * factor)), V(inverse(a * factor, m * factor)))
         emit("gcd", (V(a * 12), V(m * 18)), V(math.gcd(a * 12, m * 18)))
     for a, b in [(0, 0), (0, 5), (5, 0), (12, 18)]:
         emit("gcd", (V(a), V(b)), V(math.gcd(a, b)))
@@ -257,6 +258,28 @@ def mpints():
         emit("mpint", (V(abs(x), int(x < 0)),), mpint(x))
 
 
+def conversions():
+    for text in (b"", b"\0", b"\0" * 20, b"\0\0\1", bytes(range(1, 9)), bytes(range(9)), bytes(range(1, 10)), b"\xff" * 33):
+        emit("frombytes", (text.hex() or ".",), V(int.from_bytes(text, "big")))
+    for value, count in [(0, 0), (0, 2), (0x1FF, 2), (0x1FF, 4), (0x1FF, 1), (B, 9), (B, 8), (B * B - 1, 16), (B * B - 1, 17)]:
+        needed = (value.bit_length() + 7) // 8
+        emit("tobytes", (V(value, 1), count),
+             value.to_bytes(count, "big").hex() or "." if count >= needed else "ERR_BUFFER_OVERFLOW", needed)
+    for value in (0, 1, -1, B - 1, B * B - 1, -B, 1 - B):
+        flag = int(value < 0)
+        emit("step", (V(abs(value), flag),), add(V(abs(value), flag), V(1)), sub(V(abs(value), flag), V(1)))
+    for value, flag, unit, order in [(0, 0, 0, 0), (0, 0, 1, -1), (5, 0, 4, 1), (5, 0, 5, 0), (5, 0, 6, -1), (B, 0, B - 1, 1),
+                                     (5, 1, 0, -1), (0, 1, 0, -1)]:
+        emit("cmpunit", (V(value, flag), f"{unit:x}"), order)
+    for body in ("", "7f", "00ff", "ff", "ff80", "80", "8000", "80" + "00" * 8, "80" + "00" * 7 + "01", "ff" * 9):
+        value = int.from_bytes(bytes.fromhex(body), "big", signed=True)
+        misread = body.startswith("80") and int(body[2:] or "0", 16) == 0  # kept: a zero with its flag set
+        emit("frommpint", (f"{len(body) // 2:08x}{body}ee",), V(0 if misread else abs(value), int(value < 0)),
+             len(body) // 2 + 4)
+    for text, consumed in [("000000", 77), ("000000030102", 7), ("7fffffff", 0x80000003), ("ffffffff00", 3)]:
+        emit("frommpint", (text,), BAD_LENGTH, consumed)
+
+
 def powers():
     for m in [1, 2, 3, 7, 9, 12, 1000, 1000003, 1 << 63, B - 1, 1 << 64, (1 << 127) - 1, (1 << 128) + 51, 1 << 200,
               (1 << 1024) - 105, (1 << 512) - 2, special(8) | 1, special(9) | 1, special(16) | 1, special(24) | 1,
@@ -270,6 +293,10 @@ def powers():
     for b, e, m in [(3, 2, 9), (6, 2, 12), (10, 3, 1000), (1 << 64, 2, 1 << 100)]:
         assert mod_exp(b, e, m) == m or b >= B
         emit("modexp", (V(b), V(e), V(m)), V(mod_exp(b, e, m)))
+    m = (1 << 1024) - 105  # small bases are one unit in Montgomery form
+    for b in (1, 2, 3):
+        for e in (3, 65537, random.getrandbits(1024)):
+            emit("modexp", (V(b), V(e), V(m)), V(pow(b, e, m)))
     emit("modexp", (V((1 << 128) + (1 << 100) + 5), V(3), V(7)), V(mod_exp((1 << 128) + (1 << 100) + 5, 3, 7)))
     emit("modexp", (V(2, 1), V(3, 1), V(1000003)), V(8))  # signs are not looked at
     emit("modexp", (V(2, 1), V(3), V((1 << 127) - 1)), V(8))
@@ -299,6 +326,7 @@ shifts()
 rare_divisions()
 divisors()
 mpints()
+conversions()
 powers()
 reductions()
 path = Path(__file__).with_name("bignum_vectors.txt")

@@ -31,6 +31,23 @@ void expect(const Case& test, Status status, const Number& value, std::size_t in
     }
 }
 
+std::vector<std::uint8_t> fromHex(const std::string& hex) { // "." alone is no byte
+    std::vector<std::uint8_t> bytes;
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2) {
+        bytes.push_back(static_cast<std::uint8_t>(std::stoi(hex.substr(i, 2), nullptr, 16)));
+    }
+    return bytes;
+}
+
+std::string toHex(const std::uint8_t* bytes, std::size_t count) {
+    std::string hex;
+    for (std::size_t i = 0; i < count; ++i) {
+        hex += "0123456789abcdef"[bytes[i] >> 4];
+        hex += "0123456789abcdef"[bytes[i] & 15];
+    }
+    return hex.empty() ? "." : hex;
+}
+
 using InPlace = Status (*)(vlong*, const vlong*, vlong**);
 Operation inPlace(InPlace run) {
     return [run](const Case& test, vlong** queue) {
@@ -95,17 +112,62 @@ void compare(const Case& test, vlong**) {
     EXPECT_EQ(VLONG_cmp(a, a), 0);
 }
 
+void compareUnit(const Case& test, vlong**) {
+    EXPECT_EQ(VLONG_cmpUnit(Number(test.operands[0]), std::stoull(test.operands[1], nullptr, 16)),
+              std::stoi(test.results[0]));
+}
+
+void step(const Case& test, vlong** queue) {
+    const Number up(test.operands[0]), alsoUp(up), down(up);
+    expect(test, VLONG_increment(up, queue), up);
+    expect(test, VLONG_addUnit(alsoUp, 1, queue), alsoUp);
+    expect(test, VLONG_decrement(down, queue), down, 1);
+}
+
+void fromBytes(const Case& test, vlong** queue) {
+    const std::vector<std::uint8_t> bytes = fromHex(test.operands[0]);
+    Number value;
+    const std::uint8_t none = 0;
+    expect(test,
+           VLONG_fromBytes(bytes.empty() ? &none : bytes.data(), static_cast<std::int32_t>(bytes.size()), value.out(),
+                           queue),
+           value);
+    std::vector<std::uint32_t> words(bytes.size() / 4 + 1);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        words[words.size() - 1 - i / 4] |= std::uint32_t{bytes[bytes.size() - 1 - i]} << (8 * (i % 4));
+    }
+    expect(test, VLONG_fromWords32(words.data(), static_cast<std::uint32_t>(words.size()), value.out()), value);
+}
+
+void toBytes(const Case& test, vlong**) {
+    const Number value(test.operands[0]);
+    std::uint32_t needed = 99, count = static_cast<std::uint32_t>(std::stoul(test.operands[1]));
+    EXPECT_EQ(VLONG_toBytes(value, nullptr, &needed), OK);
+    EXPECT_EQ(needed, std::stoul(test.results[1]));
+    std::vector<std::uint8_t> buffer(count + 1, 0xEE);
+    const Status status = VLONG_toBytes(value, buffer.data(), &count);
+    EXPECT_EQ(isError(status) ? statusName(status) : toHex(buffer.data(), count), test.results[0]);
+    EXPECT_EQ(buffer[isError(status) ? 0 : count], 0xEE);
+    EXPECT_EQ(count + 1, buffer.size());
+}
+
+void fromMpint(const Case& test, vlong**) {
+    const std::vector<std::uint8_t> bytes = fromHex(test.operands[0]);
+    Number value;
+    std::uint32_t consumed = 77;
+    const Status status =
+        VLONG_fromMpint(bytes.data(), static_cast<std::uint32_t>(bytes.size()), value.out(), &consumed);
+    EXPECT_EQ(isError(status), value.get() == nullptr);
+    expect(test, status, value);
+    EXPECT_EQ(consumed, std::stoul(test.results[1]));
+}
+
 void mpint(const Case& test, vlong**) {
     const Number value(test.operands[0]);
     std::uint8_t* bytes = nullptr;
     std::uint32_t count = 0;
     ASSERT_EQ(VLONG_toMpint(value, &bytes, &count), OK);
-    std::string hex;
-    for (std::uint32_t i = 0; i < count; ++i) {
-        hex += "0123456789abcdef"[bytes[i] >> 4];
-        hex += "0123456789abcdef"[bytes[i] & 15];
-    }
-    EXPECT_EQ(hex, test.results[0]);
+    EXPECT_EQ(toHex(bytes, count), test.results[0]);
     Number readBack;
     std::uint32_t consumed = 0;
     EXPECT_EQ(VLONG_fromMpint(bytes, count, readBack.out(), &consumed), OK);
@@ -159,6 +221,11 @@ const std::map<std::string, Operation> kOperations = {
     {"shl", shift(VLONG_shiftLeft, VLONG_shiftLeft1)},
     {"shr", shift(VLONG_shiftRight, VLONG_shiftRight1)},
     {"cmp", compare},
+    {"cmpunit", compareUnit},
+    {"step", step},
+    {"frombytes", fromBytes},
+    {"tobytes", toBytes},
+    {"frommpint", fromMpint},
     {"mpint", mpint},
     {"modexp", power},
     {"barrett", reduce},
