@@ -57,8 +57,10 @@ Status VLONG_toBytesFixed(const vlong* value, std::uint8_t* buffer, std::uint32_
     if (value == nullptr || buffer == nullptr) {
         return ERR_NULL_POINTER;
     }
+    Unit unit = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
-        buffer[i] = VLONG_getByte(value, count - 1 - i);
+        unit = i % kUnitBytes == 0 ? VLONG_getUnit(value, i / kUnitBytes) : unit >> 8;
+        buffer[count - 1 - i] = static_cast<std::uint8_t>(unit);
     }
     return OK;
 }

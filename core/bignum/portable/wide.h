@@ -26,39 +26,8 @@ constexpr Wide mulWide(Unit a, Unit b) {
     return {otherMiddle << 32 | lowHalf(low), high};
 }
 
-// ThreeUnits: the accumulator of a column: what is carried in, and the sum of the column's products.
-struct ThreeUnits {
-    Unit low = 0, high = 0, overflow = 0;
-
-    constexpr void add(Unit addLow, Unit addHigh, Unit addOverflow) {
-        low += addLow;
-        const Unit carry = low < addLow ? 1 : 0;
-        high += carry;
-        overflow += high < carry ? 1 : 0;
-        high += addHigh;
-        overflow += high < addHigh ? 1 : 0;
-        overflow += addOverflow;
-    }
-
-    constexpr void twice() {
-        overflow = overflow << 1 | high >> 63;
-        high = high << 1 | low >> 63;
-        low <<= 1;
-    }
-
-    // Takes the finished low unit and moves down by one.
-    constexpr Unit shiftOut() {
-        const Unit unit = low;
-        low = high;
-        high = overflow;
-        overflow = 0;
-        return unit;
-    }
-};
-
 // ColumnSum: a sum of products, kept apart by weight (2^0, 2^32, 2^64) with a count of the carries of each, so that a
-// product costs four multiplications, four additions and four carries, and is put together once a column. Holds 2^31
-// products.
+// product costs four multiplications, four additions and four carries, and is put together once a column.
 struct ColumnSum {
     Unit low = 0, middle = 0, high = 0;
     Unit lowCarries = 0, middleCarries = 0, highCarries = 0;
@@ -70,17 +39,39 @@ struct ColumnSum {
         accumulate(high, highCarries, highHalf(a) * highHalf(b));
     }
 
-    constexpr void addTo(ThreeUnits& total) const {
-        total.add(low, lowCarries, 0);
-        total.add(middle << 32, highHalf(middle) | middleCarries << 32, highHalf(middleCarries));
-        total.add(0, high, highCarries);
-    }
-
 private:
     static constexpr void accumulate(Unit& sum, Unit& carries, Unit product) {
         sum += product;
         carries += sum < product ? 1 : 0;
     }
+};
+
+// ColumnTotal: what a column adds up to with what the columns below carry into it, as digits of 32 bits that have room
+// for the carries of 2^28 products. Without a single comparison: gcc would turn some of them into branches.
+class ColumnTotal {
+public:
+    // Adds a sum, shifted left by `doubling` (0 or 1).
+    constexpr void add(const ColumnSum& sum, int doubling = 0) {
+        digits_[0] += lowHalf(sum.low) << doubling;
+        digits_[1] += (highHalf(sum.low) + lowHalf(sum.middle)) << doubling;
+        digits_[2] += (sum.lowCarries + highHalf(sum.middle) + lowHalf(sum.high)) << doubling;
+        digits_[3] += (sum.middleCarries + highHalf(sum.high)) << doubling;
+        digits_[4] += sum.highCarries << doubling;
+    }
+
+    // Takes the finished low unit and moves up by one column.
+    constexpr Unit shiftOut() {
+        digits_[1] += highHalf(digits_[0]);
+        const Unit unit = digits_[1] << 32 | lowHalf(digits_[0]);
+        digits_[0] = digits_[2] + highHalf(digits_[1]);
+        digits_[1] = digits_[3];
+        digits_[2] = digits_[4];
+        digits_[3] = digits_[4] = 0;
+        return unit;
+    }
+
+private:
+    Unit digits_[5] = {};
 };
 
 #endif
