@@ -185,8 +185,11 @@ void power(const Case& test, vlong** queue) {
     Number result;
     expect(test, VLONG_modExp(base, exponent, modulus, result.out(), queue), result);
     const Number residue(expected == modulus ? Number(Unit{0}) : expected);
-    ASSERT_EQ(VLONG_modExpBarrett(base, exponent, modulus, result.out(), queue), OK);
-    EXPECT_TRUE(result == residue || (VLONG_isZero(residue) && result == modulus)) << result.text();
+    const bool isShort = VLONG_bitLength(exponent) < 200; // a long one takes too long by single bits
+    if (isShort) {
+        ASSERT_EQ(VLONG_modExpBarrett(base, exponent, modulus, result.out(), queue), OK);
+        EXPECT_TRUE(result == residue || (VLONG_isZero(residue) && result == modulus)) << result.text();
+    }
     if (!VLONG_testBit(modulus, 0)) {
         EXPECT_EQ(VLONG_modExpMontgomery(base, exponent, modulus, result.out(), queue), ERR_BAD_MODULO);
         return;
@@ -195,7 +198,7 @@ void power(const Case& test, vlong** queue) {
     ASSERT_EQ(VLONG_newMontgomeryCtx(&context, modulus, queue), OK);
     EXPECT_EQ(VLONG_modExpCtx(context, base, exponent, result.out(), queue), OK);
     EXPECT_EQ(result, residue);
-    if (base.get()->negative == 0 && VLONG_bitLength(exponent) < 200) {
+    if (base.get()->negative == 0 && isShort) {
         EXPECT_EQ(VLONG_montExpBinary(context, base, exponent, result.out(), queue), OK);
         EXPECT_EQ(result, residue);
     }

@@ -122,6 +122,13 @@ TEST(Vlong, LimitsOfBytesAndWords) {
     EXPECT_EQ(Bytes(low, low + 3), (Bytes{0x22, 0x33, 0x44}));
 }
 
+TEST(Vlong, AProductAboveTheLimitIsRefusedBeforeItTakesScratch) {
+    const Number a(Units(kMaxUnits, 1)), product(1);
+    testheap::refuse(1);
+    EXPECT_EQ(VLONG_square(product, a), ERR_BAD_LENGTH);
+    testheap::refuse(0);
+}
+
 TEST(Vlong, AnUnorderedDifferenceStaysWithinItsUnits) {
     const Number small("1"), large("2.0");
     EXPECT_EQ(VLONG_subMagnitude(small, large), OK);
