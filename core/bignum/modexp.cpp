@@ -68,14 +68,14 @@ private:
 // 0 and 1 for a zero base and a zero exponent, in this order: 0^0 is 0. Null in *out: neither is zero.
 Status trivialPower(const vlong* base, const vlong* exponent, vlong** out, vlong** queue) {
     *out = nullptr;
-    if (VLONG_isZero(base)) {
+    if (VLONG_bitLength(base) == 0) { // a Montgomery product that is zero counts, too
         return VLONG_newValue(0, out, queue);
     }
-    return VLONG_isZero(exponent) ? VLONG_newValue(1, out, queue) : OK;
+    return VLONG_bitLength(exponent) == 0 ? VLONG_newValue(1, out, queue) : OK;
 }
 
 bool isTrivial(const ModExpOperands& operands) {
-    return VLONG_isZero(operands.base) || VLONG_isZero(operands.exponent);
+    return VLONG_bitLength(operands.base) == 0 || VLONG_bitLength(operands.exponent) == 0;
 }
 
 bool hasNull(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out) {

@@ -65,7 +65,7 @@ Status VLONG_newValue(Unit value, vlong** out, vlong** queue);
 Status VLONG_newCopy(const vlong* source, vlong** out, vlong** queue);
 
 // VLONG_copy: target := source. VLONG_copyMagnitude: target := |source|.
-// In/out:  target may be source: VLONG_copy then changes nothing, VLONG_copyMagnitude the sign alone.
+// In/out:  target may be source: then nothing changes, not even the sign.
 // Errors:  ERR_NULL_POINTER; growth.
 Status VLONG_copy(vlong* target, const vlong* source);
 Status VLONG_copyMagnitude(vlong* target, const vlong* source);

@@ -22,8 +22,8 @@ Estimate timesTop(const BignumKernels& kernels, Unit digit, Unit top, Unit secon
     return {product[0], product[1], high};
 }
 
-// The quotient digit of the window r[0..m + 1] by t[0..m], m = top, for which the window is below t * 2^64; one too
-// large at most. `below` is the unit of r under t's second unit's place: r[m - 1], or 0 when there is none.
+// The quotient digit of the window r[0..m + 1] by t[0..m], m = top, for a window below t * 2^64; at most one too large.
+// Units below index 0 count as zero.
 Unit estimateDigit(const BignumKernels& kernels, const Unit* r, const Unit* t, std::uint32_t top) {
     const Unit rTop = r[top + 1], rNext = r[top], rThird = top > 0 ? r[top - 1] : 0;
     const Unit tTop = t[top], tSecond = top > 0 ? t[top - 1] : 0;

@@ -114,13 +114,13 @@ Status VLONG_copyMagnitude(vlong* target, const vlong* source) {
     if (target == nullptr || source == nullptr) {
         return ERR_NULL_POINTER;
     }
-    if (target != source) { // clearing first would destroy the value
-        (void)VLONG_clear(target);
-        RETURN_IF_ERROR(VLONG_growKeep(target, source->length));
-        std::copy_n(source->units, source->length, target->units);
-        target->length = source->length;
+    if (target == source) {
+        return OK; // clearing first would destroy the value
     }
-    target->negative = 0;
+    (void)VLONG_clear(target); // not null
+    RETURN_IF_ERROR(VLONG_growKeep(target, source->length));
+    std::copy_n(source->units, source->length, target->units);
+    target->length = source->length;
     return OK;
 }
 

@@ -8,6 +8,7 @@ namespace bignumtest {
 
 Number::Number(const Units& units, bool negative) : Number() {
     EXPECT_EQ(alloc(), OK);
+    EXPECT_EQ(units.size() > 1 ? VLONG_growKeep(get(), units.size()) : OK, OK);
     for (std::size_t i = 0; i < units.size(); ++i) {
         EXPECT_EQ(VLONG_setUnit(get(), static_cast<std::uint32_t>(i), units[i]), OK);
     }

