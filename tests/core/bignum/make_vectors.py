@@ -222,7 +222,7 @@ def rare_divisions():
             continue
         found = division_branches(a, t)
         assert "corrected-3" not in found
-        for branch in found:
+        for branch in sorted(found):
             if wanted.get(branch, 0) > 0:
                 wanted[branch] -= 1
                 lines.append(f"# {branch}")
