@@ -1,0 +1,39 @@
+// The kernel tables and the choice from them.
+#include "core/bignum/kernels.h"
+
+#include "core/bignum/portable/portable_kernels.h"
+
+namespace {
+
+constexpr Kernel<BignumKernels> kBignumTable[] = {
+    {"portable", alwaysSupported, kPortableBignumKernels},
+};
+
+constexpr Kernel<ModExpKernel> kModExpTable[] = {
+    {"portable", alwaysSupported, kPortableModExpKernel},
+};
+
+} // namespace
+
+std::span<const Kernel<BignumKernels>> bignumKernelTable() {
+    return kBignumTable;
+}
+
+const BignumKernels& bignumKernels() {
+    static const Kernel<BignumKernels>& kernel = chooseKernel(bignumKernelTable());
+    return kernel.run;
+}
+
+std::span<const Kernel<ModExpKernel>> modExpKernelTable() {
+    return kModExpTable;
+}
+
+const ModExpKernel& modExpKernelFor(const MontModulus& modulus) {
+    const bool isOdd = (modulus.units[0] & 1) != 0;
+    for (const Kernel<ModExpKernel>& kernel : modExpKernelTable()) {
+        if (isOdd && kernel.isSupported() && kernel.run.takes(modulus.count)) {
+            return kernel.run;
+        }
+    }
+    return modExpKernelTable().back().run;
+}

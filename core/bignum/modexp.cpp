@@ -1,0 +1,224 @@
+// Exponentiation: the choice of the engine, and the powers by Montgomery's method.
+#include "core/bignum/modexp.h"
+#include "core/bignum/kernels.h"
+#include "core/bignum/scoped_vlong.h"
+#include "core/bignum/vlong_math.h"
+#include "core/memory/secret.h"
+
+#include <algorithm>
+
+namespace {
+
+// MontPower: one exponentiation on its way through a kernel. Everything it needs is claimed by prepare, so nothing can
+// fail once the kernel runs: a power that was published after a refused allocation would give away a factor of an RSA
+// modulus.
+class MontPower {
+public:
+    explicit MontPower(vlong** queue) : queue_(queue), result_(queue) {
+    }
+
+    Status prepare(const MontgomeryCtx& context, const vlong* base, const vlong* exponent) {
+        const vlong* const modulus = context.modulus;
+        if (VLONG_isZero(modulus)) {
+            return ERR_DIVIDE_BY_ZERO;
+        }
+        const std::uint32_t k = modulus->length;
+        if (VLONG_isZero(context.radixSquared) && 2 * k + 2 > kMaxUnits) {
+            return ERR_BAD_LENGTH;
+        }
+        // The base times R is the largest value of the conversion by ordinary arithmetic, and keeps to the size limit.
+        if (base->length + k + 1 > kMaxUnits) {
+            return ERR_BAD_LENGTH;
+        }
+        ScopedVlong reduced(queue_);
+        if (VLONG_cmpMagnitude(base, modulus) >= 0) {
+            RETURN_IF_ERROR(VLONG_mod(base, modulus, reduced.out(), queue_));
+            base = reduced.get();
+        }
+        RETURN_IF_ERROR(base_.alloc(std::size_t{k} * sizeof(Unit)));
+        RETURN_IF_ERROR(result_.alloc());
+        RETURN_IF_ERROR(VLONG_growDiscard(result_.get(), k));
+        Unit* const baseUnits = reinterpret_cast<Unit*>(base_.data());
+        std::copy_n(base->units, base->length, baseUnits); // zeros above
+        task_ = {result_.get()->units,
+                 baseUnits,
+                 exponent->units,
+                 VLONG_bitLength(exponent),
+                 {modulus->units, context.radixSquared->units, context.negInverse, k}};
+        return OK;
+    }
+
+    const ModExpTask& task() const {
+        return task_;
+    }
+
+    vlong* finish() {
+        result_.get()->length = task_.modulus.count;
+        VLONG_normalise(result_.get());
+        return result_.release();
+    }
+
+private:
+    vlong** queue_;
+    SecretBuffer base_;
+    ScopedVlong result_;
+    ModExpTask task_{};
+};
+
+// 0 and 1 for a zero base and a zero exponent, in this order: 0^0 is 0. Null in *out: neither is zero.
+Status trivialPower(const vlong* base, const vlong* exponent, vlong** out, vlong** queue) {
+    *out = nullptr;
+    if (VLONG_bitLength(base) == 0) { // a Montgomery product that is zero counts, too
+        return VLONG_newValue(0, out, queue);
+    }
+    return VLONG_bitLength(exponent) == 0 ? VLONG_newValue(1, out, queue) : OK;
+}
+
+bool isTrivial(const ModExpOperands& operands) {
+    return VLONG_bitLength(operands.base) == 0 || VLONG_bitLength(operands.exponent) == 0;
+}
+
+bool hasNull(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out) {
+    return context == nullptr || context->modulus == nullptr || base == nullptr || exponent == nullptr ||
+           out == nullptr;
+}
+
+Status modExpInTurn(const ModExpOperands& first, const ModExpOperands& second, vlong** queue) {
+    RETURN_IF_ERROR(VLONG_modExpCtx(first.context, first.base, first.exponent, first.out, queue));
+    const Status status = VLONG_modExpCtx(second.context, second.base, second.exponent, second.out, queue);
+    if (isError(status)) {
+        (void)VLONG_free(first.out, queue); // not null
+    }
+    return status;
+}
+
+} // namespace
+
+Status VLONG_modExp(const vlong* base, const vlong* exponent, const vlong* modulus, vlong** out, vlong** queue) {
+    if (base == nullptr || exponent == nullptr || modulus == nullptr || out == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    *out = nullptr;
+    if (VLONG_isZero(modulus)) {
+        return ERR_BAD_MODULO;
+    }
+    RETURN_IF_ERROR(trivialPower(base, exponent, out, queue));
+    if (*out != nullptr) {
+        return OK;
+    }
+    const bool isOdd = VLONG_testBit(modulus, 0);
+    return isOdd && modulus->length >= 2 ? VLONG_modExpMontgomery(base, exponent, modulus, out, queue)
+                                         : VLONG_modExpBarrett(base, exponent, modulus, out, queue);
+}
+
+Status VLONG_modExpMontgomery(const vlong* base, const vlong* exponent, const vlong* modulus, vlong** out,
+                              vlong** queue) {
+    if (base == nullptr || exponent == nullptr || modulus == nullptr || out == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    *out = nullptr;
+    if (!VLONG_testBit(modulus, 0)) {
+        return ERR_BAD_MODULO;
+    }
+    LocalQueue local(queue);
+    MontgomeryCtx context;
+    RETURN_IF_ERROR(VLONG_initMontgomeryCtx(&context, modulus, local.get()));
+    const Status status = VLONG_montExpWindow(&context, base, exponent, out, local.get());
+    (void)VLONG_clearMontgomeryCtx(&context, local.get()); // always OK
+    return status;
+}
+
+Status VLONG_modExpCtx(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out,
+                       vlong** queue) {
+    if (hasNull(context, base, exponent, out)) {
+        return ERR_NULL_POINTER;
+    }
+    RETURN_IF_ERROR(trivialPower(base, exponent, out, queue));
+    return *out != nullptr ? OK : VLONG_montExpWindow(context, base, exponent, out, queue);
+}
+
+Status VLONG_modExpCtxPair(const ModExpOperands& first, const ModExpOperands& second, vlong** queue) {
+    if (hasNull(first.context, first.base, first.exponent, first.out) ||
+        hasNull(second.context, second.base, second.exponent, second.out)) {
+        return ERR_NULL_POINTER;
+    }
+    *first.out = nullptr;
+    *second.out = nullptr;
+    const std::uint32_t k = first.context->modulus->length;
+    if (isTrivial(first) || isTrivial(second) || k != second.context->modulus->length) {
+        return modExpInTurn(first, second, queue);
+    }
+    MontPower one(queue), other(queue);
+    RETURN_IF_ERROR(one.prepare(*first.context, first.base, first.exponent));
+    RETURN_IF_ERROR(other.prepare(*second.context, second.base, second.exponent));
+    const ModExpKernel& kernel = modExpKernelFor(one.task().modulus);
+    const ModExpKernel& otherKernel = modExpKernelFor(other.task().modulus);
+    const std::uint32_t bits = std::max(one.task().exponentBits, other.task().exponentBits);
+    SecretBuffer scratch;
+    RETURN_IF_ERROR(
+        scratch.alloc(std::max(kernel.scratchUnits(k, bits), otherKernel.scratchUnits(k, bits)) * sizeof(Unit)));
+    Unit* const scratchUnits = reinterpret_cast<Unit*>(scratch.data());
+    if (kernel.pair != nullptr && &kernel == &otherKernel) {
+        kernel.pair(one.task(), other.task(), scratchUnits);
+    } else {
+        kernel.one(one.task(), scratchUnits);
+        otherKernel.one(other.task(), scratchUnits);
+    }
+    *first.out = one.finish();
+    *second.out = other.finish();
+    return OK;
+}
+
+std::uint32_t VLONG_windowWidth(std::uint32_t exponentBits) {
+    if (exponentBits >= 672) {
+        return 6;
+    }
+    if (exponentBits >= 240) {
+        return 5;
+    }
+    if (exponentBits >= 80) {
+        return 4;
+    }
+    return exponentBits >= 24 ? 3 : 2;
+}
+
+Status VLONG_montExpWindow(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out,
+                           vlong** queue) {
+    if (hasNull(context, base, exponent, out)) {
+        return ERR_NULL_POINTER;
+    }
+    *out = nullptr;
+    MontPower power(queue);
+    RETURN_IF_ERROR(power.prepare(*context, base, exponent));
+    const ModExpTask& task = power.task();
+    const ModExpKernel& kernel = modExpKernelFor(task.modulus);
+    SecretBuffer scratch;
+    RETURN_IF_ERROR(scratch.alloc(kernel.scratchUnits(task.modulus.count, task.exponentBits) * sizeof(Unit)));
+    kernel.one(task, reinterpret_cast<Unit*>(scratch.data()));
+    *out = power.finish();
+    return OK;
+}
+
+Status VLONG_montExpBinary(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out,
+                           vlong** queue) {
+    if (hasNull(context, base, exponent, out)) {
+        return ERR_NULL_POINTER;
+    }
+    *out = nullptr;
+    ScopedVlong power(queue), square(queue), wide(queue), scratch(queue);
+    RETURN_IF_ERROR(scratch.alloc());
+    RETURN_IF_ERROR(VLONG_mod(context->R, context->modulus, power.out(), queue));
+    RETURN_IF_ERROR(VLONG_mulSigned(base, context->R, wide.out(), queue));
+    RETURN_IF_ERROR(VLONG_mod(wide.get(), context->modulus, square.out(), queue));
+    const std::uint32_t bits = VLONG_bitLength(exponent);
+    for (std::uint32_t i = 0; i < bits; ++i) {
+        if (VLONG_testBit(exponent, i)) {
+            RETURN_IF_ERROR(VLONG_montMultiply(context, power.get(), square.get(), scratch.get()));
+        }
+        if (i + 1 < bits) {
+            RETURN_IF_ERROR(VLONG_montSquare(context, square.get(), scratch.get()));
+        }
+    }
+    RETURN_IF_ERROR(VLONG_mulSigned(power.get(), context->RInverse, wide.out(), queue));
+    return VLONG_mod(wide.get(), context->modulus, out, queue);
+}

@@ -1,0 +1,87 @@
+// Sums, differences and rows of unit arrays.
+#include "core/bignum/portable/portable_kernels.h"
+#include "core/bignum/portable/wide.h"
+
+namespace {
+
+// One unit of a sum or difference; carry and borrow are 0 or 1. Reads both units before the result is stored.
+inline Unit addUnit(Unit a, Unit b, Unit& carry) {
+    const Unit partial = a + carry;
+    const Unit sum = partial + b;
+    carry = (partial < carry ? 1U : 0U) | (sum < b ? 1U : 0U);
+    return sum;
+}
+
+inline Unit subUnit(Unit a, Unit b, Unit& borrow) {
+    const Unit partial = a - b;
+    const Unit difference = partial - borrow;
+    borrow = (a < b ? 1U : 0U) | (partial < borrow ? 1U : 0U);
+    return difference;
+}
+
+} // namespace
+
+std::int32_t VLONG_cmpUnits(const Unit* a, const Unit* b, std::uint32_t n) {
+    for (std::uint32_t i = n; i-- > 0;) {
+        if (a[i] != b[i]) {
+            return a[i] < b[i] ? -1 : 1;
+        }
+    }
+    return 0;
+}
+
+Unit VLONG_addUnits(Unit* r, const Unit* a, const Unit* b, std::uint32_t n) {
+    Unit carry = 0;
+    std::uint32_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        r[i] = addUnit(a[i], b[i], carry);
+        r[i + 1] = addUnit(a[i + 1], b[i + 1], carry);
+        r[i + 2] = addUnit(a[i + 2], b[i + 2], carry);
+        r[i + 3] = addUnit(a[i + 3], b[i + 3], carry);
+    }
+    for (; i < n; ++i) {
+        r[i] = addUnit(a[i], b[i], carry);
+    }
+    return carry;
+}
+
+Unit VLONG_subUnits(Unit* r, const Unit* a, const Unit* b, std::uint32_t n) {
+    Unit borrow = 0;
+    std::uint32_t i = 0;
+    for (; i + 4 <= n; i += 4) {
+        r[i] = subUnit(a[i], b[i], borrow);
+        r[i + 1] = subUnit(a[i + 1], b[i + 1], borrow);
+        r[i + 2] = subUnit(a[i + 2], b[i + 2], borrow);
+        r[i + 3] = subUnit(a[i + 3], b[i + 3], borrow);
+    }
+    for (; i < n; ++i) {
+        r[i] = subUnit(a[i], b[i], borrow);
+    }
+    return borrow;
+}
+
+Unit VLONG_mulAddUnit(Unit* r, const Unit* a, std::uint32_t n, Unit w) {
+    Unit carry = 0;
+    for (std::uint32_t i = 0; i < n; ++i) {
+        const Wide product = mulWide(a[i], w);
+        // The carry comes in last, so that one addition and its carry are all that a unit waits for.
+        const Unit partial = r[i] + product.low;
+        const Unit high = product.high + (partial < product.low ? 1 : 0);
+        const Unit sum = partial + carry;
+        carry = high + (sum < carry ? 1 : 0);
+        r[i] = sum;
+    }
+    return carry;
+}
+
+Unit VLONG_mulSubUnit(Unit* r, const Unit* a, std::uint32_t n, Unit w) {
+    Unit borrow = 0;
+    for (std::uint32_t i = 0; i < n; ++i) {
+        const Wide product = mulWide(a[i], w);
+        const Unit partial = r[i] - product.low;
+        const Unit high = product.high + (r[i] < product.low ? 1 : 0);
+        r[i] = partial - borrow;
+        borrow = high + (partial < borrow ? 1 : 0);
+    }
+    return borrow;
+}

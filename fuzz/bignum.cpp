@@ -1,0 +1,137 @@
+// Big integers: quotients, powers, inverses and the byte forms, each against an identity. The first byte of the input
+// chooses the identity, the rest are values: a length byte and as many bytes.
+#include "core/bignum/modexp.h"
+#include "core/bignum/scoped_vlong.h"
+#include "core/bignum/vlong_convert.h"
+#include "core/bignum/vlong_math.h"
+#include "core/memory/memory.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <iterator>
+
+namespace {
+
+void require(bool condition) {
+    if (!condition) {
+        std::abort();
+    }
+}
+
+void requireOk(Status status) {
+    require(!isError(status));
+}
+
+class Input {
+public:
+    Input(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {
+    }
+    std::uint8_t byte() {
+        return left_ == 0 ? std::uint8_t{0} : (--left_, *data_++);
+    }
+    // The next value, which is not zero when isPositive is asked for.
+    void value(ScopedVlong& out, bool isPositive = false) {
+        const std::size_t count = std::min<std::size_t>(byte(), left_);
+        requireOk(VLONG_fromBytes(data_, static_cast<std::int32_t>(count), out.out(), nullptr));
+        data_ += count;
+        left_ -= count;
+        if (isPositive && VLONG_isZero(out.get())) {
+            requireOk(VLONG_setValue(out.get(), 1));
+        }
+    }
+    const std::uint8_t* rest() const {
+        return data_;
+    }
+    std::size_t left() const {
+        return left_;
+    }
+
+private:
+    const std::uint8_t* data_;
+    std::size_t left_;
+};
+
+// a div b * b + a mod b = a with a mod b < b; (a * b) div b = a; (a + b) - b = a; a * a = a squared.
+void sumsAndQuotients(Input& input) {
+    ScopedVlong a(nullptr), b(nullptr), quotient(nullptr), rest(nullptr), product(nullptr), copy(nullptr);
+    input.value(a);
+    input.value(b, true);
+    requireOk(VLONG_div(a.get(), b.get(), quotient.out(), nullptr));
+    requireOk(VLONG_mod(a.get(), b.get(), rest.out(), nullptr));
+    require(VLONG_cmp(rest.get(), b.get()) < 0);
+    requireOk(VLONG_mulSigned(quotient.get(), b.get(), product.out(), nullptr));
+    requireOk(VLONG_add(product.get(), rest.get(), nullptr));
+    require(VLONG_cmp(product.get(), a.get()) == 0);
+    requireOk(VLONG_sub(product.get(), b.get(), nullptr));
+    requireOk(VLONG_add(product.get(), b.get(), nullptr));
+    require(VLONG_cmp(product.get(), a.get()) == 0);
+    requireOk(VLONG_mulSigned(a.get(), b.get(), product.out(), nullptr));
+    requireOk(VLONG_div(product.get(), b.get(), quotient.out(), nullptr));
+    require(VLONG_cmp(quotient.get(), a.get()) == 0);
+    requireOk(VLONG_newCopy(a.get(), copy.out(), nullptr));
+    requireOk(VLONG_mulSigned(a.get(), copy.get(), product.out(), nullptr));
+    requireOk(VLONG_square(quotient.get(), a.get()));
+    require(VLONG_cmp(quotient.get(), product.get()) == 0);
+}
+
+// A power with a small exponent is the product of so many bases; Barrett's method may give the modulus in place of 0.
+void powers(Input& input) {
+    ScopedVlong base(nullptr), modulus(nullptr), exponent(nullptr), expected(nullptr), product(nullptr), power(nullptr);
+    const std::uint8_t count = input.byte();
+    input.value(base);
+    input.value(modulus, true);
+    requireOk(VLONG_newValue(count, exponent.out(), nullptr));
+    requireOk(VLONG_newValue(VLONG_isZero(base.get()) ? 0 : 1, expected.out(), nullptr));
+    for (std::uint8_t i = 0; i < count; ++i) {
+        requireOk(VLONG_mulSigned(expected.get(), base.get(), product.out(), nullptr));
+        requireOk(VLONG_mod(product.get(), modulus.get(), expected.out(), nullptr));
+    }
+    requireOk(VLONG_modExp(base.get(), exponent.get(), modulus.get(), power.out(), nullptr));
+    const bool isModulusForZero = VLONG_isZero(expected.get()) && VLONG_cmp(power.get(), modulus.get()) == 0;
+    require(isModulusForZero || VLONG_cmp(power.get(), expected.get()) == 0);
+}
+
+// gcd(a, n) divides both, and when it is 1, a * modInverse(a, n) mod n is 1 mod n.
+void inverses(Input& input) {
+    ScopedVlong a(nullptr), n(nullptr), gcd(nullptr), rest(nullptr), inverse(nullptr), product(nullptr), one(nullptr);
+    input.value(a, true);
+    input.value(n, true);
+    requireOk(VLONG_gcd(a.get(), n.get(), gcd.out(), nullptr));
+    for (const vlong* multiple : {a.get(), n.get()}) {
+        requireOk(VLONG_mod(multiple, gcd.get(), rest.out(), nullptr));
+        require(VLONG_isZero(rest.get()));
+    }
+    requireOk(VLONG_modInverse(a.get(), n.get(), inverse.out(), nullptr));
+    if (VLONG_cmpUnit(gcd.get(), 1) == 0) {
+        requireOk(VLONG_mulSigned(a.get(), inverse.get(), product.out(), nullptr));
+        requireOk(VLONG_mod(product.get(), n.get(), rest.out(), nullptr));
+        require(VLONG_cmpUnit(rest.get(), 1) == 0 || VLONG_cmpUnit(n.get(), 1) == 0);
+    }
+}
+
+// What VLONG_fromMpint reads, VLONG_toMpint writes so that it reads back.
+void mpints(Input& input) {
+    ScopedVlong value(nullptr), readBack(nullptr);
+    std::uint32_t consumed = 0, count = 0;
+    if (isError(VLONG_fromMpint(input.rest(), static_cast<std::uint32_t>(input.left()), value.out(), &consumed))) {
+        require(value.get() == nullptr);
+        return;
+    }
+    require(consumed <= input.left());
+    std::uint8_t* bytes = nullptr;
+    requireOk(VLONG_toMpint(value.get(), &bytes, &count));
+    requireOk(VLONG_fromMpint(bytes, count, readBack.out(), &consumed));
+    require(consumed == count && VLONG_cmp(value.get(), readBack.get()) == 0);
+    void* block = bytes;
+    requireOk(memFree(&block));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static constexpr std::uint8_t kNothing = 0;
+    Input input(data == nullptr ? &kNothing : data, size);
+    constexpr void (*kIdentities[])(Input&) = {sumsAndQuotients, powers, inverses, mpints};
+    kIdentities[input.byte() % std::size(kIdentities)](input);
+    return 0;
+}
