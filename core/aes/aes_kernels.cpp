@@ -1,0 +1,6 @@
+#include "core/aes/aes_kernels.h"
+
+std::span<const Kernel<AesModes>> aesKernels() {
+    static const Kernel<AesModes> kernels[] = {{"portable", alwaysSupported, aesModesPortable}};
+    return kernels;
+}
