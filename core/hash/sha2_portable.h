@@ -1,8 +1,8 @@
 // The SHA-2 compression function, written once for both word sizes (FIPS 180-2, sections 6.2 and 6.3).
 //
 // A variant names its Word, its round constants and its rotations:
-//     bigSigma0, bigSigma1:     three rotations, over the working variables a and e
-//     smallSigma0, smallSigma1: two rotations and a shift, over the message schedule
+//     kBigSigma0, kBigSigma1:     three rotations, over the working variables a and e
+//     kSmallSigma0, kSmallSigma1: two rotations and a shift, over the message schedule
 #ifndef ZELSPI_CORE_HASH_SHA2_PORTABLE_H
 #define ZELSPI_CORE_HASH_SHA2_PORTABLE_H
 
@@ -11,39 +11,29 @@
 
 #include <bit>
 #include <iterator>
+#include <utility>
 
 template <typename Variant> class Sha2Compression {
 public:
     using Word = typename Variant::Word;
 
     static void run(Word* state, const std::uint8_t* blocks, std::size_t blockCount) {
-        Schedule schedule;
-        const Word* const k = Variant::kRoundConstants;
-        const Word* const w = schedule.data();
+        Schedule w;
         for (; blockCount > 0; --blockCount, blocks += 16 * sizeof(Word)) {
-            expandMessage(schedule, blocks);
-            Word a = state[0], b = state[1], c = state[2], d = state[3];
-            Word e = state[4], f = state[5], g = state[6], h = state[7];
-            for (std::size_t t = 0; t < kRounds; t += 8) {
-                round(a, b, c, d, e, f, g, h, k[t] + w[t]);
-                round(h, a, b, c, d, e, f, g, k[t + 1] + w[t + 1]);
-                round(g, h, a, b, c, d, e, f, k[t + 2] + w[t + 2]);
-                round(f, g, h, a, b, c, d, e, k[t + 3] + w[t + 3]);
-                round(e, f, g, h, a, b, c, d, k[t + 4] + w[t + 4]);
-                round(d, e, f, g, h, a, b, c, k[t + 5] + w[t + 5]);
-                round(c, d, e, f, g, h, a, b, k[t + 6] + w[t + 6]);
-                round(b, c, d, e, f, g, h, a, k[t + 7] + w[t + 7]);
+            Working v = {state[0], state[1], state[2], state[3], state[4], state[5], state[6], state[7]};
+            sixteenRounds<true>(v, w, blocks, Variant::kRoundConstants, std::make_index_sequence<16>());
+            for (std::size_t t = 16; t < std::size(Variant::kRoundConstants); t += 16) {
+                sixteenRounds<false>(v, w, blocks, Variant::kRoundConstants + t, std::make_index_sequence<16>());
             }
-            const Word worked[8] = {a, b, c, d, e, f, g, h};
             for (std::size_t i = 0; i < 8; ++i) {
-                state[i] += worked[i];
+                state[i] += v[i];
             }
         }
     }
 
 private:
-    static constexpr std::size_t kRounds = std::size(Variant::kRoundConstants);
-    using Schedule = SecretArray<Word, kRounds>;
+    using Working = Word[8];
+    using Schedule = SecretArray<Word, 16>; // only the last sixteen words are kept
     using Rotations = const int[3];
 
     static Word bigSigma(Word x, Rotations& by) {
@@ -54,23 +44,36 @@ private:
         return std::rotr(x, by[0]) ^ std::rotr(x, by[1]) ^ (x >> by[2]);
     }
 
-    static void expandMessage(Schedule& schedule, const std::uint8_t* block) {
-        for (std::size_t t = 0; t < 16; ++t) {
-            schedule[t] = loadBigEndian<Word>(block + sizeof(Word) * t);
+    // The schedule's word for the t-th of sixteen rounds: from the message in the first sixteen, from the words before
+    // it in the others.
+    template <bool isFirst, std::size_t t> static Word scheduled(Schedule& w, const std::uint8_t* block) {
+        if constexpr (isFirst) {
+            w[t] = loadBigEndian<Word>(block + sizeof(Word) * t);
+        } else {
+            w[t] += smallSigma(w[(t + 1) % 16], Variant::kSmallSigma0) + w[(t + 9) % 16] +
+                    smallSigma(w[(t + 14) % 16], Variant::kSmallSigma1);
         }
-        for (std::size_t t = 16; t < kRounds; ++t) {
-            schedule[t] = schedule[t - 16] + smallSigma(schedule[t - 15], Variant::kSmallSigma0) + schedule[t - 7] +
-                          smallSigma(schedule[t - 2], Variant::kSmallSigma1);
-        }
+        return w[t];
     }
 
-    // One round. Instead of shifting the eight working variables along, the caller names them one place further on.
-    static void round(Word a, Word b, Word c, Word& d, Word e, Word f, Word g, Word& h, Word constantAndScheduled) {
+    // The t-th of sixteen rounds. The eight working variables are not shifted along: the one called a stands at v[-t
+    // mod 8].
+    template <bool isFirst, std::size_t t>
+    static void round(Working& v, Schedule& w, const std::uint8_t* block, const Word* constants) {
+        const Word a = v[(16 - t) % 8], b = v[(17 - t) % 8], c = v[(18 - t) % 8];
+        const Word e = v[(20 - t) % 8], f = v[(21 - t) % 8], g = v[(22 - t) % 8];
+        Word &d = v[(19 - t) % 8], &h = v[(23 - t) % 8];
         const Word choose = g ^ (e & (f ^ g));
         const Word majority = (a & b) | (c & (a | b));
-        h += bigSigma(e, Variant::kBigSigma1) + choose + constantAndScheduled;
+        h += bigSigma(e, Variant::kBigSigma1) + choose + constants[t] + scheduled<isFirst, t>(w, block);
         d += h;
         h += bigSigma(a, Variant::kBigSigma0) + majority;
+    }
+
+    template <bool isFirst, std::size_t... t>
+    static void sixteenRounds(Working& v, Schedule& w, const std::uint8_t* block, const Word* constants,
+                              std::index_sequence<t...>) {
+        (round<isFirst, t>(v, w, block, constants), ...);
     }
 };
 

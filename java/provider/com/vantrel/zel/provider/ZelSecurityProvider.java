@@ -1,0 +1,56 @@
+package com.vantrel.zel.provider;
+
+import com.vantrel.zel.provider.internal.NativeLibrary;
+import com.vantrel.zel.provider.internal.Version;
+import java.security.Provider;
+import java.security.ProviderException;
+import java.util.List;
+
+/**
+ * The security provider "Zel": message digests done by the native library zelspi.
+ *
+ * <p>Add it with {@code Security.addProvider(new ZelSecurityProvider())}, or name this class in a line of the
+ * {@code java.security} file.
+ */
+public final class ZelSecurityProvider extends Provider {
+    /** The name by which the provider is asked for. */
+    public static final String NAME = "Zel";
+
+    private static final long serialVersionUID = 1L;
+
+    /** One service: its type, its name, the class in the package spi, and the other names it goes by. */
+    private static final class Row {
+        final String type;
+        final String algorithm;
+        final String spiClass;
+        final List<String> aliases;
+
+        Row(String type, String algorithm, String spiClass, String... aliases) {
+            this.type = type;
+            this.algorithm = algorithm;
+            this.spiClass = spiClass;
+            this.aliases = List.of(aliases);
+        }
+    }
+
+    /** Everything that the provider offers. */
+    private static final List<Row> SERVICES = List.of(
+            new Row("MessageDigest", "SHA-1", "ZelSha1MessageDigestSpi",
+                    "SHA", "SHA1", "1.3.14.3.2.26", "OID.1.3.14.3.2.26"),
+            new Row("MessageDigest", "SHA-256", "ZelSha256MessageDigestSpi",
+                    "SHA256", "2.16.840.1.101.3.4.2.1", "OID.2.16.840.1.101.3.4.2.1"));
+
+    /**
+     * Loads the native library and registers the services.
+     *
+     * @throws ProviderException if there is no library for this machine, or it cannot be loaded
+     */
+    public ZelSecurityProvider() {
+        super(NAME, Version.TEXT, "Zel: native SHA-1 and SHA-256");
+        NativeLibrary.load();
+        for (Row row : SERVICES) {
+            String className = getClass().getPackageName() + ".spi." + row.spiClass;
+            putService(new Service(this, row.type, row.algorithm, className, row.aliases, null));
+        }
+    }
+}

@@ -1,0 +1,60 @@
+#!/usr/bin/env bash
+# ./test.sh: builds and runs the fast tests, native and Java. ./test.sh --full adds the other compiler, the sanitizers, the
+# cross build for Windows with its tests under wine, and the tests that take long. Ends with ctest's closing line.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
+
+full=false
+case "${1:-}" in
+  "") ;;
+  --full) full=true ;;
+  *) echo "usage: ./test.sh [--full]" >&2; exit 2 ;;
+esac
+
+packages=(cmake ninja-build g++ openjdk-17-jdk-headless junit5 libgtest-dev)
+if $full; then
+  packages+=(clang g++-mingw-w64-x86-64-posix wine64 googletest)
+fi
+cmake/install-packages.sh "${packages[@]}"
+
+# build_preset PRESET [CMAKE ARGUMENT...]: configures and builds; shows the log only when that fails.
+build_preset() {
+  local preset=$1 log=build/$1.log
+  shift
+  mkdir -p build
+  echo "== $preset: building (log: $log)"
+  if ! { cmake --preset "$preset" -D ZEL_BUILD_TESTS=ON "$@" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
+    tail -n 50 "$log" >&2
+    exit 1
+  fi
+}
+
+# run_tests PRESET [CTEST ARGUMENT...]
+run_tests() {
+  local preset=$1
+  shift
+  echo "== $preset: testing"
+  ctest --preset "$preset" --no-tests=error "$@"
+}
+
+if ! $full; then
+  build_preset release
+  run_tests release --label-exclude long
+  exit
+fi
+
+# Wine's own settings are made anew in the build folder, once, before tests run side by side.
+export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all
+mkdir -p "$WINEPREFIX"
+[ -f "$WINEPREFIX/system.reg" ] || WINEDLLOVERRIDES=mscoree,mshtml= /usr/lib/wine/wine64 wineboot -i >build/wine.log 2>&1
+
+grep -m1 'model name' /proc/cpuinfo || true
+# Windows first, so that the provider's jar of the release build carries its library too.
+build_preset windows
+run_tests windows --label-exclude long
+for preset in asan tsan debug clang; do
+  build_preset "$preset"
+  run_tests "$preset" --label-exclude long
+done
+build_preset release
+run_tests release

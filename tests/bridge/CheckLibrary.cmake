@@ -1,0 +1,43 @@
+# Holds the built library against what it is to be: it exports exactly the entry points of entry_points.txt and beside them
+# only the engine classes, and it needs nothing but the operating system.
+# Arguments: library, nm, objdump, windows (boolean), sanitized (empty when not), expected (a file).
+
+execute_process(COMMAND "${objdump}" -p "${library}" OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+if(windows)
+  string(REGEX MATCHALL "\n\t\\[ *[0-9]+\\] [A-Za-z0-9_]+" lines "${headers}")
+  string(REGEX MATCHALL "DLL Name: [^\n]+" needed "${headers}")
+  set(system "^(KERNEL32|msvcrt|bcrypt)\\.dll$")
+else()
+  execute_process(COMMAND "${nm}" -D --defined-only "${library}" OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
+  string(REGEX MATCHALL "[0-9a-f]+ [A-Z] [A-Za-z0-9_]+" lines "${text}")
+  string(REGEX MATCHALL "NEEDED +[^\n]+" needed "${headers}")
+  set(system "^(libc|libm|ld-linux-x86-64)\\.so")
+endif()
+list(TRANSFORM lines REPLACE ".* " "" OUTPUT_VARIABLE names)
+list(TRANSFORM needed REPLACE ".* " "")
+
+set(entry_points ${names})
+list(FILTER entry_points INCLUDE REGEX "^Java_")
+list(SORT entry_points)
+file(STRINGS "${expected}" wanted)
+list(SORT wanted)
+if(NOT entry_points STREQUAL wanted)
+  list(JOIN entry_points "\n  " found)
+  message(FATAL_ERROR "the exported entry points are not the expected ones:\n  ${found}")
+endif()
+
+# Mangled names of members (_ZN, _ZNK), tables and type information (_ZT.) of the engine classes.
+set(others ${names})
+list(FILTER others EXCLUDE REGEX "^Java_|^_Z(N|NK|T[IVS])[0-9]+(Zel[A-Z]|ShaDigestEngine)")
+if(others)
+  list(JOIN others "\n  " found)
+  message(FATAL_ERROR "exported beside the entry points and engine classes:\n  ${found}")
+endif()
+
+list(FILTER needed EXCLUDE REGEX "${system}")
+if(needed AND NOT sanitized)
+  message(FATAL_ERROR "needed beside the operating system: ${needed}")
+endif()
+
+list(LENGTH entry_points count)
+message("${count} entry points")

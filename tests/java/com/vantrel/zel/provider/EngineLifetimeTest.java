@@ -1,0 +1,57 @@
+package com.vantrel.zel.provider;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.security.MessageDigest;
+import java.security.Provider;
+import java.util.List;
+import org.junit.jupiter.api.Test;
+
+/** Native memory comes back when Java objects are dropped. */
+class EngineLifetimeTest {
+    private static final int DIGESTS = 1_000_000;
+
+    /** Run in a child with a small heap: prints by how many KiB the process has grown while it made and dropped digests. */
+    public static final class Dropper {
+        public static void main(String[] args) throws Exception {
+            Provider zel = new ZelSecurityProvider();
+            drop(zel, DIGESTS / 10); // to warm up
+            long before = residentKib();
+            drop(zel, DIGESTS);
+            System.out.println(residentKib() - before);
+        }
+
+        private static void drop(Provider zel, int count) throws Exception {
+            for (int i = 0; i < count; ++i) {
+                MessageDigest digest = MessageDigest.getInstance(i % 2 == 0 ? "SHA-1" : "SHA-256", zel);
+                digest.update((byte) i);
+                digest.digest();
+            }
+        }
+
+        private static long residentKib() throws Exception {
+            System.gc();
+            Thread.sleep(500); // for the cleaner
+            for (String line : Files.readAllLines(Path.of("/proc/self/status"))) {
+                if (line.startsWith("VmRSS:")) {
+                    return Long.parseLong(line.replaceAll("[^0-9]", ""));
+                }
+            }
+            throw new AssertionError("no VmRSS line");
+        }
+    }
+
+    @Test
+    void aMillionDroppedDigests() throws Exception {
+        String classes = Path.of(getClass().getProtectionDomain().getCodeSource().getLocation().getPath()).toString();
+        ChildJvm child = ChildJvm.run(List.of("-Xmx64m", "-Xms64m", "-cp",
+                ChildJvm.providerJar() + ":" + classes, Dropper.class.getName()));
+        assertEquals("", child.err);
+        // An engine and its context take about 250 bytes: kept, they would make 240 MiB.
+        long grownKib = Long.parseLong(child.out.strip());
+        assertTrue(grownKib < 48 * 1024, "grown by " + grownKib + " KiB");
+    }
+}

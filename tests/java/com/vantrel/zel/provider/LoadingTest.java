@@ -1,0 +1,155 @@
+package com.vantrel.zel.provider;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.StandardCopyOption;
+import java.nio.file.attribute.FileTime;
+import java.security.MessageDigest;
+import java.security.ProviderException;
+import java.security.Security;
+import java.time.Duration;
+import java.time.Instant;
+import java.util.List;
+import java.util.stream.Stream;
+import java.util.zip.ZipEntry;
+import java.util.zip.ZipFile;
+import org.junit.jupiter.api.BeforeEach;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+
+/** How a virtual machine finds the native library and the provider. */
+class LoadingTest {
+    private static final Path LIBRARY = Path.of(System.getProperty("zel.library"));
+    private static final int ELF_MACHINE = 18; // offset in the ELF header
+    private static final byte ELF_MACHINE_AARCH64 = (byte) 183;
+    private static final String CLASSES =
+            Path.of(LoadingTest.class.getProtectionDomain().getCodeSource().getLocation().getPath()).toString();
+
+    @TempDir Path folder;
+    private Path temporary;
+    private Path libraryPath;
+
+    /** Run in a child: prints which provider answers and a digest, or what the provider complains of. */
+    public static final class Probe {
+        public static void main(String[] args) throws Exception {
+            try {
+                if (args.length == 0) {
+                    Security.insertProviderAt(new ZelSecurityProvider(), 1);
+                }
+                MessageDigest digest = MessageDigest.getInstance("SHA-1");
+                digest.update((byte) 'a');
+                System.out.println(digest.getProvider().getName() + " " + digest.digest().length);
+            } catch (ProviderException e) {
+                System.out.println(e.getMessage());
+            }
+        }
+    }
+
+    @BeforeEach
+    void folders() throws IOException {
+        temporary = Files.createDirectory(folder.resolve("tmp"));
+        libraryPath = Files.createDirectory(folder.resolve("path"));
+    }
+
+    private String probe(String classPath, String... arguments) throws Exception {
+        Stream<String> virtualMachine = Stream.of("-cp", classPath + ":" + CLASSES,
+                "-Djava.io.tmpdir=" + temporary, "-Djava.library.path=" + libraryPath);
+        Stream<String> all = Stream.concat(Stream.concat(virtualMachine, Stream.of(arguments)),
+                Stream.of(Probe.class.getName()));
+        return run(all.toArray(String[]::new));
+    }
+
+    private static String run(String... arguments) throws Exception {
+        ChildJvm child = ChildJvm.run(List.of(arguments));
+        assertEquals("", child.err);
+        return child.out.strip();
+    }
+
+    /** The provider's classes without the native libraries. */
+    private String classesOnly() throws IOException {
+        Path target = folder.resolve("classes");
+        try (ZipFile jar = new ZipFile(ChildJvm.providerJar())) {
+            for (ZipEntry entry : (Iterable<ZipEntry>) jar.stream().map(ZipEntry.class::cast)::iterator) {
+                if (entry.getName().endsWith(".class")) {
+                    Path file = target.resolve(entry.getName());
+                    Files.createDirectories(file.getParent());
+                    Files.copy(jar.getInputStream(entry), file);
+                }
+            }
+        }
+        return target.toString();
+    }
+
+    private long leftInTemporary() throws IOException {
+        try (Stream<Path> left = Files.list(temporary)) {
+            return left.count();
+        }
+    }
+
+    @Test
+    void fromTheJarLeavingNothingBehind() throws Exception {
+        assertEquals("Zel 20", probe(ChildJvm.providerJar()));
+        assertEquals(0, leftInTemporary());
+    }
+
+    @Test
+    void fromTheLibraryPath() throws Exception {
+        Files.copy(LIBRARY, libraryPath.resolve(LIBRARY.getFileName()));
+        assertEquals("Zel 20", probe(classesOnly()));
+        assertEquals(0, leftInTemporary());
+    }
+
+    @Test
+    void theLibraryPathIsPreferredEvenWhenItsLibraryIsForAnotherMachine() throws Exception {
+        byte[] library = Files.readAllBytes(LIBRARY);
+        library[ELF_MACHINE] = ELF_MACHINE_AARCH64;
+        Path foreign = Files.write(libraryPath.resolve(LIBRARY.getFileName()), library);
+        String said = probe(ChildJvm.providerJar());
+        assertTrue(said.startsWith("cannot load the native library " + foreign + " on linux-"), said);
+    }
+
+    @Test
+    void aMissingLibraryIsNamed() throws Exception {
+        String said = probe(classesOnly());
+        assertTrue(said.startsWith("no native library for linux-"), said);
+        assertTrue(said.contains("libzelspi.so in java.library.path (" + libraryPath + ")"), said);
+        assertTrue(said.contains("/libzelspi.so in the provider's jar"), said);
+    }
+
+    @Test
+    void anUnusableTemporaryFolderIsNamed() throws Exception {
+        Path missing = temporary.resolve("missing");
+        String said = run("-cp", ChildJvm.providerJar() + ":" + CLASSES, "-Djava.io.tmpdir=" + missing,
+                "-Djava.library.path=" + libraryPath, Probe.class.getName());
+        assertTrue(said.startsWith("cannot unpack /native/linux-"), said);
+        assertTrue(said.contains("into " + missing), said);
+    }
+
+    @Test
+    void staleFoldersAreSweptAndFreshOnesAreNot() throws Exception {
+        Path stale = Files.createDirectory(temporary.resolve("zelspi-1-a-0"));
+        Files.copy(LIBRARY, stale.resolve(LIBRARY.getFileName()), StandardCopyOption.COPY_ATTRIBUTES);
+        Path fresh = Files.createDirectory(temporary.resolve("zelspi-2-b-0"));
+        Path foreign = Files.createDirectory(temporary.resolve("other"));
+        FileTime old = FileTime.from(Instant.now().minus(Duration.ofDays(2)));
+        Files.setLastModifiedTime(stale, old);
+        Files.setLastModifiedTime(foreign, old);
+        assertEquals("Zel 20", probe(ChildJvm.providerJar()));
+        assertFalse(Files.exists(stale));
+        assertTrue(Files.exists(fresh));
+        assertTrue(Files.exists(foreign));
+    }
+
+    @Test
+    void namedInTheSecurityProperties() throws Exception {
+        Path properties = Files.writeString(folder.resolve("java.security"),
+                "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\nsecurity.provider.2=SUN\n");
+        assertEquals("Zel 20", run("-cp", ChildJvm.providerJar() + ":" + CLASSES,
+                "-Djava.security.properties=" + properties, Probe.class.getName(), "registered"));
+    }
+}

@@ -1,0 +1,48 @@
+package com.vantrel.zel.provider;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.List;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+
+/** The sample program's answers to good and bad input. */
+class SampleTest {
+    @TempDir Path folder;
+
+    private static ChildJvm sample(String file) throws Exception {
+        return ChildJvm.run(List.of("-cp", ChildJvm.providerJar() + ":" + System.getProperty("zel.sample.jar"),
+                "com.vantrel.zel.sample.Sample", file));
+    }
+
+    private static void assertRefused(String file, String message) throws Exception {
+        ChildJvm child = sample(file);
+        assertEquals("zel-sample: " + message + "\n", child.err);
+        assertEquals("", child.out);
+        assertEquals(2, child.exitCode);
+    }
+
+    @Test
+    void printsTheLinesOfTheSumPrograms() throws Exception {
+        Path file = Files.writeString(folder.resolve("abc"), "abc");
+        ChildJvm child = sample(file.toString());
+        assertEquals("a9993e364706816aba3e25717850c26c9cd0d89d  " + file + "\n"
+                + "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  " + file + "\n", child.out);
+        assertEquals("", child.err);
+        assertEquals(0, child.exitCode);
+
+        Path odd = Files.writeString(folder.resolve("a\\b\nc"), "");
+        String escaped = folder + "/a\\\\b\\nc";
+        assertEquals("\\da39a3ee5e6b4b0d3255bfef95601890afd80709  " + escaped + "\n"
+                + "\\e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855  " + escaped + "\n",
+                sample(odd.toString()).out);
+    }
+
+    @Test
+    void badInput() throws Exception {
+        assertRefused(folder + "/none", folder + "/none: no such file");
+        assertRefused(folder.toString(), folder + ": is a directory");
+    }
+}
