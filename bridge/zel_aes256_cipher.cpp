@@ -35,10 +35,13 @@ template <typename Work> Status withInput(JNIEnv* env, jbyteArray input, Work wo
 
 // work(input bytes, output bytes) inside the open arrays. The output is opened first: it may be the same array.
 template <typename Work> Status withArrays(JNIEnv* env, jbyteArray input, jbyteArray output, Work work) {
-    return withInput(env, output, [&](std::uint8_t* outputBytes) {
-        const CriticalBytes bytes(env, input);
-        return bytes.isOpen() ? work(bytes.data(), outputBytes) : ERR_MEM_ALLOC_FAIL;
-    });
+    const jsize inputLength = env->GetArrayLength(input);
+    const CriticalBytes outputBytes(env, output);
+    if (!outputBytes.isOpen()) {
+        return ERR_MEM_ALLOC_FAIL;
+    }
+    const CriticalBytes inputBytes(env, input, inputLength);
+    return inputBytes.isOpen() ? work(inputBytes.data(), outputBytes.data()) : ERR_MEM_ALLOC_FAIL;
 }
 
 } // namespace
