@@ -7,7 +7,7 @@ import java.security.ProviderException;
 import java.util.List;
 
 /**
- * The security provider "Zel": message digests done by the native library zelspi.
+ * The security provider "Zel": message digests and a cipher, done by the native library zelspi.
  *
  * <p>Add it with {@code Security.addProvider(new ZelSecurityProvider())}, or name this class in a line of the
  * {@code java.security} file.
@@ -38,7 +38,10 @@ public final class ZelSecurityProvider extends Provider {
             new Row("MessageDigest", "SHA-1", "ZelSha1MessageDigestSpi",
                     "SHA", "SHA1", "1.3.14.3.2.26", "OID.1.3.14.3.2.26"),
             new Row("MessageDigest", "SHA-256", "ZelSha256MessageDigestSpi",
-                    "SHA256", "2.16.840.1.101.3.4.2.1", "OID.2.16.840.1.101.3.4.2.1"));
+                    "SHA256", "2.16.840.1.101.3.4.2.1", "OID.2.16.840.1.101.3.4.2.1"),
+            // No plain "AES": elsewhere that means ECB, so a program that asks for it had better be served elsewhere.
+            new Row("Cipher", "AES_256/CBC/PKCS5Padding", "ZelAes256CipherSpi",
+                    "AES/CBC/PKCS5Padding", "2.16.840.1.101.3.4.1.42", "OID.2.16.840.1.101.3.4.1.42"));
 
     /**
      * Loads the native library and registers the services.
@@ -46,7 +49,7 @@ public final class ZelSecurityProvider extends Provider {
      * @throws ProviderException if there is no library for this machine, or it cannot be loaded
      */
     public ZelSecurityProvider() {
-        super(NAME, Version.TEXT, "Zel: native SHA-1 and SHA-256");
+        super(NAME, Version.TEXT, "Zel: native SHA-1, SHA-256 and AES-256");
         NativeLibrary.load();
         for (Row row : SERVICES) {
             String className = getClass().getPackageName() + ".spi." + row.spiClass;

@@ -15,7 +15,10 @@ import java.security.Security;
 import java.util.LinkedHashMap;
 import java.util.Map;
 
-/** What the provider does, shown on one file: its SHA-1 and SHA-256, as sha1sum and sha256sum print them. */
+/**
+ * What the provider does, shown on one file: its SHA-1 and SHA-256, as sha1sum and sha256sum print them; then the file is
+ * encrypted beside itself and decrypted again.
+ */
 public final class Sample {
     private static final int BUFFER_BYTES = 1 << 20;
 
@@ -34,9 +37,9 @@ public final class Sample {
         try {
             run(args[0]);
         } catch (NoSuchFileException e) {
-            fail(args[0] + ": no such file");
+            fail(e.getFile() + ": no such file");
         } catch (AccessDeniedException e) {
-            fail(args[0] + ": permission denied");
+            fail(e.getFile() + ": permission denied");
         } catch (IOException | GeneralSecurityException e) {
             fail(args[0] + ": " + e.getMessage());
         }
@@ -49,6 +52,7 @@ public final class Sample {
         Map<String, byte[]> digests = digests(Path.of(file), "SHA-1", "SHA-256");
         PrintStream out = new PrintStream(System.out, true, StandardCharsets.UTF_8);
         digests.values().forEach(digest -> out.println(sumLine(digest, file)));
+        out.println(EncryptedCopy.make(Path.of(file)));
     }
 
     private static Map<String, byte[]> digests(Path file, String... algorithms)
@@ -76,8 +80,13 @@ public final class Sample {
         for (byte b : digest) {
             hex.append(String.format("%02x", b));
         }
-        String escaped = file.replace("\\", "\\\\").replace("\n", "\\n").replace("\r", "\\r");
+        String escaped = escaped(file);
         return (escaped.equals(file) ? "" : "\\") + hex + "  " + escaped;
+    }
+
+    /** A file name on one line. */
+    static String escaped(String file) {
+        return file.replace("\\", "\\\\").replace("\n", "\\n").replace("\r", "\\r");
     }
 
     private static void fail(String message) {

@@ -1,6 +1,7 @@
 package com.vantrel.zel.provider;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -24,12 +25,21 @@ class SampleTest {
         assertEquals(2, child.exitCode);
     }
 
+    /** The output without its last line, the one on the encrypted copy, which is looked at here. */
+    private static String linesOnDigests(ChildJvm child, String copy) {
+        int at = child.out.lastIndexOf('\n', child.out.length() - 2) + 1;
+        String start = "AES-256-CBC: " + copy + " decrypts to the file; encrypted at ";
+        assertTrue(child.out.startsWith(start, at), child.out);
+        return child.out.substring(0, at);
+    }
+
     @Test
-    void printsTheLinesOfTheSumPrograms() throws Exception {
+    void printsTheLinesOfTheSumProgramsAndEncrypts() throws Exception {
         Path file = Files.writeString(folder.resolve("abc"), "abc");
         ChildJvm child = sample(file.toString());
         assertEquals("a9993e364706816aba3e25717850c26c9cd0d89d  " + file + "\n"
-                + "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  " + file + "\n", child.out);
+                + "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  " + file + "\n", linesOnDigests(child, file + ".enc"));
+        assertEquals(16, Files.size(folder.resolve("abc.enc")));
         assertEquals("", child.err);
         assertEquals(0, child.exitCode);
 
@@ -37,7 +47,7 @@ class SampleTest {
         String escaped = folder + "/a\\\\b\\nc";
         assertEquals("\\da39a3ee5e6b4b0d3255bfef95601890afd80709  " + escaped + "\n"
                 + "\\e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855  " + escaped + "\n",
-                sample(odd.toString()).out);
+                linesOnDigests(sample(odd.toString()), escaped + ".enc"));
     }
 
     @Test
