@@ -46,7 +46,11 @@ fi
 # Wine's own settings are made anew in the build folder, once, before tests run side by side.
 export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all
 mkdir -p "$WINEPREFIX"
-[ -f "$WINEPREFIX/system.reg" ] || WINEDLLOVERRIDES=mscoree,mshtml= /usr/lib/wine/wine64 wineboot -i >build/wine.log 2>&1
+if [ ! -f "$WINEPREFIX/system.reg" ] &&
+    ! WINEDLLOVERRIDES=mscoree,mshtml= /usr/lib/wine/wine64 wineboot -i >build/wine.log 2>&1; then
+  tail -n 20 build/wine.log >&2
+  exit 1
+fi
 
 grep -m1 'model name' /proc/cpuinfo || true
 # Windows first, so that the provider's jar of the release build carries its library too.

@@ -146,7 +146,8 @@ const bool registered = [] {
     for (const Kernel<AesModes>& kernel : aesKernels()) {
         if (kernel.isSupported()) {
             for (const bool encrypt : {true, false}) {
-                const std::string name = std::string("kernel/") + kernel.name + (encrypt ? "/encrypt" : "/decrypt");
+                const std::string name =
+                    std::string("kernel-") + kernel.name + (encrypt ? "/CBC-256/encrypt" : "/CBC-256/decrypt");
                 benchmark::RegisterBenchmark(name.c_str(), benchKernel, kernel.run, Case{kModes[0], 256, encrypt})
                     ->Arg(16 * 1024);
             }
@@ -154,7 +155,7 @@ const bool registered = [] {
     }
     benchmark::RegisterBenchmark("create context/256/encrypt", benchKey, 1u);
     benchmark::RegisterBenchmark("create context/256/decrypt", benchKey, 0u);
-    benchmark::AddCustomContext("AES kernel", chooseKernel(aesKernels()).name);
+    benchmark::AddCustomContext("AES kernel", aesKernel().name);
     return true;
 }();
 

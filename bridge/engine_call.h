@@ -60,6 +60,15 @@ template <typename Engine> void destroyEngine(JNIEnv* env, jobject self) {
 }
 
 // callEngine: use(*engine), or the neutral result when there is no engine or making it has left an exception pending.
+template <typename Engine, typename Use, typename Result>
+Result callEngine(JNIEnv* env, Engine* engine, Use use, Result neutral) {
+    if (engine == nullptr || env->ExceptionCheck() != JNI_FALSE) {
+        return neutral;
+    }
+    return use(*engine);
+}
+
+// The same where null, 0, false or nothing is the neutral result.
 template <typename Engine, typename Use> auto callEngine(JNIEnv* env, Engine* engine, Use use) {
     using Result = decltype(use(*engine));
     if (engine == nullptr || env->ExceptionCheck() != JNI_FALSE) {

@@ -36,7 +36,8 @@ public:
     static void throwStaticException(JNIEnv* env, const char* className, const char* message,
                                      enum_errDescrValues status);
 
-    // hexdump: writes bytes[length] to standard output, sixteen a row, with offsets and characters.
+    // hexdump: writes bytes[length] to standard output, sixteen a row, with offsets and characters,
+    // and flushes it.
     // In/out:  a length of 0 writes nothing, whatever bytes is.
     static void hexdump(const std::uint8_t* bytes, std::uint32_t length);
 

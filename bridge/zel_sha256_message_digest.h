@@ -5,6 +5,7 @@
 #include "bridge/sha_digest_engine.h"
 #include "core/hash/sha256.h"
 
+// Exported because it names the exported base class below.
 struct ZEL_EXPORT Sha256DigestHash {
     using Context = Sha256Context;
     static constexpr int kDigestBytes = kSha256DigestBytes;

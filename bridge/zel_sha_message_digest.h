@@ -1,7 +1,9 @@
 // ZelShaMessageDigest: the contract of the message digest engines, for Java's calls and for native callers.
 //
 // An engine is ready for a message after its first reset and again after every successful digest. The operations with a
-// JNI environment raise "java/security/ProviderException" on failure; those named native... return a status instead.
+// JNI environment leave a Java exception pending on failure, "java/security/ProviderException" where no other is named;
+// those named native... return a status instead. Those that take a Java array also raise what java_arrays.h says of
+// null and of slices outside the array, and "java/lang/OutOfMemoryError" when the VM cannot make or open an array.
 // Every operation but update (one byte) makes up for a missing first reset by itself.
 #ifndef ZELSPI_BRIDGE_ZEL_SHA_MESSAGE_DIGEST_H
 #define ZELSPI_BRIDGE_ZEL_SHA_MESSAGE_DIGEST_H

@@ -1,7 +1,30 @@
-# Lays the native libraries out as the provider's jar carries them: FOLDER/SYSTEM-MACHINE/library.
-# Arguments: folder, linux (a file), windows (a file, or empty).
-file(REMOVE_RECURSE "${folder}")
-file(COPY "${linux}" DESTINATION "${folder}/linux-x86_64")
-if(windows)
-  file(COPY "${windows}" DESTINATION "${folder}/windows-x86_64")
+# Lays the native libraries out as the provider's jar carries them, FOLDER/SYSTEM-MACHINE/library, and touches the stamp when
+# anything has changed. Arguments: folder, linux (a file), windows (a file that may be missing), stamp (a file).
+
+set(changed FALSE)
+
+# Copies the library, or removes the copy of one that is gone.
+function(stage library system)
+  cmake_path(GET library FILENAME name)
+  set(copy "${folder}/${system}/${name}")
+  if(NOT EXISTS "${library}")
+    if(EXISTS "${copy}")
+      file(REMOVE_RECURSE "${folder}/${system}")
+      set(changed TRUE PARENT_SCOPE)
+    endif()
+  else()
+    execute_process(COMMAND "${CMAKE_COMMAND}" -E compare_files "${library}" "${copy}"
+      RESULT_VARIABLE differs OUTPUT_QUIET ERROR_QUIET)
+    if(differs)
+      file(MAKE_DIRECTORY "${folder}/${system}")
+      file(COPY_FILE "${library}" "${copy}")
+      set(changed TRUE PARENT_SCOPE)
+    endif()
+  endif()
+endfunction()
+
+stage("${linux}" linux-x86_64)
+stage("${windows}" windows-x86_64)
+if(changed OR NOT EXISTS "${stamp}")
+  file(TOUCH "${stamp}")
 endif()

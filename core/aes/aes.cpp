@@ -10,37 +10,34 @@ constexpr std::uint32_t kBlockBits = 8 * kAesBlockBytes;
 // What goes through the block operations at once: their bits have to fit a signed 32-bit count.
 constexpr std::uint32_t kMaxPieceBytes = std::uint32_t{1} << 27;
 
-const AesModes& modes() {
-    static const Kernel<AesModes>& kernel = chooseKernel(aesKernels());
-    return kernel.run;
-}
-
 // The run of blocks that a mode stands for; null for a mode that is not supported.
 AesModeRun encryptRun(std::int32_t mode) {
+    const AesModes& modes = aesKernel().run;
     switch (mode) {
     case kAesModeEcb:
-        return modes().ecbEncrypt;
+        return modes.ecbEncrypt;
     case kAesModeCbc:
-        return modes().cbcEncrypt;
+        return modes.cbcEncrypt;
     case kAesModeCfb128:
-        return modes().cfbEncrypt;
+        return modes.cfbEncrypt;
     case kAesModeOfb:
-        return modes().ofb;
+        return modes.ofb;
     default:
         return nullptr;
     }
 }
 
 AesModeRun decryptRun(std::int32_t mode) {
+    const AesModes& modes = aesKernel().run;
     switch (mode) {
     case kAesModeEcb:
-        return modes().ecbDecrypt;
+        return modes.ecbDecrypt;
     case kAesModeCbc:
-        return modes().cbcDecrypt;
+        return modes.cbcDecrypt;
     case kAesModeCfb128:
-        return modes().cfbDecrypt;
+        return modes.cfbDecrypt;
     case kAesModeOfb:
-        return modes().ofb;
+        return modes.ofb;
     default:
         return nullptr;
     }

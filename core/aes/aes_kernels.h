@@ -28,6 +28,9 @@ struct AesModes {
 // aesKernels: the kernels, best first.
 std::span<const Kernel<AesModes>> aesKernels();
 
+// aesKernel: the kernel that the library works with, the best that this CPU supports.
+const Kernel<AesModes>& aesKernel();
+
 // aesModesPortable: the portable kernel, by tables.
 extern const AesModes aesModesPortable;
 

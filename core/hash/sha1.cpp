@@ -11,8 +11,7 @@ struct Sha1 {
     static constexpr std::uint32_t kInitialState[] = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476, 0xC3D2E1F0};
 
     static void compress(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount) {
-        static const Kernel<Sha1Compress>& kernel = chooseKernel(sha1Kernels());
-        kernel.run(state, blocks, blockCount);
+        sha1Kernel().run(state, blocks, blockCount);
     }
 };
 

@@ -13,8 +13,7 @@ struct Sha256 {
     };
 
     static void compress(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount) {
-        static const Kernel<Sha256Compress>& kernel = chooseKernel(sha256Kernels());
-        kernel.run(state, blocks, blockCount);
+        sha256Kernel().run(state, blocks, blockCount);
     }
 };
 

@@ -14,8 +14,7 @@ struct Sha512 {
     };
 
     static void compress(std::uint64_t* state, const std::uint8_t* blocks, std::size_t blockCount) {
-        static const Kernel<Sha512Compress>& kernel = chooseKernel(sha512Kernels());
-        kernel.run(state, blocks, blockCount);
+        sha512Kernel().run(state, blocks, blockCount);
     }
 };
 

@@ -19,3 +19,18 @@ std::span<const Kernel<Sha256Compress>> sha256Kernels() {
 std::span<const Kernel<Sha512Compress>> sha512Kernels() {
     return kSha512Kernels;
 }
+
+const Kernel<Sha1Compress>& sha1Kernel() {
+    static const Kernel<Sha1Compress>& chosen = chooseKernel(sha1Kernels());
+    return chosen;
+}
+
+const Kernel<Sha256Compress>& sha256Kernel() {
+    static const Kernel<Sha256Compress>& chosen = chooseKernel(sha256Kernels());
+    return chosen;
+}
+
+const Kernel<Sha512Compress>& sha512Kernel() {
+    static const Kernel<Sha512Compress>& chosen = chooseKernel(sha512Kernels());
+    return chosen;
+}

@@ -21,6 +21,11 @@ std::span<const Kernel<Sha1Compress>> sha1Kernels();
 std::span<const Kernel<Sha256Compress>> sha256Kernels();
 std::span<const Kernel<Sha512Compress>> sha512Kernels();
 
+// The kernels that the hashes run on: the first of each table that this CPU supports.
+const Kernel<Sha1Compress>& sha1Kernel();
+const Kernel<Sha256Compress>& sha256Kernel();
+const Kernel<Sha512Compress>& sha512Kernel();
+
 // The portable kernels.
 void sha1CompressPortable(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount);
 void sha256CompressPortable(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount);

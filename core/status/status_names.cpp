@@ -1,5 +1,8 @@
 #include "core/status/status.h"
 
+#include <cstddef>
+#include <iterator>
+
 namespace {
 
 struct StatusNameRecord {
@@ -12,6 +15,17 @@ constexpr StatusNameRecord statusNameTable[] = {
 #include "core/status/status_codes.def"
 #undef ZEL_STATUS
 };
+
+constexpr bool isStrictlyDescending() {
+    for (std::size_t i = 1; i < std::size(statusNameTable); ++i) {
+        if (statusNameTable[i - 1].code <= statusNameTable[i].code) {
+            return false;
+        }
+    }
+    return true;
+}
+
+static_assert(std::size(statusNameTable) == 1667 && isStrictlyDescending());
 
 } // namespace
 

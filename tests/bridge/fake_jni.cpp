@@ -77,6 +77,9 @@ struct FakeJni::Functions {
 
     static void JNICALL setLongField(JNIEnv* env, jobject object, jfieldID, jlong value) {
         self(env).enter("SetLongField");
+        if (self(env).onSetLongField) {
+            self(env).onSetLongField();
+        }
         fake(object)->fields["context0"] = value;
     }
 

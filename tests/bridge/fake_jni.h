@@ -2,7 +2,7 @@
 // rules as the VM's own checker does, and can make the calls fail that a real VM hardly ever fails.
 //
 // Rules kept: no call but opening and closing regions while a critical region is open; no call but the few that JNI
-// allows while an exception is pending. A broken rule is recorded in violations(). Critical regions are copies, so that
+// allows while an exception is pending. A broken rule is recorded in `violations`. Critical regions are copies, so that
 // a region closed in the wrong order shows, or on demand the array itself, as in most VMs.
 #ifndef ZELSPI_TESTS_BRIDGE_FAKE_JNI_H
 #define ZELSPI_TESTS_BRIDGE_FAKE_JNI_H
@@ -10,6 +10,7 @@
 #include <jni.h>
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -48,12 +49,13 @@ public:
     std::string takePending();
 
     // Switches.
-    std::string classNotFound;         // FindClass fails for this class
-    bool throwNewFails = false;        // ThrowNew reports failure and leaves nothing pending
-    bool newByteArrayFails = false;    // NewByteArray leaves an OutOfMemoryError
-    bool criticalFails = false;        // GetPrimitiveArrayCritical returns null
-    bool criticalPins = false;         // GetPrimitiveArrayCritical returns the array itself, not a copy
-    int fieldLookupsUntilFailure = -1; // GetFieldID fails after this many more lookups; -1: never
+    std::string classNotFound;            // FindClass fails for this class
+    bool throwNewFails = false;           // ThrowNew reports failure and leaves nothing pending
+    bool newByteArrayFails = false;       // NewByteArray leaves an OutOfMemoryError
+    bool criticalFails = false;           // GetPrimitiveArrayCritical returns null
+    bool criticalPins = false;            // GetPrimitiveArrayCritical returns the array itself, not a copy
+    std::function<void()> onSetLongField; // runs in front of every SetLongField
+    int fieldLookupsUntilFailure = -1;    // GetFieldID fails after this many more lookups; -1: never
 
     std::vector<std::string> violations;
     int openRegions() const {

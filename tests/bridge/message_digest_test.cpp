@@ -120,6 +120,7 @@ TEST_P(DigestEntries, IntoAnArray) {
         {n, INT_MIN, n, &kOutside},
         {n, INT_MIN, INT_MAX, &kOutside},
         {n, -1, n + 2, &kShortRoom},
+        {0, -1, 0, &kOutside},
     };
     for (const Case& k : cases) {
         SCOPED_TRACE(testing::Message() << "array " << k.size << ", offset " << k.offset << ", length " << k.length);
@@ -164,6 +165,31 @@ TEST_P(DigestEntries, DeletingTwiceAndUsingAgain) {
     EXPECT_EQ(jni.context0(object), 0);
     c.deleteContext(env, object);
     EXPECT_EQ(digestHex(), c.ofEmpty);
+}
+
+TEST_P(DigestEntries, DestroysBeforeItClears) {
+    updateAbc();
+    const std::uint64_t live = testheap::liveBlocks();
+    jni.onSetLongField = [&] {
+        EXPECT_EQ(testheap::liveBlocks(), live - 2) << "engine and context are gone";
+    };
+    c.deleteContext(env, object);
+    jni.onSetLongField = nullptr;
+}
+
+// A failed final leaves the context as the core leaves it: SHA-1's hash goes on, SHA-256's is wiped and no longer
+// right.
+TEST_P(DigestEntries, AfterAFailedFinal) {
+    const std::unique_ptr<ZelShaMessageDigest> engine(c.make());
+    std::vector<std::uint8_t> out(static_cast<std::size_t>(c.digestBytes));
+    const std::uint8_t abc[] = {'a', 'b', 'c'};
+    EXPECT_EQ(engine->nativeUpdate(abc, 0, 1), OK);
+    EXPECT_EQ(engine->nativeDigest(nullptr, 0), ERR_NULL_POINTER);
+    EXPECT_EQ(engine->nativeUpdate(abc, 1, 2), OK);
+    EXPECT_EQ(engine->nativeDigest(out.data(), 0), c.digestBytes);
+    EXPECT_EQ(toHex(out) == c.ofAbc, c.digestBytes == 20);
+    EXPECT_EQ(engine->nativeDigest(out.data(), 0), c.digestBytes);
+    EXPECT_EQ(toHex(out), c.ofEmpty) << "fresh again";
 }
 
 TEST_P(DigestEntries, WithoutTheFieldNothingHappens) {

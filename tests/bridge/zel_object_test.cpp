@@ -1,4 +1,4 @@
-// The frame: binding, exceptions, the array checks, hex dump and the debug switch.
+// The frame: binding, exceptions, the array checks and the hex dump.
 #include "bridge/engine_call.h"
 #include "bridge/java_arrays.h"
 #include "tests/bridge/fake_jni_test.h"

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Writes sha_vectors.inc: digests of messages around every block limit, from Python's hashlib, and finals from states
-that no message in a test could reach (counts near 2^64 bytes), from the compression functions below.
+"""Writes sha_vectors.inc: digests of messages around every block limit, from Python's hashlib, and finals after
+more blocks than a test could feed (counts of 2^61 bytes and more), from the compression functions below.
 
 Message byte i is (7 * i + 3) mod 256.
 
@@ -75,8 +75,10 @@ def main():
     for name in NAMES:
         for length in LENGTHS:
             print(f'SHA_VECTOR({name}, {length}, "{hashlib.new(name, message(length)).hexdigest()}")')
-    print(f'SHA_FAR_COUNT(sha256, "{final_after(32, 2**58 - 1, message(100)).hex()}")')
-    print(f'SHA_FAR_COUNT(sha512, "{final_after(64, 2**57 - 1, message(200)).hex()}")')
+    for bits, name in ((32, "sha256"), (64, "sha512")):
+        for blocks in (2**55 + 1, 2**64 // (bits * 2) - 1):
+            tail = message(bits * 3)
+            print(f'SHA_FAR_COUNT({name}, {blocks}, {len(tail)}, "{final_after(bits, blocks, tail).hex()}")')
 
 
 if __name__ == "__main__":

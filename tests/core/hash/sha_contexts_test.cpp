@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <thread>
 
 namespace {
 
@@ -96,6 +97,26 @@ TEST(ShaContexts, AllocationAndRelease) {
     expectOwnedContext(sha1AllocContext, sha1Init, sha1FreeContext);
     expectOwnedContext(sha256AllocContext, sha224Init, sha256FreeContext);
     expectOwnedContext(sha512AllocContext, sha512Init, sha512FreeContext);
+}
+
+// Each thread with a context of its own; the kernel may be chosen by any of them.
+TEST(ShaContexts, ManyThreads) {
+    std::vector<std::thread> threads;
+    for (unsigned thread = 0; thread < 8; ++thread) {
+        threads.emplace_back([thread] {
+            const ShaAlgorithm& algorithm = kShaAlgorithms[thread % kShaAlgorithms.size()];
+            const std::vector<std::uint8_t> message(1000, static_cast<std::uint8_t>(thread));
+            std::vector<std::uint8_t> first(64), again(64);
+            EXPECT_EQ(algorithm.digest(message.data(), 1000, first.data()), OK);
+            for (int i = 0; i < 100; ++i) {
+                EXPECT_EQ(algorithm.digest(message.data(), 1000, again.data()), OK);
+                EXPECT_EQ(first, again);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
 }
 
 TEST(Sha1G, IsTheBareCompression) {

@@ -3,14 +3,16 @@ package com.vantrel.zel.sample;
 import com.vantrel.zel.provider.ZelSecurityProvider;
 import java.io.IOException;
 import java.io.InputStream;
-import java.nio.charset.StandardCharsets;
 import java.io.PrintStream;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.AccessDeniedException;
+import java.nio.file.FileSystemException;
 import java.nio.file.Files;
 import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
 import java.security.GeneralSecurityException;
 import java.security.MessageDigest;
+import java.security.ProviderException;
 import java.security.Security;
 import java.util.LinkedHashMap;
 import java.util.Map;
@@ -30,18 +32,22 @@ public final class Sample {
      * @param args the file
      */
     public static void main(String[] args) {
-        if (args.length != 1) {
+        if (args.length != 1 || args[0].isEmpty()) {
             fail("usage: Sample FILE");
         }
-        Security.addProvider(new ZelSecurityProvider());
         try {
+            Security.addProvider(new ZelSecurityProvider());
             run(args[0]);
         } catch (NoSuchFileException e) {
             fail(e.getFile() + ": no such file");
         } catch (AccessDeniedException e) {
             fail(e.getFile() + ": permission denied");
+        } catch (FileSystemException e) {
+            fail(e.getFile() + ": " + e.getReason());
         } catch (IOException | GeneralSecurityException e) {
             fail(args[0] + ": " + e.getMessage());
+        } catch (ProviderException e) {
+            fail(e.getMessage());
         }
     }
 

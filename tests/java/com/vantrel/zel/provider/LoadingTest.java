@@ -1,10 +1,13 @@
 package com.vantrel.zel.provider;
 
+import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import java.io.IOException;
+import java.math.BigInteger;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
@@ -18,6 +21,8 @@ import java.util.List;
 import java.util.stream.Stream;
 import java.util.zip.ZipEntry;
 import java.util.zip.ZipFile;
+import javax.crypto.Mac;
+import javax.crypto.spec.SecretKeySpec;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
@@ -38,12 +43,18 @@ class LoadingTest {
     public static final class Probe {
         public static void main(String[] args) throws Exception {
             try {
-                if (args.length == 0) {
+                if (args.length == 0 || args[0].equals("hmac")) {
                     Security.insertProviderAt(new ZelSecurityProvider(), 1);
                 }
                 MessageDigest digest = MessageDigest.getInstance("SHA-1");
                 digest.update((byte) 'a');
                 System.out.println(digest.getProvider().getName() + " " + digest.digest().length);
+                if (args.length == 1 && args[0].equals("hmac")) {
+                    Mac mac = Mac.getInstance("HmacSHA256");
+                    mac.init(new SecretKeySpec("Jefe".getBytes(StandardCharsets.US_ASCII), "HmacSHA256"));
+                    byte[] tag = mac.doFinal("what do ya want for nothing?".getBytes(StandardCharsets.US_ASCII));
+                    System.out.println(new BigInteger(1, tag).toString(16));
+                }
             } catch (ProviderException e) {
                 System.out.println(e.getMessage());
             }
@@ -98,6 +109,21 @@ class LoadingTest {
     }
 
     @Test
+    void theJarCarriesTheLibraryOfEachPlatformBuilt() throws Exception {
+        Path windows = LIBRARY.resolveSibling("../windows/zelspi.dll");
+        try (ZipFile jar = new ZipFile(ChildJvm.providerJar())) {
+            assertArrayEquals(Files.readAllBytes(LIBRARY), inJar(jar, "native/linux-x86_64/libzelspi.so"));
+            assertArrayEquals(Files.exists(windows) ? Files.readAllBytes(windows) : null,
+                    inJar(jar, "native/windows-x86_64/zelspi.dll"));
+        }
+    }
+
+    private static byte[] inJar(ZipFile jar, String name) throws IOException {
+        ZipEntry entry = jar.getEntry(name);
+        return entry == null ? null : jar.getInputStream(entry).readAllBytes();
+    }
+
+    @Test
     void fromTheLibraryPath() throws Exception {
         Files.copy(LIBRARY, libraryPath.resolve(LIBRARY.getFileName()));
         assertEquals("Zel 20", probe(classesOnly()));
@@ -136,13 +162,26 @@ class LoadingTest {
         Files.copy(LIBRARY, stale.resolve(LIBRARY.getFileName()), StandardCopyOption.COPY_ATTRIBUTES);
         Path fresh = Files.createDirectory(temporary.resolve("zelspi-2-b-0"));
         Path foreign = Files.createDirectory(temporary.resolve("other"));
+        Path installed = Files.createDirectory(folder.resolve("installed"));
+        Path library = Files.copy(LIBRARY, installed.resolve(LIBRARY.getFileName()));
+        Path link = Files.createSymbolicLink(temporary.resolve("zelspi-3-c-0"), installed);
         FileTime old = FileTime.from(Instant.now().minus(Duration.ofDays(2)));
         Files.setLastModifiedTime(stale, old);
         Files.setLastModifiedTime(foreign, old);
+        Files.setLastModifiedTime(installed, old);
         assertEquals("Zel 20", probe(ChildJvm.providerJar()));
         assertFalse(Files.exists(stale));
         assertTrue(Files.exists(fresh));
         assertTrue(Files.exists(foreign));
+        assertTrue(Files.exists(link));
+        assertTrue(Files.exists(library));
+    }
+
+    /** The JDK's HMAC clones its digest, and makes do with another provider's where that is not possible. */
+    @Test
+    void macsWorkWithTheProviderInFront() throws Exception {
+        assertEquals("Zel 20\n5bdcc146bf60754e6a042426089575c75a003f089d2739839dec58b964ec3843", // RFC 4231, case 2
+                run("-cp", ChildJvm.providerJar() + ":" + CLASSES, Probe.class.getName(), "hmac"));
     }
 
     @Test

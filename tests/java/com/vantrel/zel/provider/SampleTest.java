@@ -54,5 +54,8 @@ class SampleTest {
     void badInput() throws Exception {
         assertRefused(folder + "/none", folder + "/none: no such file");
         assertRefused(folder.toString(), folder + ": is a directory");
+        Path file = Files.writeString(folder.resolve("file"), "");
+        assertRefused(file + "/below", file + "/below: Not a directory");
+        assertRefused("", "usage: Sample FILE");
     }
 }

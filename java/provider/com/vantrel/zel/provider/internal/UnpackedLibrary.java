@@ -2,12 +2,16 @@ package com.vantrel.zel.provider.internal;
 
 import java.io.IOException;
 import java.io.InputStream;
+import java.nio.file.DirectoryIteratorException;
 import java.nio.file.DirectoryStream;
 import java.nio.file.FileAlreadyExistsException;
 import java.nio.file.Files;
+import java.nio.file.LinkOption;
 import java.nio.file.Path;
 import java.nio.file.attribute.FileAttribute;
+import java.nio.file.attribute.FileTime;
 import java.nio.file.attribute.PosixFilePermissions;
+import java.nio.file.attribute.UserPrincipal;
 import java.time.Duration;
 import java.time.Instant;
 
@@ -32,8 +36,9 @@ final class UnpackedLibrary implements AutoCloseable {
     /** Copies the library into a new private folder, under the given file name. */
     static UnpackedLibrary of(InputStream library, String fileName) throws IOException {
         Path temporary = Path.of(System.getProperty("java.io.tmpdir")).toAbsolutePath();
-        sweep(temporary, fileName);
-        UnpackedLibrary unpacked = new UnpackedLibrary(newFolder(temporary).resolve(fileName));
+        Path folder = newFolder(temporary);
+        sweep(temporary, fileName, Files.getOwner(folder));
+        UnpackedLibrary unpacked = new UnpackedLibrary(folder.resolve(fileName));
         try {
             Files.copy(library, unpacked.file);
         } catch (IOException e) {
@@ -67,7 +72,7 @@ final class UnpackedLibrary implements AutoCloseable {
 
     private static FileAttribute<?>[] ownerOnly(Path folder) {
         boolean posix = folder.getFileSystem().supportedFileAttributeViews().contains("posix");
-        // Elsewhere the temporary folder itself belongs to its user.
+        // Elsewhere the new folder has the permissions that the temporary folder hands down.
         return posix
                 ? new FileAttribute<?>[] {
                     PosixFilePermissions.asFileAttribute(PosixFilePermissions.fromString("rwx------"))}
@@ -75,17 +80,28 @@ final class UnpackedLibrary implements AutoCloseable {
     }
 
     /** Deletes what earlier starts had to leave behind. A library still in use elsewhere cannot be deleted and stays. */
-    private static void sweep(Path temporary, String fileName) {
-        Instant limit = Instant.now().minus(STALE);
+    private static void sweep(Path temporary, String fileName, UserPrincipal owner) {
+        FileTime limit = FileTime.from(Instant.now().minus(STALE));
         try (DirectoryStream<Path> folders = Files.newDirectoryStream(temporary, PREFIX + "*")) {
             for (Path folder : folders) {
-                if (Files.getLastModifiedTime(folder).toInstant().isBefore(limit)) {
+                if (isStale(folder, owner, limit)) {
                     deleteUnpacked(folder.resolve(fileName));
                 }
             }
-        } catch (IOException | RuntimeException e) {
-            // Sweeping is a courtesy; whatever stands in its way is left for another start.
+        } catch (IOException | DirectoryIteratorException e) {
+            // Sweeping is a courtesy; what stands in its way is left for another start.
             return;
+        }
+    }
+
+    /** Whether it is an old folder of the same user: anybody may have put the name, or a link, into a shared folder. */
+    private static boolean isStale(Path folder, UserPrincipal owner, FileTime limit) {
+        try {
+            return Files.isDirectory(folder, LinkOption.NOFOLLOW_LINKS)
+                    && Files.getOwner(folder, LinkOption.NOFOLLOW_LINKS).equals(owner)
+                    && Files.getLastModifiedTime(folder, LinkOption.NOFOLLOW_LINKS).compareTo(limit) < 0;
+        } catch (IOException e) {
+            return false;
         }
     }
 

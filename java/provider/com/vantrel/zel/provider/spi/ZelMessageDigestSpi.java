@@ -81,8 +81,12 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
     protected final void engineReset() {
         forgetCollected();
         if (engineHasInput) {
-            engineReset0();
-            engineHasInput = false;
+            try {
+                engineReset0();
+                engineHasInput = false;
+            } finally {
+                noteEngine();
+            }
         }
     }
 

@@ -79,6 +79,20 @@ class NativeDigestTest {
 
     @ParameterizedTest
     @MethodSource("classes")
+    void smallUpdatesDoNotReachTheEngine(Natives natives) {
+        ZelMessageDigestSpi spi = natives.spi;
+        for (int i = 0; i < 100; ++i) {
+            spi.engineUpdate((byte) i);
+            spi.engineUpdate(new byte[] {1}, 0, 1);
+        }
+        spi.engineReset();
+        assertEquals(0, spi.context0());
+        spi.engineUpdate(new byte[257], 0, 257);
+        assertNotEquals(0, spi.context0());
+    }
+
+    @ParameterizedTest
+    @MethodSource("classes")
     void anEngineComesAndGoes(Natives natives) throws Exception {
         ZelMessageDigestSpi spi = natives.spi;
         byte[] empty = MessageDigest.getInstance(natives.algorithm, "SUN").digest();
