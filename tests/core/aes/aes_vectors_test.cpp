@@ -78,38 +78,14 @@ const Bytes kIv = fromHex("000102030405060708090a0b0c0d0e0f");
 
 struct Vector {
     std::int32_t mode;
-    std::string_view ciphertexts[3];
+    std::size_t keyBits;
+    std::string_view ciphertext;
 };
 
 const Vector kVectors[] = {
-    {kAesModeEcb,
-     {"3ad77bb40d7a3660a89ecaf32466ef97f5d3d58503b9699de785895a96fdbaaf"
-      "43b1cd7f598ece23881b00e3ed0306887b0c785e27e8ad3f8223207104725dd4",
-      "bd334f1d6e45f25ff712a214571fa5cc974104846d0ad3ad7734ecb3ecee4eef"
-      "ef7afd2270e2e60adce0ba2face6444e9a4b41ba738d6c72fb16691603c18e0e",
-      "f3eed1bdb5d2a03c064b5a7e3db181f8591ccb10d410ed26dc5ba74a31362870"
-      "b6ed21b99ca6f4f9f153e7b1beafed1d23304b7a39f9f3ff067d8d8f9e24ecc7"}},
-    {kAesModeCbc,
-     {"7649abac8119b246cee98e9b12e9197d5086cb9b507219ee95db113a917678b2"
-      "73bed6b8e3c1743b7116e69e222295163ff1caa1681fac09120eca307586e1a7",
-      "4f021db243bc633d7178183a9fa071e8b4d9ada9ad7dedf4e5e738763f69145a"
-      "571b242012fb7ae07fa9baac3df102e008b0e27988598881d920a9e64f5615cd",
-      "f58c4c04d6e5f1ba779eabfb5f7bfbd69cfc4e967edb808d679f777bc6702c7d"
-      "39f23369a9d9bacfa530e26304231461b2eb05e2c39be9fcda6c19078c6a9d1b"}},
-    {kAesModeCfb128,
-     {"3b3fd92eb72dad20333449f8e83cfb4ac8a64537a0b3a93fcde3cdad9f1ce58b"
-      "26751f67a3cbb140b1808cf187a4f4dfc04b05357c5d1c0eeac4c66f9ff7f2e6",
-      "cdc80d6fddf18cab34c25909c99a417467ce7f7f81173621961a2b70171d3d7a"
-      "2e1e8a1dd59b88b1c8e60fed1efac4c9c05f9f9ca9834fa042ae8fba584b09ff",
-      "dc7e84bfda79164b7ecd8486985d386039ffed143b28b1c832113c6331e5407b"
-      "df10132415e54b92a13ed0a8267ae2f975a385741ab9cef82031623d55b1e471"}},
-    {kAesModeOfb,
-     {"3b3fd92eb72dad20333449f8e83cfb4a7789508d16918f03f53c52dac54ed825"
-      "9740051e9c5fecf64344f7a82260edcc304c6528f659c77866a510d9c1d6ae5e",
-      "cdc80d6fddf18cab34c25909c99a4174fcc28b8d4c63837c09e81700c1100401"
-      "8d9a9aeac0f6596f559c6d4daf59a5f26d9f200857ca6c3e9cac524bd9acc92a",
-      "dc7e84bfda79164b7ecd8486985d38604febdc6740d20b3ac88f6ad82a4fb08d"
-      "71ab47a086e86eedf39d1c5bba97c4080126141d67f37be8538f5a8be740e484"}},
+#define AES_VECTOR(mode, keyBits, ciphertext) {mode, keyBits, ciphertext},
+#include "tests/core/aes/aes_vectors.inc"
+#undef AES_VECTOR
 };
 
 // What the IV buffer holds after the blocks.
@@ -126,24 +102,22 @@ Bytes chainingValue(std::int32_t mode, const Bytes& plaintext, const Bytes& ciph
 
 TEST(AesVectors, ModesOfSp800_38aInEverySplit) {
     for (const Vector& vector : kVectors) {
-        for (std::size_t k = 0; k < 3; ++k) {
-            const Bytes ciphertext = fromHex(vector.ciphertexts[k]);
-            for (const bool encrypt : {true, false}) {
-                const AesContext context = contextFor(fromHex(kKeys[k].key), encrypt ? 1 : 0, vector.mode);
-                const Bytes& from = encrypt ? kPlaintext : ciphertext;
-                const Bytes& to = encrypt ? ciphertext : kPlaintext;
-                for (std::uint32_t split = 0; split <= 64; split += 16) {
-                    SCOPED_TRACE(testing::Message() << "mode " << vector.mode << ", key " << k << ", "
-                                                    << (encrypt ? "encrypt" : "decrypt") << ", split at " << split);
-                    Bytes data = from, apart(64), iv = kIv, ivApart = kIv;
-                    EXPECT_EQ(aesDoBlocks(&context, data.data(), split, encrypt, iv.data()), OK);
-                    EXPECT_EQ(aesDoBlocks(&context, data.data() + split, 64 - split, encrypt, iv.data()), OK);
-                    EXPECT_EQ(aesDoBlocksInto(&context, from.data(), apart.data(), 64, encrypt, ivApart.data()), OK);
-                    EXPECT_EQ(data, to);
-                    EXPECT_EQ(apart, to);
-                    EXPECT_EQ(iv, chainingValue(vector.mode, kPlaintext, ciphertext));
-                    EXPECT_EQ(ivApart, iv);
-                }
+        const Bytes key = fromHex(kKeys[vector.keyBits / 64 - 2].key), ciphertext = fromHex(vector.ciphertext);
+        for (const bool encrypt : {true, false}) {
+            const AesContext context = contextFor(key, encrypt ? 1 : 0, vector.mode);
+            const Bytes& from = encrypt ? kPlaintext : ciphertext;
+            const Bytes& to = encrypt ? ciphertext : kPlaintext;
+            for (std::uint32_t split = 0; split <= 64; split += 16) {
+                SCOPED_TRACE(testing::Message() << "mode " << vector.mode << ", " << vector.keyBits << " bits, "
+                                                << (encrypt ? "encrypt" : "decrypt") << ", split at " << split);
+                Bytes data = from, apart(64), iv = kIv, ivApart = kIv;
+                EXPECT_EQ(aesDoBlocks(&context, data.data(), split, encrypt, iv.data()), OK);
+                EXPECT_EQ(aesDoBlocks(&context, data.data() + split, 64 - split, encrypt, iv.data()), OK);
+                EXPECT_EQ(aesDoBlocksInto(&context, from.data(), apart.data(), 64, encrypt, ivApart.data()), OK);
+                EXPECT_EQ(data, to);
+                EXPECT_EQ(apart, to);
+                EXPECT_EQ(iv, chainingValue(vector.mode, kPlaintext, ciphertext));
+                EXPECT_EQ(ivApart, iv);
             }
         }
     }

@@ -25,47 +25,28 @@ class NativeCipherTest {
     }
 
     @Test
-    void withoutAnEngine() {
-        byte[] array = new byte[16];
-        assertRaises(ProviderException.class, "aes engine not intialized : ERR_NULL_POINTER",
-                () -> spi.engineUpdate0(array, 0, 16));
-        String others = "aes engine not initialized : ERR_NULL_POINTER";
-        assertRaises(ProviderException.class, others, () -> spi.engineUpdate0(array, 0, 16, array, 0));
-        assertRaises(ProviderException.class, others, () -> spi.engineDoFinal0(array, 0, 16));
-        assertRaises(ProviderException.class, others, () -> spi.engineDoFinal0(array, 0, 16, array, 0));
-        spi.deleteContext0();
-        assertEquals(0, spi.context0());
-    }
-
-    @Test
-    void badArguments() {
+    void everyException() {
         byte[] iv = new byte[16];
         byte[] key = new byte[32];
         byte[] array = new byte[64];
+        assertRaises(ProviderException.class, "aes engine not intialized : ERR_NULL_POINTER",
+                () -> spi.engineUpdate0(array, 0, 16));
+        assertRaises(ProviderException.class, "aes engine not initialized : ERR_NULL_POINTER",
+                () -> spi.engineDoFinal0(array, 0, 16, array, 0));
         assertRaises(UnsupportedOperationException.class, "unsupported cipher mode", () -> spi.engineInit0(3, iv, key));
         assertRaises(NullPointerException.class, "key or iv is null", () -> spi.engineInit0(ENCRYPT, null, key));
         assertRaises(InvalidAlgorithmParameterException.class, "invalid iv provided",
                 () -> spi.engineInit0(ENCRYPT, new byte[12], new byte[16]));
         assertRaises(InvalidKeyException.class, "invalid key size", () -> spi.engineInit0(ENCRYPT, iv, new byte[16]));
-        assertRaises(ProviderException.class, "error creating aes context", () -> spi.engineUpdate0(array, 0, 16));
 
         spi.engineInit0(DECRYPT, iv, key);
-        assertRaises(BadPaddingException.class, "invalid source buffer size", () -> spi.engineDoFinal0(array, 0, 17));
         assertRaises(BadPaddingException.class, "invalid source buffer size",
                 () -> spi.engineDoFinal0(array, 0, 17, array, 0));
         assertRaises(ShortBufferException.class, "insufficient bytes in output buffer",
                 () -> spi.engineDoFinal0(array, 0, 32, array, 33));
-        assertRaises(ShortBufferException.class, "output buffer has insufficient space",
-                () -> spi.engineUpdate0(array, 0, 32, array, 33));
-        for (int[] slice : new int[][] {{0, 65}, {65, 0}, {-1, 1}, {0, -1}, {Integer.MAX_VALUE, 1}}) {
-            assertRaises(ArrayIndexOutOfBoundsException.class, "offset or length out of range",
-                    () -> spi.engineUpdate0(array, slice[0], slice[1]));
-            assertRaises(ArrayIndexOutOfBoundsException.class, "offset or length out of range",
-                    () -> spi.engineDoFinal0(array, slice[0], slice[1], array, 0));
-        }
-        assertRaises(NullPointerException.class, "array is null", () -> spi.engineUpdate0(null, 0, 0));
+        assertRaises(ArrayIndexOutOfBoundsException.class, "offset or length out of range",
+                () -> spi.engineUpdate0(array, Integer.MAX_VALUE, 1));
         assertRaises(NullPointerException.class, "array is null", () -> spi.engineDoFinal0(array, 0, 16, null, 0));
-        assertArrayEquals(new byte[64], array);
         spi.deleteContext0();
     }
 
