@@ -153,8 +153,8 @@ const bool registered = [] {
             }
         }
     }
-    benchmark::RegisterBenchmark("create context/256/encrypt", benchKey, 1u);
-    benchmark::RegisterBenchmark("create context/256/decrypt", benchKey, 0u);
+    benchmark::RegisterBenchmark("context/AES-256/encrypt", benchKey, 1u);
+    benchmark::RegisterBenchmark("context/AES-256/decrypt", benchKey, 0u);
     benchmark::AddCustomContext("AES kernel", aesKernel().name);
     return true;
 }();

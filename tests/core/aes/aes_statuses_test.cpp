@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <climits>
 
 namespace {
 
@@ -32,16 +31,12 @@ TEST(AesStatuses, BlockOperations) {
         {true, 1, kAesModeEcb, false, 256, OK, 256},
         {true, 2, kAesModeCbc, true, 255, OK, 128},
         {false, 0, kAesModeCbc, true, 383, OK, 256},
-        {true, 1, kAesModeOfb, true, 127, OK, 0},
         {true, 1, kAesModeCbc, true, 0, OK, 0},
         {false, 0, kAesModeCfb128, true, -128, OK, 0},
-        {true, 1, kAesModeCbc, true, INT_MIN, OK, 0},
         // The other direction, also without data.
         {true, 0, kAesModeEcb, true, 128, ERR_AES_BAD_OPERATION, kUntouched},
         {false, 1, kAesModeCbc, true, 128, ERR_AES_BAD_OPERATION, kUntouched},
-        {false, 1, kAesModeCfb128, true, 128, ERR_AES_BAD_OPERATION, kUntouched},
         {true, 0, kAesModeOfb, true, 128, ERR_AES_BAD_OPERATION, kUntouched},
-        {false, 1, kAesModeOfb, true, 0, ERR_AES_BAD_OPERATION, kUntouched},
         {true, 0, 99, false, -1, ERR_AES_BAD_OPERATION, kUntouched},
         // Modes that are not supported: two statuses, and only decryption counts the blocks.
         {true, 1, kAesModeCfb1, true, 256, ERR_AES_BAD_CIPHER_MODE, kUntouched},
@@ -50,7 +45,6 @@ TEST(AesStatuses, BlockOperations) {
         {false, 1, kAesModeCfb1, true, 300, ERR_AES_BAD_OPERATION, 256},
         {false, 1, kAesModeCfb1, true, 0, OK, 0},
         {true, 1, 0, false, 128, ERR_AES_BAD_CIPHER_MODE, kUntouched},
-        {true, 1, 6, true, 127, OK, 0},
         {false, 0, -1, false, 128, ERR_AES_BAD_OPERATION, 128},
         {false, 0, 6, false, 100, OK, 0},
         // No IV where the mode needs one; not asked for without a block.
@@ -60,7 +54,6 @@ TEST(AesStatuses, BlockOperations) {
         {false, 0, kAesModeCbc, false, 128, ERR_NULL_POINTER, kUntouched},
         {false, 0, kAesModeCfb128, false, 128, ERR_NULL_POINTER, kUntouched},
         {false, 0, kAesModeOfb, false, 128, ERR_NULL_POINTER, kUntouched},
-        {false, 0, kAesModeCbc, false, 127, OK, 0},
         {false, 0, kAesModeEcb, false, 128, OK, 128},
     };
     for (const Case& c : cases) {

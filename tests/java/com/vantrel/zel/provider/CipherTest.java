@@ -12,11 +12,13 @@ import java.io.OutputStream;
 import java.io.SequenceInputStream;
 import java.nio.ByteBuffer;
 import java.security.AlgorithmParameters;
+import java.security.DigestOutputStream;
 import java.security.InvalidAlgorithmParameterException;
 import java.security.InvalidKeyException;
 import java.security.Key;
 import java.security.KeyPair;
 import java.security.KeyPairGenerator;
+import java.security.MessageDigest;
 import java.security.NoSuchAlgorithmException;
 import java.security.Provider;
 import java.util.Arrays;
@@ -81,10 +83,10 @@ class CipherTest {
         assertArrayEquals(jdk(Cipher.ENCRYPT_MODE, new byte[] {1, 2, 3}), cipher.doFinal(new byte[] {1, 2, 3}));
     }
 
-    @ParameterizedTest
-    @ValueSource(strings = {"AES", "AES/ECB/PKCS5Padding", "AES/CBC/NoPadding", "AES_128/CBC/PKCS5Padding"})
-    void leavesOtherCiphersToOthers(String name) {
-        assertThrows(NoSuchAlgorithmException.class, () -> Cipher.getInstance(name, ZEL));
+    @Test
+    void leavesOtherCiphersToOthers() {
+        assertThrows(NoSuchAlgorithmException.class, () -> Cipher.getInstance("AES", ZEL));
+        assertThrows(NoSuchAlgorithmException.class, () -> Cipher.getInstance("AES/CBC/NoPadding", ZEL));
     }
 
     private static void append(ByteArrayOutputStream out, byte[] result) {
@@ -291,33 +293,20 @@ class CipherTest {
     void streamsAndSealedObjects() throws Exception {
         byte[] block = randomBytes(1 << 16);
         long blocks = (100 << 20) / block.length;
-        Cipher encrypting = zel(Cipher.ENCRYPT_MODE);
-        // A stream of 100 MB through a CipherInputStream into a CipherOutputStream.
-        long[] seen = {0};
-        OutputStream checked = new OutputStream() {
-            @Override
-            public void write(int b) {
-                assertEquals(block[(int) (seen[0]++ % block.length)], (byte) b);
-            }
-
-            @Override
-            public void write(byte[] bytes, int offset, int length) {
-                for (int at = 0; at < length;) {
-                    int inBlock = (int) (seen[0] % block.length);
-                    int count = Math.min(length - at, block.length - inBlock);
-                    assertEquals(true, Arrays.equals(bytes, offset + at, offset + at + count, block, inBlock, inBlock + count));
-                    at += count;
-                    seen[0] += count;
-                }
-            }
-        };
+        // 100 MB through a CipherInputStream into a CipherOutputStream; the digest says whether they are the same.
+        MessageDigest seen = MessageDigest.getInstance("SHA-256", "SUN");
+        OutputStream digesting = new DigestOutputStream(OutputStream.nullOutputStream(), seen);
+        MessageDigest expected = MessageDigest.getInstance("SHA-256", "SUN");
+        for (long i = 0; i < blocks; ++i) {
+            expected.update(block);
+        }
         InputStream plain = new SequenceInputStream(Collections.enumeration(
                 Stream.generate(() -> new ByteArrayInputStream(block)).limit(blocks).collect(Collectors.toList())));
-        try (CipherInputStream in = new CipherInputStream(plain, encrypting);
-                CipherOutputStream out = new CipherOutputStream(checked, zel(Cipher.DECRYPT_MODE))) {
+        try (CipherInputStream in = new CipherInputStream(plain, zel(Cipher.ENCRYPT_MODE));
+                CipherOutputStream out = new CipherOutputStream(digesting, zel(Cipher.DECRYPT_MODE))) {
             in.transferTo(out);
         }
-        assertEquals(blocks * block.length, seen[0]);
+        assertArrayEquals(expected.digest(), seen.digest());
 
         assertEquals(-1, new CipherInputStream(new ByteArrayInputStream(new byte[0]), zel(Cipher.DECRYPT_MODE)).read());
         SealedObject sealed = new SealedObject("a secret", zel(Cipher.ENCRYPT_MODE));
