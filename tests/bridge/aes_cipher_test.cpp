@@ -127,7 +127,7 @@ TEST_F(AesCipher, WithoutAnEngineOrAContext) {
 
 TEST_F(AesCipher, DeletingClearsTheBindingFirst) {
     start(kEncrypt);
-    jni.onSetLongField = [this, live = testheap::liveBlocks()] {
+    jni.onSetLongField = [live = testheap::liveBlocks()] {
         EXPECT_EQ(testheap::liveBlocks(), live);
     };
     AES_ENTRY(deleteContext0)(env, object);
