@@ -2,9 +2,9 @@
 # ./run.sh [FILE]: builds the library and the Java provider, and shows on FILE what they do (default: on the built library
 # itself). Exits with 2 and one line on standard error when FILE cannot be read.
 set -euo pipefail
-root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+root=$(CDPATH= cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")" && pwd)
 
-if [ $# -gt 1 ]; then
+if [ $# -gt 1 ] || [ "${1:-}" = --help ]; then
   echo "usage: ./run.sh [FILE]" >&2
   exit 2
 fi

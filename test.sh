@@ -2,7 +2,7 @@
 # ./test.sh: builds and runs the fast tests, native and Java. ./test.sh --full adds the other compiler, the sanitizers, the
 # cross build for Windows with its tests under wine, and the tests that take long. Ends with ctest's closing line.
 set -euo pipefail
-cd "$(dirname "${BASH_SOURCE[0]}")"
+CDPATH= cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")"
 
 full=false
 case "${1:-}" in

@@ -9,6 +9,7 @@ inline constexpr const char* kBadPaddingException = "javax/crypto/BadPaddingExce
 inline constexpr const char* kDigestException = "java/security/DigestException";
 inline constexpr const char* kInvalidAlgorithmParameterException = "java/security/InvalidAlgorithmParameterException";
 inline constexpr const char* kInvalidKeyException = "java/security/InvalidKeyException";
+inline constexpr const char* kNegativeArraySizeException = "java/lang/NegativeArraySizeException";
 inline constexpr const char* kNullPointerException = "java/lang/NullPointerException";
 inline constexpr const char* kOutOfMemoryError = "java/lang/OutOfMemoryError";
 inline constexpr const char* kProviderException = "java/security/ProviderException";

@@ -16,6 +16,8 @@
 #include <cstddef>
 #include <cstdint>
 
+struct RandomContext;
+
 // The base of every engine class. It is empty and not polymorphic: each engine's own table of virtual functions begins
 // with its destructor, and an engine is stored, read back and destroyed through one and the same static type.
 class ZEL_EXPORT ZelObject {
@@ -35,6 +37,13 @@ public:
     //          VM's NoClassDefFoundError; an exception that cannot be raised leaves a line on standard error.
     static void throwStaticException(JNIEnv* env, const char* className, const char* message,
                                      enum_errDescrValues status);
+
+    // getRandomContext: the one random context of the process, made on first need: whoever comes while it is being made
+    // waits, for some six seconds and without limit, and gets the same one. It is never released.
+    // Errors:  null after raising "java/security/ProviderException" with "Unable to acquire secure random context" and
+    // the
+    //          status; the next caller tries again.
+    static RandomContext* getRandomContext(JNIEnv* env);
 
     // hexdump: writes bytes[length] to standard output, sixteen a row, with offsets and characters,
     // and flushes it.

@@ -42,14 +42,20 @@ Status sha1Digest(const std::uint8_t* data, std::uint32_t length, std::uint8_t* 
     return sha::digest<Sha1>(data, length, out);
 }
 
+void sha1GWords(const std::uint8_t* block, std::uint32_t* out) {
+    std::copy(std::begin(Sha1::kInitialState), std::end(Sha1::kInitialState), out);
+    Sha1::compress(out, block, 1);
+}
+
 Status sha1G(const std::uint8_t* block, std::uint8_t* out) {
     if (block == nullptr || out == nullptr) {
         return ERR_NULL_POINTER;
     }
-    SecretArray<Sha1Context, 1> context;
-    RETURN_IF_ERROR(sha1Init(context.data()));
-    Sha1::compress(context[0].state, block, 1);
+    SecretArray<std::uint32_t, kSha1StateWords> state;
+    sha1GWords(block, state.data());
     // Written only now: the random generator's seed pool takes a result into the block it was made from.
-    sha::writeDigest<Sha1>(context.data(), out);
+    for (std::size_t i = 0; i < state.size(); ++i) {
+        storeBigEndian(out + 4 * i, state[i]);
+    }
     return OK;
 }

@@ -5,6 +5,7 @@
 
 #include "core/status/status.h"
 
+#include <cstddef>
 #include <cstdint>
 
 inline constexpr std::uint32_t kSha1DigestBytes = 20;
@@ -44,6 +45,10 @@ Status sha1Final(Sha1Context* context, std::uint8_t* out);
 // Errors:  ERR_NULL_POINTER data (also when length is 0) or out null.
 // Secrets: its own context is wiped on every path.
 Status sha1Digest(const std::uint8_t* data, std::uint32_t length, std::uint8_t* out);
+
+// sha1GWords: one compression of block[64] from the standard initial value, into the five words of out. Neither is null.
+inline constexpr std::size_t kSha1StateWords = 5;
+void sha1GWords(const std::uint8_t* block, std::uint32_t* out);
 
 // sha1G: one compression of block[64] from the standard initial value, without padding and length.
 // Shapes:  out[20], the five words big-endian; out may overlap block.

@@ -39,12 +39,14 @@ struct FakeJni::Functions {
             jni.raise("java/lang/NoClassDefFoundError", name);
             return nullptr;
         }
+        ++jni.localReferences;
         return real<jclass>(jni.add(name));
     }
 
     static jclass JNICALL getObjectClass(JNIEnv* env, jobject object) {
         FakeJni& jni = self(env);
         jni.enter("GetObjectClass");
+        ++jni.localReferences;
         return real<jclass>(jni.add(fake(object)->className));
     }
 
@@ -92,6 +94,7 @@ struct FakeJni::Functions {
     static jobject JNICALL callObjectMethodV(JNIEnv* env, jobject object, jmethodID, va_list arguments) {
         self(env).enter("CallObjectMethod");
         fake(object)->cause = fake(va_arg(arguments, jobject));
+        ++self(env).localReferences;
         return object;
     }
 
@@ -114,6 +117,7 @@ struct FakeJni::Functions {
 
     static jthrowable JNICALL exceptionOccurred(JNIEnv* env) {
         self(env).enter("ExceptionOccurred", true);
+        self(env).localReferences += self(env).pending_ != nullptr ? 1 : 0;
         return real<jthrowable>(self(env).pending_);
     }
 
@@ -127,8 +131,9 @@ struct FakeJni::Functions {
         return self(env).pending_ != nullptr ? JNI_TRUE : JNI_FALSE;
     }
 
-    static void JNICALL deleteLocalRef(JNIEnv* env, jobject) {
+    static void JNICALL deleteLocalRef(JNIEnv* env, jobject reference) {
         self(env).enter("DeleteLocalRef", true);
+        self(env).localReferences -= reference != nullptr ? 1 : 0;
     }
 
     static jsize JNICALL getArrayLength(JNIEnv* env, jarray array) {
@@ -148,7 +153,7 @@ struct FakeJni::Functions {
             jni.raise("java/lang/OutOfMemoryError", "Java heap space");
             return nullptr;
         }
-        return jni.newBytes(std::vector<jbyte>(static_cast<std::size_t>(length)));
+        return jni.newByteArrayGivesNull ? nullptr : jni.newBytes(std::vector<jbyte>(static_cast<std::size_t>(length)));
     }
 
     static void* JNICALL getCritical(JNIEnv* env, jarray array, jboolean*) {

@@ -52,12 +52,14 @@ public:
     std::string classNotFound;            // FindClass fails for this class
     bool throwNewFails = false;           // ThrowNew reports failure and leaves nothing pending
     bool newByteArrayFails = false;       // NewByteArray leaves an OutOfMemoryError
+    bool newByteArrayGivesNull = false;   // ... returns null and leaves nothing pending
     bool criticalFails = false;           // GetPrimitiveArrayCritical returns null
     bool criticalPins = false;            // GetPrimitiveArrayCritical returns the array itself, not a copy
     std::function<void()> onSetLongField; // runs in front of every SetLongField
     int fieldLookupsUntilFailure = -1;    // GetFieldID fails after this many more lookups; -1: never
 
     std::vector<std::string> violations;
+    int localReferences = 0; // made and not yet deleted, arrays left out: those go back to Java
     int openRegions() const {
         return static_cast<int>(regions_.size());
     }

@@ -1,5 +1,5 @@
 // FakeJniTest: a test with an environment and one Java object, which at its end expects that JNI's rules were kept,
-// that no region is open, and that the engine was destroyed with everything it owned.
+// that no region is open, no local reference left, and that the engine was destroyed with everything it owned.
 #ifndef ZELSPI_TESTS_BRIDGE_FAKE_JNI_TEST_H
 #define ZELSPI_TESTS_BRIDGE_FAKE_JNI_TEST_H
 
@@ -15,6 +15,7 @@ protected:
         EXPECT_EQ(jni.pending(), "");
         EXPECT_EQ(jni.violations, std::vector<std::string>());
         EXPECT_EQ(jni.openRegions(), 0);
+        EXPECT_EQ(jni.localReferences, 0);
         EXPECT_EQ(jni.context0(object), 0);
         EXPECT_EQ(testheap::liveBlocks(), liveBefore_);
         EXPECT_EQ(testheap::dirtyFrees(), dirtyBefore_);

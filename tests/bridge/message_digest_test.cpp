@@ -211,6 +211,10 @@ TEST_P(DigestEntries, RefusalsOfTheVm) {
     EXPECT_EQ(c.digestNew(env, object), nullptr);
     EXPECT_EQ(jni.takePending(), kNoMemory + "Java heap space");
     jni.newByteArrayFails = false;
+    jni.newByteArrayGivesNull = true;
+    EXPECT_EQ(c.digestNew(env, object), nullptr);
+    EXPECT_EQ(jni.takePending(), kNoMemory + "out of memory");
+    jni.newByteArrayGivesNull = false;
     jni.criticalFails = true;
     EXPECT_EQ(c.digestNew(env, object), nullptr);
     EXPECT_EQ(jni.takePending(), kNoMemory + "out of memory");
@@ -270,6 +274,7 @@ TEST_P(DigestEntries, NativeSlots) {
     EXPECT_EQ(engine->nativeUpdate(abc, 1, 3), OK);
     EXPECT_EQ(engine->nativeUpdate(abc, 0, -1), ERR_INVALID_ARG);
     EXPECT_EQ(engine->nativeUpdate(nullptr, 0, 0), ERR_NULL_POINTER);
+    EXPECT_EQ(engine->nativeUpdate(nullptr, 5, 1), ERR_NULL_POINTER);
     EXPECT_EQ(engine->nativeDigest(out.data(), -1), c.digestBytes) << "the length is not used";
     EXPECT_EQ(toHex(out), c.ofAbc);
 
@@ -288,6 +293,25 @@ TEST_P(DigestEntries, NativeSlots) {
     EXPECT_EQ(engine->nativeDigest(out.data(), 0), ERR_MEM_ALLOC_FAIL);
     testheap::refuse(2); // the fresh context behind a good digest
     EXPECT_EQ(engine->nativeDigest(out.data(), 0), c.digestBytes);
+    EXPECT_EQ(toHex(out), c.ofEmpty);
+}
+
+// Native callers built against these classes call by position in the table of virtual functions. In the C++ ABI of gcc
+// and clang the destructor takes the first two places.
+TEST_P(DigestEntries, SlotsStandInTheirOrder) {
+    const std::unique_ptr<ZelShaMessageDigest> engine(c.make());
+    void** const slots = *reinterpret_cast<void***>(engine.get());
+    const auto nativeReset = reinterpret_cast<Status (*)(void*)>(slots[3]);
+    const auto nativeUpdate = reinterpret_cast<Status (*)(void*, const std::uint8_t*, int, int)>(slots[6]);
+    const auto digestInto = reinterpret_cast<int (*)(void*, JNIEnv*, jobject, std::uint8_t*, int)>(slots[7]);
+    const auto nativeDigest = reinterpret_cast<int (*)(void*, std::uint8_t*, int)>(slots[10]);
+    std::vector<std::uint8_t> out(static_cast<std::size_t>(c.digestBytes));
+    const std::uint8_t abc[] = {'a', 'b', 'c'};
+    EXPECT_EQ(nativeReset(engine.get()), OK);
+    EXPECT_EQ(nativeUpdate(engine.get(), abc, 0, 3), OK);
+    EXPECT_EQ(nativeDigest(engine.get(), out.data(), 0), c.digestBytes);
+    EXPECT_EQ(toHex(out), c.ofAbc);
+    EXPECT_EQ(digestInto(engine.get(), env, object, out.data(), 0), c.digestBytes);
     EXPECT_EQ(toHex(out), c.ofEmpty);
 }
 

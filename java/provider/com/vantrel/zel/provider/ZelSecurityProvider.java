@@ -1,13 +1,15 @@
 package com.vantrel.zel.provider;
 
 import com.vantrel.zel.provider.internal.NativeLibrary;
+import com.vantrel.zel.provider.internal.RandomStart;
 import com.vantrel.zel.provider.internal.Version;
 import java.security.Provider;
 import java.security.ProviderException;
 import java.util.List;
+import java.util.Map;
 
 /**
- * The security provider "Zel": message digests and a cipher, done by the native library zelspi.
+ * The security provider "Zel": message digests, a cipher and random numbers from the native library zelspi.
  *
  * <p>Add it with {@code Security.addProvider(new ZelSecurityProvider())}, or name this class in a line of the
  * {@code java.security} file.
@@ -35,6 +37,8 @@ public final class ZelSecurityProvider extends Provider {
 
     /** Everything that the provider offers. */
     private static final List<Row> SERVICES = List.of(
+            // First of its type: what new SecureRandom() takes where this provider stands first.
+            new Row("SecureRandom", "FIPS186PRNG", "ZelSecureRandomSpi"),
             new Row("MessageDigest", "SHA-1", "ZelSha1MessageDigestSpi",
                     "SHA", "SHA1", "1.3.14.3.2.26", "OID.1.3.14.3.2.26"),
             new Row("MessageDigest", "SHA-256", "ZelSha256MessageDigestSpi",
@@ -44,16 +48,26 @@ public final class ZelSecurityProvider extends Provider {
                     "AES/CBC/PKCS5Padding", "2.16.840.1.101.3.4.1.42", "OID.2.16.840.1.101.3.4.1.42"));
 
     /**
-     * Loads the native library and registers the services.
+     * Loads the native library, registers the services, and starts the random generator in the background.
      *
      * @throws ProviderException if there is no library for this machine, or it cannot be loaded
      */
     public ZelSecurityProvider() {
-        super(NAME, Version.TEXT, "Zel: native SHA-1, SHA-256 and AES-256");
+        super(NAME, Version.TEXT, "Zel: native SHA-1, SHA-256, AES-256 and FIPS 186-2 random numbers");
         NativeLibrary.load();
         for (Row row : SERVICES) {
             String className = getClass().getPackageName() + ".spi." + row.spiClass;
-            putService(new Service(this, row.type, row.algorithm, className, row.aliases, null));
+            // The generator behind the SecureRandom is one for all threads.
+            Map<String, String> attributes = row.type.equals("SecureRandom") ? Map.of("ThreadSafe", "true") : null;
+            putService(new Service(this, row.type, row.algorithm, className, row.aliases, attributes));
         }
+        RandomStart.begin(ZelSecurityProvider::initRandomContext0);
     }
+
+    /**
+     * Makes the process's random generator; blocks for some six seconds.
+     *
+     * @return its handle
+     */
+    private static native long initRandomContext0();
 }

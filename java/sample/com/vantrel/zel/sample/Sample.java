@@ -8,21 +8,25 @@ import java.nio.charset.StandardCharsets;
 import java.nio.file.AccessDeniedException;
 import java.nio.file.FileSystemException;
 import java.nio.file.Files;
+import java.nio.file.InvalidPathException;
 import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
 import java.security.GeneralSecurityException;
 import java.security.MessageDigest;
 import java.security.ProviderException;
+import java.security.SecureRandom;
 import java.security.Security;
 import java.util.LinkedHashMap;
 import java.util.Map;
 
 /**
- * What the provider does, shown on one file: its SHA-1 and SHA-256, as sha1sum and sha256sum print them; then the file is
- * encrypted beside itself and decrypted again.
+ * What the provider does, shown on one file: its SHA-1 and SHA-256, as sha1sum and sha256sum print them; 32 random bytes,
+ * which take some six seconds to come because a generator is seeded for them; and the file encrypted beside itself and
+ * decrypted again.
  */
 public final class Sample {
     private static final int BUFFER_BYTES = 1 << 20;
+    private static final int RANDOM_BYTES = 32;
 
     private Sample() {}
 
@@ -44,6 +48,8 @@ public final class Sample {
             fail(e.getFile() + ": permission denied");
         } catch (FileSystemException e) {
             fail(e.getFile() + ": " + e.getReason());
+        } catch (InvalidPathException e) {
+            fail("not a file name in this locale: " + e.getMessage());
         } catch (IOException | GeneralSecurityException e) {
             fail(args[0] + ": " + e.getMessage());
         } catch (ProviderException e) {
@@ -58,7 +64,13 @@ public final class Sample {
         Map<String, byte[]> digests = digests(Path.of(file), "SHA-1", "SHA-256");
         PrintStream out = new PrintStream(System.out, true, StandardCharsets.UTF_8);
         digests.values().forEach(digest -> out.println(sumLine(digest, file)));
+        byte[] random = new byte[RANDOM_BYTES];
+        SecureRandom.getInstance("FIPS186PRNG", ZelSecurityProvider.NAME).nextBytes(random);
+        out.println(hex(random) + "  random");
         out.println(EncryptedCopy.make(Path.of(file)));
+        if (out.checkError()) {
+            fail("cannot write to standard output");
+        }
     }
 
     private static Map<String, byte[]> digests(Path file, String... algorithms)
@@ -82,12 +94,16 @@ public final class Sample {
 
     /** The line of sha1sum and its kin, which mark names that they had to escape with a backslash in front. */
     private static String sumLine(byte[] digest, String file) {
+        String escaped = escaped(file);
+        return (escaped.equals(file) ? "" : "\\") + hex(digest) + "  " + escaped;
+    }
+
+    private static String hex(byte[] bytes) {
         StringBuilder hex = new StringBuilder();
-        for (byte b : digest) {
+        for (byte b : bytes) {
             hex.append(String.format("%02x", b));
         }
-        String escaped = escaped(file);
-        return (escaped.equals(file) ? "" : "\\") + hex + "  " + escaped;
+        return hex.toString();
     }
 
     /** A file name on one line. */

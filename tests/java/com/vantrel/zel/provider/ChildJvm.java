@@ -1,6 +1,7 @@
 package com.vantrel.zel.provider;
 
 import java.io.IOException;
+import java.net.URISyntaxException;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -24,6 +25,15 @@ final class ChildJvm {
         return System.getProperty("zel.provider.jar");
     }
 
+    /** The folder of the tests' own classes. */
+    static String testClasses() {
+        try {
+            return Path.of(ChildJvm.class.getProtectionDomain().getCodeSource().getLocation().toURI()).toString();
+        } catch (URISyntaxException e) {
+            throw new AssertionError(e);
+        }
+    }
+
     /** Runs java with the arguments and waits for its end. */
     static ChildJvm run(List<String> arguments) throws IOException, InterruptedException {
         Path out = Files.createTempFile("child", ".out");
@@ -32,11 +42,11 @@ final class ChildJvm {
         command.add(Path.of(System.getProperty("java.home"), "bin", "java").toString());
         command.addAll(arguments);
         Process process = new ProcessBuilder(command).redirectOutput(out.toFile()).redirectError(err.toFile()).start();
-        if (!process.waitFor(120, TimeUnit.SECONDS)) {
-            process.destroyForcibly();
-            throw new AssertionError("the child did not end: " + command);
-        }
         try {
+            if (!process.waitFor(120, TimeUnit.SECONDS)) {
+                process.destroyForcibly();
+                throw new AssertionError("the child did not end: " + command);
+            }
             return new ChildJvm(process.exitValue(), read(out), read(err));
         } finally {
             Files.delete(out);

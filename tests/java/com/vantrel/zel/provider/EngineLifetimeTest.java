@@ -46,9 +46,8 @@ class EngineLifetimeTest {
 
     @Test
     void aMillionDroppedDigests() throws Exception {
-        String classes = Path.of(getClass().getProtectionDomain().getCodeSource().getLocation().getPath()).toString();
         ChildJvm child = ChildJvm.run(List.of("-Xmx64m", "-Xms64m", "-cp",
-                ChildJvm.providerJar() + ":" + classes, Dropper.class.getName()));
+                ChildJvm.providerJar() + ":" + ChildJvm.testClasses(), Dropper.class.getName()));
         assertEquals("", child.err);
         // An engine and its context take about 250 bytes: kept, they would make 240 MiB.
         long grownKib = Long.parseLong(child.out.strip());

@@ -32,8 +32,7 @@ class LoadingTest {
     private static final Path LIBRARY = Path.of(System.getProperty("zel.library"));
     private static final int ELF_MACHINE = 18; // offset in the ELF header
     private static final byte ELF_MACHINE_AARCH64 = (byte) 183;
-    private static final String CLASSES =
-            Path.of(LoadingTest.class.getProtectionDomain().getCodeSource().getLocation().getPath()).toString();
+    private static final String CLASSES = ChildJvm.testClasses();
 
     @TempDir Path folder;
     private Path temporary;

@@ -114,6 +114,7 @@ class MessageDigestTest {
         digest.update(message);
         assertThrows(DigestException.class, () -> digest.digest(new byte[40], 0, 31));
         assertThrows(IllegalArgumentException.class, () -> digest.digest(new byte[31], 0, 32));
+        assertThrows(DigestException.class, () -> digest.digest(new byte[40], -1, 32));
         assertThrows(IllegalArgumentException.class, () -> digest.update(message, 2, 2));
         assertThrows(ArrayIndexOutOfBoundsException.class, () -> digest.update(message, -1, 2));
         assertThrows(ArrayIndexOutOfBoundsException.class, () -> digest.update(message, 1, -1));
@@ -124,6 +125,35 @@ class MessageDigestTest {
     void cannotBeCloned() throws Exception {
         assertFalse(zel("SHA-1") instanceof Cloneable);
         assertThrows(CloneNotSupportedException.class, zel("SHA-1")::clone);
+    }
+
+    /** A program's mistake, and its digests are worthless; but the virtual machine lives on. */
+    @Test
+    void manyThreadsOnOneDigestDoNoHarm() throws Exception {
+        MessageDigest digest = zel("SHA-256");
+        ExecutorService threads = Executors.newFixedThreadPool(4);
+        List<Future<?>> results = new ArrayList<>();
+        for (int thread = 0; thread < 4; ++thread) {
+            Random random = new Random(thread);
+            results.add(threads.submit(() -> {
+                for (int round = 0; round < 5000; ++round) {
+                    switch (random.nextInt(3)) {
+                        case 0:
+                            digest.update(new byte[random.nextInt(1000)]);
+                            break;
+                        case 1:
+                            digest.reset();
+                            break;
+                        default:
+                            assertEquals(32, digest.digest().length);
+                    }
+                }
+            }));
+        }
+        for (Future<?> result : results) {
+            result.get();
+        }
+        threads.shutdown();
     }
 
     @Test

@@ -26,6 +26,7 @@ final class UnpackedLibrary implements AutoCloseable {
     private static final String PREFIX = "zelspi-";
     private static final Duration STALE = Duration.ofDays(1);
     private static final int ATTEMPTS = 1000;
+    private static final int SWEPT_AT_ONCE = 100;
 
     private final Path file;
 
@@ -35,7 +36,7 @@ final class UnpackedLibrary implements AutoCloseable {
 
     /** Copies the library into a new private folder, under the given file name. */
     static UnpackedLibrary of(InputStream library, String fileName) throws IOException {
-        Path temporary = Path.of(System.getProperty("java.io.tmpdir")).toAbsolutePath();
+        Path temporary = Path.of(System.getProperty("java.io.tmpdir", "")).toAbsolutePath();
         Path folder = newFolder(temporary);
         sweep(temporary, fileName, Files.getOwner(folder));
         UnpackedLibrary unpacked = new UnpackedLibrary(folder.resolve(fileName));
@@ -83,9 +84,13 @@ final class UnpackedLibrary implements AutoCloseable {
     private static void sweep(Path temporary, String fileName, UserPrincipal owner) {
         FileTime limit = FileTime.from(Instant.now().minus(STALE));
         try (DirectoryStream<Path> folders = Files.newDirectoryStream(temporary, PREFIX + "*")) {
+            int swept = 0;
             for (Path folder : folders) {
                 if (isStale(folder, owner, limit)) {
                     deleteUnpacked(folder.resolve(fileName));
+                    if (++swept == SWEPT_AT_ONCE) {
+                        return;
+                    }
                 }
             }
         } catch (IOException | DirectoryIteratorException e) {

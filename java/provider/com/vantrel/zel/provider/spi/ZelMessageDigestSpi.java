@@ -11,7 +11,9 @@ import java.util.function.LongConsumer;
  * What the message digests have in common: small updates are collected, so that they do not cost a native call each, and
  * the native engine is given back with the object.
  *
- * <p>A native engine cannot be copied, so the digests are not {@link Cloneable}.
+ * <p>A native engine cannot be copied, so the digests are not {@link Cloneable}. It is not made for two threads at once
+ * either; the locks here turn that mistake of a program into a wrong digest, where it would be the end of the whole virtual
+ * machine.
  */
 abstract class ZelMessageDigestSpi extends MessageDigestSpi {
     /** How much is collected before it goes to the engine. */
@@ -56,7 +58,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
     }
 
     @Override
-    protected final void engineUpdate(byte input) {
+    protected final synchronized void engineUpdate(byte input) {
         if (collectedCount == COLLECTED_BYTES) {
             flush();
         }
@@ -64,7 +66,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
     }
 
     @Override
-    protected final void engineUpdate(byte[] input, int offset, int length) {
+    protected final synchronized void engineUpdate(byte[] input, int offset, int length) {
         Slices.check(input, offset, length);
         if (length > COLLECTED_BYTES - collectedCount) {
             flush();
@@ -78,7 +80,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
     }
 
     @Override
-    protected final void engineReset() {
+    protected final synchronized void engineReset() {
         forgetCollected();
         if (engineHasInput) {
             try {
@@ -91,7 +93,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
     }
 
     @Override
-    protected final byte[] engineDigest() {
+    protected final synchronized byte[] engineDigest() {
         flush();
         try {
             byte[] digest = engineDigest0();
@@ -103,7 +105,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
     }
 
     @Override
-    protected final int engineDigest(byte[] output, int offset, int length) throws DigestException {
+    protected final synchronized int engineDigest(byte[] output, int offset, int length) throws DigestException {
         if (length < digestLength || offset < 0 || offset > output.length - length) {
             throw new DigestException("insufficient space for digest");
         }
@@ -132,8 +134,12 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
     private void updateEngine(byte[] input, int offset, int length) {
         engineHasInput = true;
         try {
-            for (int done = 0; done < length; done += CALL_BYTES) {
-                engineUpdate0(input, offset + done, Math.min(CALL_BYTES, length - done));
+            int at = offset;
+            for (int left = length; left > 0;) { // counts down: a position beyond the last piece could overflow
+                int piece = Math.min(CALL_BYTES, left);
+                engineUpdate0(input, at, piece);
+                at += piece;
+                left -= piece;
             }
         } finally {
             noteEngine();

@@ -1,0 +1,197 @@
+package com.vantrel.zel.bench;
+
+import com.vantrel.zel.provider.ZelSecurityProvider;
+import java.security.MessageDigest;
+import java.security.Provider;
+import java.security.SecureRandom;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
+import javax.crypto.Cipher;
+import javax.crypto.spec.IvParameterSpec;
+import javax.crypto.spec.SecretKeySpec;
+
+/**
+ * The provider beside the JDK's own, in one run: each work is done by the peers in turn, many rounds of some milliseconds,
+ * and the medians count. Prints nanoseconds and MB/s for the provider, and its speed over each peer's.
+ */
+public final class ProviderBench {
+    private static final int ROUNDS = 25;
+    private static final long ROUND_NANOS = 10_000_000;
+
+    /** One call of the measured work. */
+    private interface Work {
+        void run() throws Exception;
+    }
+
+    private ProviderBench() {}
+
+    /**
+     * Runs all benchmarks, or those whose name begins with an argument.
+     *
+     * @param args beginnings of names
+     */
+    public static void main(String[] args) throws Exception {
+        Provider zel = new ZelSecurityProvider();
+        System.out.println("Java " + System.getProperty("java.version") + ", "
+                + System.getProperty("os.name") + " " + System.getProperty("os.arch"));
+        if (wanted("digest", args)) {
+            for (String algorithm : List.of("SHA-1", "SHA-256")) {
+                for (int size : new int[] {16, 64, 256, 1024, 16384, 1 << 20}) {
+                    digest(algorithm, size, zel);
+                }
+                digestByteByByte(algorithm, zel);
+            }
+        }
+        if (wanted("random", args)) {
+            for (int size : new int[] {16, 1024, 16384}) {
+                random(size, zel);
+            }
+            memoryOfRandoms(zel);
+        }
+        if (wanted("cipher", args)) {
+            for (int mode : new int[] {Cipher.ENCRYPT_MODE, Cipher.DECRYPT_MODE}) {
+                for (int size : new int[] {16, 256, 1024, 16384, 1 << 20}) {
+                    cipher(mode, size, zel);
+                }
+            }
+        }
+    }
+
+    private static boolean wanted(String name, String[] args) {
+        return args.length == 0 || Arrays.stream(args).anyMatch(name::startsWith);
+    }
+
+    private static void digest(String algorithm, int size, Provider zel) throws Exception {
+        byte[] message = new byte[size];
+        MessageDigest ours = MessageDigest.getInstance(algorithm, zel);
+        MessageDigest jdk = MessageDigest.getInstance(algorithm, "SUN");
+        if (!Arrays.equals(ours.digest(message), jdk.digest(message))) {
+            throw new AssertionError("the digest is wrong");
+        }
+        compare("digest " + algorithm + " " + size, size, List.of("zel", "SUN"),
+                List.of(() -> ours.digest(message), () -> jdk.digest(message)));
+    }
+
+    private static void digestByteByByte(String algorithm, Provider zel) throws Exception {
+        int size = 1024;
+        List<Work> works = new ArrayList<>();
+        for (MessageDigest digest : List.of(MessageDigest.getInstance(algorithm, zel),
+                MessageDigest.getInstance(algorithm, "SUN"))) {
+            works.add(() -> {
+                for (int i = 0; i < size; ++i) {
+                    digest.update((byte) i);
+                }
+                digest.digest();
+            });
+        }
+        compare("digest " + algorithm + " " + size + " byte by byte", size, List.of("zel", "SUN"), works);
+    }
+
+    /** AES-256-CBC of one message: init and doFinal into an array. */
+    private static void cipher(int mode, int size, Provider zel) throws Exception {
+        boolean encrypts = mode == Cipher.ENCRYPT_MODE;
+        SecretKeySpec key = new SecretKeySpec(new byte[32], "AES");
+        IvParameterSpec iv = new IvParameterSpec(new byte[16]);
+        Cipher encrypting = Cipher.getInstance("AES/CBC/PKCS5Padding", "SunJCE");
+        encrypting.init(Cipher.ENCRYPT_MODE, key, iv);
+        byte[] message = new byte[size];
+        byte[] ciphertext = encrypting.doFinal(message);
+        byte[] input = encrypts ? message : ciphertext;
+        List<Work> works = new ArrayList<>();
+        for (Cipher cipher : List.of(Cipher.getInstance("AES/CBC/PKCS5Padding", zel),
+                Cipher.getInstance("AES/CBC/PKCS5Padding", "SunJCE"))) {
+            byte[] output = new byte[input.length + 16];
+            cipher.init(mode, key, iv);
+            if (!Arrays.equals(cipher.doFinal(input), encrypts ? ciphertext : message)) {
+                throw new AssertionError("the result is wrong");
+            }
+            works.add(() -> {
+                cipher.init(mode, key, iv);
+                cipher.doFinal(input, 0, input.length, output, 0);
+            });
+        }
+        compare("cipher " + (encrypts ? "encrypt " : "decrypt ") + size, size, List.of("zel", "SunJCE"), works);
+    }
+
+    private static void random(int size, Provider zel) throws Exception {
+        byte[] bytes = new byte[size];
+        List<SecureRandom> randoms = List.of(SecureRandom.getInstance("FIPS186PRNG", zel),
+                SecureRandom.getInstance("SHA1PRNG"), SecureRandom.getInstance("DRBG"),
+                SecureRandom.getInstance("NativePRNG"));
+        List<Work> works = new ArrayList<>();
+        for (SecureRandom random : randoms) {
+            works.add(() -> random.nextBytes(bytes));
+        }
+        compare("random " + size, size, List.of("zel", "SHA1PRNG", "DRBG", "NativePRNG"), works);
+    }
+
+    /** What a thousand random objects take of the Java heap; the generator itself is one for all of them. */
+    private static void memoryOfRandoms(Provider zel) throws Exception {
+        int count = 1000;
+        SecureRandom[] kept = new SecureRandom[count];
+        long before = 0;
+        for (int pass = 0; pass < 2; ++pass) { // the first one warms up
+            Arrays.fill(kept, null);
+            before = usedBytes();
+            for (int i = 0; i < count; ++i) {
+                kept[i] = SecureRandom.getInstance("FIPS186PRNG", zel);
+                kept[i].nextInt();
+            }
+        }
+        System.out.printf("%d SecureRandom objects: %d bytes of Java heap each%n", count,
+                (usedBytes() - before) / count);
+        if (kept[count - 1] == null) {
+            throw new AssertionError();
+        }
+    }
+
+    private static long usedBytes() throws InterruptedException {
+        for (int i = 0; i < 3; ++i) {
+            System.gc();
+            Thread.sleep(50);
+        }
+        return Runtime.getRuntime().totalMemory() - Runtime.getRuntime().freeMemory();
+    }
+
+    /** Measures the works in turn and prints the first one beside the others. */
+    private static void compare(String name, long bytes, List<String> names, List<Work> works) throws Exception {
+        double[][] nanos = new double[works.size()][ROUNDS];
+        for (Work work : works) {
+            measure(work); // to warm up
+            measure(work);
+        }
+        for (int round = 0; round < ROUNDS; ++round) {
+            for (int i = 0; i < works.size(); ++i) {
+                nanos[i][round] = measure(works.get(i));
+            }
+        }
+        double ours = median(nanos[0]);
+        StringBuilder line = new StringBuilder(String.format("%-36s %12.1f ns %9.1f MB/s", name, ours, bytes * 1e3 / ours));
+        for (int i = 1; i < works.size(); ++i) {
+            line.append(String.format("   %5.2f of %s", median(nanos[i]) / ours, names.get(i)));
+        }
+        System.out.println(line);
+    }
+
+    /** Nanoseconds for one call, over a round of calls. */
+    private static double measure(Work work) throws Exception {
+        long calls = 0;
+        long start = System.nanoTime();
+        long end;
+        do {
+            for (int i = 0; i < 8; ++i) {
+                work.run();
+            }
+            calls += 8;
+            end = System.nanoTime();
+        } while (end - start < ROUND_NANOS);
+        return (double) (end - start) / calls;
+    }
+
+    private static double median(double[] values) {
+        double[] sorted = values.clone();
+        Arrays.sort(sorted);
+        return sorted[sorted.length / 2];
+    }
+}

@@ -1,0 +1,38 @@
+#include "bridge/java_exceptions.h"
+#include "bridge/zel_object.h"
+#include "core/random/random.h"
+#include "platform/static_lock.h"
+
+#include <atomic>
+
+namespace {
+
+// Published when it is ready and never before: nobody sees a context that is still being seeded.
+std::atomic<RandomContext*> sharedContext{nullptr};
+
+// Not one of the core's mutexes: their limit of five seconds is less than an acquisition takes.
+StaticLock makingLock;
+
+Status makeShared() {
+    const StaticLockHolder holder(makingLock);
+    if (sharedContext.load(std::memory_order_acquire) != nullptr) {
+        return OK; // made while this thread waited
+    }
+    RandomContext* context = nullptr;
+    RETURN_IF_ERROR(randomAcquireContext(&context));
+    sharedContext.store(context, std::memory_order_release);
+    return OK;
+}
+
+} // namespace
+
+RandomContext* ZelObject::getRandomContext(JNIEnv* env) {
+    if (RandomContext* const context = sharedContext.load(std::memory_order_acquire)) {
+        return context;
+    }
+    if (const Status status = makeShared(); isError(status)) {
+        throwStaticException(env, kProviderException, "Unable to acquire secure random context", status);
+        return nullptr;
+    }
+    return sharedContext.load(std::memory_order_acquire);
+}

@@ -1,0 +1,161 @@
+#include "core/asn1/der.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr std::uint32_t kMaxShortLength = 127;
+constexpr std::uint8_t kLongForm = 0x80;
+
+// The octets of a length above kMaxShortLength, without the one that counts them.
+std::uint32_t longLengthOctets(std::uint64_t length) {
+    std::uint32_t count = 1;
+    while (length >> (8 * count) != 0) {
+        ++count;
+    }
+    return count;
+}
+
+// The content and the encoding of an item, given its childrenLength.
+std::uint64_t contentLength(const DerNode& item) {
+    return std::uint64_t{item.dataLength} + item.childrenLength;
+}
+
+std::uint64_t encodedLength(const DerNode& item) {
+    const std::uint64_t content = contentLength(item);
+    if (item.kind == kDerOpaque) {
+        return item.dataLength;
+    }
+    if (item.kind == kDerIndefinite || content <= kMaxShortLength) {
+        return content + 2;
+    }
+    return content + 2 + longLengthOctets(content);
+}
+
+bool isUnterminated(const DerNode& item) {
+    if (item.kind != kDerIndefinite) {
+        return false;
+    }
+    const TreeNode* last = item.lastChild != nullptr ? item.lastChild : item.firstChild;
+    while (last != nullptr && last->nextSibling != nullptr) {
+        last = last->nextSibling;
+    }
+    return last == nullptr || static_cast<const DerNode*>(last)->type != kDerTypeEndOfContents;
+}
+
+// Visits root and all below it in the order of writing: enter(item) before an item's children, leave(item) after them.
+// Once an unterminated item has been left, only the items around it are still left, and nothing more is entered. Both
+// passes go through here, so that the length computed is the length written, however the tree was put together.
+// Errors:  ERR_DER_BER_NOT_TERMINATED after such an item; the first failure of leave ends the visit at once.
+template <typename Enter, typename Leave> Status visit(DerNode* root, Enter enter, Leave leave) {
+    DerNode* item = root;
+    bool isStopped = false;
+    for (;;) {
+        enter(item);
+        if (item->kind != kDerOpaque && item->firstChild != nullptr) {
+            item = static_cast<DerNode*>(item->firstChild);
+            continue;
+        }
+        for (;;) {
+            RETURN_IF_ERROR(leave(item));
+            isStopped = isStopped || isUnterminated(*item);
+            if (item == root) {
+                return isStopped ? ERR_DER_BER_NOT_TERMINATED : OK;
+            }
+            if (!isStopped && item->nextSibling != nullptr) {
+                item = static_cast<DerNode*>(item->nextSibling);
+                break;
+            }
+            item = static_cast<DerNode*>(item->parent);
+        }
+    }
+}
+
+// Adds length to *sum. ERR_BAD_LENGTH when that takes more than 32 bits.
+Status addLength(std::uint64_t length, std::uint32_t* sum) {
+    const std::uint64_t total = length + *sum;
+    if (total > UINT32_MAX) {
+        return ERR_BAD_LENGTH;
+    }
+    *sum = static_cast<std::uint32_t>(total);
+    return OK;
+}
+
+std::uint8_t* writeLength(std::uint8_t* out, std::uint32_t length) {
+    if (length <= kMaxShortLength) {
+        *out++ = static_cast<std::uint8_t>(length);
+        return out;
+    }
+    std::uint32_t count = longLengthOctets(length);
+    *out++ = static_cast<std::uint8_t>(kLongForm + count);
+    while (count-- > 0) {
+        *out++ = static_cast<std::uint8_t>(length >> (8 * count));
+    }
+    return out;
+}
+
+// Writes an item up to where its children begin.
+std::uint8_t* writeStart(std::uint8_t* out, const DerNode& item) {
+    if (item.kind != kDerOpaque) {
+        *out++ = item.type;
+        if (item.kind == kDerIndefinite) {
+            *out++ = kLongForm;
+        } else {
+            out = writeLength(out, static_cast<std::uint32_t>(contentLength(item)));
+        }
+    }
+    if (item.data != nullptr && item.dataLength != 0) {
+        std::memcpy(out, item.data, item.dataLength);
+    }
+    return out + item.dataLength;
+}
+
+} // namespace
+
+Status Der_ComputeLength(DerNode* item, std::uint32_t* lengthOut) {
+    if (item == nullptr || lengthOut == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    *lengthOut = 0;
+    std::uint32_t total = 0;
+    const auto enter = [](DerNode* entered) {
+        entered->childrenLength = 0;
+    };
+    const auto leave = [item, &total](DerNode* left) {
+        std::uint32_t* const sum = left == item ? &total : &static_cast<DerNode*>(left->parent)->childrenLength;
+        return addLength(encodedLength(*left), sum);
+    };
+    const Status status = visit(item, enter, leave);
+    *lengthOut = total;
+    return status;
+}
+
+Status Der_SerializeToBuffer(DerNode* root, std::uint8_t** bufferOut, std::uint32_t* lengthOut) {
+    if (bufferOut != nullptr) {
+        *bufferOut = nullptr;
+    }
+    if (root == nullptr || bufferOut == nullptr || lengthOut == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    *lengthOut = 0;
+    std::uint32_t length = 0;
+    if (const Status status = Der_ComputeLength(root, &length); status != ERR_DER_BER_NOT_TERMINATED) {
+        RETURN_IF_ERROR(status);
+    }
+    void* block = nullptr;
+    RETURN_IF_ERROR(memAllocZeroed(length, &block));
+    auto* const buffer = static_cast<std::uint8_t*>(block);
+    std::uint8_t* out = buffer;
+    const auto enter = [&out](DerNode* entered) {
+        entered->writtenAt = out;
+        out = writeStart(out, *entered);
+    };
+    const auto leave = [&out](DerNode* left) {
+        left->writtenLength = static_cast<std::uint32_t>(out - left->writtenAt);
+        return OK;
+    };
+    (void)visit(root, enter, leave); // reports again that an item is not terminated, which is no failure here
+    *bufferOut = buffer;
+    *lengthOut = length;
+    return OK;
+}

@@ -1,0 +1,147 @@
+#include "core/random/random_global.h"
+
+#include "core/memory/secret.h"
+#include "core/random/acquire.h"
+#include "core/random/seed_pool.h"
+#include "platform/rtos_clock.h"
+#include "platform/rtos_thread.h"
+#include "platform/static_lock.h"
+
+#include <atomic>
+
+namespace {
+
+constexpr std::size_t kDepotBytes = 48;
+
+std::atomic<RandomContext*> sharedContext{nullptr};
+std::atomic<bool> depotRunning{false};
+
+StaticLock usersLock; // guards users, and is held while the first acquires and the last releases
+std::uint32_t users = 0;
+
+// The depot holds the mutex for more than six seconds, longer than anybody waits for it: so one waits for the depot.
+void awaitDepot() {
+    while (depotRunning.load(std::memory_order_acquire)) {
+        rtosSleepMs(100);
+    }
+}
+
+// Bytes of a context that was seeded with entropy threads.
+Status drawFromPrivateContext(std::uint8_t* bytes) {
+    RandomContext* context = nullptr;
+    RETURN_IF_ERROR(acquireContextInMode(&context, kSeedWithThreads));
+    const Status status = randomGenerate(context, bytes, kDepotBytes);
+    (void)randomReleaseContext(&context); // it exists
+    return status;
+}
+
+Status fillFromDepot() {
+    SecretArray<std::uint8_t, kDepotBytes> bytes;
+    RETURN_IF_ERROR(drawFromPrivateContext(bytes.data()));
+    for (std::size_t bit = 0; bit < 8 * kDepotBytes; ++bit) {
+        RETURN_IF_ERROR(randomAddGlobalEntropyBit(static_cast<std::uint8_t>(bytes[bit / 8] >> (bit % 8))));
+    }
+    return OK;
+}
+
+void depotMain(void*) {
+    if (!isError(seedStateWait())) {
+        (void)fillFromDepot();    // nobody waits for it; without it the context stays as good as it was
+        (void)seedStateRelease(); // it is ours
+    }
+    depotRunning.store(false, std::memory_order_release);
+}
+
+Status startDepot() {
+    depotRunning.store(true, std::memory_order_relaxed);
+    RtosThread thread = nullptr;
+    const Status status = rtosCreateThread(depotMain, nullptr, 0, &thread);
+    if (isError(status)) {
+        depotRunning.store(false, std::memory_order_relaxed);
+    }
+    (void)rtosDestroyThread(thread); // runs on by itself
+    return status;
+}
+
+// Makes the context; the caller holds the mutex. A context that is there stays.
+Status makeShared(bool& isNew) {
+    isNew = sharedContext.load() == nullptr;
+    if (!isNew) {
+        return OK;
+    }
+    RandomContext* context = nullptr;
+    // The mode goes along as an argument: the process's own is read by private acquisitions at the same time.
+    RETURN_IF_ERROR(acquireContextInMode(&context, kSeedWithoutThreads));
+    sharedContext.store(context);
+    return OK;
+}
+
+void releaseShared() {
+    RandomContext* context = sharedContext.exchange(nullptr);
+    (void)randomReleaseContext(&context); // it exists
+}
+
+} // namespace
+
+Status randomAcquireGlobalContext() {
+    awaitDepot();
+    RETURN_IF_ERROR(seedStateWait());
+    bool isNew = false;
+    Status status = makeShared(isNew);
+    if (!isError(status) && isNew && randomGetSeedingMode() == kSeedWithThreads) {
+        status = startDepot();
+        if (isError(status)) {
+            releaseShared();
+        }
+    }
+    (void)seedStateRelease(); // it is ours
+    return status;
+}
+
+Status randomReleaseGlobalContext() {
+    awaitDepot();
+    RETURN_IF_ERROR(seedStateWait());
+    const bool exists = sharedContext.load() != nullptr;
+    if (exists) {
+        releaseShared();
+    }
+    (void)seedStateRelease(); // it is ours
+    return exists ? OK : ERR_RAND_CTX_NOT_INITIALIZED;
+}
+
+Status randomInitGlobal() {
+    const StaticLockHolder holder(usersLock);
+    if (users == 0) {
+        RETURN_IF_ERROR(randomAcquireGlobalContext());
+    }
+    ++users;
+    return OK;
+}
+
+Status randomFreeGlobal() {
+    const StaticLockHolder holder(usersLock);
+    if (users == 0) {
+        return ERR_RAND_CTX_NOT_INITIALIZED;
+    }
+    if (users == 1) {
+        RETURN_IF_ERROR(randomReleaseGlobalContext());
+    }
+    --users;
+    return OK;
+}
+
+RandomContext* globalRandomContext() {
+    return sharedContext.load();
+}
+
+Status randomAddGlobalEntropyBit(std::uint8_t bit) {
+    RandomContext* const context = sharedContext.load();
+    return context == nullptr ? ERR_RAND_CTX_NOT_INITIALIZED : randomAddEntropyBit(context, bit);
+}
+
+Status randomAddGlobalEntropyWord(std::uint32_t word) {
+    for (unsigned bit = 0; bit < 32; ++bit) {
+        RETURN_IF_ERROR(randomAddGlobalEntropyBit(static_cast<std::uint8_t>(word >> bit)));
+    }
+    return OK;
+}

@@ -1,0 +1,84 @@
+// Parses anything. A tree must describe its input: items stand one behind the other without gaps, children fill their
+// parent, content lies inside the input; and the work must be in proportion to the input.
+#include "core/asn1/asn1_walk.h"
+#include "fuzz/fuzz_check.h"
+#include "tests/support/asn1_outline.h"
+
+namespace {
+
+constexpr std::uint32_t kMaxLevels = 40;
+
+std::uint64_t octetsRead = 0;
+const ByteStreamOperations* memoryOperations = nullptr;
+
+Status countingGetc(void* handle, std::uint8_t* octet) {
+    ++octetsRead;
+    return memoryOperations->getc(handle, octet);
+}
+
+// Checks the item that begins at start, with all below it; returns where it ends.
+std::uint64_t checkItem(const Asn1Node& item, ByteStream stream, std::uint64_t start, std::uint32_t level) {
+    FUZZ_CHECK(level <= kMaxLevels);
+    const bool isBitString = item.id == kAsn1Universal && item.tag == kAsn1BitString;
+    FUZZ_CHECK(item.dataOffset == start + item.headerSize + (isBitString ? 1 : 0));
+    FUZZ_CHECK(item.indefinite ? item.length == 0 : item.headerSize >= 2);
+    std::uint64_t end = item.dataOffset;
+    const Asn1Node* last = nullptr;
+    for (const Asn1Node* child = asn1FirstChild(&item); child != nullptr; child = asn1NextSibling(child)) {
+        FUZZ_CHECK(asn1Parent(child) == &item);
+        end = checkItem(*child, stream, end, level + 1);
+        last = child;
+    }
+    const bool isConstructed = (item.id & kAsn1Constructed) != 0;
+    FUZZ_CHECK(item.encapsulates ? last != nullptr && !isConstructed : last == nullptr || isConstructed);
+    if (isConstructed && item.indefinite) {
+        FUZZ_CHECK(last != nullptr && last->id == kAsn1Universal && last->tag == kAsn1EndOfContents);
+        return end;
+    }
+    const std::uint64_t declaredEnd = std::uint64_t{item.dataOffset} + item.length;
+    FUZZ_CHECK(last == nullptr || end == declaredEnd);
+    FUZZ_CHECK(ByteStream_MemAccess(stream, item.dataOffset, item.length) != nullptr);
+    return declaredEnd;
+}
+
+// The look-ups, on whatever is there: where they lead must be an item that fits.
+void lookAround(const Asn1Node& top, Asn1Node* root, ByteStream stream) {
+    static constexpr std::uint8_t kOid[] = {3, 0x2A, 0x03, 0x04};
+    constexpr Asn1WalkStep kSteps[] = {{kWalkFirstChild, 0, nullptr},    {kWalkIntoOctetString, 0, nullptr},
+                                       {kWalkExplicitField, 0, nullptr}, {kWalkSequenceByOid, 0, kOid},
+                                       {kWalkCheckOid, 0, kOid},         {kWalkEnd, 0, nullptr}};
+    Asn1Node* found = nullptr;
+    FUZZ_CHECK(isError(Asn1_WalkPath(root, stream, kSteps, &found)) == (found == nullptr));
+    FUZZ_CHECK(!isError(Asn1_FindContextChild(&top, 1, &found)));
+    FUZZ_CHECK(found == nullptr || !isError(Asn1_CheckContextTag(found, 1)));
+    FUZZ_CHECK(!isError(Asn1_FindSequenceByOid(&top, stream, kOid, &found)));
+    FUZZ_CHECK(found == nullptr || !isError(Asn1_CheckOid(found, stream, kOid)));
+    FUZZ_CHECK(isError(Asn1_NthChild(&top, 3, &found)) == (found == nullptr));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    constexpr std::uint8_t kNothing = 0;
+    const std::uint8_t* const input = size == 0 ? &kNothing : data;
+    testasn1::Parsed parsed(input, size);
+    FUZZ_CHECK((parsed.root.get() == nullptr) == isError(parsed.status));
+    if (parsed.root.get() != nullptr) {
+        FUZZ_CHECK(parsed.top() != nullptr && parsed.top()->nextSibling == nullptr);
+        const std::uint64_t end = checkItem(*parsed.top(), parsed.stream, 0, 1);
+        FUZZ_CHECK(end <= size && end == static_cast<std::uint64_t>(parsed.memory.position));
+        lookAround(*parsed.top(), parsed.root.get(), parsed.stream);
+        const testasn1::Parsed alone(input, end); // what follows the item makes no difference
+        FUZZ_CHECK(testasn1::outline(alone.top()) == testasn1::outline(parsed.top()));
+    }
+
+    memoryOperations = parsed.stream.operations;
+    ByteStreamOperations counting = *memoryOperations;
+    counting.getc = countingGetc;
+    octetsRead = 0;
+    parsed.memory.position = 0;
+    ScopedTree<Asn1Node> again;
+    FUZZ_CHECK(Asn1_ParseStream({&parsed.memory, &counting}, again.out()) == parsed.status);
+    FUZZ_CHECK(octetsRead <= 10 * size + 32); // each octet once, and two looks ahead for each string
+    return 0;
+}

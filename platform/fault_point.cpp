@@ -1,0 +1,5 @@
+#include "platform/fault_point.h"
+
+bool platformServiceFails(PlatformService) {
+    return false;
+}

@@ -1,0 +1,9 @@
+#ifndef ZELSPI_PLATFORM_POSIX_STATIC_LOCK_STATE_H
+#define ZELSPI_PLATFORM_POSIX_STATIC_LOCK_STATE_H
+
+#include <pthread.h>
+
+using StaticLockState = pthread_mutex_t;
+#define kFreeStaticLock PTHREAD_MUTEX_INITIALIZER
+
+#endif

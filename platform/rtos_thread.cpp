@@ -1,0 +1,9 @@
+#include "platform/rtos_thread.h"
+
+Status rtosInit() {
+    return OK;
+}
+
+Status rtosShutdown() {
+    return OK;
+}

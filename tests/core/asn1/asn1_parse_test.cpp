@@ -1,0 +1,133 @@
+#include "core/asn1/asn1_check.h"
+#include "tests/support/asn1_outline.h"
+#include "tests/support/test_heap.h"
+
+namespace {
+
+using testasn1::fromHex;
+using testasn1::outline;
+using testasn1::Parsed;
+using Octets = std::vector<std::uint8_t>;
+
+// Content inside items in each other, each with a length field of four octets.
+Octets nest(std::uint8_t identifier, int levels, Octets content) {
+    for (; levels > 0; --levels) {
+        const std::size_t length = content.size();
+        Octets header{identifier, 0x84};
+        for (int shift = 24; shift >= 0; shift -= 8) {
+            header.push_back(static_cast<std::uint8_t>(length >> shift));
+        }
+        content.insert(content.begin(), header.begin(), header.end());
+    }
+    return content;
+}
+
+TEST(Asn1Parse, Table) {
+    struct Case {
+        const char* input;
+        Status status;
+        const char* tree;
+    };
+    const Case cases[] = {
+#define ASN1_CASE(input, status, tree) {input, status, tree},
+#include "tests/core/asn1/parse_cases.inc"
+#undef ASN1_CASE
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.input);
+        const Octets input = fromHex(c.input);
+        const std::uint64_t before = testheap::liveBlocks();
+        {
+            const Parsed parsed(input);
+            EXPECT_STREQ(statusName(parsed.status), statusName(c.status));
+            EXPECT_EQ(parsed.root.get() == nullptr, c.status != OK);
+            EXPECT_EQ(outline(parsed.top()), c.tree);
+        }
+        EXPECT_EQ(testheap::liveBlocks(), before);
+    }
+}
+
+TEST(Asn1Parse, DepthLimit) {
+    const Octets null = {5, 0};
+    EXPECT_EQ(Parsed(nest(0x30, 39, null)).status, OK);
+    EXPECT_EQ(Parsed(nest(0x30, 40, null)).status, ERR_CERT_STACK_OVERFLOW);
+    EXPECT_EQ(Parsed(nest(0x30, 40, {})).status, OK); // an empty innermost SEQUENCE has nothing to descend into
+    EXPECT_EQ(Parsed(nest(0x30, 41, {})).status, ERR_CERT_STACK_OVERFLOW);
+    EXPECT_EQ(Parsed(Octets(100000, 0x30)).status, ERR_CERT_STACK_OVERFLOW);
+
+    // Below a string the limit only says that the string is not to be parsed further.
+    const Octets strings = nest(0x04, 41, null);
+    const Parsed nested(strings);
+    ASSERT_EQ(nested.status, OK);
+    int depth = 0;
+    for (const Asn1Node* item = nested.top(); item != nullptr; item = asn1FirstChild(item)) {
+        ++depth;
+    }
+    EXPECT_EQ(depth, 40);
+    const Octets wrapped = nest(0x04, 1, nest(0x30, 41, {}));
+    EXPECT_EQ(outline(Parsed(wrapped).top()), "U4[6,6,246]");
+}
+
+// What the table cannot show: the root, the stream's position, null arguments.
+TEST(Asn1Parse, RootAndStream) {
+    const Octets input = fromHex("05 00 30 00 FF");
+    Parsed parsed(input);
+    EXPECT_EQ(outline(parsed.root.get()), "U0[0,0,0](U5[2,2,0])");
+    EXPECT_EQ(parsed.top()->parent, parsed.root.get());
+    ScopedTree<Asn1Node> second;
+    EXPECT_EQ(Asn1_ParseStream(parsed.stream, second.out()), OK); // goes on behind the first item
+    EXPECT_EQ(outline(second.get()), "U0[0,0,0](U16c[2,4,0])");
+    EXPECT_EQ(parsed.memory.position, 4);
+
+    Asn1Node* root = parsed.root.get();
+    EXPECT_EQ(Asn1_ParseStream({}, &root), ERR_NULL_POINTER);
+    EXPECT_EQ(root, nullptr);
+    EXPECT_EQ(Asn1_ParseStream(parsed.stream, nullptr), ERR_NULL_POINTER);
+    root = parsed.root.get();
+    EXPECT_EQ(Asn1_ParseStream(parsed.stream, &root), ERR_EOF); // FF: the identifier of an item without a length
+    EXPECT_EQ(root, nullptr);
+    parsed.stream.handle = nullptr;
+    EXPECT_EQ(Asn1_ParseStream(parsed.stream, &root), ERR_NULL_POINTER);
+}
+
+TEST(Asn1Parse, CallbackSeesEachHeaderBeforeItsContent) {
+    std::string seen;
+    const auto callback = [](Asn1Node* item, ByteStream stream, void* argument) {
+        std::int32_t position = 0;
+        ASSERT_EQ(stream.operations->tell(stream.handle, &position), OK);
+        EXPECT_EQ(static_cast<std::uint32_t>(position), item->dataOffset);
+        EXPECT_NE(item->parent, nullptr);
+        *static_cast<std::string*>(argument) += outline(item) + ";";
+        EXPECT_EQ(stream.operations->seek(stream.handle, 1000, kSeekAbsolute), OK); // is put back
+    };
+    const Octets input = fromHex("30 0B 03 02 04 F0 04 05 30 03 08 01 00");
+    Parsed parsed(input);
+    parsed.memory.position = 0;
+    ScopedTree<Asn1Node> root;
+    ASSERT_EQ(Asn1_ParseStreamEx(parsed.stream, root.out(), callback, &seen), OK);
+    EXPECT_EQ(seen, "U16c[2,2,11];U3[2,4,2];U4[2,8,5];U16c[2,10,3];U8[2,12,1];");
+    EXPECT_EQ(outline(asn1FirstChild(root.get())), "U16c[2,2,11](U3[2,5,1]=4 U4[2,8,5])");
+}
+
+TEST(Asn1Parse, EachAllocationRefused) {
+    const Octets input = fromHex("30 10 02 01 05 04 06 30 04 04 02 05 00 03 03 00 01 02");
+    const std::uint64_t before = testheap::dirtyFrees();
+    testheap::failEach([&input] { return Parsed(input).status; });
+    EXPECT_EQ(testheap::dirtyFrees(), before);
+}
+
+// Half a million siblings: a parser that looked for the end of the list each time would not come back in time.
+TEST(Asn1Parse, AMegabyteOfSmallItems) {
+    Octets nulls(1000000, 0);
+    for (std::size_t i = 0; i < nulls.size(); i += 2) {
+        nulls[i] = 5;
+    }
+    const Octets input = nest(0x30, 1, nulls);
+    const Parsed parsed(input);
+    ASSERT_EQ(parsed.status, OK);
+    Asn1Node* last = nullptr;
+    EXPECT_EQ(Asn1_NthChild(parsed.top(), 500000, &last), OK);
+    EXPECT_EQ(outline(last), "U5[2,1000006,0]");
+}
+
+} // namespace

@@ -1,0 +1,104 @@
+// Seeding with entropy threads, at its real pace, and the shared context with its depot thread. The seed pool's first
+// use fails here, so these tests stand in a program of their own and run in this order.
+#include "core/random/fips186.h"
+#include "core/random/random_global.h"
+#include "core/random/seed_pool.h"
+#include "platform/rtos_clock.h"
+#include "tests/support/faults.h"
+#include "tests/support/test_heap.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+
+namespace {
+
+TEST(Seeding, A_TheSeedPoolIsMadeOnFirstUse) {
+    std::uint8_t bytes[64];
+    for (const unsigned number : {1u, 2u}) { // its two mutexes
+        const Fault fault(PlatformService::mutexCreate, number);
+        EXPECT_EQ(seedPoolGetBytes(bytes, 64), ERR_RTOS_MUTEX_CREATE);
+        EXPECT_TRUE(fault.hasStruck());
+    }
+    EXPECT_EQ(seedPoolInit(), OK);
+    EXPECT_EQ(seedPoolInit(), ERR_FALSE);
+}
+
+TEST(Seeding, B_ThreadsThatDoNotStart) {
+    const std::uint64_t live = testheap::liveBlocks();
+    for (const unsigned number : {1u, 2u, 3u}) {
+        const Fault fault(PlatformService::threadStart, number);
+        RandomContext* context = nullptr;
+        EXPECT_EQ(randomAcquireContext(&context), ERR_RTOS_THREAD_CREATE) << "thread " << number;
+        EXPECT_EQ(context, nullptr);
+    }
+    EXPECT_EQ(testheap::liveBlocks(), live);
+}
+
+// Two acquisitions side by side, each with threads of its own; out pointers stay null until the contexts are ready.
+TEST(Seeding, C_WithThreadsTakesSixSeconds) {
+    RandomContext *first = nullptr, *second = nullptr;
+    MsTimeStamp start{};
+    (void)rtosDeltaMs(nullptr, &start);
+    std::thread other([&second] { EXPECT_EQ(randomAcquireContext(&second), OK); });
+    EXPECT_EQ(randomAcquireContext(&first), OK);
+    EXPECT_GE(rtosDeltaMs(&start, nullptr), 6175u) << "the busy periods alone take that long";
+    other.join();
+    std::uint8_t a[32], b[32];
+    EXPECT_EQ(randomGenerate(first, a, 32), OK);
+    EXPECT_EQ(randomGenerate(second, b, 32), OK);
+    EXPECT_NE(std::string(a, a + 32), std::string(b, b + 32));
+    EXPECT_EQ(randomReleaseContext(&first), OK);
+    EXPECT_EQ(randomReleaseContext(&second), OK);
+}
+
+TEST(Seeding, D_TheSharedContextWithoutADepot) {
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
+    EXPECT_EQ(globalRandomContext(), nullptr);
+    EXPECT_EQ(randomFreeGlobal(), ERR_RAND_CTX_NOT_INITIALIZED);
+    EXPECT_EQ(randomReleaseGlobalContext(), ERR_RAND_CTX_NOT_INITIALIZED);
+    EXPECT_EQ(randomAddGlobalEntropyBit(1), ERR_RAND_CTX_NOT_INITIALIZED);
+    EXPECT_EQ(randomAddGlobalEntropyWord(1), ERR_RAND_CTX_NOT_INITIALIZED);
+
+    ASSERT_EQ(randomInitGlobal(), OK);
+    RandomContext* const context = globalRandomContext();
+    ASSERT_NE(context, nullptr);
+    EXPECT_EQ(randomInitGlobal(), OK);
+    EXPECT_EQ(globalRandomContext(), context);
+    EXPECT_EQ(randomAddGlobalEntropyBit(1), OK);
+    const std::uint64_t before = context->state.xkey[0];
+    EXPECT_EQ(randomAddGlobalEntropyWord(0x80000001), OK); // positions 2 to 33
+    EXPECT_EQ(context->entropyBitCount, 33u);
+    EXPECT_EQ(context->state.xkey[0] ^ before, 0x0400000002000000u);
+    EXPECT_EQ(randomFreeGlobal(), OK);
+    EXPECT_EQ(globalRandomContext(), context) << "one user is left";
+    EXPECT_EQ(randomFreeGlobal(), OK);
+    EXPECT_EQ(globalRandomContext(), nullptr);
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithThreads), OK);
+}
+
+TEST(Seeding, E_TheDepotFillsTheSharedContext) {
+    const std::uint64_t live = testheap::liveBlocks();
+    {
+        const Fault fault(PlatformService::threadStart, 1);
+        EXPECT_EQ(randomInitGlobal(), ERR_RTOS_THREAD_CREATE);
+        EXPECT_EQ(globalRandomContext(), nullptr);
+    }
+    MsTimeStamp start{};
+    (void)rtosDeltaMs(nullptr, &start);
+    ASSERT_EQ(randomInitGlobal(), OK);
+    RandomContext* const context = globalRandomContext();
+    ASSERT_NE(context, nullptr);
+    std::uint8_t byte = 0;
+    EXPECT_EQ(randomGenerate(context, &byte, 1), OK) << "usable at once";
+    while (std::atomic_ref(context->entropyBitCount).load() < 384 && rtosDeltaMs(&start, nullptr) < 60'000) {
+        rtosSleepMs(50);
+    }
+    EXPECT_EQ(std::atomic_ref(context->entropyBitCount).load(), 384u);
+    EXPECT_EQ(randomFreeGlobal(), OK); // waits for the depot's last steps
+    EXPECT_EQ(testheap::liveBlocks(), live);
+}
+
+} // namespace
