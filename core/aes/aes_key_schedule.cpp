@@ -23,7 +23,7 @@ std::uint32_t inverseMixColumn(std::uint32_t word) {
 void aesExpandEncryptionKey(const std::uint8_t* key, std::uint32_t keyBits, std::uint32_t* roundKeys) {
     const std::uint32_t keyWords = keyBits / 32;
     const std::uint32_t wordCount = 4 * (keyWords + 7);
-    for (std::uint32_t i = 0; i < keyWords; ++i) {
+    for (std::size_t i = 0; i < keyWords; ++i) {
         roundKeys[i] = loadBigEndian<std::uint32_t>(key + 4 * i);
     }
     std::uint32_t roundConstant = 0x01; // the powers of {02}; no key size needs more than the tenth, {36}
@@ -41,10 +41,11 @@ void aesExpandEncryptionKey(const std::uint8_t* key, std::uint32_t keyBits, std:
 }
 
 void aesDecryptionSchedule(const std::uint32_t* encryptRoundKeys, std::int32_t rounds, std::uint32_t* roundKeys) {
-    for (std::int32_t round = 0; round <= rounds; ++round) {
-        const std::uint32_t* const from = encryptRoundKeys + 4 * (rounds - round);
-        const bool isInner = round != 0 && round != rounds;
-        for (int i = 0; i < 4; ++i) {
+    const auto last = static_cast<std::size_t>(rounds);
+    for (std::size_t round = 0; round <= last; ++round) {
+        const std::uint32_t* const from = encryptRoundKeys + 4 * (last - round);
+        const bool isInner = round != 0 && round != last;
+        for (std::size_t i = 0; i < 4; ++i) {
             roundKeys[4 * round + i] = isInner ? inverseMixColumn(from[i]) : from[i];
         }
     }
