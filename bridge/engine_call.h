@@ -35,6 +35,30 @@ Engine* findOrMakeEngine(JNIEnv* env, jobject self, Make make, Prepare prepare) 
     return engine;
 }
 
+// requireEngine: the engine bound to self, for an entry point that makes none.
+// Errors:  null with an exception pending: the binding cannot be read; without an engine a ProviderException with the
+//          message and ERR_NULL_POINTER.
+template <typename Engine> Engine* requireEngine(JNIEnv* env, jobject self, const char* message) {
+    Engine* const engine = findEngine<Engine>(env, self);
+    if (engine == nullptr && env->ExceptionCheck() == JNI_FALSE) {
+        ZelObject::throwStaticException(env, kProviderException, message, ERR_NULL_POINTER);
+    }
+    return engine;
+}
+
+// destroyEngine: clears the binding of self, then destroys the engine. Without one nothing happens. An engine whose
+// binding cannot be cleared is left alone, with an exception pending.
+template <typename Engine> void destroyEngine(JNIEnv* env, jobject self) {
+    Engine* const engine = findEngine<Engine>(env, self);
+    if (engine == nullptr) {
+        return;
+    }
+    ZelObject::setContext(env, self, nullptr);
+    if (env->ExceptionCheck() == JNI_FALSE) {
+        delete engine;
+    }
+}
+
 // callEngine: use(*engine), or the neutral result when there is no engine or making it has left an exception pending.
 template <typename Engine, typename Use, typename Result>
 Result callEngine(JNIEnv* env, Engine* engine, Use use, Result neutral) {

@@ -21,8 +21,11 @@ bool isSlice(JNIEnv* env, jarray array, jint offset, jint length) {
     return true;
 }
 
-CriticalBytes::CriticalBytes(JNIEnv* env, jbyteArray array) : env_(env), array_(nullptr), bytes_(&none_) {
-    if (env->GetArrayLength(array) > 0) {
+CriticalBytes::CriticalBytes(JNIEnv* env, jbyteArray array) : CriticalBytes(env, array, env->GetArrayLength(array)) {
+}
+
+CriticalBytes::CriticalBytes(JNIEnv* env, jbyteArray array, jsize length) : env_(env), array_(nullptr), bytes_(&none_) {
+    if (length > 0) {
         bytes_ = static_cast<std::uint8_t*>(env->GetPrimitiveArrayCritical(array, nullptr));
         array_ = bytes_ == nullptr ? nullptr : array;
     }

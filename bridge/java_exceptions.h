@@ -5,11 +5,16 @@
 #include "bridge/zel_object.h"
 
 inline constexpr const char* kArrayIndexOutOfBoundsException = "java/lang/ArrayIndexOutOfBoundsException";
+inline constexpr const char* kBadPaddingException = "javax/crypto/BadPaddingException";
 inline constexpr const char* kDigestException = "java/security/DigestException";
+inline constexpr const char* kInvalidAlgorithmParameterException = "java/security/InvalidAlgorithmParameterException";
+inline constexpr const char* kInvalidKeyException = "java/security/InvalidKeyException";
 inline constexpr const char* kNegativeArraySizeException = "java/lang/NegativeArraySizeException";
 inline constexpr const char* kNullPointerException = "java/lang/NullPointerException";
 inline constexpr const char* kOutOfMemoryError = "java/lang/OutOfMemoryError";
 inline constexpr const char* kProviderException = "java/security/ProviderException";
+inline constexpr const char* kShortBufferException = "javax/crypto/ShortBufferException";
+inline constexpr const char* kUnsupportedOperationException = "java/lang/UnsupportedOperationException";
 
 // raiseOutOfMemory: an OutOfMemoryError, unless the VM has left an exception of its own.
 inline void raiseOutOfMemory(JNIEnv* env) {

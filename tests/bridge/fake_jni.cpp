@@ -138,7 +138,8 @@ struct FakeJni::Functions {
 
     static jsize JNICALL getArrayLength(JNIEnv* env, jarray array) {
         self(env).enter("GetArrayLength");
-        return static_cast<jsize>(fake(array)->bytes.size());
+        const FakeObject* const object = fake(array);
+        return object->claimedLength >= 0 ? object->claimedLength : static_cast<jsize>(object->bytes.size());
     }
 
     static jbyteArray JNICALL newByteArray(JNIEnv* env, jsize length) {
@@ -161,9 +162,10 @@ struct FakeJni::Functions {
         if (jni.criticalFails) {
             return nullptr;
         }
-        std::vector<jbyte> copy = fake(array)->bytes;
-        void* const address = copy.data();
-        jni.regions_[address] = {fake(array), std::move(copy)};
+        std::vector<jbyte>& bytes = fake(array)->bytes;
+        std::vector<jbyte> copy = jni.criticalPins ? std::vector<jbyte>() : bytes;
+        void* const address = jni.criticalPins ? bytes.data() : copy.data();
+        jni.regions_.emplace(address, std::pair{fake(array), std::move(copy)});
         return address;
     }
 
@@ -175,7 +177,9 @@ struct FakeJni::Functions {
             jni.violations.push_back("ReleasePrimitiveArrayCritical of a region that is not open, or not with mode 0");
             return;
         }
-        fake(array)->bytes = std::move(region->second.second);
+        if (address != fake(array)->bytes.data()) {
+            fake(array)->bytes = std::move(region->second.second);
+        }
         jni.regions_.erase(region);
     }
 };

@@ -3,7 +3,7 @@
 //
 // Rules kept: no call but opening and closing regions while a critical region is open; no call but the few that JNI
 // allows while an exception is pending. A broken rule is recorded in `violations`. Critical regions are copies, so that
-// a region closed in the wrong order shows.
+// a region closed in the wrong order shows, or on demand the array itself, as in most VMs.
 #ifndef ZELSPI_TESTS_BRIDGE_FAKE_JNI_H
 #define ZELSPI_TESTS_BRIDGE_FAKE_JNI_H
 
@@ -23,6 +23,7 @@ struct FakeObject {
     std::string message;                 // of a throwable
     FakeObject* cause = nullptr;         // of a throwable
     std::vector<jbyte> bytes;            // of a byte array
+    jsize claimedLength = -1; // of a byte array: what GetArrayLength says instead of the truth; -1: the truth
 };
 
 class FakeJni {
@@ -53,6 +54,7 @@ public:
     bool newByteArrayFails = false;       // NewByteArray leaves an OutOfMemoryError
     bool newByteArrayGivesNull = false;   // ... returns null and leaves nothing pending
     bool criticalFails = false;           // GetPrimitiveArrayCritical returns null
+    bool criticalPins = false;            // GetPrimitiveArrayCritical returns the array itself, not a copy
     std::function<void()> onSetLongField; // runs in front of every SetLongField
     int fieldLookupsUntilFailure = -1;    // GetFieldID fails after this many more lookups; -1: never
 
@@ -75,7 +77,7 @@ private:
     JNINativeInterface_ table_{};
     Env env_{};
     std::vector<std::unique_ptr<FakeObject>> objects_;
-    std::map<void*, std::pair<FakeObject*, std::vector<jbyte>>> regions_; // open copies by their address
+    std::multimap<void*, std::pair<FakeObject*, std::vector<jbyte>>> regions_; // open regions by address, with copies
     FakeObject* pending_ = nullptr;
 };
 

@@ -7,6 +7,9 @@ import java.security.SecureRandom;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import javax.crypto.Cipher;
+import javax.crypto.spec.IvParameterSpec;
+import javax.crypto.spec.SecretKeySpec;
 
 /**
  * The provider beside the JDK's own, in one run: each work is done by the peers in turn, many rounds of some milliseconds,
@@ -46,6 +49,13 @@ public final class ProviderBench {
             }
             memoryOfRandoms(zel);
         }
+        if (wanted("cipher", args)) {
+            for (int mode : new int[] {Cipher.ENCRYPT_MODE, Cipher.DECRYPT_MODE}) {
+                for (int size : new int[] {16, 256, 1024, 16384, 1 << 20}) {
+                    cipher(mode, size, zel);
+                }
+            }
+        }
     }
 
     private static boolean wanted(String name, String[] args) {
@@ -76,6 +86,32 @@ public final class ProviderBench {
             });
         }
         compare("digest " + algorithm + " " + size + " byte by byte", size, List.of("zel", "SUN"), works);
+    }
+
+    /** AES-256-CBC of one message: init and doFinal into an array. */
+    private static void cipher(int mode, int size, Provider zel) throws Exception {
+        boolean encrypts = mode == Cipher.ENCRYPT_MODE;
+        SecretKeySpec key = new SecretKeySpec(new byte[32], "AES");
+        IvParameterSpec iv = new IvParameterSpec(new byte[16]);
+        Cipher encrypting = Cipher.getInstance("AES/CBC/PKCS5Padding", "SunJCE");
+        encrypting.init(Cipher.ENCRYPT_MODE, key, iv);
+        byte[] message = new byte[size];
+        byte[] ciphertext = encrypting.doFinal(message);
+        byte[] input = encrypts ? message : ciphertext;
+        List<Work> works = new ArrayList<>();
+        for (Cipher cipher : List.of(Cipher.getInstance("AES/CBC/PKCS5Padding", zel),
+                Cipher.getInstance("AES/CBC/PKCS5Padding", "SunJCE"))) {
+            byte[] output = new byte[input.length + 16];
+            cipher.init(mode, key, iv);
+            if (!Arrays.equals(cipher.doFinal(input), encrypts ? ciphertext : message)) {
+                throw new AssertionError("the result is wrong");
+            }
+            works.add(() -> {
+                cipher.init(mode, key, iv);
+                cipher.doFinal(input, 0, input.length, output, 0);
+            });
+        }
+        compare("cipher " + (encrypts ? "encrypt " : "decrypt ") + size, size, List.of("zel", "SunJCE"), works);
     }
 
     private static void random(int size, Provider zel) throws Exception {

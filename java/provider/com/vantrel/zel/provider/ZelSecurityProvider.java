@@ -9,7 +9,7 @@ import java.util.List;
 import java.util.Map;
 
 /**
- * The security provider "Zel": message digests and random numbers from the native library zelspi.
+ * The security provider "Zel": message digests, a cipher and random numbers from the native library zelspi.
  *
  * <p>Add it with {@code Security.addProvider(new ZelSecurityProvider())}, or name this class in a line of the
  * {@code java.security} file.
@@ -42,7 +42,10 @@ public final class ZelSecurityProvider extends Provider {
             new Row("MessageDigest", "SHA-1", "ZelSha1MessageDigestSpi",
                     "SHA", "SHA1", "1.3.14.3.2.26", "OID.1.3.14.3.2.26"),
             new Row("MessageDigest", "SHA-256", "ZelSha256MessageDigestSpi",
-                    "SHA256", "2.16.840.1.101.3.4.2.1", "OID.2.16.840.1.101.3.4.2.1"));
+                    "SHA256", "2.16.840.1.101.3.4.2.1", "OID.2.16.840.1.101.3.4.2.1"),
+            // No plain "AES": elsewhere that means ECB, so a program that asks for it had better be served elsewhere.
+            new Row("Cipher", "AES_256/CBC/PKCS5Padding", "ZelAes256CipherSpi",
+                    "AES/CBC/PKCS5Padding", "2.16.840.1.101.3.4.1.42", "OID.2.16.840.1.101.3.4.1.42"));
 
     /**
      * Loads the native library, registers the services, and starts the random generator in the background.
@@ -50,7 +53,7 @@ public final class ZelSecurityProvider extends Provider {
      * @throws ProviderException if there is no library for this machine, or it cannot be loaded
      */
     public ZelSecurityProvider() {
-        super(NAME, Version.TEXT, "Zel: native SHA-1, SHA-256 and FIPS 186-2 random numbers");
+        super(NAME, Version.TEXT, "Zel: native SHA-1, SHA-256, AES-256 and FIPS 186-2 random numbers");
         NativeLibrary.load();
         for (Row row : SERVICES) {
             String className = getClass().getPackageName() + ".spi." + row.spiClass;

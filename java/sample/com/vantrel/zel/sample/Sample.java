@@ -20,8 +20,9 @@ import java.util.LinkedHashMap;
 import java.util.Map;
 
 /**
- * What the provider does, shown on one file: its SHA-1 and SHA-256, as sha1sum and sha256sum print them, and 32 random
- * bytes, which take some six seconds to come because a generator is seeded for them.
+ * What the provider does, shown on one file: its SHA-1 and SHA-256, as sha1sum and sha256sum print them; 32 random bytes,
+ * which take some six seconds to come because a generator is seeded for them; and the file encrypted beside itself and
+ * decrypted again.
  */
 public final class Sample {
     private static final int BUFFER_BYTES = 1 << 20;
@@ -42,11 +43,11 @@ public final class Sample {
             Security.addProvider(new ZelSecurityProvider());
             run(args[0]);
         } catch (NoSuchFileException e) {
-            fail(args[0] + ": no such file");
+            fail(e.getFile() + ": no such file");
         } catch (AccessDeniedException e) {
-            fail(args[0] + ": permission denied");
+            fail(e.getFile() + ": permission denied");
         } catch (FileSystemException e) {
-            fail(args[0] + ": " + e.getReason());
+            fail(e.getFile() + ": " + e.getReason());
         } catch (InvalidPathException e) {
             fail("not a file name in this locale: " + e.getMessage());
         } catch (IOException | GeneralSecurityException e) {
@@ -66,6 +67,7 @@ public final class Sample {
         byte[] random = new byte[RANDOM_BYTES];
         SecureRandom.getInstance("FIPS186PRNG", ZelSecurityProvider.NAME).nextBytes(random);
         out.println(hex(random) + "  random");
+        out.println(EncryptedCopy.make(Path.of(file)));
         if (out.checkError()) {
             fail("cannot write to standard output");
         }
@@ -92,7 +94,7 @@ public final class Sample {
 
     /** The line of sha1sum and its kin, which mark names that they had to escape with a backslash in front. */
     private static String sumLine(byte[] digest, String file) {
-        String escaped = file.replace("\\", "\\\\").replace("\n", "\\n").replace("\r", "\\r");
+        String escaped = escaped(file);
         return (escaped.equals(file) ? "" : "\\") + hex(digest) + "  " + escaped;
     }
 
@@ -102,6 +104,11 @@ public final class Sample {
             hex.append(String.format("%02x", b));
         }
         return hex.toString();
+    }
+
+    /** A file name on one line. */
+    static String escaped(String file) {
+        return file.replace("\\", "\\\\").replace("\n", "\\n").replace("\r", "\\r");
     }
 
     private static void fail(String message) {

@@ -6,6 +6,8 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
+import java.util.regex.Matcher;
+import java.util.regex.Pattern;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
@@ -25,24 +27,30 @@ class SampleTest {
         assertEquals(2, child.exitCode);
     }
 
+    /** The lines on the digests; those on the random bytes and on the encrypted copy are looked at here. */
+    private static String linesOnDigests(ChildJvm child, String copy) {
+        Matcher matcher = Pattern.compile("(?s)(.*)[0-9a-f]{64}  random\nAES-256-CBC: " + Pattern.quote(copy)
+                + " decrypts to the file; encrypted at \\d+ MB/s, decrypted at \\d+ MB/s\n").matcher(child.out);
+        assertTrue(matcher.matches(), child.out);
+        return matcher.group(1);
+    }
+
     @Test
-    void printsTheLinesOfTheSumPrograms() throws Exception {
+    void printsTheLinesOfTheSumProgramsAndEncrypts() throws Exception {
         Path file = Files.writeString(folder.resolve("abc"), "abc");
         ChildJvm child = sample(file.toString());
-        assertTrue(child.out.endsWith("  random\n"), child.out);
-        String lines = child.out.substring(0, child.out.length() - 64 - "  random\n".length());
-        assertTrue(child.out.substring(lines.length()).matches("[0-9a-f]{64}  random\n"), child.out);
         assertEquals("a9993e364706816aba3e25717850c26c9cd0d89d  " + file + "\n"
-                + "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  " + file + "\n", lines);
+                + "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  " + file + "\n",
+                linesOnDigests(child, file + ".enc"));
+        assertEquals(16, Files.size(folder.resolve("abc.enc")));
         assertEquals("", child.err);
         assertEquals(0, child.exitCode);
 
         Path odd = Files.writeString(folder.resolve("a\\b\nc"), "");
         String escaped = folder + "/a\\\\b\\nc";
-        String out = sample(odd.toString()).out;
-        String expected = "\\da39a3ee5e6b4b0d3255bfef95601890afd80709  " + escaped + "\n"
-                + "\\e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855  " + escaped + "\n";
-        assertEquals(expected, out.substring(0, expected.length()));
+        assertEquals("\\da39a3ee5e6b4b0d3255bfef95601890afd80709  " + escaped + "\n"
+                + "\\e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855  " + escaped + "\n",
+                linesOnDigests(sample(odd.toString()), escaped + ".enc"));
     }
 
     @Test

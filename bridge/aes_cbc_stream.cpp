@@ -1,0 +1,149 @@
+#include "bridge/aes_cbc_stream.h"
+
+#include <cstring>
+#include <functional>
+
+namespace {
+
+// memcpy for counts that may be 0 with a null buffer.
+void copy(std::uint8_t* to, const std::uint8_t* from, std::uint64_t count) {
+    if (count > 0) {
+        std::memcpy(to, from, static_cast<std::size_t>(count));
+    }
+}
+
+// Whether two areas have no byte in common.
+bool areApart(const std::uint8_t* a, std::uint64_t aLength, const std::uint8_t* b, std::uint64_t bLength) {
+    const std::less_equal<> isNotBehind;
+    return isNotBehind(a + aLength, b) || isNotBehind(b + bLength, a);
+}
+
+} // namespace
+
+AesCbcStream::AesCbcStream() {
+    (void)allocBuffers(); // init tries again
+}
+
+AesCbcStream::~AesCbcStream() {
+    (void)aesDeleteContext(&context_);
+}
+
+Status AesCbcStream::allocBuffers() {
+    for (SecretBuffer* const buffer : {&chaining_, &pending_}) {
+        if (buffer->data() == nullptr) {
+            RETURN_IF_ERROR(buffer->alloc(kAesBlockBytes));
+        }
+    }
+    return OK;
+}
+
+Status AesCbcStream::init(std::int32_t mode, const std::uint8_t* iv, const std::uint8_t* key) {
+    RETURN_IF_ERROR(allocBuffers());
+    // The pending count is not touched: what an earlier message left pending begins the next one. Meant.
+    mode_ = mode;
+    copy(chaining_.data(), iv, kAesBlockBytes);
+    (void)aesDeleteContext(&context_);
+    context_ = aesCreateContext(key, kKeyBytes, isEncrypting() ? 1 : 0);
+    return hasContext() ? OK : ERR_AES;
+}
+
+// The bytes [from, from + count) of the message.
+void AesCbcStream::copyMessage(const std::uint8_t* input, std::uint64_t from, std::uint64_t count,
+                               std::uint8_t* to) const {
+    for (; count > 0 && from < pendingCount_; --count) {
+        *to++ = pending_.data()[from++];
+    }
+    if (count > 0) {
+        copy(to, input + (from - pendingCount_), count);
+    }
+}
+
+// The first `length` bytes of the message, whole blocks.
+Status AesCbcStream::transform(const std::uint8_t* input, std::uint8_t* output, std::uint64_t length) {
+    if (length == 0) {
+        return OK;
+    }
+    const std::uint32_t direction = isEncrypting() ? 1 : 0;
+    // The block that begins with pending bytes is put together here; the others stand in the input as they are.
+    const std::uint32_t joined = pendingCount_ > 0 ? kAesBlockBytes : 0;
+    SecretArray<std::uint8_t, kAesBlockBytes> first;
+    copyMessage(input, 0, joined, first.data());
+
+    const std::uint8_t* rest = input + (joined - pendingCount_);
+    std::uint8_t* const restOutput = output + joined;
+    const std::uint64_t restLength = length - joined;
+    if (rest != restOutput && !areApart(rest, restLength, output, length)) {
+        std::memmove(restOutput, rest, static_cast<std::size_t>(restLength));
+        rest = restOutput;
+    }
+    RETURN_IF_ERROR(aesDoBlocksInto(context_, first.data(), output, joined, direction, chaining_.data()));
+    return aesDoBlocksInto(context_, rest, restOutput, static_cast<std::uint32_t>(restLength), direction,
+                           chaining_.data());
+}
+
+Status AesCbcStream::update(const std::uint8_t* input, std::uint32_t offset, std::uint32_t length,
+                            std::uint8_t* output) {
+    const std::uint64_t whole = wholeSize(length);
+    if (whole == 0 && pendingCount_ > 0) {
+        copy(pending_.data() + pendingCount_, input + offset, length);
+        pendingCount_ += length;
+        return OK;
+    }
+    const std::uint64_t taken = whole - pendingCount_;
+    const std::uint32_t kept = length - static_cast<std::uint32_t>(taken);
+    SecretArray<std::uint8_t, kAesBlockBytes> tail;
+    copy(tail.data(), input + taken, kept); // without the offset: meant
+    const Status status = transform(input + offset, output, whole);
+    copy(pending_.data(), tail.data(), kept);
+    pendingCount_ = kept;
+    return status;
+}
+
+Status AesCbcStream::encryptFinal(const std::uint8_t* input, std::uint32_t length, std::uint8_t* output) {
+    const std::uint64_t whole = wholeSize(length);
+    const auto rest = static_cast<std::uint32_t>(messageSize(length) - whole);
+    const std::uint32_t padding = kAesBlockBytes - rest;
+    SecretArray<std::uint8_t, kAesBlockBytes> last;
+    copyMessage(input, whole, rest, last.data());
+    std::memset(last.data() + rest, static_cast<int>(padding), padding);
+    RETURN_IF_ERROR(transform(input, output, whole));
+    return aesDoBlocksInto(context_, last.data(), output + whole, kAesBlockBytes, 1, chaining_.data());
+    // The pending count stays, so that a second doFinal encrypts the pending bytes again. Meant.
+}
+
+// One block of the message, without moving the chaining value on.
+Status AesCbcStream::decryptBlockAt(const std::uint8_t* input, std::uint64_t at, std::uint8_t* block) const {
+    std::uint8_t previous[kAesBlockBytes];
+    if (at == 0) {
+        copy(previous, chaining_.data(), kAesBlockBytes);
+    } else {
+        copyMessage(input, at - kAesBlockBytes, kAesBlockBytes, previous);
+    }
+    copyMessage(input, at, kAesBlockBytes, block);
+    return aesDoBlocks(context_, block, kAesBlockBytes, 0, previous);
+}
+
+Status AesCbcStream::decryptEnding(const std::uint8_t* input, std::uint32_t length, Ending* ending) {
+    const std::uint64_t size = messageSize(length);
+    const std::uint64_t lastAt = size - kAesBlockBytes;
+    RETURN_IF_ERROR(decryptBlockAt(input, lastAt, ending->block.data()));
+    copyMessage(input, lastAt, kAesBlockBytes, ending->ciphertext);
+    // Nothing but the last byte is looked at, and 0 or more than a block is taken as it is. Meant.
+    const std::uint8_t padding = ending->block[kAesBlockBytes - 1];
+    if (padding > size) {
+        copy(chaining_.data(), ending->ciphertext, kAesBlockBytes);
+        return ERR_AES_BAD_PAD_LENGTH;
+    }
+    ending->length = size - padding;
+    const std::uint64_t endsAt = ending->length / kAesBlockBytes * kAesBlockBytes;
+    return endsAt < lastAt ? decryptBlockAt(input, endsAt, ending->block.data()) : OK;
+}
+
+Status AesCbcStream::decryptFinal(const std::uint8_t* input, const Ending& ending, std::uint8_t* output) {
+    const std::uint64_t whole = ending.length / kAesBlockBytes * kAesBlockBytes;
+    RETURN_IF_ERROR(transform(input, output, whole));
+    copy(output + whole, ending.block.data(), ending.length - whole);
+    copy(chaining_.data(), ending.ciphertext, kAesBlockBytes);
+    return OK;
+    // The pending count stays, as in encryptFinal.
+}

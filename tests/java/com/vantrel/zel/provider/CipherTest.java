@@ -1,0 +1,315 @@
+package com.vantrel.zel.provider;
+
+import static org.junit.jupiter.api.Assertions.assertArrayEquals;
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertNull;
+import static org.junit.jupiter.api.Assertions.assertThrows;
+
+import java.io.ByteArrayInputStream;
+import java.io.ByteArrayOutputStream;
+import java.io.InputStream;
+import java.io.OutputStream;
+import java.io.SequenceInputStream;
+import java.nio.ByteBuffer;
+import java.security.AlgorithmParameters;
+import java.security.DigestOutputStream;
+import java.security.InvalidAlgorithmParameterException;
+import java.security.InvalidKeyException;
+import java.security.Key;
+import java.security.KeyPair;
+import java.security.KeyPairGenerator;
+import java.security.MessageDigest;
+import java.security.NoSuchAlgorithmException;
+import java.security.Provider;
+import java.util.Arrays;
+import java.util.Collections;
+import java.util.Random;
+import java.util.stream.Collectors;
+import java.util.stream.Stream;
+import javax.crypto.BadPaddingException;
+import javax.crypto.Cipher;
+import javax.crypto.CipherInputStream;
+import javax.crypto.CipherOutputStream;
+import javax.crypto.SealedObject;
+import javax.crypto.SecretKey;
+import javax.crypto.ShortBufferException;
+import javax.crypto.spec.IvParameterSpec;
+import javax.crypto.spec.PBEParameterSpec;
+import javax.crypto.spec.SecretKeySpec;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.ValueSource;
+
+/** The cipher as a Java program sees it; the JDK's own provider is the oracle. */
+class CipherTest {
+    private static final Provider ZEL = new ZelSecurityProvider();
+    private static final String TRANSFORMATION = "AES/CBC/PKCS5Padding";
+    private static final Random RANDOM = new Random(7);
+    private static final SecretKey KEY = new SecretKeySpec(randomBytes(32), "AES");
+    private static final IvParameterSpec IV = new IvParameterSpec(randomBytes(16));
+
+    private static byte[] randomBytes(int length) {
+        byte[] bytes = new byte[length];
+        RANDOM.nextBytes(bytes);
+        return bytes;
+    }
+
+    private static Cipher zel(int mode) throws Exception {
+        Cipher cipher = Cipher.getInstance(TRANSFORMATION, ZEL);
+        cipher.init(mode, KEY, IV);
+        return cipher;
+    }
+
+    private static byte[] jdk(int mode, byte[] data) throws Exception {
+        Cipher cipher = Cipher.getInstance(TRANSFORMATION, "SunJCE");
+        cipher.init(mode, KEY, IV);
+        return cipher.doFinal(data);
+    }
+
+    /** Encrypted without padding of our own, to make bad paddings. */
+    private static byte[] encryptedBlocks(byte[] blocks) throws Exception {
+        Cipher cipher = Cipher.getInstance("AES/CBC/NoPadding", "SunJCE");
+        cipher.init(Cipher.ENCRYPT_MODE, KEY, IV);
+        return cipher.doFinal(blocks);
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"AES/CBC/PKCS5Padding", "aes/cbc/pkcs5padding", "AES_256/CBC/PKCS5Padding",
+        "2.16.840.1.101.3.4.1.42", "OID.2.16.840.1.101.3.4.1.42"})
+    void goesByItsNames(String name) throws Exception {
+        Cipher cipher = Cipher.getInstance(name, ZEL);
+        cipher.init(Cipher.ENCRYPT_MODE, KEY, IV);
+        assertEquals(16, cipher.getBlockSize());
+        assertArrayEquals(jdk(Cipher.ENCRYPT_MODE, new byte[] {1, 2, 3}), cipher.doFinal(new byte[] {1, 2, 3}));
+    }
+
+    @Test
+    void leavesOtherCiphersToOthers() {
+        assertThrows(NoSuchAlgorithmException.class, () -> Cipher.getInstance("AES", ZEL));
+        assertThrows(NoSuchAlgorithmException.class, () -> Cipher.getInstance("AES/CBC/NoPadding", ZEL));
+    }
+
+    private static void append(ByteArrayOutputStream out, byte[] result) {
+        if (result != null) {
+            out.writeBytes(result);
+        }
+    }
+
+    /** Sends a piece through update, or the last one through doFinal, in a randomly chosen form; appends what comes out. */
+    private static void send(Cipher cipher, byte[] data, int at, int length, boolean isLast, ByteArrayOutputStream out)
+            throws Exception {
+        byte[] area = new byte[length + 100];
+        int from = RANDOM.nextInt(60);
+        int to = RANDOM.nextBoolean() ? from : RANDOM.nextInt(60);
+        System.arraycopy(data, at, area, from, length);
+        switch (RANDOM.nextInt(4)) {
+            case 0:
+                append(out, isLast ? cipher.doFinal(data, at, length) : cipher.update(data, at, length));
+                break;
+            case 1: // one array, wherever the two slices lie
+                out.write(area, to, isLast ? cipher.doFinal(area, from, length, area, to)
+                        : cipher.update(area, from, length, area, to));
+                break;
+            default:
+                ByteBuffer in = RANDOM.nextBoolean() ? ByteBuffer.wrap(area, from, length).slice().asReadOnlyBuffer()
+                        : ByteBuffer.wrap(area, from, length);
+                ByteBuffer result = RANDOM.nextBoolean() ? ByteBuffer.wrap(area) : ByteBuffer.allocateDirect(length + 100);
+                result.position(to);
+                int written = isLast ? cipher.doFinal(in, result) : cipher.update(in, result);
+                assertEquals(0, in.remaining());
+                assertEquals(to + written, result.position());
+                byte[] bytes = new byte[written];
+                result.flip().position(to).get(bytes);
+                out.writeBytes(bytes);
+        }
+    }
+
+    @Test
+    void everySplitInEveryFormAndMessageAfterMessage() throws Exception {
+        Cipher[] ciphers = {zel(Cipher.ENCRYPT_MODE), zel(Cipher.DECRYPT_MODE)}; // never initialised again
+        for (int round = 0; round < 1500; ++round) { // now and then in more than one native call
+            byte[] message = randomBytes(RANDOM.nextInt(round % 50 == 1 ? 5 << 20 : round % 20 == 0 ? 20_000 : 100));
+            byte[] ciphertext = jdk(Cipher.ENCRYPT_MODE, message);
+            boolean encrypts = round % 2 == 0;
+            Cipher cipher = ciphers[encrypts ? 0 : 1];
+            byte[] from = encrypts ? message : ciphertext;
+            ByteArrayOutputStream out = new ByteArrayOutputStream();
+            int at = 0;
+            while (RANDOM.nextInt(4) > 0) {
+                int length = RANDOM.nextInt(Math.min(from.length - at, RANDOM.nextBoolean() ? 40 : 20_000) + 1);
+                send(cipher, from, at, length, false, out);
+                at += length;
+            }
+            send(cipher, from, at, from.length - at, true, out);
+            assertArrayEquals(encrypts ? ciphertext : message, out.toByteArray(), "round " + round);
+        }
+    }
+
+    @Test
+    void nothingAtAll() throws Exception {
+        assertEquals(16, zel(Cipher.ENCRYPT_MODE).doFinal().length);
+        assertEquals(0, zel(Cipher.DECRYPT_MODE).doFinal().length);
+        assertEquals(0, zel(Cipher.DECRYPT_MODE).doFinal(new byte[3], 3));
+        assertNull(zel(Cipher.DECRYPT_MODE).update(new byte[16]));
+        assertNull(zel(Cipher.ENCRYPT_MODE).update(new byte[15]));
+        Cipher fresh = Cipher.getInstance(TRANSFORMATION, ZEL);
+        assertNull(fresh.getIV());
+        assertNull(fresh.getParameters());
+        assertThrows(IllegalStateException.class, () -> fresh.update(new byte[1]));
+        assertThrows(IllegalStateException.class, fresh::doFinal);
+    }
+
+    @Test
+    void initForgetsTheOldMessage() throws Exception {
+        for (int mode : new int[] {Cipher.ENCRYPT_MODE, Cipher.DECRYPT_MODE}) {
+            Cipher cipher = zel(mode);
+            cipher.update(new byte[39]);
+            cipher.init(Cipher.ENCRYPT_MODE, KEY, IV);
+            assertArrayEquals(jdk(Cipher.ENCRYPT_MODE, new byte[] {5}), cipher.doFinal(new byte[] {5}));
+        }
+    }
+
+    /** Short of room, nothing is consumed: the same call with room for the result, not a byte more, succeeds. */
+    @Test
+    void shortBuffers() throws Exception {
+        for (int size = 0; size < 50; ++size) {
+            byte[] message = randomBytes(size);
+            byte[] ciphertext = jdk(Cipher.ENCRYPT_MODE, message);
+            for (int before = 0; before <= size; before += 1 + before % 7) {
+                for (boolean encrypts : new boolean[] {true, false}) {
+                    byte[] from = encrypts ? message : ciphertext;
+                    byte[] to = encrypts ? ciphertext : message;
+                    Cipher cipher = zel(encrypts ? Cipher.ENCRYPT_MODE : Cipher.DECRYPT_MODE);
+                    byte[] head = cipher.update(from, 0, before);
+                    int done = head == null ? 0 : head.length;
+                    byte[] rest = Arrays.copyOfRange(from, before, from.length);
+                    int left = to.length - done;
+                    if (rest.length >= 32) {
+                        assertThrows(ShortBufferException.class, () -> cipher.update(rest, 0, 32, new byte[15]));
+                    }
+                    for (int room = Math.max(0, left - 18); room < left; ++room) {
+                        byte[] tooSmall = new byte[room + 2];
+                        assertThrows(ShortBufferException.class,
+                                () -> cipher.doFinal(rest, 0, rest.length, tooSmall, 2));
+                        assertArrayEquals(new byte[room + 2], tooSmall);
+                        assertThrows(ShortBufferException.class, () -> cipher.doFinal(ByteBuffer.wrap(rest),
+                                ByteBuffer.wrap(tooSmall, 2, tooSmall.length - 2)));
+                    }
+                    assertEquals(true, cipher.getOutputSize(rest.length) >= left);
+                    byte[] exact = new byte[left];
+                    assertEquals(left, cipher.doFinal(rest, 0, rest.length, exact, 0));
+                    assertArrayEquals(Arrays.copyOfRange(to, done, to.length), exact);
+                }
+            }
+        }
+    }
+
+    /** The padding is compared whole, other than by the native engine; nothing of the message is given out. */
+    @Test
+    void badPaddingsAndSizes() throws Exception {
+        for (int padding : new int[] {0, 1, 2, 15, 16, 17, 32, 127, 128, 255}) {
+            for (int wrongAt = -1; wrongAt < 16; ++wrongAt) {
+                byte[] blocks = new byte[32];
+                Arrays.fill(blocks, Math.max(16, 32 - padding), 32, (byte) padding);
+                blocks[31] = (byte) padding;
+                if (wrongAt >= 0) {
+                    blocks[16 + wrongAt] ^= 0x40;
+                }
+                byte[] ciphertext = encryptedBlocks(blocks);
+                Cipher cipher = zel(Cipher.DECRYPT_MODE);
+                boolean isGood = padding >= 1 && padding <= 16 && wrongAt < 16 - padding;
+                if (isGood) {
+                    assertArrayEquals(Arrays.copyOf(blocks, 32 - padding), cipher.doFinal(ciphertext));
+                } else {
+                    byte[] out = new byte[32];
+                    assertThrows(BadPaddingException.class, () -> cipher.doFinal(ciphertext, 0, 32, out));
+                    assertArrayEquals(new byte[32], out);
+                    assertThrows(BadPaddingException.class, () -> cipher.doFinal(ciphertext, 0, 32, out, 15));
+                    assertThrows(BadPaddingException.class, () -> cipher.doFinal(ciphertext));
+                }
+            }
+        }
+        Cipher cipher = zel(Cipher.DECRYPT_MODE);
+        assertEquals("invalid source buffer size",
+                assertThrows(BadPaddingException.class, () -> cipher.doFinal(new byte[17])).getMessage());
+        assertArrayEquals(new byte[] {8}, cipher.doFinal(jdk(Cipher.ENCRYPT_MODE, new byte[] {8})));
+    }
+
+    @Test
+    void parametersAndIvs() throws Exception {
+        Cipher cipher = Cipher.getInstance(TRANSFORMATION, ZEL);
+        cipher.init(Cipher.ENCRYPT_MODE, KEY);
+        byte[] iv = cipher.getIV();
+        byte[] ciphertext = cipher.doFinal(new byte[20]);
+        AlgorithmParameters parameters = cipher.getParameters();
+        assertArrayEquals(iv, parameters.getParameterSpec(IvParameterSpec.class).getIV());
+        cipher.init(Cipher.ENCRYPT_MODE, KEY);
+        assertEquals(false, Arrays.equals(iv, cipher.getIV()));
+        cipher.init(Cipher.DECRYPT_MODE, KEY, parameters);
+        assertArrayEquals(new byte[20], cipher.doFinal(ciphertext));
+        cipher.getIV()[0] ^= 1; // a copy
+        assertArrayEquals(iv, cipher.getIV());
+
+        assertThrows(InvalidKeyException.class, () -> cipher.init(Cipher.DECRYPT_MODE, KEY));
+        assertThrows(InvalidAlgorithmParameterException.class,
+                () -> cipher.init(Cipher.DECRYPT_MODE, KEY, (IvParameterSpec) null));
+        assertThrows(InvalidAlgorithmParameterException.class,
+                () -> cipher.init(Cipher.ENCRYPT_MODE, KEY, new IvParameterSpec(new byte[12])));
+        assertThrows(InvalidAlgorithmParameterException.class,
+                () -> cipher.init(Cipher.ENCRYPT_MODE, KEY, new PBEParameterSpec(new byte[8], 1)));
+        AlgorithmParameters foreign = AlgorithmParameters.getInstance("PBE");
+        foreign.init(new PBEParameterSpec(new byte[8], 1));
+        assertThrows(InvalidAlgorithmParameterException.class, () -> cipher.init(Cipher.ENCRYPT_MODE, KEY, foreign));
+    }
+
+    @Test
+    void wrongKeys() throws Exception {
+        KeyPair pair = KeyPairGenerator.getInstance("RSA").generateKeyPair();
+        Cipher cipher = Cipher.getInstance(TRANSFORMATION, ZEL);
+        for (Key key : new Key[] {null, new SecretKeySpec(new byte[16], "AES"), new SecretKeySpec(new byte[33], "AES"),
+            new SecretKeySpec(new byte[32], "HmacSHA256"), pair.getPrivate(), pair.getPublic()}) {
+            assertThrows(InvalidKeyException.class, () -> cipher.init(Cipher.ENCRYPT_MODE, key, IV), "" + key);
+            assertThrows(InvalidKeyException.class, () -> cipher.init(Cipher.ENCRYPT_MODE, key), "" + key);
+        }
+    }
+
+    @Test
+    void wrapsKeysOfEveryKind() throws Exception {
+        KeyPair pair = KeyPairGenerator.getInstance("RSA").generateKeyPair();
+        Cipher wrapping = zel(Cipher.WRAP_MODE);
+        Cipher unwrapping = zel(Cipher.UNWRAP_MODE);
+        assertEquals(KEY, unwrapping.unwrap(wrapping.wrap(KEY), "AES", Cipher.SECRET_KEY));
+        assertEquals(pair.getPrivate(), unwrapping.unwrap(wrapping.wrap(pair.getPrivate()), "RSA", Cipher.PRIVATE_KEY));
+        assertEquals(pair.getPublic(), unwrapping.unwrap(wrapping.wrap(pair.getPublic()), "RSA", Cipher.PUBLIC_KEY));
+        byte[] wrapped = wrapping.wrap(KEY);
+        assertArrayEquals(jdk(Cipher.ENCRYPT_MODE, KEY.getEncoded()), wrapped);
+        assertThrows(InvalidKeyException.class, () -> unwrapping.unwrap(new byte[48], "AES", Cipher.SECRET_KEY));
+        assertThrows(InvalidKeyException.class, () -> unwrapping.unwrap(new byte[47], "AES", Cipher.SECRET_KEY));
+        assertThrows(InvalidKeyException.class, () -> unwrapping.unwrap(wrapped, "RSA", Cipher.PRIVATE_KEY));
+        assertThrows(NoSuchAlgorithmException.class, () -> unwrapping.unwrap(wrapped, "None", Cipher.PUBLIC_KEY));
+    }
+
+    @Test
+    void streamsAndSealedObjects() throws Exception {
+        byte[] block = randomBytes(1 << 16);
+        long blocks = (100 << 20) / block.length;
+        // 100 MB through a CipherInputStream into a CipherOutputStream; the digest says whether they are the same.
+        MessageDigest seen = MessageDigest.getInstance("SHA-256", "SUN");
+        OutputStream digesting = new DigestOutputStream(OutputStream.nullOutputStream(), seen);
+        MessageDigest expected = MessageDigest.getInstance("SHA-256", "SUN");
+        for (long i = 0; i < blocks; ++i) {
+            expected.update(block);
+        }
+        InputStream plain = new SequenceInputStream(Collections.enumeration(
+                Stream.generate(() -> new ByteArrayInputStream(block)).limit(blocks).collect(Collectors.toList())));
+        try (CipherInputStream in = new CipherInputStream(plain, zel(Cipher.ENCRYPT_MODE));
+                CipherOutputStream out = new CipherOutputStream(digesting, zel(Cipher.DECRYPT_MODE))) {
+            in.transferTo(out);
+        }
+        assertArrayEquals(expected.digest(), seen.digest());
+
+        assertEquals(-1, new CipherInputStream(new ByteArrayInputStream(new byte[0]), zel(Cipher.DECRYPT_MODE)).read());
+        SealedObject sealed = new SealedObject("a secret", zel(Cipher.ENCRYPT_MODE));
+        assertEquals("a secret", sealed.getObject(zel(Cipher.DECRYPT_MODE)));
+    }
+}
