@@ -13,7 +13,7 @@ esac
 
 packages=(cmake ninja-build g++ openjdk-17-jdk-headless junit5 libgtest-dev)
 if $full; then
-  packages+=(clang g++-mingw-w64-x86-64-posix wine64 googletest)
+  packages+=(clang g++-mingw-w64-x86-64-posix wine64 googletest valgrind)
 fi
 cmake/install-packages.sh "${packages[@]}"
 

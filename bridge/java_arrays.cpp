@@ -2,15 +2,15 @@
 
 #include "bridge/java_exceptions.h"
 
-bool isArray(JNIEnv* env, jarray array) {
+bool requireArray(JNIEnv* env, jarray array) {
     if (array == nullptr) {
         ZelObject::throwStaticException(env, kNullPointerException, "array is null", OK);
     }
     return array != nullptr;
 }
 
-bool isSlice(JNIEnv* env, jarray array, jint offset, jint length) {
-    if (!isArray(env, array)) {
+bool requireSlice(JNIEnv* env, jarray array, jint offset, jint length) {
+    if (!requireArray(env, array)) {
         return false;
     }
     const jint size = env->GetArrayLength(array);

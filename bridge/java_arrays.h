@@ -6,12 +6,12 @@
 
 #include <cstdint>
 
-// isArray: whether the array is not null. If it is, raises NullPointerException "array is null".
-bool isArray(JNIEnv* env, jarray array);
+// requireArray: whether the array is there; a null one raises NullPointerException "array is null".
+bool requireArray(JNIEnv* env, jarray array);
 
-// isSlice: whether array[offset .. offset + length) lies inside the array.
-// Errors:  as isArray; ArrayIndexOutOfBoundsException "offset or length out of range".
-bool isSlice(JNIEnv* env, jarray array, jint offset, jint length);
+// requireSlice: whether array[offset .. offset + length) lies inside the array.
+// Errors:  as requireArray; ArrayIndexOutOfBoundsException "offset or length out of range".
+bool requireSlice(JNIEnv* env, jarray array, jint offset, jint length);
 
 // CriticalBytes: a byte array opened as a critical region, closed (with what was written) at the end of the scope.
 // While one is open nothing may call JNI, block or raise; only further regions may be opened. Where one Java array may

@@ -24,7 +24,7 @@ template <typename Hash> enum_errDescrValues ShaDigestEngine<Hash>::nativeReset(
 
 template <typename Hash>
 void ShaDigestEngine<Hash>::update(JNIEnv* env, jobject, jbyteArray input, jint offset, jint length) {
-    if (!isSlice(env, input, offset, length)) {
+    if (!requireSlice(env, input, offset, length)) {
         return;
     }
     Status status = OK;
@@ -61,15 +61,15 @@ enum_errDescrValues ShaDigestEngine<Hash>::nativeUpdate(const std::uint8_t* inpu
 }
 
 template <typename Hash> int ShaDigestEngine<Hash>::digest(JNIEnv* env, jobject object, std::uint8_t* output, int) {
-    if (!isReady(env, object)) {
+    if (!ensureReady(env, object)) {
         return 0;
     }
-    return isFinished(env, object, Hash::finish(context_, output)) ? Hash::kDigestBytes : 0;
+    return resetOrRaise(env, object, Hash::finish(context_, output)) ? Hash::kDigestBytes : 0;
 }
 
 template <typename Hash>
 jint ShaDigestEngine<Hash>::digest(JNIEnv* env, jobject object, jbyteArray output, jint offset, jint length) {
-    if (!isReady(env, object) || !isArray(env, output)) {
+    if (!ensureReady(env, object) || !requireArray(env, output)) {
         return 0;
     }
     // The room is judged by the caller's length, although the whole digest is written; what is really written is judged
@@ -79,14 +79,14 @@ jint ShaDigestEngine<Hash>::digest(JNIEnv* env, jobject object, jbyteArray outpu
         throwException(env, kDigestException, "insufficient space for digest");
         return 0;
     }
-    if (!isSlice(env, output, offset, Hash::kDigestBytes)) {
+    if (!requireSlice(env, output, offset, Hash::kDigestBytes)) {
         return 0;
     }
     return finishInto(env, object, output, offset) ? Hash::kDigestBytes : 0;
 }
 
 template <typename Hash> jbyteArray ShaDigestEngine<Hash>::digest(JNIEnv* env, jobject object) {
-    if (!isReady(env, object)) {
+    if (!ensureReady(env, object)) {
         return nullptr;
     }
     const jbyteArray output = env->NewByteArray(Hash::kDigestBytes);
@@ -106,14 +106,14 @@ template <typename Hash> int ShaDigestEngine<Hash>::nativeDigest(std::uint8_t* o
     return Hash::kDigestBytes;
 }
 
-template <typename Hash> bool ShaDigestEngine<Hash>::isReady(JNIEnv* env, jobject object) {
+template <typename Hash> bool ShaDigestEngine<Hash>::ensureReady(JNIEnv* env, jobject object) {
     if (context_ == nullptr) {
         reset(env, object);
     }
     return context_ != nullptr;
 }
 
-template <typename Hash> bool ShaDigestEngine<Hash>::isFinished(JNIEnv* env, jobject object, Status status) {
+template <typename Hash> bool ShaDigestEngine<Hash>::resetOrRaise(JNIEnv* env, jobject object, Status status) {
     if (isError(status)) {
         throwException(env, kProviderException, "error calculating final digest", status);
         return false;
@@ -133,7 +133,7 @@ bool ShaDigestEngine<Hash>::finishInto(JNIEnv* env, jobject object, jbyteArray o
         }
         status = Hash::finish(context_, bytes.data() + offset);
     }
-    return isFinished(env, object, status);
+    return resetOrRaise(env, object, status);
 }
 
 template class ShaDigestEngine<Sha1DigestHash>;

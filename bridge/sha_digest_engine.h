@@ -22,9 +22,9 @@ public:
 
 private:
     // Whether there is a running hash, after a reset where there was none; if not, an exception is pending.
-    bool isReady(JNIEnv* env, jobject object);
+    bool ensureReady(JNIEnv* env, jobject object);
     // Ends the digest that finish gave the status for: raises, or resets.
-    bool isFinished(JNIEnv* env, jobject object, enum_errDescrValues status);
+    bool resetOrRaise(JNIEnv* env, jobject object, enum_errDescrValues status);
     // Finishes into output[offset ..], whose room has been checked.
     bool finishInto(JNIEnv* env, jobject object, jbyteArray output, jint offset);
 

@@ -82,7 +82,7 @@ void ZelAes256Cipher::init(JNIEnv* env, jobject, jint opmode, jbyteArray iv, jby
 }
 
 jbyteArray ZelAes256Cipher::update(JNIEnv* env, jobject, jbyteArray input, jint offset, jint length) {
-    if (!hasContext(env) || !isSlice(env, input, offset, length)) {
+    if (!hasContext(env) || !requireSlice(env, input, offset, length)) {
         return nullptr;
     }
     const jbyteArray output = newArray(env, stream_.wholeSize(countOf(length)));
@@ -97,7 +97,8 @@ jbyteArray ZelAes256Cipher::update(JNIEnv* env, jobject, jbyteArray input, jint 
 
 jint ZelAes256Cipher::update(JNIEnv* env, jobject, jbyteArray input, jint offset, jint length, jbyteArray output,
                              jint outputOffset) {
-    if (!hasContext(env) || !isArray(env, input) || !isArray(env, output) || !isSlice(env, input, offset, length)) {
+    if (!hasContext(env) || !requireArray(env, input) || !requireArray(env, output) ||
+        !requireSlice(env, input, offset, length)) {
         return 0;
     }
     const std::uint64_t size = stream_.wholeSize(countOf(length));
@@ -111,7 +112,7 @@ jint ZelAes256Cipher::update(JNIEnv* env, jobject, jbyteArray input, jint offset
 }
 
 jbyteArray ZelAes256Cipher::doFinal(JNIEnv* env, jobject, jbyteArray input, jint offset, jint length) {
-    if (!hasContext(env) || !isSlice(env, input, offset, length)) {
+    if (!hasContext(env) || !requireSlice(env, input, offset, length)) {
         return nullptr;
     }
     if (!stream_.isEncrypting()) {
@@ -149,7 +150,8 @@ jbyteArray ZelAes256Cipher::decryptFinal(JNIEnv* env, jbyteArray input, jint off
 
 jint ZelAes256Cipher::doFinal(JNIEnv* env, jobject, jbyteArray input, jint offset, jint length, jbyteArray output,
                               jint outputOffset) {
-    if (!hasContext(env) || !isArray(env, input) || !isArray(env, output) || !isSlice(env, input, offset, length)) {
+    if (!hasContext(env) || !requireArray(env, input) || !requireArray(env, output) ||
+        !requireSlice(env, input, offset, length)) {
         return 0;
     }
     const std::uint32_t count = countOf(length);
@@ -203,7 +205,7 @@ bool ZelAes256Cipher::hasRoom(JNIEnv* env, jbyteArray output, jint outputOffset,
         throwException(env, kShortBufferException, message);
         return false;
     }
-    return isSlice(env, output, outputOffset, static_cast<jint>(size));
+    return requireSlice(env, output, outputOffset, static_cast<jint>(size));
 }
 
 // Whether the work has succeeded; if not, raises what the status stands for.

@@ -44,7 +44,7 @@ ZelSecureRandom* ZelSecureRandom::instance() {
 }
 
 void ZelSecureRandom::setSeed(JNIEnv* env, jobject, jbyteArray seed) {
-    if (!isArray(env, seed)) {
+    if (!requireArray(env, seed)) {
         return;
     }
     const jint length = env->GetArrayLength(seed);
@@ -71,7 +71,7 @@ void ZelSecureRandom::setSeed(JNIEnv* env, jobject, jbyteArray seed) {
 }
 
 void ZelSecureRandom::nextBytes(JNIEnv* env, jobject, jbyteArray bytes) {
-    if (!isArray(env, bytes)) {
+    if (!requireArray(env, bytes)) {
         return;
     }
     const jint length = env->GetArrayLength(bytes);

@@ -153,11 +153,11 @@ TEST_F(Frame, Slices) {
                           {INT_MIN, INT_MIN, false}};
     for (const Case& c : cases) {
         SCOPED_TRACE(testing::Message() << c.offset << ", " << c.length);
-        EXPECT_EQ(isSlice(env, array, c.offset, c.length), c.inside);
+        EXPECT_EQ(requireSlice(env, array, c.offset, c.length), c.inside);
         EXPECT_EQ(jni.takePending(),
                   c.inside ? "" : "java/lang/ArrayIndexOutOfBoundsException: offset or length out of range");
     }
-    EXPECT_FALSE(isSlice(env, nullptr, 0, 0));
+    EXPECT_FALSE(requireSlice(env, nullptr, 0, 0));
     EXPECT_EQ(jni.takePending(), "java/lang/NullPointerException: array is null");
 }
 
