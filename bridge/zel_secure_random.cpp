@@ -2,6 +2,7 @@
 
 #include "bridge/java_arrays.h"
 #include "bridge/java_exceptions.h"
+#include "bridge/pieces.h"
 #include "core/memory/secret.h"
 #include "core/random/random.h"
 
@@ -10,16 +11,8 @@
 
 namespace {
 
-// One piece: short enough that other threads get their turn well within the five seconds that they wait.
-constexpr jint kPieceBytes = 64 * 1024;
-
-// A native buffer for the pieces of an array of that length.
-Status allocPiece(SecretBuffer& piece, jint length) {
-    return piece.alloc(static_cast<std::size_t>(std::min(kPieceBytes, length)));
-}
-
-// Copies between piece and array[offset .. offset + count), in whichever direction copy does. If the region cannot be
-// opened an OutOfMemoryError is pending.
+// Copies between a native piece and array[offset ..], in whichever direction copy does. If the region cannot be opened
+// an OutOfMemoryError is pending.
 template <typename Copy> bool copyPiece(JNIEnv* env, jbyteArray array, jint offset, Copy copy) {
     {
         const CriticalBytes region(env, array);
@@ -30,6 +23,29 @@ template <typename Copy> bool copyPiece(JNIEnv* env, jbyteArray array, jint offs
     }
     raiseOutOfMemory(env);
     return false;
+}
+
+// Gives the context every byte of the seed. Only the last byte's status is kept, and of each byte only the lowest bit
+// counts; both are meant. False with an exception pending when the array cannot be read.
+bool addSeed(JNIEnv* env, RandomContext* context, jbyteArray seed, std::uint8_t* piece, Status& status) {
+    return forEachPiece(env->GetArrayLength(seed), [&](jint offset, jint count) {
+        if (!copyPiece(env, seed, offset, [&](const std::uint8_t* from) { (void)memCopy(piece, from, count); })) {
+            return false;
+        }
+        for (jint i = 0; i < count; ++i) {
+            status = randomAddEntropyBit(context, piece[i]);
+        }
+        return true;
+    });
+}
+
+// Fills the array up to the first failure. False when it is not filled: by the status, or with an exception pending.
+bool fill(JNIEnv* env, RandomContext* context, jbyteArray bytes, std::uint8_t* piece, Status& status) {
+    return forEachPiece(env->GetArrayLength(bytes), [&](jint offset, jint count) {
+        status = randomGenerate(context, piece, static_cast<std::uint32_t>(count));
+        return !isError(status) &&
+               copyPiece(env, bytes, offset, [&](std::uint8_t* to) { (void)memCopy(to, piece, count); });
+    });
 }
 
 } // namespace
@@ -49,21 +65,15 @@ void ZelSecureRandom::setSeed(JNIEnv* env, jobject, jbyteArray seed) {
     }
     const jint length = env->GetArrayLength(seed);
     RandomContext* const context = getRandomContext(env);
-    // Without a context its exception is pending and the array stays closed: the core refuses the first byte anyway.
-    Status status = context == nullptr && length > 0 ? randomAddEntropyBit(context, 0) : OK;
-    SecretBuffer piece;
-    if (context != nullptr) {
-        status = allocPiece(piece, length);
+    if (length == 0) {
+        return; // nothing of its own; without a context that exception stays
     }
-    for (jint done = 0; done < length && !isError(status); done += kPieceBytes) {
-        const jint count = std::min(kPieceBytes, length - done);
-        if (!copyPiece(env, seed, done, [&](const std::uint8_t* from) { (void)memCopy(piece.data(), from, count); })) {
-            return;
-        }
-        // Only the last byte's status is kept, and of each byte only the lowest bit counts; both are meant.
-        for (jint i = 0; i < count; ++i) {
-            status = randomAddEntropyBit(context, piece.data()[i]);
-        }
+    // Without a context its exception is pending and the array stays closed: the core would refuse every byte.
+    SecretBuffer piece;
+    Status status =
+        context == nullptr ? ERR_NULL_POINTER : piece.alloc(static_cast<std::size_t>(std::min(kPieceBytes, length)));
+    if (!isError(status) && !addSeed(env, context, seed, piece.data(), status)) {
+        return;
     }
     if (isError(status)) {
         throwException(env, kProviderException, "error adding entropy", status);
@@ -77,14 +87,12 @@ void ZelSecureRandom::nextBytes(JNIEnv* env, jobject, jbyteArray bytes) {
     const jint length = env->GetArrayLength(bytes);
     RandomContext* const context = getRandomContext(env);
     SecretBuffer piece;
-    Status status = context == nullptr ? ERR_NULL_POINTER : allocPiece(piece, length);
-    for (jint done = 0; done < length && !isError(status); done += kPieceBytes) {
-        const jint count = std::min(kPieceBytes, length - done);
-        status = randomGenerate(context, piece.data(), static_cast<std::uint32_t>(count));
-        if (!isError(status) &&
-            !copyPiece(env, bytes, done, [&](std::uint8_t* to) { (void)memCopy(to, piece.data(), count); })) {
-            return;
-        }
+    Status status = context == nullptr ? ERR_NULL_POINTER : OK; // refused by the core, also for an empty array
+    if (!isError(status) && length > 0) {
+        status = piece.alloc(static_cast<std::size_t>(std::min(kPieceBytes, length)));
+    }
+    if (!isError(status) && !fill(env, context, bytes, piece.data(), status) && !isError(status)) {
+        return; // the VM's error is pending
     }
     if (isError(status)) {
         throwException(env, kProviderException, "error generating random numbers", status);

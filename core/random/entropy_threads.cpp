@@ -65,7 +65,7 @@ void scramblePass(EntropyThreadBlock& block, const MsTimeStamp& since, bool isSe
         if (isSecondPhase && !block.isRunning(block.stirRunning)) {
             return;
         }
-        const unsigned x = keyByte(state, i);
+        const unsigned x = keyByte(state, i); // four odd multiples: the lowest bit becomes 0, on purpose
         setKeyByte(state, i, static_cast<std::uint8_t>(x ^ 13 * x ^ 37 * x ^ 57 * x));
         sleepPaced(since, 7);
     }

@@ -8,7 +8,7 @@
 
 // runEntropyThreads: stirs until the threads are done. They have left the state when this returns, on failure too.
 // In/out:  start is when the acquisition began; the caller's own sleeps are paced by it.
-// Errors:  ERR_RTOS_THREAD_CREATE a thread could not be started; up to a second goes by until the others have left.
+// Errors:  ERR_RTOS_THREAD_CREATE a thread could not be started; a second or two go by until the others have left.
 Status runEntropyThreads(Fips186State* state, const MsTimeStamp* start);
 
 #endif

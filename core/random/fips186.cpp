@@ -15,9 +15,15 @@ constexpr std::size_t kKeyWords = kMaxKeyBytes / 8;
 
 // What a round works in; kept over many rounds, and wiped once.
 struct RoundScratch {
-    SecretArray<std::uint64_t, kKeyWords> key;
-    SecretArray<std::uint8_t, kMaxKeyBytes> xval;
+    SecretArray<std::uint8_t, 2 * kMaxKeyBytes> room; // xval is its second half
     SecretArray<std::uint32_t, kSha1StateWords> x;
+
+    RoundScratch() {
+        std::memset(room.data(), 0, room.size()); // xval stays zero beyond keyBytes
+    }
+    std::uint8_t* xval() {
+        return room.data() + kMaxKeyBytes;
+    }
 };
 
 template <typename Word> Word load(Word& word) {
@@ -28,9 +34,13 @@ template <typename Word> void store(Word& word, Word value) {
     std::atomic_ref(word).store(value, std::memory_order_relaxed);
 }
 
-// Where byte `index` of XKEY stands in its word.
-unsigned shiftOf(std::size_t index) {
-    return static_cast<unsigned>(8 * (7 - index % 8));
+// Where byte `index` of XKEY stands: its word, and in it.
+std::uint64_t& wordOf(Fips186State* state, std::size_t index) {
+    return state->xkey[(state->keyBytes - 1 - index) / 8];
+}
+
+unsigned shiftOf(const Fips186State* state, std::size_t index) {
+    return static_cast<unsigned>(8 * ((state->keyBytes - 1 - index) % 8));
 }
 
 // xval += XSEED. The addition is aligned at the end of what remains of the XSEED, so a longer one contributes its last
@@ -46,60 +56,43 @@ void addXseed(Fips186State* state, std::uint8_t* xval) {
     }
 }
 
-// key := (1 + key + x) mod 2^(8 * keyBytes). The key stands at the front of its 512 bits and the rest is zero, so that
-// is an addition of (1 + x) * 2^(8 * (64 - keyBytes)) modulo 2^512. Straight-line: this is half of what a round costs
-// beside G.
-void addToKey(std::uint64_t* key, const std::uint32_t* x, std::size_t keyBytes) {
-    const std::uint64_t low = (std::uint64_t{x[3]} << 32 | x[4]) + 1;
-    const std::uint64_t lowCarry = low == 0 ? 1 : 0;
-    const std::uint64_t middle = (std::uint64_t{x[1]} << 32 | x[2]) + lowCarry;
-    const std::uint64_t high = x[0] + (middle < lowCarry ? std::uint64_t{1} : 0);
-
-    const std::size_t shift = 8 * (kMaxKeyBytes - keyBytes);
-    const unsigned left = shift % 64;
-    // (y >> 1) >> (63 - left) is y >> (64 - left), and 0 where nothing is shifted.
-    const std::uint64_t shifted[4] = {low << left, middle << left | (low >> 1) >> (63 - left),
-                                      high << left | (middle >> 1) >> (63 - left), (high >> 1) >> (63 - left)};
-    std::uint64_t addend[kKeyWords + 1] =
-        {}; // last word first; what a short key has no room for goes into the extra one
-    std::copy(std::begin(shifted), std::end(shifted), addend + shift / 64);
-
-    std::uint64_t carry = 0;
+// xval[keyBytes] := XKEY. What the words have beyond keyBytes lands in front of xval.
+void keyToXval(Fips186State* state, std::uint8_t* xval) {
+    std::uint8_t* const end = xval + state->keyBytes;
     for (std::size_t i = 0; i < kKeyWords; ++i) {
-        std::uint64_t& word = key[kKeyWords - 1 - i];
-        const std::uint64_t sum = word + addend[i];
-        word = sum + carry;
-        carry = static_cast<std::uint64_t>(sum < addend[i]) | static_cast<std::uint64_t>(word < carry);
+        storeBigEndian(end - 8 * (i + 1), load(state->xkey[i]));
     }
 }
 
-void loadKey(Fips186State* state, std::uint64_t* key) {
-    for (std::size_t i = 0; i < kKeyWords; ++i) {
-        key[i] = load(state->xkey[i]);
-    }
+// XKEY word i += addend + carry; carry := what goes over.
+void addToWord(std::uint64_t& keyWord, std::uint64_t addend, std::uint64_t& carry) {
+    const std::uint64_t sum = load(keyWord) + addend;
+    const std::uint64_t word = sum + carry;
+    carry = static_cast<std::uint64_t>(sum < addend) | static_cast<std::uint64_t>(word < carry);
+    store(keyWord, word);
 }
 
-void storeKey(Fips186State* state, const std::uint64_t* key) {
-    for (std::size_t i = 0; i < kKeyWords; ++i) {
-        store(state->xkey[i], key[i]);
+// XKEY += 1 + x. Straight-line: this is most of what a round costs beside G.
+void addToKey(Fips186State* state, const std::uint32_t* x) {
+    std::uint64_t carry = 1;
+    addToWord(state->xkey[0], std::uint64_t{x[3]} << 32 | x[4], carry);
+    addToWord(state->xkey[1], std::uint64_t{x[1]} << 32 | x[2], carry);
+    addToWord(state->xkey[2], x[0], carry);
+    for (std::size_t i = 3; i < kKeyWords; ++i) {
+        addToWord(state->xkey[i], 0, carry);
     }
 }
 
 // Round j (0 or 1) of a block. xval is the caller's own: two threads may be here at once, and G must see a block of one
 // piece.
 void runRound(Fips186State* state, std::size_t j, RoundScratch& scratch) {
-    loadKey(state, scratch.key.data());
-    for (std::size_t i = 0; i < kKeyWords; ++i) {
-        storeBigEndian(scratch.xval.data() + 8 * i, scratch.key[i]); // beyond keyBytes the key is zero
-    }
-    addXseed(state, scratch.xval.data());
-    sha1GWords(scratch.xval.data(), scratch.x.data());
+    keyToXval(state, scratch.xval());
+    addXseed(state, scratch.xval());
+    sha1GWords(scratch.xval(), scratch.x.data());
     for (std::size_t i = 0; i < kSha1StateWords; ++i) {
         store(state->block[kSha1StateWords * j + i], scratch.x[i]);
     }
-    loadKey(state, scratch.key.data()); // anew: others may have touched it meanwhile
-    addToKey(scratch.key.data(), scratch.x.data(), state->keyBytes);
-    storeKey(state, scratch.key.data());
+    addToKey(state, scratch.x.data());
 }
 
 void runRounds(Fips186State* state, RoundScratch& scratch) {
@@ -176,7 +169,7 @@ Status fips186GenerateOverKey(Fips186State* state) {
     if (state == nullptr) {
         return ERR_NULL_POINTER;
     }
-    return generate(state, kMaxKeyBytes, [state](std::uint32_t at, const std::uint8_t* bytes, std::uint32_t count) {
+    return generate(state, state->keyBytes, [state](std::uint32_t at, const std::uint8_t* bytes, std::uint32_t count) {
         for (std::uint32_t i = 0; i < count; ++i) {
             setKeyByte(state, at + i, bytes[i]);
         }
@@ -189,12 +182,12 @@ void fips186Stir(Fips186State* state) {
 }
 
 void xorKeyByte(Fips186State* state, std::size_t index, std::uint8_t mask) {
-    const std::uint64_t wide = std::uint64_t{mask} << shiftOf(index);
-    std::atomic_ref(state->xkey[index / 8]).fetch_xor(wide, std::memory_order_relaxed);
+    const std::uint64_t wide = std::uint64_t{mask} << shiftOf(state, index);
+    std::atomic_ref(wordOf(state, index)).fetch_xor(wide, std::memory_order_relaxed);
 }
 
 std::uint8_t keyByte(Fips186State* state, std::size_t index) {
-    return static_cast<std::uint8_t>(load(state->xkey[index / 8]) >> shiftOf(index));
+    return static_cast<std::uint8_t>(load(wordOf(state, index)) >> shiftOf(state, index));
 }
 
 void setKeyByte(Fips186State* state, std::size_t index, std::uint8_t value) {

@@ -26,7 +26,7 @@ struct Fips186State {
     std::uint32_t block[10];     // the two most recent outputs x0 and x1, as big-endian words
     std::int8_t blockRemaining;  // bytes of the block not yet handed out
     std::uint8_t keyBytes;       // length of XKEY, 20 to 64
-    std::uint64_t xkey[8];       // XKEY in its first keyBytes bytes, as big-endian words
+    std::uint64_t xkey[8];       // XKEY as an integer, lowest word first; what stands beyond keyBytes does not count
     std::uint32_t bitPosition;   // where the last entropy bit went, below 8 * keyBytes
     RtosMutex mutex;             // guards generation
 };
@@ -50,11 +50,12 @@ Status fips186NewContext(RandomContext** context, std::uint32_t keyBytes, const 
 // Errors:  a length of 0 is OK at once; then ERR_NULL_POINTER; ERR_RTOS_MUTEX_WAIT, nothing is written then.
 Status fips186Generate(Fips186State* state, std::uint8_t* buffer, std::uint32_t length);
 
-// fips186GenerateOverKey: generates kMaxKeyBytes bytes and writes them over XKEY itself, each as it is produced, so
+// fips186GenerateOverKey: generates keyBytes bytes and writes them over XKEY itself, each as it is produced, so
 // that a refill in the middle works on a key that is partly overwritten. Errors as fips186Generate.
 Status fips186GenerateOverKey(Fips186State* state);
 
-// fips186Stir: two rounds without a lock; bytes of the block that were not handed out yet are replaced by fresh ones.
+// fips186Stir: two rounds without a lock, not to be run beside another user of a state with an XSEED; bytes of the
+// block that were not handed out yet are replaced by fresh ones.
 void fips186Stir(Fips186State* state);
 
 // xorKeyByte: XKEY byte `index` ^= mask. keyByte: XKEY byte `index`. setKeyByte: XKEY byte `index` := value.

@@ -19,6 +19,9 @@ std::atomic<bool> depotRunning{false};
 StaticLock usersLock; // guards users, and is held while the first acquires and the last releases
 std::uint32_t users = 0;
 
+// Held by whoever acquires or releases: so no depot can be started between the wait for it and the wait for the mutex.
+StaticLock changeLock;
+
 // The depot holds the mutex for more than six seconds, longer than anybody waits for it: so one waits for the depot.
 void awaitDepot() {
     while (depotRunning.load(std::memory_order_acquire)) {
@@ -84,6 +87,7 @@ void releaseShared() {
 } // namespace
 
 Status randomAcquireGlobalContext() {
+    const StaticLockHolder holder(changeLock);
     awaitDepot();
     RETURN_IF_ERROR(seedStateWait());
     bool isNew = false;
@@ -99,6 +103,7 @@ Status randomAcquireGlobalContext() {
 }
 
 Status randomReleaseGlobalContext() {
+    const StaticLockHolder holder(changeLock);
     awaitDepot();
     RETURN_IF_ERROR(seedStateWait());
     const bool exists = sharedContext.load() != nullptr;

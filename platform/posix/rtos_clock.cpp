@@ -35,7 +35,7 @@ Status rtosTimeGMT(GmtTime* time) {
     }
     const std::time_t now = std::time(nullptr);
     std::tm utc{};
-    if (platformServiceFails(PlatformService::calendarTime) || gmtime_r(&now, &utc) == nullptr) {
+    if (platformServiceFails(PlatformService::calendarTime) || now == -1 || gmtime_r(&now, &utc) == nullptr) {
         return ERR_RTOS_GMT_TIME_NOT_AVAILABLE;
     }
     time->yearsSince1970 = static_cast<std::uint8_t>(utc.tm_year - 70);

@@ -1,5 +1,6 @@
 // The secure random engine and the shared context. Without entropy threads, so that making the context takes no time;
 // in a program of its own and in this order, because the context is made once in a process.
+#include "bridge/pieces.h"
 #include "bridge/zel_secure_random.h"
 #include "core/random/fips186.h"
 #include "core/random/random.h"
@@ -90,11 +91,16 @@ TEST_F(SecureRandom, A_WithoutAContextOneExceptionStandsOnTheOther) {
 TEST_F(SecureRandom, B_IsMadeOnce) {
     constexpr int kThreads = 8;
     std::atomic<jlong> handles[kThreads] = {};
+    std::atomic<int> ready{0};
     std::vector<std::thread> threads;
     for (std::atomic<jlong>& handle : handles) {
-        threads.emplace_back([&handle] {
+        threads.emplace_back([&handle, &ready] {
             FakeJni own;
-            handle = initContext(own.env(), own.newEngineObject());
+            const jobject provider = own.newEngineObject();
+            ++ready;
+            while (ready < kThreads) { // so that they meet
+            }
+            handle = initContext(own.env(), provider);
         });
     }
     for (std::thread& thread : threads) {
@@ -105,6 +111,21 @@ TEST_F(SecureRandom, B_IsMadeOnce) {
         EXPECT_EQ(handle, handles[0]);
     }
     EXPECT_EQ(reinterpret_cast<jlong>(ZelObject::getRandomContext(env)), handles[0]);
+}
+
+TEST(Pieces, CoverEveryLengthOnce) {
+    for (const jint length : {0, 1, kPieceBytes - 1, kPieceBytes, kPieceBytes + 1, INT32_MAX - 65535, INT32_MAX}) {
+        std::int64_t covered = 0;
+        EXPECT_TRUE(forEachPiece(length, [&](jint offset, jint count) {
+            EXPECT_EQ(offset, covered);
+            covered += count;
+            return count > 0 && count <= kPieceBytes;
+        }));
+        EXPECT_EQ(covered, length);
+    }
+    int calls = 0;
+    EXPECT_FALSE(forEachPiece(3 * kPieceBytes, [&](jint, jint) { return ++calls < 2; }));
+    EXPECT_EQ(calls, 2);
 }
 
 TEST_F(SecureRandom, C_FillsArraysOfEverySize) {

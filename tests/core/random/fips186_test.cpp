@@ -42,6 +42,14 @@ TEST(Fips186, KnownAnswers) {
         std::vector<std::uint8_t> output;
         std::istringstream steps(c.script);
         for (std::string step; steps >> step;) {
+            if (step == "s") {
+                fips186Stir(&context->state);
+                continue;
+            }
+            if (step == "o") {
+                ASSERT_EQ(fips186GenerateOverKey(&context->state), OK);
+                continue;
+            }
             const auto number = static_cast<std::uint32_t>(std::stoul(step.substr(1)));
             if (step[0] == 'b') {
                 ASSERT_EQ(randomAddEntropyBit(context, static_cast<std::uint8_t>(number)), OK);

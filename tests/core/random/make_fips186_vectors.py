@@ -2,7 +2,8 @@
 """Writes fips186_vectors.inc: output of the FIPS 186-2 generator (Appendix 3.1) for given keys, from this model, which
 shares nothing with the product but the standard.
 
-A case is a key length, an XSEED length, and a script of steps: draw some bytes, or add an entropy bit. Byte i of the key
+A case is a key length, an XSEED length, and a script of steps: draw some bytes (d), add an entropy bit (b), generate over the
+key itself (o), or stir (s). Byte i of the key
 is (11 * i + 5) mod 256, of XSEED (29 * i + 1) mod 256. XSEED is added aligned at its end, keyBytes of it being used up by
 each round from its start: the reading that this system keeps.
 
@@ -60,6 +61,17 @@ class Generator:
             out, self.waiting = out + self.waiting[:taken], self.waiting[taken:]
         return out
 
+    def draw_over_key(self):
+        for i in range(self.size):
+            byte = self.draw(1)[0]
+            key = bytearray(self.key.to_bytes(self.size, "big"))
+            key[i] = byte
+            self.key = int.from_bytes(key, "big")
+
+    def stir(self):
+        fresh = self.round() + self.round()
+        self.waiting = fresh[len(fresh) - len(self.waiting) :] if self.waiting else b""
+
     def add_bit(self, bit):
         self.position = (self.position + 1) % (8 * self.size)
         if bit & 1:
@@ -75,6 +87,8 @@ def cases():
             yield key_bytes, xseed_bytes, "d130"
         yield key_bytes, 0, "d7 b1 b0 b1 b255 d60 b1 d80"
         yield key_bytes, key_bytes, "b1 d40 b1 b1 b1 d41"
+        yield key_bytes, 0, "d3 o d50 o o d20"
+        yield key_bytes, 0, "d3 s d50 s s d20"
 
 
 def main():
@@ -84,6 +98,10 @@ def main():
         for step in script.split():
             if step[0] == "d":
                 out += generator.draw(int(step[1:]))
+            elif step[0] == "o":
+                generator.draw_over_key()
+            elif step[0] == "s":
+                generator.stir()
             else:
                 generator.add_bit(int(step[1:]))
         print(f'FIPS186_VECTOR({key_bytes}, {xseed_bytes}, "{script}", "{out.hex()}")')

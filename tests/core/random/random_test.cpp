@@ -199,7 +199,7 @@ TEST_F(Random, SeedPool) {
     EXPECT_EQ(seedPoolGetBytes(first.data(), 200), OK);
     EXPECT_EQ(seedPoolGetBytes(second.data(), 200), OK);
     EXPECT_NE(first, second);
-    EXPECT_EQ(std::count(first.begin(), first.end(), 0) < 20, true);
+    EXPECT_LT(std::count(first.begin(), first.end(), 0), 20);
     EXPECT_EQ(seedPoolInit(), ERR_FALSE) << "it is ready";
 }
 

@@ -8,10 +8,16 @@ import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.vantrel.zel.provider.internal.RandomStart;
+import com.vantrel.zel.provider.spi.ZelSecureRandomSpi;
+import java.io.ObjectInputStream;
+import java.io.ObjectOutputStream;
+import java.nio.file.Files;
+import java.nio.file.Path;
 import java.security.MessageDigest;
 import java.security.Provider;
 import java.security.ProviderException;
 import java.security.SecureRandom;
+import java.security.SecureRandomSpi;
 import java.security.Security;
 import java.util.ArrayList;
 import java.util.Arrays;
@@ -50,7 +56,7 @@ class SecureRandomTest {
     /** Run in a child: the start fails, and then the first users. */
     public static final class FailingStart {
         public static void main(String[] args) throws Exception {
-            ProviderException failure = new ProviderException("start");
+            Error failure = new OutOfMemoryError("start");
             Thread[] starter = new Thread[1];
             RandomStart.begin(() -> {
                 starter[0] = Thread.currentThread();
@@ -61,6 +67,13 @@ class SecureRandomTest {
                 Thread.sleep(1);
             }
             RandomStart.withFailureOfStart(() -> { }); // works now: nothing to tell
+            try {
+                RandomStart.withFailureOfStart(() -> {
+                    throw new IllegalArgumentException("not the generator's doing");
+                });
+            } catch (IllegalArgumentException e) {
+                System.out.println(e.getSuppressed().length);
+            }
             for (int i = 0; i < 2; ++i) {
                 try {
                     RandomStart.withFailureOfStart(() -> {
@@ -78,7 +91,7 @@ class SecureRandomTest {
         ChildJvm child = ChildJvm.run(List.of("-cp", ChildJvm.providerJar() + ":" + ChildJvm.testClasses(),
                 FailingStart.class.getName()));
         assertEquals("", child.err);
-        assertEquals("use [java.security.ProviderException: start]\nuse []\n", child.out);
+        assertEquals("0\nuse [java.lang.OutOfMemoryError: start]\nuse []\n", child.out);
     }
 
     private static ChildJvm child(String... arguments) throws Exception {
@@ -103,6 +116,31 @@ class SecureRandomTest {
         ChildJvm child = child("draw");
         assertEquals("", child.err);
         assertTrue(child.out.endsWith("Zel FIPS186PRNG\n"), child.out);
+    }
+
+    /** Run in a child: reads the object back that its parent has stored. */
+    public static final class Reader {
+        public static void main(String[] args) throws Exception {
+            try (ObjectInputStream in = new ObjectInputStream(Files.newInputStream(Path.of(args[0])))) {
+                System.out.println(((SecureRandomSpi) in.readObject()).getClass().getSimpleName());
+            }
+        }
+    }
+
+    @Test
+    void canBeStoredAndReadElsewhere() throws Exception {
+        Path file = Files.createTempFile("random", ".ser");
+        try (ObjectOutputStream out = new ObjectOutputStream(Files.newOutputStream(file))) {
+            out.writeObject(new ZelSecureRandomSpi());
+        }
+        // Without a library the object cannot be read: so reading loads it.
+        ChildJvm child = ChildJvm.run(List.of("-cp", ChildJvm.providerJar() + ":" + ChildJvm.testClasses(),
+                Reader.class.getName(), file.toString()));
+        ChildJvm without = ChildJvm.run(List.of("-Djava.io.tmpdir=/nonexistent", "-Djava.library.path=", "-cp",
+                ChildJvm.providerJar() + ":" + ChildJvm.testClasses(), Reader.class.getName(), file.toString()));
+        Files.delete(file);
+        assertEquals("ZelSecureRandomSpi\n", child.out);
+        assertTrue(without.err.contains("cannot unpack"), without.err);
     }
 
     @Test

@@ -1,5 +1,6 @@
 package com.vantrel.zel.provider.internal;
 
+import java.security.ProviderException;
 import java.util.concurrent.atomic.AtomicReference;
 
 /**
@@ -10,7 +11,7 @@ public final class RandomStart {
     private static boolean begun;
 
     /** What the start failed with, until somebody who needs randomness has been told. */
-    private static final AtomicReference<RuntimeException> FAILURE = new AtomicReference<>();
+    private static final AtomicReference<Throwable> FAILURE = new AtomicReference<>();
 
     private RandomStart() {}
 
@@ -27,13 +28,17 @@ public final class RandomStart {
         Thread thread = new Thread(null, () -> keepFailure(start), "zel-random-start", 0, false);
         thread.setDaemon(true);
         thread.setContextClassLoader(null);
-        thread.start();
+        try {
+            thread.start();
+        } catch (OutOfMemoryError e) { // no more threads: the first user makes the generator
+            FAILURE.set(e);
+        }
     }
 
     private static void keepFailure(Runnable start) {
         try {
             start.run();
-        } catch (RuntimeException e) {
+        } catch (Throwable e) { // kept, not printed
             FAILURE.set(e);
         }
     }
@@ -47,8 +52,8 @@ public final class RandomStart {
     public static void withFailureOfStart(Runnable use) {
         try {
             use.run();
-        } catch (RuntimeException e) {
-            RuntimeException failure = FAILURE.getAndSet(null);
+        } catch (ProviderException e) {
+            Throwable failure = FAILURE.getAndSet(null);
             if (failure != null) {
                 e.addSuppressed(failure);
             }

@@ -2,6 +2,8 @@ package com.vantrel.zel.provider.spi;
 
 import com.vantrel.zel.provider.internal.NativeLibrary;
 import com.vantrel.zel.provider.internal.RandomStart;
+import java.io.IOException;
+import java.io.ObjectInputStream;
 import java.security.SecureRandomSpi;
 
 /**
@@ -16,6 +18,12 @@ public final class ZelSecureRandomSpi extends SecureRandomSpi {
 
     /** A view of the process's generator. */
     public ZelSecureRandomSpi() {
+        NativeLibrary.load();
+    }
+
+    /** A stored object comes back as a view of the generator of the process that reads it. */
+    private void readObject(ObjectInputStream in) throws IOException, ClassNotFoundException {
+        in.defaultReadObject();
         NativeLibrary.load();
     }
 

@@ -1,0 +1,34 @@
+// Threads live inside somebody else's process, whose signals are none of their business.
+#include "platform/rtos_clock.h"
+#include "platform/rtos_thread.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <csignal>
+
+namespace {
+
+TEST(PosixThreads, TakeNoSignals) {
+    static std::atomic<int> blocked;
+    blocked = -1;
+    RtosThread thread = nullptr;
+    ASSERT_EQ(rtosCreateThread(
+                  [](void*) {
+                      sigset_t mask;
+                      pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+                      blocked = sigismember(&mask, SIGUSR1) + sigismember(&mask, SIGTERM) + sigismember(&mask, SIGALRM);
+                  },
+                  nullptr, 0, &thread),
+              OK);
+    EXPECT_EQ(rtosDestroyThread(thread), OK);
+    for (int i = 0; i < 1000 && blocked < 0; ++i) {
+        rtosSleepMs(10);
+    }
+    EXPECT_EQ(blocked, 3);
+    sigset_t own;
+    pthread_sigmask(SIG_SETMASK, nullptr, &own);
+    EXPECT_EQ(sigismember(&own, SIGUSR1), 0) << "the maker's mask is as it was";
+}
+
+} // namespace
