@@ -114,7 +114,8 @@ TEST_F(SecureRandom, B_IsMadeOnce) {
 }
 
 TEST(Pieces, CoverEveryLengthOnce) {
-    for (const jint length : {0, 1, kPieceBytes - 1, kPieceBytes, kPieceBytes + 1, INT32_MAX - 65535, INT32_MAX}) {
+    for (const jint length : std::initializer_list<jint>{0, 1, kPieceBytes - 1, kPieceBytes, kPieceBytes + 1,
+                                                         INT32_MAX - 65535, INT32_MAX}) {
         std::int64_t covered = 0;
         EXPECT_TRUE(forEachPiece(length, [&](jint offset, jint count) {
             EXPECT_EQ(offset, covered);
@@ -165,7 +166,7 @@ TEST_F(SecureRandom, E_RefusalsAndBadArguments) {
     EXPECT_EQ(jni.takePending(), kNullArray);
     nextBytes(env, object, nullptr);
     EXPECT_EQ(jni.takePending(), kNullArray);
-    for (const jint count : {-1, INT32_MIN}) {
+    for (const jint count : std::initializer_list<jint>{-1, INT32_MIN}) {
         EXPECT_EQ(generateSeed(env, object, count), nullptr);
         EXPECT_EQ(jni.takePending(), "java/lang/NegativeArraySizeException: number of bytes is negative");
     }
