@@ -1,10 +1,10 @@
 #include "core/asn1/asn1_check.h"
 #include "tests/support/asn1_outline.h"
+#include "tests/support/hex.h"
 #include "tests/support/test_heap.h"
 
 namespace {
 
-using testasn1::fromHex;
 using testasn1::outline;
 using testasn1::Parsed;
 using Octets = std::vector<std::uint8_t>;
@@ -116,7 +116,7 @@ TEST(Asn1Parse, CallbackSeesEachHeaderBeforeItsContent) {
           "U16ci[2,2,0];U4[2,4,4];U16c[2,6,2];U16ci[2,8,0];U5[2,10,0];U0[2,12,0];");
 }
 
-// A stream whose operations fail from some call on with a status that says nothing about the input.
+// A stream that fails one call with a status that says nothing about the input.
 struct FaultyStream : MemStream {
     const ByteStreamOperations* operations;
     int callsLeft;
@@ -125,7 +125,7 @@ struct FaultyStream : MemStream {
 
 template <auto operation, typename... Arguments> Status failing(void* handle, Arguments... arguments) {
     auto* const stream = static_cast<FaultyStream*>(static_cast<MemStream*>(handle));
-    return stream->callsLeft-- > 0 ? (stream->operations->*operation)(handle, arguments...) : stream->failure;
+    return stream->callsLeft-- != 0 ? (stream->operations->*operation)(handle, arguments...) : stream->failure;
 }
 
 TEST(Asn1Parse, FailuresOfTheStreamArePassedOn) {

@@ -1,12 +1,12 @@
 #include "core/asn1/asn1_walk.h"
 
 #include "tests/support/asn1_outline.h"
+#include "tests/support/hex.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using testasn1::fromHex;
 using testasn1::outline;
 using testasn1::Parsed;
 

@@ -1,11 +1,10 @@
 #include "core/asn1/der.h"
 
-#include "tests/support/asn1_outline.h"
+#include "tests/support/hex.h"
 #include "tests/support/test_heap.h"
 
 namespace {
 
-using testasn1::fromHex;
 using Octets = std::vector<std::uint8_t>;
 
 Octets serialized(DerNode* root) {
