@@ -1,5 +1,6 @@
 // Parses anything. A tree must describe its input: items stand one behind the other without gaps, children fill their
-// parent, content lies inside the input; and the work must be in proportion to the input.
+// parent, content lies inside the input; and the work must be in proportion to the input, with no octet taken for the
+// begin of an item twice.
 #include "core/asn1/asn1_walk.h"
 #include "fuzz/fuzz_check.h"
 #include "tests/support/asn1_outline.h"
@@ -14,6 +15,13 @@ const ByteStreamOperations* memoryOperations = nullptr;
 Status countingGetc(void* handle, std::uint8_t* octet) {
     ++octetsRead;
     return memoryOperations->getc(handle, octet);
+}
+
+void checkGoesForward(Asn1Node* item, ByteStream /*stream*/, void* argument) {
+    auto* const lastStart = static_cast<std::int64_t*>(argument);
+    const std::int64_t start = std::int64_t{item->dataOffset} - item->headerSize;
+    FUZZ_CHECK(start > *lastStart);
+    *lastStart = start;
 }
 
 // Checks the item that begins at start, with all below it; returns where it ends.
@@ -78,7 +86,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     octetsRead = 0;
     parsed.memory.position = 0;
     ScopedTree<Asn1Node> again;
-    FUZZ_CHECK(Asn1_ParseStream({&parsed.memory, &counting}, again.out()) == parsed.status);
+    std::int64_t lastStart = -1;
+    FUZZ_CHECK(Asn1_ParseStreamEx({&parsed.memory, &counting}, again.out(), checkGoesForward, &lastStart) ==
+               parsed.status);
     FUZZ_CHECK(octetsRead <= 10 * size + 32); // each octet once, and two looks ahead for each string
     return 0;
 }

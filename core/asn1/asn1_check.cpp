@@ -4,14 +4,20 @@
 
 namespace {
 
-constexpr std::uint32_t kMaxSmallIntegerOctets = 4;
-
 bool hasTag(const Asn1Node& item, std::uint32_t itemClass, std::uint32_t tag) {
     return (item.id & kAsn1ClassMask) == itemClass && item.tag == tag;
 }
 
 Status trueOrFalse(bool isTrue) {
     return isTrue ? OK : ERR_FALSE;
+}
+
+// Clears the result of a look-up among the children of item.
+Status startLookUp(const Asn1Node* item, Asn1Node** childOut) {
+    if (childOut != nullptr) {
+        *childOut = nullptr;
+    }
+    return item == nullptr || childOut == nullptr ? ERR_NULL_POINTER : OK;
 }
 
 bool isOid(const Asn1Node& item, ByteStream stream, Asn1Oid oid) {
@@ -39,7 +45,7 @@ Status Asn1_CheckContextTag(const Asn1Node* item, std::uint32_t tag) {
 
 Status Asn1_CheckSmallInteger(const Asn1Node* item, std::uint32_t value) {
     RETURN_IF_ERROR(Asn1_CheckUniversalTag(item, kAsn1Integer));
-    return trueOrFalse(item->length <= kMaxSmallIntegerOctets && item->value == value);
+    return trueOrFalse(item->length <= kAsn1MaxValueOctets && item->value == value);
 }
 
 Status Asn1_CheckOid(const Asn1Node* item, ByteStream stream, Asn1Oid oid) {
@@ -50,12 +56,7 @@ Status Asn1_CheckOid(const Asn1Node* item, ByteStream stream, Asn1Oid oid) {
 }
 
 Status Asn1_FindContextChild(const Asn1Node* item, std::uint32_t tag, Asn1Node** childOut) {
-    if (childOut != nullptr) {
-        *childOut = nullptr;
-    }
-    if (item == nullptr || childOut == nullptr) {
-        return ERR_NULL_POINTER;
-    }
+    RETURN_IF_ERROR(startLookUp(item, childOut));
     for (Asn1Node* child = asn1FirstChild(item); child != nullptr; child = asn1NextSibling(child)) {
         if (hasTag(*child, kAsn1ContextSpecific, tag)) {
             *childOut = child;
@@ -66,12 +67,7 @@ Status Asn1_FindContextChild(const Asn1Node* item, std::uint32_t tag, Asn1Node**
 }
 
 Status Asn1_NthChild(const Asn1Node* item, std::uint32_t n, Asn1Node** childOut) {
-    if (childOut != nullptr) {
-        *childOut = nullptr;
-    }
-    if (item == nullptr || childOut == nullptr) {
-        return ERR_NULL_POINTER;
-    }
+    RETURN_IF_ERROR(startLookUp(item, childOut));
     if (n == 0) {
         return ERR_INDEX_OOB;
     }
@@ -87,10 +83,8 @@ Status Asn1_NthChild(const Asn1Node* item, std::uint32_t n, Asn1Node** childOut)
 }
 
 Status Asn1_FindSequenceByOid(const Asn1Node* item, ByteStream stream, Asn1Oid oid, Asn1Node** childOut) {
-    if (childOut != nullptr) {
-        *childOut = nullptr;
-    }
-    if (item == nullptr || stream.operations == nullptr || oid == nullptr || childOut == nullptr) {
+    RETURN_IF_ERROR(startLookUp(item, childOut));
+    if (stream.operations == nullptr || oid == nullptr) {
         return ERR_NULL_POINTER;
     }
     for (const Asn1Node* child = asn1FirstChild(item); child != nullptr; child = asn1NextSibling(child)) {

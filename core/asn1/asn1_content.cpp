@@ -27,7 +27,6 @@ constexpr std::uint32_t kMayBeEmpty = tagSet({0, 2, 4, 5, 7, 9, 12, 16, 17, 18, 
 constexpr std::uint32_t kKnown =
     tagSet({0, 1, 2, 3, 4, 5, 10}) | tagSet({6, 7, 12, 18, 19, 20, 21, 22, 23, 24, 25, 26, 27, 28, 30});
 
-constexpr std::uint32_t kMaxValueOctets = 4;
 constexpr std::uint32_t kMaxNestedTag = 49;
 
 bool isUniversalOrContext(const Asn1Node& header) {
@@ -40,25 +39,37 @@ bool fills(const Asn1Node& header, std::uint32_t outerLength) {
     return std::uint64_t{header.headerSize} + header.length == outerLength;
 }
 
-// Whether an OCTET STRING holds an item that fills it.
-bool octetStringLooksNested(ByteStream stream, const Asn1Node& string) {
-    Asn1Node inner{};
-    return !isError(asn1ReadHeader(stream, string.dataOffset, &inner)) && isUniversalOrContext(inner) &&
-           inner.tag >= 1 && inner.tag <= kMaxNestedTag && fills(inner, string.length);
+// Looks ahead at a header. What is not one comes back as an end-of-contents, which no string is parsed for.
+Status peek(ByteStream stream, std::uint32_t position, Asn1Node* header) {
+    const Status status = asn1ReadHeader(stream, position, header);
+    if (isError(status)) {
+        *header = {};
+    }
+    return asn1IsFatal(status) ? status : OK;
 }
 
-// Whether a BIT STRING holds a SEQUENCE that fills it and begins with an INTEGER and something after it: an RSA public
-// key does, a DSA public key, a bare INTEGER, does not.
-bool bitStringLooksNested(ByteStream stream, const Asn1Node& string) {
+// Sets encapsulates of an OCTET STRING: whether it holds an item that fills it.
+Status lookIntoOctetString(ByteStream stream, Asn1Node* string) {
+    Asn1Node inner{};
+    RETURN_IF_ERROR(peek(stream, string->dataOffset, &inner));
+    string->encapsulates =
+        isUniversalOrContext(inner) && inner.tag >= 1 && inner.tag <= kMaxNestedTag && fills(inner, string->length);
+    return OK;
+}
+
+// Sets encapsulates of a BIT STRING: whether it holds a SEQUENCE that fills it and begins with an INTEGER and something
+// after it: an RSA public key does, a DSA public key, a bare INTEGER, does not.
+Status lookIntoBitString(ByteStream stream, Asn1Node* string) {
     Asn1Node sequence{};
-    if (isError(asn1ReadHeader(stream, string.dataOffset, &sequence)) || !isUniversalOrContext(sequence) ||
-        sequence.tag != kAsn1Sequence || !fills(sequence, string.length)) {
-        return false;
+    RETURN_IF_ERROR(peek(stream, string->dataOffset, &sequence));
+    if (!isUniversalOrContext(sequence) || sequence.tag != kAsn1Sequence || !fills(sequence, string->length)) {
+        return OK;
     }
     Asn1Node integer{};
-    return !isError(asn1ReadHeader(stream, sequence.dataOffset, &integer)) && isUniversalOrContext(integer) &&
-           integer.tag == kAsn1Integer &&
-           std::uint64_t{sequence.headerSize} + integer.headerSize + integer.length < string.length;
+    RETURN_IF_ERROR(peek(stream, sequence.dataOffset, &integer));
+    string->encapsulates = isUniversalOrContext(integer) && integer.tag == kAsn1Integer &&
+                           std::uint64_t{sequence.headerSize} + integer.headerSize + integer.length < string->length;
+    return OK;
 }
 
 Status takeBitString(ByteStream stream, Asn1Node* item) {
@@ -77,14 +88,12 @@ Status takeUniversalPrimitive(ByteStream stream, Asn1Node* item) {
         return asn1ReadBigEndian(stream, item->length == 0 ? 0 : 1, &item->value);
     case kAsn1Integer:
     case kAsn1Enumerated:
-        return item->length <= kMaxValueOctets ? asn1ReadBigEndian(stream, item->length, &item->value) : OK;
+        return item->length <= kAsn1MaxValueOctets ? asn1ReadBigEndian(stream, item->length, &item->value) : OK;
     case kAsn1BitString:
         RETURN_IF_ERROR(takeBitString(stream, item));
-        item->encapsulates = bitStringLooksNested(stream, *item);
-        return OK;
+        return lookIntoBitString(stream, item);
     case kAsn1OctetString:
-        item->encapsulates = octetStringLooksNested(stream, *item);
-        return OK;
+        return lookIntoOctetString(stream, item);
     default:
         return isIn(kKnown, item->tag) ? OK : ERR_ASN_UNRECOGNIZED_PRIMITIVE;
     }
@@ -108,7 +117,8 @@ Status asn1TakeContent(ByteStream stream, const Asn1Bounds& bounds, Asn1Node* it
         return ERR_EOF;
     }
     // Outside a string, content beyond the item around it shows once it is read. Inside one this must not wait: the
-    // octets behind the string would be parsed here, and again after the string has turned out not to hold items.
+    // octets behind the string would be parsed here, and again after the string has turned out not to hold items. The
+    // result is the same: a string ends where it ends, so what is in it could only fail later.
     if (asn1ContentEnd(item) > bounds.limit) {
         return ERR_ASN_INCONSISTENT_LENGTH;
     }

@@ -19,9 +19,15 @@ inline constexpr std::uint64_t kAsn1NoLimit = ~std::uint64_t{0};
 
 // asn1TakeContent: checks an item's content and decodes its small value.
 // In/out:  sets item's value and encapsulates; of a BIT STRING moves dataOffset behind the unused-bits octet and takes
-//          that octet off length. *descends says whether the content holds items to be parsed next.
+//          that octet off length. *descends says whether the content holds items to be parsed next. The stream stands
+//          at the content before, anywhere after.
 // Errors:  ERR_ASN_ZERO_LENGTH, ERR_ASN_UNRECOGNIZED_PRIMITIVE, ERR_EOF, ERR_ASN_INCONSISTENT_LENGTH as described at
 //          Asn1_ParseStream.
 Status asn1TakeContent(ByteStream stream, const Asn1Bounds& bounds, Asn1Node* item, bool* descends);
+
+// asn1IsFatal: whether a failure says nothing about the input, so that it ends a parse also inside a string.
+inline bool asn1IsFatal(Status failure) {
+    return failure == ERR_NULL_POINTER || failure == ERR_MEM_ALLOC_FAIL || failure == ERR_GENERAL;
+}
 
 #endif

@@ -4,7 +4,7 @@ namespace {
 
 constexpr std::uint8_t kTagNumberBits = 0x1F; // all set: the number follows in octets of its own
 constexpr std::uint32_t kMaxIdentifierOctets = 4;
-constexpr std::uint8_t kLongForm = 0x80;
+constexpr std::uint8_t kMoreTagOctets = 0x80;
 constexpr std::uint32_t kMaxLengthOctets = 4;
 
 Status nextOctet(ByteStream stream, Asn1Node* item, std::uint8_t* octet) {
@@ -27,7 +27,7 @@ Status readHighTag(ByteStream stream, Asn1Node* item) {
         }
         RETURN_IF_ERROR(nextOctet(stream, item, &octet));
         item->tag = item->tag << 7 | (octet & 0x7FU);
-    } while ((octet & 0x80) != 0);
+    } while ((octet & kMoreTagOctets) != 0);
     return OK;
 }
 
@@ -47,11 +47,11 @@ Status readLength(ByteStream stream, Asn1Node* item) {
     }
     std::uint8_t octet = 0;
     RETURN_IF_ERROR(nextOctet(stream, item, &octet));
-    if (octet < kLongForm) {
+    if (octet < kAsn1LongForm) {
         item->length = octet;
         return OK;
     }
-    const std::uint32_t count = octet - std::uint32_t{kLongForm};
+    const std::uint32_t count = octet - std::uint32_t{kAsn1LongForm};
     if (count > kMaxLengthOctets) {
         return ERR_ASN_BAD_LENGTH_FIELD;
     }

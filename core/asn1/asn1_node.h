@@ -14,6 +14,12 @@ inline constexpr std::uint32_t kAsn1Universal = 0x00;
 inline constexpr std::uint32_t kAsn1ContextSpecific = 0x80;
 inline constexpr std::uint32_t kAsn1Constructed = 0x20;
 
+// In a length octet (section 8.1.3): the number of length octets that follow, 0 for the indefinite form.
+inline constexpr std::uint8_t kAsn1LongForm = 0x80;
+
+// The longest INTEGER or ENUMERATED content that is decoded.
+inline constexpr std::uint32_t kAsn1MaxValueOctets = 4;
+
 // Universal tag numbers (X.680 section 8.6).
 inline constexpr std::uint32_t kAsn1EndOfContents = 0;
 inline constexpr std::uint32_t kAsn1Boolean = 1;

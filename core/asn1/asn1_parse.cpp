@@ -48,10 +48,13 @@ Status readHeader(ParseState& state) {
     if (state.depth >= kMaxDepth) {
         return ERR_CERT_STACK_OVERFLOW;
     }
+    OpenItem& parent = state.parent();
+    if (state.position >= parent.limit) {
+        return ERR_ASN_INCONSISTENT_LENGTH; // as in asn1TakeContent: nothing behind a string is read inside it
+    }
     ScopedTree<Asn1Node> item;
     RETURN_IF_ERROR(treeNewNode(item.out()));
     RETURN_IF_ERROR(asn1ReadHeader(state.stream, state.position, item.get()));
-    OpenItem& parent = state.parent();
     treeAppendAfter(parent.node, &parent.lastChild, item.get());
     state.item = item.release();
     state.position = state.item->dataOffset;
@@ -63,8 +66,8 @@ Status takeContent(ParseState& state) {
     Asn1Node* const item = state.item;
     if (state.callback != nullptr) {
         state.callback(item, state.stream, state.callbackArg);
-        RETURN_IF_ERROR(asn1Seek(state.stream, state.position));
     }
+    RETURN_IF_ERROR(asn1Seek(state.stream, state.position));
     const std::uint64_t limit = state.parent().limit;
     bool descends = false;
     RETURN_IF_ERROR(asn1TakeContent(state.stream, {state.streamEnd, limit}, item, &descends));
@@ -82,6 +85,7 @@ Status closeItem(ParseState& state) {
     Asn1Node* const parent = state.parent().node;
     bool isComplete = state.depth == 1; // one item is all that the root takes
     if (parent->indefinite) {
+        // Whatever its length or the form of its tag number, surplus content and all.
         isComplete = state.item->id == kAsn1Universal && state.item->tag == kAsn1EndOfContents;
     } else if (!isComplete) {
         if (state.position > asn1ContentEnd(parent)) {
@@ -101,7 +105,7 @@ Status closeItem(ParseState& state) {
 // Turns the innermost string that was taken for nested DER back into an ordinary one and goes on behind it. The failure
 // stands when there is no such string, or when it says nothing about the input.
 Status fallBack(ParseState& state, Status failure) {
-    if (failure == ERR_NULL_POINTER || failure == ERR_MEM_ALLOC_FAIL || failure == ERR_GENERAL) {
+    if (asn1IsFatal(failure)) {
         return failure;
     }
     while (state.depth > 1 && !state.parent().node->encapsulates) {
@@ -153,6 +157,9 @@ Status measure(ByteStream stream, std::uint32_t* position, std::uint64_t* stream
     RETURN_IF_ERROR(stream.operations->tell(stream.handle, &start));
     RETURN_IF_ERROR(stream.operations->seek(stream.handle, 0, kSeekBackFromEnd));
     RETURN_IF_ERROR(stream.operations->tell(stream.handle, &end));
+    if (start < 0 || end < start) {
+        return ERR_FALSE; // no stream of ours; positions below 0 would count as nearly 2^32
+    }
     *position = static_cast<std::uint32_t>(start);
     *streamEnd = static_cast<std::uint64_t>(end);
     return OK;

@@ -90,7 +90,7 @@ Status memRead(void* handle, std::uint32_t itemSize, std::uint32_t itemCount, vo
         return OK;
     }
     const auto available = static_cast<std::uint32_t>(stream->size - stream->position);
-    *itemsRead = itemSize == 0 ? itemCount : std::min(itemCount, available / itemSize); // an empty item always fits
+    *itemsRead = itemSize == 0 ? itemCount : std::min(itemCount, available / itemSize); // an empty item fits
     const std::uint32_t byteCount = itemSize * *itemsRead;
     std::memcpy(buffer, stream->buffer + stream->position, byteCount);
     stream->position += static_cast<std::int32_t>(byteCount);

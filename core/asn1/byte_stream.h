@@ -1,8 +1,8 @@
 // The stream that ASN.1 input is read through, and its one backend, a buffer in memory.
 //
 // A ByteStream is a handle and a table of operations on it. It owns nothing and is copied by value; copies share the
-// position, which belongs to the handle. Every operation fails with ERR_NULL_POINTER when the handle, the buffer behind
-// it, or a pointer that it is to write through is null.
+// position, which belongs to the handle. Every operation fails with ERR_NULL_POINTER (memaccess: gives null) when the
+// handle, the buffer behind it, or a pointer that it is to write through is null.
 #ifndef ZELSPI_CORE_ASN1_BYTE_STREAM_H
 #define ZELSPI_CORE_ASN1_BYTE_STREAM_H
 
@@ -25,7 +25,7 @@ struct ByteStreamOperations {
     // May lead outside the input, where nothing can be read. A position out of range of its type is held at the limit.
     Status (*seek)(void* handle, std::int32_t offset, std::uint32_t origin);
     Status (*eof)(void* handle, bool* isAtEnd);
-    // Copies whole items while the next one fits before the end.
+    // Copies whole items while the next one fits before the end. Items of no octets all fit, but not at the end.
     Status (*read)(void* handle, std::uint32_t itemSize, std::uint32_t itemCount, void* buffer,
                    std::uint32_t* itemsRead);
     // The length octets at the offset, without copying; null when they are not all there. Valid until stopaccess.

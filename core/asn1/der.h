@@ -2,6 +2,8 @@
 //
 // Items refer to content octets that belong to the caller and must stay where they are until the tree has been written.
 // A tree is released with Tree_FreeSubtree on its root; content buffers are not freed with it. Low tag numbers only.
+// Everything below an item is a DerNode. Children leave an item all at once, with treeFreeChildren or the whole tree:
+// one that is unlinked by hand and freed would still be remembered as where its list ends.
 #ifndef ZELSPI_CORE_ASN1_DER_H
 #define ZELSPI_CORE_ASN1_DER_H
 
@@ -24,7 +26,7 @@ struct DerNode : TreeNode {
     std::uint32_t childrenLength; // encoded length of all children; set by Der_ComputeLength
     std::uint32_t writtenLength;  // header, content and children; set when written
     std::uint8_t* writtenAt;      // where in the output the item begins; set when written
-    TreeNode* lastChild;          // where Der_AddItem begins to look for the end of the child list
+    TreeNode* lastSibling;        // in a first child: where Der_AddItem begins to look for the end of the list
 };
 
 // Der_AddItem: a new item with this identifier octet and content, at the end of parent's children when parent is given.
@@ -43,13 +45,15 @@ Status Der_AddItem(DerNode* parent, std::uint8_t type, std::uint32_t dataLength,
 Status Der_AddUnsignedInteger(DerNode* parent, std::uint32_t length, const std::uint8_t* bytes, DerNode** itemOut);
 
 // Der_ComputeLength: the encoded length of an item with all below it, which it also notes in the items. What follows
-// the first unterminated kDerIndefinite item (one whose last child is no end-of-contents) does not count.
+// the first unterminated kDerIndefinite item (one whose last child is no end-of-contents) does not count. An opaque
+// item is no end-of-contents, whatever its type, which is not written.
 // Errors:  ERR_NULL_POINTER item or lengthOut null; ERR_BAD_LENGTH more than 2^32 - 1, *lengthOut is then 0;
 //          ERR_DER_BER_NOT_TERMINATED there is such an item, *lengthOut is set all the same.
 Status Der_ComputeLength(DerNode* item, std::uint32_t* lengthOut);
 
 // Der_SerializeToBuffer: writes the encoding of root and all below it into a new buffer of exactly its size. The output
-// ends with the first unterminated kDerIndefinite item, ready to be continued; items after it are left alone.
+// ends with the first unterminated kDerIndefinite item, ready to be continued; items after it are not written and have
+// writtenAt null.
 // In/out:  *bufferOut is null and *lengthOut 0 on failure. The caller frees the buffer, and wipes it when it holds a
 //          secret (memWipeAndFree). Content left to the caller to fill in is zero.
 // Errors:  ERR_NULL_POINTER root, bufferOut or lengthOut null; ERR_BAD_LENGTH more than 2^32 - 1 octets;

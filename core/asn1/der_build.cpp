@@ -1,9 +1,18 @@
+#include "core/asn1/asn1_node.h"
 #include "core/asn1/der.h"
 
 namespace {
 
-constexpr std::uint8_t kConstructed = 0x20;
 constexpr std::uint8_t kSignBit = 0x80;
+
+// Tree_AppendChild in constant time. Where the list ends is kept in its first item, so that it is forgotten with the
+// list.
+void append(DerNode* parent, DerNode* item) {
+    const auto* const oldFirst = static_cast<DerNode*>(parent->firstChild);
+    TreeNode* last = oldFirst == nullptr ? nullptr : oldFirst->lastSibling;
+    treeAppendAfter(parent, &last, item);
+    static_cast<DerNode*>(parent->firstChild)->lastSibling = last;
+}
 
 } // namespace
 
@@ -25,9 +34,9 @@ Status Der_AddItem(DerNode* parent, std::uint8_t type, std::uint32_t dataLength,
     item->data = data;
     if (parent != nullptr) {
         if (parent->kind == kDerIndefinite) {
-            parent->type |= kConstructed;
+            parent->type |= static_cast<std::uint8_t>(kAsn1Constructed);
         }
-        treeAppendAfter(parent, &parent->lastChild, item);
+        append(parent, item);
     }
     if (itemOut != nullptr) {
         *itemOut = item;

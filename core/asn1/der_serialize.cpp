@@ -1,3 +1,4 @@
+#include "core/asn1/asn1_node.h"
 #include "core/asn1/der.h"
 
 #include <cstring>
@@ -5,7 +6,6 @@
 namespace {
 
 constexpr std::uint32_t kMaxShortLength = 127;
-constexpr std::uint8_t kLongForm = 0x80;
 
 // The octets of a length above kMaxShortLength, without the one that counts them.
 std::uint32_t longLengthOctets(std::uint64_t length) {
@@ -36,18 +36,19 @@ bool isUnterminated(const DerNode& item) {
     if (item.kind != kDerIndefinite) {
         return false;
     }
-    const TreeNode* last = item.lastChild != nullptr ? item.lastChild : item.firstChild;
+    const auto* last = static_cast<const DerNode*>(item.firstChild);
     while (last != nullptr && last->nextSibling != nullptr) {
-        last = last->nextSibling;
+        last = static_cast<const DerNode*>(last->nextSibling);
     }
-    return last == nullptr || static_cast<const DerNode*>(last)->type != kDerTypeEndOfContents;
+    return last == nullptr || last->kind == kDerOpaque || last->type != kDerTypeEndOfContents;
 }
 
 // Visits root and all below it in the order of writing: enter(item) before an item's children, leave(item) after them.
-// Once an unterminated item has been left, only the items around it are still left, and nothing more is entered. Both
-// passes go through here, so that the length computed is the length written, however the tree was put together.
+// If stops: once an unterminated item has been left, only the items around it are still left, and nothing more is
+// entered. Measuring and writing both go through here, so that the length computed is the length written, however the
+// tree was put together.
 // Errors:  ERR_DER_BER_NOT_TERMINATED after such an item; the first failure of leave ends the visit at once.
-template <typename Enter, typename Leave> Status visit(DerNode* root, Enter enter, Leave leave) {
+template <typename Enter, typename Leave> Status visit(DerNode* root, bool stops, Enter enter, Leave leave) {
     DerNode* item = root;
     bool isStopped = false;
     for (;;) {
@@ -58,7 +59,7 @@ template <typename Enter, typename Leave> Status visit(DerNode* root, Enter ente
         }
         for (;;) {
             RETURN_IF_ERROR(leave(item));
-            isStopped = isStopped || isUnterminated(*item);
+            isStopped = isStopped || (stops && isUnterminated(*item));
             if (item == root) {
                 return isStopped ? ERR_DER_BER_NOT_TERMINATED : OK;
             }
@@ -69,6 +70,15 @@ template <typename Enter, typename Leave> Status visit(DerNode* root, Enter ente
             item = static_cast<DerNode*>(item->parent);
         }
     }
+}
+
+// Forgets where items were written before: that buffer may be gone, and not every item need be written again.
+void forgetPlaces(DerNode* root) {
+    const auto enter = [](DerNode* entered) {
+        entered->writtenAt = nullptr;
+        entered->writtenLength = 0;
+    };
+    (void)visit(root, false, enter, [](DerNode*) { return OK; }); // has nothing to fail with
 }
 
 // Adds length to *sum. ERR_BAD_LENGTH when that takes more than 32 bits.
@@ -87,7 +97,7 @@ std::uint8_t* writeLength(std::uint8_t* out, std::uint32_t length) {
         return out;
     }
     std::uint32_t count = longLengthOctets(length);
-    *out++ = static_cast<std::uint8_t>(kLongForm + count);
+    *out++ = static_cast<std::uint8_t>(kAsn1LongForm + count);
     while (count-- > 0) {
         *out++ = static_cast<std::uint8_t>(length >> (8 * count));
     }
@@ -99,7 +109,7 @@ std::uint8_t* writeStart(std::uint8_t* out, const DerNode& item) {
     if (item.kind != kDerOpaque) {
         *out++ = item.type;
         if (item.kind == kDerIndefinite) {
-            *out++ = kLongForm;
+            *out++ = kAsn1LongForm;
         } else {
             out = writeLength(out, static_cast<std::uint32_t>(contentLength(item)));
         }
@@ -125,7 +135,7 @@ Status Der_ComputeLength(DerNode* item, std::uint32_t* lengthOut) {
         std::uint32_t* const sum = left == item ? &total : &static_cast<DerNode*>(left->parent)->childrenLength;
         return addLength(encodedLength(*left), sum);
     };
-    const Status status = visit(item, enter, leave);
+    const Status status = visit(item, true, enter, leave);
     *lengthOut = total;
     return status;
 }
@@ -138,6 +148,7 @@ Status Der_SerializeToBuffer(DerNode* root, std::uint8_t** bufferOut, std::uint3
         return ERR_NULL_POINTER;
     }
     *lengthOut = 0;
+    forgetPlaces(root);
     std::uint32_t length = 0;
     if (const Status status = Der_ComputeLength(root, &length); status != ERR_DER_BER_NOT_TERMINATED) {
         RETURN_IF_ERROR(status);
@@ -154,7 +165,7 @@ Status Der_SerializeToBuffer(DerNode* root, std::uint8_t** bufferOut, std::uint3
         left->writtenLength = static_cast<std::uint32_t>(out - left->writtenAt);
         return OK;
     };
-    (void)visit(root, enter, leave); // reports again that an item is not terminated, which is no failure here
+    (void)visit(root, true, enter, leave); // reports again that an item is not terminated, which is no failure here
     *bufferOut = buffer;
     *lengthOut = length;
     return OK;

@@ -17,7 +17,8 @@ void freeNode(TreeNode* node) {
 } // namespace
 
 void treeAppendAfter(TreeNode* parent, TreeNode** last, TreeNode* child) {
-    TreeNode** link = *last == nullptr ? &parent->firstChild : &(*last)->nextSibling;
+    const bool isChild = *last != nullptr && (*last)->parent == parent;
+    TreeNode** link = isChild ? &(*last)->nextSibling : &parent->firstChild;
     while (*link != nullptr) {
         link = &(*link)->nextSibling;
     }

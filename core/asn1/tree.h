@@ -27,15 +27,18 @@ Status Tree_AppendChild(TreeNode* parent, TreeNode* child);
 // Errors:  ERR_NULL_POINTER node null; ERR_TREE_LINKEDCHILD node has a parent or a next sibling. Nothing is then freed.
 Status Tree_FreeSubtree(TreeNode* node);
 
-// treeFreeChildren: frees everything below node and leaves node itself where it is.
+// treeFreeChildren: frees everything below node and leaves node itself where it is. Nothing here takes a single child
+// out of a list: children leave with all their siblings, or with the whole tree.
 void treeFreeChildren(TreeNode* node);
 
 // treeAppendAfter: Tree_AppendChild for those who remember where the list ends, in constant time.
-// In/out:  *last is some child of parent, best the last one, or null to look from the first; becomes child.
+// In/out:  *last is some child of parent, best the last one, or any other node or null to look from the first; becomes
+//          child. Not a node that has been freed: who remembers one must forget it in time.
 void treeAppendAfter(TreeNode* parent, TreeNode** last, TreeNode* child);
 
 // treeNewNode: a new detached node of a type derived from TreeNode. All zero, but that its dispose function wipes the
-// whole node: items hold addresses and small values of key material.
+// whole node: items hold addresses and small values of key material. A caller that sets another dispose function takes
+// over the wiping.
 // Errors:  ERR_NULL_POINTER node null; ERR_MEM_ALLOC_FAIL, *node is then null.
 template <typename Node> Status treeNewNode(Node** node) {
     RETURN_IF_ERROR(memAllocRecord(node));

@@ -55,16 +55,6 @@ public:
     Status status = OK;
 };
 
-inline std::vector<std::uint8_t> fromHex(const std::string& text) {
-    std::vector<std::uint8_t> octets;
-    for (std::size_t i = 0; i + 1 < text.size(); i += 2) {
-        i += text[i] == ' ' ? 1U : 0U;
-        octets.push_back(static_cast<std::uint8_t>(std::stoul(text.substr(i, 2), nullptr, 16)));
-    }
-    octets.reserve(octets.size() + 1); // data() of an empty input is no null pointer
-    return octets;
-}
-
 } // namespace testasn1
 
 #endif

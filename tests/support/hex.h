@@ -21,6 +21,7 @@ inline std::string toHex(std::span<const std::uint8_t> bytes) {
 // fromHex: spaces are skipped; anything else but pairs of hexadecimal digits is a mistake of the test's author.
 inline std::vector<std::uint8_t> fromHex(std::string_view text) {
     std::vector<std::uint8_t> bytes;
+    bytes.reserve(text.size() / 2 + 1); // data() of an empty one is no null pointer
     std::string digits;
     for (const char c : text) {
         if (c != ' ') {

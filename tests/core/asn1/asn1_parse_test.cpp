@@ -1,10 +1,10 @@
 #include "core/asn1/asn1_check.h"
 #include "tests/support/asn1_outline.h"
+#include "tests/support/hex.h"
 #include "tests/support/test_heap.h"
 
 namespace {
 
-using testasn1::fromHex;
 using testasn1::outline;
 using testasn1::Parsed;
 using Octets = std::vector<std::uint8_t>;
@@ -100,13 +100,64 @@ TEST(Asn1Parse, CallbackSeesEachHeaderBeforeItsContent) {
         *static_cast<std::string*>(argument) += outline(item) + ";";
         EXPECT_EQ(stream.operations->seek(stream.handle, 1000, kSeekAbsolute), OK); // is put back
     };
-    const Octets input = fromHex("30 0B 03 02 04 F0 04 05 30 03 08 01 00");
-    Parsed parsed(input);
-    parsed.memory.position = 0;
-    ScopedTree<Asn1Node> root;
-    ASSERT_EQ(Asn1_ParseStreamEx(parsed.stream, root.out(), callback, &seen), OK);
-    EXPECT_EQ(seen, "U16c[2,2,11];U3[2,4,2];U4[2,8,5];U16c[2,10,3];U8[2,12,1];");
-    EXPECT_EQ(outline(asn1FirstChild(root.get())), "U16c[2,2,11](U3[2,5,1]=4 U4[2,8,5])");
+    const auto check = [&](const char* hex, const char* expected) {
+        const Octets input = fromHex(hex);
+        Parsed parsed(input);
+        parsed.memory.position = 0;
+        ScopedTree<Asn1Node> root;
+        seen.clear();
+        ASSERT_EQ(Asn1_ParseStreamEx(parsed.stream, root.out(), callback, &seen), OK);
+        EXPECT_EQ(seen, expected);
+        EXPECT_EQ(outline(asn1FirstChild(root.get())), outline(parsed.top()));
+    };
+    check("30 0B 03 02 04 F0 04 05 30 03 08 01 00", "U16c[2,2,11];U3[2,4,2];U4[2,8,5];U16c[2,10,3];U8[2,12,1];");
+    // What stands behind a string is not reported from inside it.
+    check("30 80 04 04 30 02 30 80 05 00 00 00 05 00 00 00",
+          "U16ci[2,2,0];U4[2,4,4];U16c[2,6,2];U16ci[2,8,0];U5[2,10,0];U0[2,12,0];");
+}
+
+// A stream that fails one call with a status that says nothing about the input.
+struct FaultyStream : MemStream {
+    const ByteStreamOperations* operations;
+    int callsLeft;
+    Status failure;
+};
+
+template <auto operation, typename... Arguments> Status failing(void* handle, Arguments... arguments) {
+    auto* const stream = static_cast<FaultyStream*>(static_cast<MemStream*>(handle));
+    return stream->callsLeft-- != 0 ? (stream->operations->*operation)(handle, arguments...) : stream->failure;
+}
+
+TEST(Asn1Parse, FailuresOfTheStreamArePassedOn) {
+    const Octets input = fromHex("30 12 04 03 02 01 05 03 07 00 30 04 02 00 05 00 04 02 05 01");
+    const auto ignore = [](Asn1Node*, ByteStream, void*) {
+    };
+    const Parsed plain(input);
+    for (const Status failure : {ERR_MEM_ALLOC_FAIL, ERR_NULL_POINTER, ERR_GENERAL}) {
+        Status status = failure;
+        for (int calls = 0; status != OK; ++calls) {
+            FaultyStream memory{
+                {const_cast<std::uint8_t*>(input.data()), 20, 0}, plain.stream.operations, calls, failure};
+            ByteStreamOperations operations = *memory.operations;
+            operations.getc = failing<&ByteStreamOperations::getc>;
+            operations.tell = failing<&ByteStreamOperations::tell>;
+            operations.seek = failing<&ByteStreamOperations::seek>;
+            operations.eof = failing<&ByteStreamOperations::eof>;
+            ScopedTree<Asn1Node> root;
+            status = Asn1_ParseStreamEx({&memory, &operations}, root.out(), ignore, nullptr);
+            ASSERT_EQ(status, memory.callsLeft < 0 ? failure : OK) << "after " << calls << " calls";
+            ASSERT_EQ(outline(root.get()), status == OK ? outline(plain.root.get()) : "");
+        }
+    }
+    MemStream memory = plain.memory; // one that ends before its start
+    memory.position = 0;
+    ByteStreamOperations operations = *plain.stream.operations;
+    operations.tell = [](void* handle, std::int32_t* position) {
+        *position = -static_cast<MemStream*>(handle)->position;
+        return OK;
+    };
+    Asn1Node* root = nullptr;
+    EXPECT_EQ(Asn1_ParseStream({&memory, &operations}, &root), ERR_FALSE);
 }
 
 TEST(Asn1Parse, EachAllocationRefused) {

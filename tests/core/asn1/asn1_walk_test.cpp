@@ -1,17 +1,18 @@
 #include "core/asn1/asn1_walk.h"
 
 #include "tests/support/asn1_outline.h"
+#include "tests/support/hex.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
-using testasn1::fromHex;
 using testasn1::outline;
 using testasn1::Parsed;
 
-constexpr std::uint8_t kOid[] = {2, 0x2A, 0x03};
+constexpr std::uint8_t kOid[] = {2, 0x2A, 0x03, 0x00}; // and one without content behind it
 constexpr std::uint8_t kSecondOid[] = {2, 0x2A, 0x04};
+constexpr std::uint8_t kOidInSet[] = {2, 0x2A, 0x05};
 constexpr std::uint8_t kLongerOid[] = {3, 0x2A, 0x03, 0x05};
 
 TEST(Asn1Walk, EveryInstruction) {
@@ -46,8 +47,21 @@ TEST(Asn1Walk, ChecksOutsideTheTable) {
     EXPECT_EQ(Asn1_CheckOid(parsed.top(), parsed.stream, kOid), OK);
     parsed.memory.size = 3; // the content is not all there
     EXPECT_EQ(Asn1_CheckOid(parsed.top(), parsed.stream, kOid), ERR_FALSE);
+    parsed.memory.size = 1;
+    parsed.top()->length = 0; // nor when there is none
+    EXPECT_EQ(Asn1_CheckOid(parsed.top(), parsed.stream, kOid + 3), ERR_FALSE);
     const std::vector<std::uint8_t> empty = fromHex("02 00");
     EXPECT_EQ(Asn1_CheckSmallInteger(Parsed(empty).top(), 0), OK); // no value is 0
+
+    static int stopped = 0;
+    ByteStreamOperations counting = *parsed.stream.operations;
+    counting.stopaccess = [](void*, const std::uint8_t*) {
+        ++stopped;
+        return OK;
+    };
+    parsed.memory.size = 4;
+    EXPECT_EQ(Asn1_CheckOid(parsed.top(), {&parsed.memory, &counting}, kOid + 3), OK);
+    EXPECT_EQ(stopped, 1);
 
     const ByteStream stream = parsed.stream;
     Asn1Node* const top = parsed.top();

@@ -1,11 +1,10 @@
 #include "core/asn1/der.h"
 
-#include "tests/support/asn1_outline.h"
+#include "tests/support/hex.h"
 #include "tests/support/test_heap.h"
 
 namespace {
 
-using testasn1::fromHex;
 using Octets = std::vector<std::uint8_t>;
 
 Octets serialized(DerNode* root) {
@@ -103,6 +102,8 @@ TEST(Der, WrittenPlacesAndContentLeftOpen) {
     EXPECT_EQ(serialized(inner), fromHex("30 09 06 02 2A 03 04 03 00 00 00")); // part of a tree
     EXPECT_EQ(Der_AddItem(opaque, 5, 0, nullptr, nullptr), ERR_DER_ENCODER_OPAQUE);
     EXPECT_EQ(opaque->firstChild, nullptr);
+    inner->kind = kDerOpaque; // the children that it has no longer count
+    EXPECT_EQ(serialized(root.get()), fromHex("30 02 05 00"));
 }
 
 // SEQUENCE { NULL, string outer { string inner { ... }, OCTET STRING 42 ... }, NULL ... }, terminated step by step.
@@ -139,6 +140,32 @@ TEST(Der, IndefiniteLengthsAndTheStopMark) {
               fromHex("30 16 05 00 24 80 24 80 04 01 41 00 00 04 01 42 00 00 05 00 30 80 00 00"));
     add(outer, 5);
     expectStop("30 12 05 00 24 80 24 80 04 01 41 00 00 04 01 42 00 00 05 00");
+    EXPECT_EQ(static_cast<DerNode*>(outer->nextSibling)->writtenAt, nullptr); // it was written before, not this time
+    // Its own content stands before the children; an opaque item is no end-of-contents, whatever its type.
+    ScopedTree<DerNode> string;
+    *string.out() = add(nullptr, 0x24, kDerIndefinite, first);
+    add(string.get(), kDerTypeEndOfContents, kDerOpaque);
+    EXPECT_EQ(Der_ComputeLength(string.get(), &length), ERR_DER_BER_NOT_TERMINATED);
+    EXPECT_EQ(serialized(string.get()), fromHex("24 80 41"));
+}
+
+// Where a list ends is not remembered for longer than it does.
+TEST(Der, ItemsAddedAfterOthersHaveLeft) {
+    ScopedTree<DerNode> root;
+    ScopedTree<DerNode> other;
+    *root.out() = add(nullptr, kDerTypeSequence);
+    *other.out() = add(nullptr, kDerTypeSequence);
+    add(root.get(), 1);
+    add(root.get(), 2);
+    treeFreeChildren(root.get());
+    ASSERT_EQ(Tree_AppendChild(root.get(), add(nullptr, 3)), OK);
+    DerNode* const moved = add(root.get(), 4);
+    root->firstChild->nextSibling = nullptr;
+    moved->parent = nullptr;
+    ASSERT_EQ(Tree_AppendChild(other.get(), moved), OK);
+    add(root.get(), 5);
+    EXPECT_EQ(serialized(root.get()), fromHex("30 04 03 00 05 00"));
+    EXPECT_EQ(serialized(other.get()), fromHex("30 02 04 00"));
 }
 
 TEST(Der, Refusals) {
