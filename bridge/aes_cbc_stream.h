@@ -29,8 +29,7 @@ public:
 
     // init: takes mode (one of the two), iv[16] and key[kKeyBytes]. Pending bytes stay in front of the next message.
     // Errors:  ERR_MEM_ALLOC_FAIL no buffers, nothing is changed; ERR_AES no context: mode and iv are taken all the
-    // same,
-    //          and the stream is without context.
+    //          same, and the stream is without context.
     Status init(std::int32_t mode, const std::uint8_t* iv, const std::uint8_t* key);
 
     // hasContext: whether the last init succeeded. The operations below ask for it.

@@ -41,8 +41,7 @@ public:
     // getRandomContext: the one random context of the process, made on first need: whoever comes while it is being made
     // waits, for some six seconds and without limit, and gets the same one. It is never released.
     // Errors:  null after raising "java/security/ProviderException" with "Unable to acquire secure random context" and
-    // the
-    //          status; the next caller tries again.
+    //          the status; the next caller tries again.
     static RandomContext* getRandomContext(JNIEnv* env);
 
     // hexdump: writes bytes[length] to standard output, sixteen a row, with offsets and characters,

@@ -28,7 +28,8 @@ static_assert(sizeof(MsTimeStamp) == 8 && sizeof(GmtTime) == 8);
 std::uint32_t rtosGetTickCount();
 
 // rtosDeltaMs: reads the clock once; stores the reading in *now and returns the milliseconds since *start. Either may
-// be null; both may be the same record. Errors:  0 with start null; 0xFFFFFFFF when the difference does not fit 32
+// be null; both may be the same record.
+// Errors:  0 with start null; 0xFFFFFFFF when the difference does not fit 32
 // bits, also when start lies in the future.
 std::uint32_t rtosDeltaMs(const MsTimeStamp* start, MsTimeStamp* now);
 

@@ -32,8 +32,7 @@ Status rtosMutexFree(RtosMutex* mutex);
 // every exit cannot release what it never took, and cannot take twice through one flag.
 // In/out:  *held is 1 after a successful wait and 0 after a successful release; else unchanged.
 // Errors:  ERR_NULL_POINTER held null; ERR_RTOS_WRAP_MUTEX_WAIT *held is set already; ERR_RTOS_WRAP_MUTEX_RELEASE *held
-// is
-//          not 1; the status of the wait or release.
+//          is not 1; the status of the wait or release.
 Status rtosMutexWaitGuarded(RtosMutex mutex, std::uint32_t* held);
 Status rtosMutexReleaseGuarded(RtosMutex mutex, std::uint32_t* held);
 

@@ -8,8 +8,7 @@
 // A context is read-only once it is made: several threads may use one, each with an IV buffer of its own.
 //
 // Secrets: the portable kernel and the key expansion look up tables at places that depend on key and data, so their
-// time
-//          may tell of both through the caches. See aes_kernels.h.
+//          time may tell of both through the caches. See aes_kernels.h.
 #ifndef ZELSPI_CORE_AES_AES_H
 #define ZELSPI_CORE_AES_AES_H
 
@@ -54,7 +53,8 @@ Status aesDeleteContext(AesContext** context);
 // aesInitKey: fills the context, whatever it held.
 // Shapes:  key[keyBits / 8].
 // In/out:  any mode is taken: one that is neither ECB nor CBC nor one of the feedback modes gets the direction's
-// schedule. Errors:  ERR_NULL_POINTER context or key null; ERR_AES_BAD_KEY_LENGTH. The context is then unchanged.
+// schedule.
+// Errors:  ERR_NULL_POINTER context or key null; ERR_AES_BAD_KEY_LENGTH. The context is then unchanged.
 // Source:  FIPS-197, sections 5.2 and 5.3.5.
 Status aesInitKey(AesContext* context, std::uint32_t keyBits, const std::uint8_t* key, std::uint32_t encrypt,
                   std::int32_t mode);

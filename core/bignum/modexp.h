@@ -28,8 +28,7 @@ struct MontgomeryCtx {
 
 // VLONG_modExp: a new record := base^exponent mod modulus.
 // In/out:  decided in this order: a zero modulus is an error; a zero base gives 0 (also for 0^0); a zero exponent gives
-// 1
-//          (also for modulus 1). Base may exceed the modulus.
+//          1 (also for modulus 1). Base may exceed the modulus.
 // Oddity:  for an even or one-unit modulus a result that is 0 can come out as the modulus itself (3^2 mod 9 gives 9).
 // Errors:  ERR_NULL_POINTER; ERR_BAD_MODULO modulus zero; growth.
 Status VLONG_modExp(const vlong* base, const vlong* exponent, const vlong* modulus, vlong** out, vlong** queue);
@@ -38,8 +37,8 @@ Status VLONG_modExp(const vlong* base, const vlong* exponent, const vlong* modul
 // VLONG_initMontgomeryCtx: a context in the storage given, whose contents are overwritten; release its records with
 // VLONG_clearMontgomeryCtx.
 // In/out:  the modulus is to be odd, which is not checked: another one (from a foreign key) gives a context whose
-// powers
-//          mean nothing but are below the modulus, or, when it is zero, ERR_DIVIDE_BY_ZERO. Nothing is held on failure.
+//          powers mean nothing but are below the modulus, or, when it is zero, ERR_DIVIDE_BY_ZERO. Nothing is held on
+//          failure.
 // Errors:  ERR_NULL_POINTER; growth.
 Status VLONG_newMontgomeryCtx(MontgomeryCtx** out, const vlong* modulus, vlong** queue);
 Status VLONG_initMontgomeryCtx(MontgomeryCtx* context, const vlong* modulus, vlong** queue);
@@ -73,8 +72,8 @@ Status VLONG_modExpCtxPair(const ModExpOperands& first, const ModExpOperands& se
 
 // VLONG_montMultiply: a := a * b / R mod modulus, in place. VLONG_montSquare: a := a * a / R mod modulus.
 // In/out:  0 <= a, b < modulus. A record a of less than k units capacity grows and keeps its value; scratch is any
-// record
-//          but a and b, grown as needed and overwritten. A zero result has length 1 with unit 0, not length 0: meant.
+//          record but a and b, grown as needed and overwritten. A zero result has length 1 with unit 0, not length 0:
+//          meant.
 // Errors:  ERR_NULL_POINTER; ERR_BAD_MODULO the context has no modulus; ERR_BAD_LENGTH a or b longer than the modulus;
 //          growth.
 Status VLONG_montMultiply(const MontgomeryCtx* context, vlong* a, const vlong* b, vlong* scratch);
@@ -102,8 +101,7 @@ Status VLONG_montExpBinary(const MontgomeryCtx* context, const vlong* base, cons
 // VLONG_barrettReduce: a new record := x mod modulus, or the modulus itself in place of 0; mu from VLONG_barrettMu.
 // VLONG_barrettMulMod: a new record := x * y reduced in the same way.
 // Errors:  ERR_NULL_POINTER; ERR_DIVIDE_BY_ZERO modulus zero; ERR_BAD_LENGTH the value to reduce has more than 2 k
-// units;
-//          growth.
+//          units; growth.
 // Source:  Barrett 1986; Menezes, van Oorschot, Vanstone, Handbook of Applied Cryptography, algorithm 14.42.
 Status VLONG_barrettMu(const vlong* modulus, vlong** out, vlong** queue);
 Status VLONG_barrettReduce(const vlong* x, const vlong* modulus, const vlong* mu, vlong** out, vlong** queue);

@@ -7,8 +7,7 @@
 // VLONG_fromBytes: a new non-negative value from an unsigned big-endian byte string.
 // Shapes:  bytes[byteCount]; leading zeros are allowed, byteCount 0 gives zero.
 // Errors:  ERR_NULL_POINTER bytes or out null; ERR_BAD_LENGTH byteCount negative or above 65,535, whatever the bytes
-// hold;
-//          ERR_MEM_ALLOC_FAIL.
+//          hold; ERR_MEM_ALLOC_FAIL.
 // Source:  OS2IP, RFC 8017 section 4.2.
 Status VLONG_fromBytes(const std::uint8_t* bytes, std::int32_t byteCount, vlong** out, vlong** queue);
 
@@ -32,11 +31,9 @@ Status VLONG_fromWords32(const std::uint32_t* words, std::uint32_t wordCount, vl
 
 // VLONG_fromMpint: a new value from a 4-byte big-endian length L and L bytes of big-endian two's complement.
 // Shapes:  bytes[byteCount], of which *consumed := L + 4 are read. It is set as soon as the prefix is read, so also
-// when
-//          L is then refused, and wraps around for an L near 2^32.
+//          when L is then refused, and wraps around for an L near 2^32.
 // Errors:  ERR_NULL_POINTER bytes, out or consumed null; ERR_BAD_LENGTH fewer than 4 bytes, L negative, above what
-// follows
-//          or above 65,535; ERR_MEM_ALLOC_FAIL.
+//          follows or above 65,535; ERR_MEM_ALLOC_FAIL.
 // Oddity:  a body 80, 80 00, 80 00 00 ... (the most negative value of its length) reads as zero with the sign flag set.
 Status VLONG_fromMpint(const std::uint8_t* bytes, std::uint32_t byteCount, vlong** out, std::uint32_t* consumed);
 
@@ -46,7 +43,8 @@ Status VLONG_fromMpint(const std::uint8_t* bytes, std::uint32_t byteCount, vlong
 Status VLONG_toMpint(const vlong* value, std::uint8_t** out, std::uint32_t* count);
 
 // VLONG_print: a debug dump to standard output: the label on a line, |value| in hexadecimal bytes, a backslash and a
-// line break after every 24th of them, a final line break. Errors:  ERR_NULL_POINTER. Secrets: prints value.
+// line break after every 24th of them, a final line break.
+// Errors:  ERR_NULL_POINTER. Secrets: prints value.
 Status VLONG_print(const char* label, const vlong* value);
 
 #endif

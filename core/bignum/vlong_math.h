@@ -61,7 +61,8 @@ Status VLONG_squareColumns(vlong* product, const vlong* a, std::uint32_t unitCou
 Status VLONG_divide(vlong* quotient, const vlong* dividend, const vlong* divisor, vlong* remainder, vlong** queue);
 
 // VLONG_mod: a new record := a mod modulus with the sign of a. VLONG_div: a new record := a div b, rounded towards
-// zero. Errors:  as VLONG_divide.
+// zero.
+// Errors:  as VLONG_divide.
 Status VLONG_mod(const vlong* a, const vlong* modulus, vlong** out, vlong** queue);
 Status VLONG_div(const vlong* a, const vlong* b, vlong** out, vlong** queue);
 
@@ -69,7 +70,8 @@ Status VLONG_div(const vlong* a, const vlong* b, vlong** out, vlong** queue);
 // ----------------------------------------------------------------------------------------------------------------
 
 // VLONG_shiftLeft, VLONG_shiftRight: the magnitude times or divided by 2^bitCount, in place; the sign flag stays, also
-// when a right shift leaves zero. Errors:  ERR_NULL_POINTER; growth: a left shift asks for one unit more than the units
+// when a right shift leaves zero.
+// Errors:  ERR_NULL_POINTER; growth: a left shift asks for one unit more than the units
 // it shifts by, needed or not.
 Status VLONG_shiftLeft(vlong* value, std::uint32_t bitCount);
 Status VLONG_shiftRight(vlong* value, std::uint32_t bitCount);
@@ -84,8 +86,7 @@ Status VLONG_shiftRight1(vlong* value);
 
 // VLONG_gcd: a new record := the greatest common divisor by Euclid's algorithm; gcd(0, 0) is 0.
 // In/out:  the remainders take the signs of their dividends, so negative operands can give a negative result or a zero
-// with
-//          its flag set.
+//          with its flag set.
 // Errors:  ERR_NULL_POINTER; as VLONG_divide.
 Status VLONG_gcd(const vlong* a, const vlong* b, vlong** out, vlong** queue);
 

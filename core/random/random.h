@@ -34,7 +34,8 @@ Status randomAcquireContextOfKind(RandomContext** context, std::uint8_t kind);
 Status randomReleaseContext(RandomContext** context);
 
 // randomAddEntropyBit: mixes the lowest bit of the argument into the context. Takes no lock: bits added at the same
-// moment by several threads may coincide. Errors:  ERR_NULL_POINTER context null or of another kind.
+// moment by several threads may coincide.
+// Errors:  ERR_NULL_POINTER context null or of another kind.
 Status randomAddEntropyBit(RandomContext* context, std::uint8_t bit);
 
 // randomGenerate: fills buffer[length].

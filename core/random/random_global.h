@@ -8,12 +8,15 @@
 #include "core/random/random.h"
 
 // randomInitGlobal, randomFreeGlobal: count the users of the shared context. The first acquires it, the last releases
-// it. Errors:  of randomAcquireGlobalContext; ERR_RAND_CTX_NOT_INITIALIZED more frees than inits.
+// it.
+// Errors:  of randomAcquireGlobalContext; ERR_RAND_CTX_NOT_INITIALIZED more frees than inits.
 Status randomInitGlobal();
 Status randomFreeGlobal();
 
 // randomAcquireGlobalContext: makes the shared context, unless it is there. Unless the seeding mode is without threads
-// the depot thread is started. In/out:  waits, without limit, for the depot thread of an earlier context. Errors:  as
+// the depot thread is started.
+// In/out:  waits, without limit, for the depot thread of an earlier context.
+// Errors:  as
 // randomAcquireContext; ERR_RTOS_THREAD_CREATE the depot thread could not be started, there is no context then.
 Status randomAcquireGlobalContext();
 
@@ -25,7 +28,8 @@ Status randomReleaseGlobalContext();
 RandomContext* globalRandomContext();
 
 // randomAddGlobalEntropyBit, randomAddGlobalEntropyWord: add to the shared context the lowest bit of `bit`, or the 32
-// bits of `word` from the lowest up, until one fails. Errors:  ERR_RAND_CTX_NOT_INITIALIZED there is none.
+// bits of `word` from the lowest up, until one fails.
+// Errors:  ERR_RAND_CTX_NOT_INITIALIZED there is none.
 Status randomAddGlobalEntropyBit(std::uint8_t bit);
 Status randomAddGlobalEntropyWord(std::uint32_t word);
 

@@ -17,7 +17,8 @@ Status seedPoolInit();
 Status seedPoolGetBytes(std::uint8_t* buffer, std::uint32_t length);
 
 // seedStateWait, seedStateRelease: the process-wide mutex that guards the shared context (random_global.h); it is made
-// together with the pool's own. Errors:  ERR_RTOS_MUTEX_CREATE; ERR_RTOS_MUTEX_WAIT; ERR_RTOS_MUTEX_RELEASE.
+// together with the pool's own.
+// Errors:  ERR_RTOS_MUTEX_CREATE; ERR_RTOS_MUTEX_WAIT; ERR_RTOS_MUTEX_RELEASE.
 Status seedStateWait();
 Status seedStateRelease();
 
