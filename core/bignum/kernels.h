@@ -101,6 +101,7 @@ struct ModExpKernel {
     std::size_t (*scratchUnits)(std::uint32_t k, std::uint32_t exponentBits);
 
     // one: a single exponentiation. result may be base.
+    // Secrets: the portable kernel's time and addresses follow the exponent's bits; others say at their place.
     void (*one)(const ModExpTask& task, Unit* scratch);
 
     // pair: two with moduli of the same number of units, side by side. Null: one after the other is as good.

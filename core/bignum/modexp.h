@@ -23,7 +23,7 @@ struct MontgomeryCtx {
     vlong* RInverse; // 1/R mod modulus
     vlong* modulus;  // an own copy
     vlong*
-        radixSquared; // R^2 mod modulus with k units behind it; zero length for a modulus that no exponentiation takes
+        radixSquared; // R^2 mod modulus, which may be 0, in k units; nothing where no exponentiation takes the modulus
 };
 
 // VLONG_modExp: a new record := base^exponent mod modulus.

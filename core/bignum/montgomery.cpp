@@ -107,7 +107,9 @@ Status copyContext(MontgomeryCtx* target, const MontgomeryCtx* source, vlong** q
     RETURN_IF_ERROR(VLONG_newCopy(source->RInverse, &target->RInverse, queue));
     RETURN_IF_ERROR(VLONG_newCopy(source->modulus, &target->modulus, queue));
     RETURN_IF_ERROR(VLONG_newCopy(source->radixSquared, &target->radixSquared, queue));
-    return source->radixSquared->length == 0 ? OK : pad(target->radixSquared, source->modulus->length);
+    // Zero for a modulus that divides R^2, and padded all the same; unpadded where no exponentiation takes the modulus.
+    const std::uint32_t unitCount = source->modulus->length;
+    return unitCount == 0 || !hasRoomForSquare(unitCount) ? OK : pad(target->radixSquared, unitCount);
 }
 
 void releaseRecord(vlong** record, vlong** queue) {

@@ -82,11 +82,9 @@ Status VLONG_addMagnitude(vlong* a, const vlong* b) {
     for (std::uint32_t i = b->length; carry != 0 && i < a->length; ++i) {
         carry = ++a->units[i] == 0 ? 1 : 0;
     }
-    if (carry != 0) {
-        RETURN_IF_ERROR(VLONG_setUnit(a, a->length, carry));
-    }
-    VLONG_normalise(a);
-    return OK;
+    const Status status = carry == 0 ? OK : VLONG_setUnit(a, a->length, carry);
+    VLONG_normalise(a); // also when the carry's unit was refused and what is left is zero
+    return status;
 }
 
 Status VLONG_subMagnitude(vlong* a, const vlong* b) {

@@ -7,6 +7,7 @@
 #include "tests/core/bignum/bignum_support.h"
 #include "tests/support/test_heap.h"
 
+#include <algorithm>
 #include <functional>
 
 namespace {
@@ -45,6 +46,7 @@ void failInPlace(const Number& start, const std::function<Status(vlong*)>& opera
         vlong* value = nullptr;
         RETURN_IF_ERROR(VLONG_newCopy(start.get(), &value, nullptr));
         const Status status = operation(value);
+        EXPECT_TRUE(value->length == 0 || value->units[value->length - 1] != 0) << "not normalised";
         (void)VLONG_free(&value, nullptr);
         return status;
     });
@@ -91,6 +93,20 @@ TEST_F(BignumAllocation, Arithmetic) {
         (void)memWipeAndFree(&block, count);
         return status;
     });
+}
+
+// What is left of a sum whose carry finds no room is zero, and must look like one.
+TEST_F(BignumAllocation, ARefusedCarryLeavesANormalisedRecord) {
+    const Number one(1);
+    vlong* value = nullptr;
+    ASSERT_EQ(VLONG_newValue(1, &value, nullptr), OK);
+    value->length = value->capacity;
+    std::fill_n(value->units, value->length, ~Unit{0});
+    testheap::refuse(1);
+    EXPECT_EQ(VLONG_addMagnitude(value, one), ERR_MEM_ALLOC_FAIL);
+    testheap::refuse(0);
+    EXPECT_TRUE(VLONG_isZero(value));
+    EXPECT_EQ(VLONG_free(&value, nullptr), OK);
 }
 
 // At 16 and 32 units every product in the scan needs scratch: a refusal there must not yield a wrong power.

@@ -154,7 +154,7 @@ TEST(Vlong, MontgomeryZeroAsADivisor) {
     Number out;
     EXPECT_EQ(VLONG_mod(a, zero, out.out(), nullptr), ERR_DIVIDE_BY_ZERO);
     EXPECT_EQ(VLONG_mod(zero, a, out.out(), nullptr), OK);
-    EXPECT_EQ(out, Number(Unit{0}));
+    EXPECT_EQ(out.get()->length, 0u);
 }
 
 TEST(Vlong, NullArguments) {

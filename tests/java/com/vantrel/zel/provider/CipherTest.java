@@ -13,6 +13,7 @@ import java.io.SequenceInputStream;
 import java.nio.ByteBuffer;
 import java.security.AlgorithmParameters;
 import java.security.DigestOutputStream;
+import java.security.GeneralSecurityException;
 import java.security.InvalidAlgorithmParameterException;
 import java.security.InvalidKeyException;
 import java.security.Key;
@@ -24,6 +25,7 @@ import java.security.Provider;
 import java.util.Arrays;
 import java.util.Collections;
 import java.util.Random;
+import java.util.concurrent.atomic.AtomicReference;
 import java.util.stream.Collectors;
 import java.util.stream.Stream;
 import javax.crypto.BadPaddingException;
@@ -189,9 +191,11 @@ class CipherTest {
                     }
                     for (int room = Math.max(0, left - 18); room < left; ++room) {
                         byte[] tooSmall = new byte[room + 2];
+                        Arrays.fill(tooSmall, (byte) 0x44);
+                        byte[] untouched = tooSmall.clone();
                         assertThrows(ShortBufferException.class,
                                 () -> cipher.doFinal(rest, 0, rest.length, tooSmall, 2));
-                        assertArrayEquals(new byte[room + 2], tooSmall);
+                        assertArrayEquals(untouched, tooSmall);
                         assertThrows(ShortBufferException.class, () -> cipher.doFinal(ByteBuffer.wrap(rest),
                                 ByteBuffer.wrap(tooSmall, 2, tooSmall.length - 2)));
                     }
@@ -210,6 +214,7 @@ class CipherTest {
         for (int padding : new int[] {0, 1, 2, 15, 16, 17, 32, 127, 128, 255}) {
             for (int wrongAt = -1; wrongAt < 16; ++wrongAt) {
                 byte[] blocks = new byte[32];
+                Arrays.fill(blocks, 0, 16, (byte) 0x5A); // would be seen in an output that is to stay zero
                 Arrays.fill(blocks, Math.max(16, 32 - padding), 32, (byte) padding);
                 blocks[31] = (byte) padding;
                 if (wrongAt >= 0) {
@@ -311,5 +316,45 @@ class CipherTest {
         assertEquals(-1, new CipherInputStream(new ByteArrayInputStream(new byte[0]), zel(Cipher.DECRYPT_MODE)).read());
         SealedObject sealed = new SealedObject("a secret", zel(Cipher.ENCRYPT_MODE));
         assertEquals("a secret", sealed.getObject(zel(Cipher.DECRYPT_MODE)));
+    }
+
+    /** A program's mistake, and its messages are worthless; but the virtual machine lives on. */
+    @Test
+    void manyThreadsOnOneCipherDoNoHarm() throws Exception {
+        Cipher cipher = zel(Cipher.ENCRYPT_MODE);
+        SecretKeySpec key = new SecretKeySpec(new byte[32], "AES");
+        IvParameterSpec iv = new IvParameterSpec(new byte[16]);
+        Thread[] threads = new Thread[4];
+        AtomicReference<Throwable> error = new AtomicReference<>();
+        for (int i = 0; i < threads.length; ++i) {
+            Random random = new Random(i);
+            threads[i] = new Thread(() -> {
+                try {
+                    for (int round = 0; round < 3000; ++round) {
+                        try {
+                            switch (random.nextInt(3)) {
+                                case 0:
+                                    cipher.init(1 + random.nextInt(2), key, iv);
+                                    break;
+                                case 1:
+                                    cipher.update(new byte[random.nextInt(600)]);
+                                    break;
+                                default:
+                                    cipher.doFinal(new byte[random.nextInt(600)]);
+                            }
+                        } catch (GeneralSecurityException | IllegalStateException e) {
+                            continue; // what a muddled cipher may say
+                        }
+                    }
+                } catch (Throwable e) {
+                    error.set(e);
+                }
+            });
+            threads[i].start();
+        }
+        for (Thread thread : threads) {
+            thread.join();
+        }
+        assertEquals(null, error.get());
     }
 }

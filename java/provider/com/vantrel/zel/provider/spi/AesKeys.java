@@ -9,7 +9,6 @@ import java.security.spec.PKCS8EncodedKeySpec;
 import java.security.spec.X509EncodedKeySpec;
 import java.util.Arrays;
 import javax.crypto.Cipher;
-import javax.crypto.SecretKey;
 import javax.crypto.spec.SecretKeySpec;
 
 /** The keys that a cipher works with, and those that it wraps. */
@@ -40,8 +39,7 @@ final class AesKeys {
         if (key == null) {
             throw new InvalidKeyException("key is null");
         }
-        if (!(key instanceof SecretKey) || !"AES".equalsIgnoreCase(key.getAlgorithm())
-                || !"RAW".equalsIgnoreCase(key.getFormat())) {
+        if (!"AES".equalsIgnoreCase(key.getAlgorithm()) || !"RAW".equalsIgnoreCase(key.getFormat())) {
             throw new InvalidKeyException("not an AES key in raw form: " + key.getAlgorithm());
         }
         return encoded(key);

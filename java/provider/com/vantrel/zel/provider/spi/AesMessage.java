@@ -13,6 +13,9 @@ import javax.crypto.ShortBufferException;
  * place and has nothing left over for the next message. What is not a whole block is held here; on decryption the last
  * block too, because it may be the one with the padding. That one goes through the engine's update, so that the whole
  * padding can be looked at.
+ *
+ * <p>A cipher is not made for two threads at once. The locks turn that mistake of a program into wrong messages, where it
+ * would be the end of the whole virtual machine.
  */
 final class AesMessage {
     private static final int BLOCK_BYTES = 16;
@@ -50,12 +53,12 @@ final class AesMessage {
     }
 
     /** The IV in use, or null before the first init. */
-    byte[] iv() {
+    synchronized byte[] iv() {
         return iv == null ? null : iv.clone();
     }
 
     /** Starts afresh, on a new engine; keeps the iv and a copy of the key's bytes. */
-    void init(boolean encrypts, byte[] iv, byte[] keyBytes) {
+    synchronized void init(boolean encrypts, byte[] iv, byte[] keyBytes) {
         if (engine.context0() != 0) {
             engine.deleteContext0();
             owner.bound(0);
@@ -72,27 +75,27 @@ final class AesMessage {
     }
 
     /** How many bytes an update with so many gives. */
-    long updateSize(int length) {
+    synchronized long updateSize(int length) {
         long size = messageSize(length);
         long ready = encrypts ? size : Math.max(size - 1, 0); // at least a byte is held back
         return ready - ready % BLOCK_BYTES;
     }
 
     /** How many bytes a doFinal with so many gives, at most. */
-    long finalSize(int length) {
+    synchronized long finalSize(int length) {
         long size = messageSize(length);
         return encrypts ? size - size % BLOCK_BYTES + BLOCK_BYTES : size;
     }
 
     /** The blocks that are complete, or null if there is none. */
-    byte[] update(byte[] input, int offset, int length) {
+    synchronized byte[] update(byte[] input, int offset, int length) {
         byte[] output = newArray(updateSize(length));
         step(input, offset, length, output, 0, output.length);
         return output.length == 0 ? null : output;
     }
 
     /** The same into {@code output[outputOffset .. outputOffset + room)}; the number of bytes written. */
-    int update(byte[] input, int offset, int length, byte[] output, int outputOffset, int room)
+    synchronized int update(byte[] input, int offset, int length, byte[] output, int outputOffset, int room)
             throws ShortBufferException {
         long size = updateSize(length);
         if (room < size) {
@@ -122,7 +125,7 @@ final class AesMessage {
     }
 
     /** The rest of the message; the next one begins with the same key and IV. */
-    byte[] doFinal(byte[] input, int offset, int length) throws BadPaddingException {
+    synchronized byte[] doFinal(byte[] input, int offset, int length) throws BadPaddingException {
         byte[] output = newArray(finalSize(length));
         try {
             int written = doFinal(input, offset, length, output, 0, output.length);
@@ -142,7 +145,7 @@ final class AesMessage {
      *
      * @throws ShortBufferException if there is not enough room; nothing has happened, the call can be repeated
      */
-    int doFinal(byte[] input, int offset, int length, byte[] output, int outputOffset, int room)
+    synchronized int doFinal(byte[] input, int offset, int length, byte[] output, int outputOffset, int room)
             throws ShortBufferException, BadPaddingException {
         long size = finalSize(length);
         byte[] source = apart(input, offset, length, output, outputOffset, (int) Math.min(size, room));
@@ -152,7 +155,7 @@ final class AesMessage {
             if (size % BLOCK_BYTES != 0) {
                 throw new BadPaddingException("invalid source buffer size");
             }
-            requireRoom(room, encrypts ? size : size - BLOCK_BYTES);
+            requireRoom(room, encrypts ? size : Math.max(size - BLOCK_BYTES, 0));
             begin();
             if (encrypts) {
                 return encryptFinal(source, from, length, output, outputOffset);
