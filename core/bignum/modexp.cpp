@@ -16,6 +16,11 @@ class MontPower {
 public:
     explicit MontPower(vlong** queue) : queue_(queue), result_(queue) {
     }
+    MontPower(const MontPower&) = delete;
+    MontPower& operator=(const MontPower&) = delete;
+    ~MontPower() {
+        memWipe(&task_, sizeof task_); // tells of the modulus, which may be a secret prime
+    }
 
     Status prepare(const MontgomeryCtx& context, const vlong* base, const vlong* exponent) {
         const vlong* const modulus = context.modulus;
@@ -99,7 +104,7 @@ Status VLONG_modExp(const vlong* base, const vlong* exponent, const vlong* modul
         return ERR_NULL_POINTER;
     }
     *out = nullptr;
-    if (VLONG_isZero(modulus)) {
+    if (VLONG_bitLength(modulus) == 0) {
         return ERR_BAD_MODULO;
     }
     RETURN_IF_ERROR(trivialPower(base, exponent, out, queue));

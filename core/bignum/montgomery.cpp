@@ -206,8 +206,8 @@ Status montProduct(const MontgomeryCtx* context, vlong* a, const vlong* b, vlong
         return ERR_BAD_LENGTH;
     }
     RETURN_IF_ERROR(VLONG_growDiscard(scratch, montScratchUnits(k)));
-    RETURN_IF_ERROR(
-        pad(a, k)); // keeps the value: a short record (one in Montgomery form can be) may have less capacity
+    // Keeps the value: a short record, as one in Montgomery form can be, may have less capacity.
+    RETURN_IF_ERROR(pad(a, k));
     const MontModulus m{modulus->units, nullptr, context->negInverse, k};
     if (b == nullptr || a == b) {
         bignumKernels().montSquare(a->units, a->units, m, scratch->units);

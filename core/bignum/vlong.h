@@ -12,7 +12,8 @@
 // VLONG_cmpUnit believes the flag.
 //
 // Ownership. Whoever holds the pointer owns the record. A function that returns a new record passes ownership to its
-// caller, who releases it with VLONG_free; on failure it returns none and the out-pointer is null.
+// caller, who releases it with VLONG_free; on failure it returns none and the out-pointer is null (where a null argument
+// is the failure, the out-pointer is left as it was).
 //
 // Spare-record queue. A singly linked list of released records, threaded through `next`, that one computation owns and
 // passes down by the address of its head. Records taken from it keep their unit buffers, so a long computation recycles

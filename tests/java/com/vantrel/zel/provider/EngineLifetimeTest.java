@@ -8,6 +8,9 @@ import java.nio.file.Path;
 import java.security.MessageDigest;
 import java.security.Provider;
 import java.util.List;
+import javax.crypto.Cipher;
+import javax.crypto.spec.IvParameterSpec;
+import javax.crypto.spec.SecretKeySpec;
 import org.junit.jupiter.api.Test;
 
 /** Native memory comes back when Java objects are dropped. */
@@ -29,6 +32,12 @@ class EngineLifetimeTest {
                 MessageDigest digest = MessageDigest.getInstance(i % 2 == 0 ? "SHA-1" : "SHA-256", zel);
                 digest.update((byte) i);
                 digest.digest();
+                if (i % 8 == 0) {
+                    Cipher cipher = Cipher.getInstance("AES/CBC/PKCS5Padding", zel);
+                    cipher.init(Cipher.ENCRYPT_MODE, new SecretKeySpec(new byte[32], "AES"),
+                            new IvParameterSpec(new byte[16]));
+                    cipher.doFinal();
+                }
             }
         }
 
