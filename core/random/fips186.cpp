@@ -15,7 +15,7 @@ constexpr std::size_t kKeyWords = kMaxKeyBytes / 8;
 
 // What a round works in; kept over many rounds, and wiped once.
 struct RoundScratch {
-    SecretArray<std::uint8_t, 2 * kMaxKeyBytes> room; // xval is its second half
+    SecretArray<std::uint8_t, std::size_t{2} * kMaxKeyBytes> room; // xval is its second half
     SecretArray<std::uint32_t, kSha1StateWords> x;
 
     RoundScratch() {
@@ -113,7 +113,7 @@ template <typename Put> Status generate(Fips186State* state, std::uint32_t lengt
         for (std::size_t i = 0; i < std::size(state->block); ++i) {
             storeBigEndian(block.data() + 4 * i, load(state->block[i]));
         }
-        const auto remaining = static_cast<std::uint32_t>(state->blockRemaining);
+        const std::uint32_t remaining = static_cast<std::uint8_t>(state->blockRemaining); // 0 to 40
         const std::uint32_t count = std::min(length - done, remaining);
         put(done, block.data() + kGeneratorBlockBytes - remaining, count);
         state->blockRemaining = static_cast<std::int8_t>(remaining - count);
