@@ -28,15 +28,17 @@ class EngineLifetimeTest {
         }
 
         private static void drop(Provider zel, int count) throws Exception {
+            Cipher kept = Cipher.getInstance("AES/CBC/PKCS5Padding", zel);
             for (int i = 0; i < count; ++i) {
                 MessageDigest digest = MessageDigest.getInstance(i % 2 == 0 ? "SHA-1" : "SHA-256", zel);
                 digest.update((byte) i);
                 digest.digest();
-                if (i % 8 == 0) {
-                    Cipher cipher = Cipher.getInstance("AES/CBC/PKCS5Padding", zel);
-                    cipher.init(Cipher.ENCRYPT_MODE, new SecretKeySpec(new byte[32], "AES"),
-                            new IvParameterSpec(new byte[16]));
-                    cipher.doFinal();
+                if (i % 4 == 0) { // a new cipher, and a kept one whose every init takes a new engine
+                    for (Cipher cipher : List.of(Cipher.getInstance("AES/CBC/PKCS5Padding", zel), kept)) {
+                        cipher.init(Cipher.ENCRYPT_MODE, new SecretKeySpec(new byte[32], "AES"),
+                                new IvParameterSpec(new byte[16]));
+                        cipher.doFinal();
+                    }
                 }
             }
         }
