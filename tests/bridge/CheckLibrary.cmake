@@ -40,8 +40,16 @@ if(needed AND NOT sanitized)
   message(FATAL_ERROR "needed beside the operating system: ${needed}")
 endif()
 
-# For Windows: placed anywhere in the 64-bit address space, no code in data, and a version for people to look at.
+# For Windows: the platform layer stands on the named services,
 if(windows)
+  foreach(service IN ITEMS CreateMutexA WaitForSingleObject ReleaseMutex CloseHandle GetTickCount GetSystemTimeAsFileTime
+      Sleep _beginthreadex GetSystemTime BCryptGenRandom)
+    if(NOT headers MATCHES " ${service}\n")
+      message(FATAL_ERROR "${service} is not imported")
+    endif()
+  endforeach()
+
+  # it may be placed anywhere in the 64-bit address space, data is no code, and it has a version for people to look at.
   foreach(wanted IN ITEMS HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT "Base Relocation Directory")
     if(NOT headers MATCHES "${wanted}")
       message(FATAL_ERROR "${wanted} is missing")
