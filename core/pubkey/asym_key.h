@@ -62,7 +62,7 @@ DSAKey* asymKeyDsa(const AsymmetricKey* key);
 Status AsymKey_Init(AsymmetricKey* key);
 
 // AsymKey_Uninit: wipes and frees the record; the container is then empty. An empty one stays so.
-// Errors:  ERR_NULL_POINTER key null, or an RSA container without a record; ERR_INTERNAL_ERROR another type: the
+// Errors:  ERR_NULL_POINTER key null, or an RSA or DSA container without a record; ERR_INTERNAL_ERROR another type: the
 //          container stays as it was.
 Status AsymKey_Uninit(AsymmetricKey* key, vlong** queue);
 
