@@ -75,7 +75,7 @@ Status Rsa_PrepareKey(RSAKey* rsaKey, vlong** queue);
 // In/out:  sizes that are not a multiple of 128 are rounded up for the search and so never reached: the call does not
 //          return until random fails. Callers ask for multiples of 128 only.
 // Errors:  ERR_RSA_INVALID_KEY rsaKey null; ERR_RSA_KEY_LENGTH_TOO_SMALL below 1024 when rounded; those of random;
-//          growth. The record's values are cleared on failure.
+//          growth.
 // Source:  FIPS 186-4 B.3.6 and C.9.
 Status Rsa_GenerateKey(const RandomBytes& random, RSAKey* rsaKey, std::uint32_t bits, vlong** queue);
 
