@@ -1,10 +1,17 @@
 // DSA: generation against a model in Python, signatures against the example of the standard.
-#include "tests/core/pubkey/dsa_vectors.h"
+#include "core/bignum/vlong_math.h"
+#include "core/pubkey/dsa.h"
+#include "tests/core/bignum/bignum_support.h"
+#include "tests/support/byte_source.h"
+#include "tests/support/hex.h"
 #include "tests/support/test_heap.h"
+
+#include <numeric>
 
 namespace {
 
-using dsatest::Number;
+using bignumtest::Number;
+using bignumtest::textOf;
 
 class ScopedDsaKey {
 public:
@@ -92,61 +99,44 @@ TEST_F(DsaExample, Verifies) {
     }
 }
 
-TEST_F(DsaExample, MissingValues) {
-    for (vlong** const value : {&key_->p, &key_->q, &key_->g, &key_->y, &key_->x}) {
-        vlong* const kept = std::exchange(*value, nullptr);
-        ByteSource source(nonce_);
-        Number r, s;
-        bool isValid = true;
-        const bool isY = value == &key_->y, isX = value == &key_->x;
-        EXPECT_EQ(Dsa_Verify(key_.get(), m_, r_, s_, &isValid, nullptr), isX ? OK : ERR_NULL_POINTER);
-        EXPECT_EQ(isValid, isX);
-        // Without y the fresh signature is made, and not verified.
-        EXPECT_EQ(Dsa_Sign(source.bytes(), key_.get(), m_, &isValid, r.out(), s.out(), nullptr),
-                  isY ? OK : ERR_NULL_POINTER);
-        EXPECT_FALSE(isValid);
-        EXPECT_EQ(s.text(), isY ? s_.text() : "none");
-        *value = kept;
-    }
-}
-
-// Whatever a foreign key holds: a status or a signature without meaning, and an end.
+// Whatever a foreign key holds, or lacks: a status or a signature without meaning, and an end.
 TEST_F(DsaExample, ForeignValues) {
-    const char* const kValues[] = {"0", "1", "2", "3", "10", "ffffffffffffffff", "1.0", "ffffffffffffffff*3", "8.0*15"};
+    const char* const kValues[] = {"",      "0", "1", "2", "3", "10", "ffffffffffffffff", "1.0", "ffffffffffffffff*3",
+                                   "8.0*15"};
     for (vlong** const value : {&key_->p, &key_->q, &key_->g, &key_->y, &key_->x}) {
-        vlong* const kept = *value;
-        for (const char* const text : kValues) {
-            const Number foreign(text);
-            *value = foreign.get();
+        for (const std::string text : kValues) {
+            Number foreign;
+            if (!text.empty()) {
+                Number given(text);
+                foreign.swap(given);
+            }
+            vlong* const kept = std::exchange(*value, foreign.get());
+            const bool isP = value == &key_->p, isQ = value == &key_->q, isY = value == &key_->y;
+            const Status expected = text.empty() && !isY ? ERR_NULL_POINTER
+                                    : text == "0" && isP ? ERR_BAD_MODULO
+                                    : text == "0" && isQ ? ERR_DIVIDE_BY_ZERO
+                                                         : OK;
             ByteSource source(9);
             Number r, s;
             bool isValid = true;
-            const Status status = Dsa_Sign(source.bytes(), key_.get(), m_, &isValid, r.out(), s.out(), nullptr);
-            const bool isZero = foreign.text() == "0";
-            const Status expected = isZero && value == &key_->p   ? ERR_BAD_MODULO
-                                    : isZero && value == &key_->q ? ERR_DIVIDE_BY_ZERO
-                                                                  : OK;
-            EXPECT_EQ(status, expected) << text;
-            EXPECT_EQ(s.get() == nullptr, status != OK);
-            const Status verification = Dsa_Verify(key_.get(), m_, Number(1), Number(1), &isValid, nullptr);
-            EXPECT_TRUE(verification == OK || verification == expected ||
-                        verification == ERR_CRYPTO_DSA_SIGN_VERIFY_RS_TEST);
+            EXPECT_EQ(Dsa_Sign(source.bytes(), key_.get(), m_, &isValid, r.out(), s.out(), nullptr), expected) << text;
+            EXPECT_EQ(s.get() == nullptr, expected != OK);
+            const Status status = Dsa_Verify(key_.get(), m_, r_, s_, &isValid, nullptr);
+            EXPECT_EQ(isValid, value == &key_->x);
+            EXPECT_EQ(text.empty() && !isValid, status == ERR_NULL_POINTER) << text;
+            *value = kept;
         }
-        *value = kept;
     }
-    // An x of less than 16 bits leaves no room for a random k: it is 0, then r is 1 and s is 0, which does not verify.
-    for (const char* const text : {"0", "7f", "80", "ffff"}) {
+    // An x of less than 16 bits leaves no room for a random k: it is 0, then r is 1 and s is 0.
+    for (const char* const text : {"0", "ff", "7fff", "ffff"}) {
         const Number x(text);
         vlong* const kept = std::exchange(key_->x, x.get());
         ByteSource source(1);
         Number r, s;
-        bool isVerified = true;
-        EXPECT_EQ(Dsa_Sign(source.bytes(), key_.get(), m_, &isVerified, r.out(), s.out(), nullptr), OK);
+        EXPECT_EQ(Dsa_Sign(source.bytes(), key_.get(), m_, nullptr, r.out(), s.out(), nullptr), OK);
         key_->x = kept;
-        const bool isLongEnough = x.text() == "ffff";
-        EXPECT_EQ(source.draws, isLongEnough ? std::vector<std::uint32_t>{2} : std::vector<std::uint32_t>{});
-        EXPECT_EQ(r.text() == "1" && s.text() == "0", !isLongEnough);
-        EXPECT_FALSE(isVerified);
+        EXPECT_EQ(r.text() == "1" && s.text() == "0", x.text() != "ffff") << text;
+        EXPECT_EQ(source.draws.size(), x.text() == "ffff" ? 1U : 0U);
     }
 }
 
@@ -176,20 +166,58 @@ TEST_F(DsaExample, AllocationFailures) {
     EXPECT_EQ(testheap::dirtyFrees(), dirty);
 }
 
+struct KnownKey {
+    std::uint64_t source;
+    std::uint32_t L, N;
+    DsaHash hash;
+    std::uint32_t counter;
+    std::size_t draws;
+    std::uint32_t drawn;
+    const char *seed, *p, *q, *x, *y;
+};
+
+void generateKnownKey(const KnownKey& known) {
+    SCOPED_TRACE(testing::Message() << known.L << ", " << known.N << ", hash " << known.hash);
+    ScopedDsaKey key("7", "3", "2", "1", "2"); // the old values go
+    ByteSource source(known.source);
+    std::uint32_t counter = 0;
+    std::vector<std::uint8_t> seed(known.N / 8);
+    Number h, r, s;
+    const bool isShortForm = known.N == 160 && known.hash == kDsaSha1;
+    ASSERT_EQ(isShortForm ? Dsa_GenerateKey(source.bytes(), key.get(), known.L, &counter, seed.data(), h.out(), nullptr)
+                          : Dsa_GenerateKeyEx(source.bytes(), key.get(), known.L, known.N, known.hash, &counter,
+                                              seed.data(), h.out(), nullptr),
+              OK);
+    EXPECT_EQ(textOf(key->p), known.p);
+    EXPECT_EQ(textOf(key->q), known.q);
+    EXPECT_EQ(textOf(key->x), known.x);
+    EXPECT_EQ(textOf(key->y), known.y);
+    EXPECT_EQ(counter, known.counter);
+    EXPECT_EQ(toHex(seed), known.seed);
+    EXPECT_EQ(source.draws.size(), known.draws);
+    EXPECT_EQ(std::accumulate(source.draws.begin(), source.draws.end(), 0U), known.drawn);
+    EXPECT_EQ(VLONG_addUnit(h, 2, nullptr), OK);
+    EXPECT_EQ(h.text(), known.p);
+    bool isVerified = false;
+    EXPECT_EQ(Dsa_Sign(source.bytes(), key.get(), h, &isVerified, r.out(), s.out(), nullptr), OK);
+    EXPECT_TRUE(isVerified);
+}
+
 TEST(Dsa, KnownKeys) {
-    const dsatest::KnownKey kKeys[] = {
+    const KnownKey kKeys[] = {
 #include "tests/core/pubkey/dsa_keys.inc"
     };
-    ScopedDsaKey key; // each key replaces the one before
-    for (const auto& known : kKeys) {
-        dsatest::generateKnownKey(known, *key.get());
-        ByteSource source(1);
-        Number r, s;
-        bool isVerified = false;
-        EXPECT_EQ(
-            Dsa_Sign(source.bytes(), key.get(), Number("123456789abcdef"), &isVerified, r.out(), s.out(), nullptr), OK);
-        EXPECT_TRUE(isVerified);
+    for (const KnownKey& known : kKeys) {
+        generateKnownKey(known);
     }
+}
+
+// 3072 bits, of which p is tested in fifty rounds: a ctest of its own runs it.
+TEST(Dsa, DISABLED_LongKnownKey) {
+    const KnownKey kKeys[] = {
+#include "tests/core/pubkey/dsa_long_keys.inc"
+    };
+    generateKnownKey(kKeys[0]);
 }
 
 TEST(Dsa, RefusedGeneration) {
@@ -203,7 +231,7 @@ TEST(Dsa, RefusedGeneration) {
                  {2048, 224, kDsaSha1, ERR_DSA_HASH_TOO_SMALL},     {3072, 256, kDsaSha224, ERR_DSA_HASH_TOO_SMALL}};
     ByteSource source(1);
     for (const auto& row : kRows) {
-        ScopedDsaKey key("7", "3", "2", "1", "2"); // the old values go
+        ScopedDsaKey key("7", "3", "2", "1", "2");
         Number h;
         EXPECT_EQ(
             Dsa_GenerateKeyEx(source.bytes(), key.get(), row.L, row.N, row.hash, nullptr, nullptr, h.out(), nullptr),

@@ -12,12 +12,7 @@
 namespace {
 
 using bignumtest::Number;
-
-std::string text(const vlong* value) {
-    Number number;
-    EXPECT_EQ(VLONG_newCopy(value, number.out(), nullptr), OK);
-    return number.text();
-}
+using bignumtest::textOf;
 
 Number remainder(const Number& a, const Number& m) {
     Number result;
@@ -39,9 +34,9 @@ TEST(RsaGenerate, KnownKeys) {
     for (const auto& row : kRows) {
         ByteSource source(row.seed);
         ASSERT_EQ(Rsa_GenerateKey(source.bytes(), &key, row.bits, nullptr), OK);
-        EXPECT_EQ(text(key.p), row.p);
-        EXPECT_EQ(text(key.q), row.q);
-        EXPECT_EQ(text(key.e), "10001");
+        EXPECT_EQ(textOf(key.p), row.p);
+        EXPECT_EQ(textOf(key.q), row.q);
+        EXPECT_EQ(textOf(key.e), "10001");
         EXPECT_EQ(key.privateKey, 1U);
         EXPECT_EQ(VLONG_bitLength(key.n), row.bits);
         EXPECT_EQ(source.draws.size(), row.draws);
