@@ -3,7 +3,7 @@
 
     vectors.inc      keys and signatures made by openssl, and two signatures that this model forges with openssl's key
     output.txt       the debug output of output_main.cpp, by this model
-    key.der, good, good.sig, forged, forged.sig    the same kind of things as files, for the command-line tool
+    ../../tools/...  key.der, good, good.sig, forged, forged.sig: the same kind of things as files, for the command-line tool
 
 Byte i of a file of any size is (7 i + i div 256) mod 256; the large one is zeros.
 
@@ -16,6 +16,7 @@ import subprocess
 import tempfile
 
 HERE = os.path.dirname(os.path.abspath(__file__))
+TOOLS = os.path.join(HERE, "../../tools")
 PREFIX = bytes.fromhex("3031300d060960864801650304020105000420")
 LARGE = 2 << 30
 
@@ -128,7 +129,7 @@ def main():
     files = {"key.der": key.public, "good": content(5), "good.sig": key.sign(content(5)), "forged": content(5),
              "forged.sig": forged_signature, "output.txt": output(sha256(content(4)), sha256(content(5))).encode()}
     for name, data in files.items():
-        with open(f"{HERE}/{name}", "wb") as file:
+        with open(f"{HERE if name == 'output.txt' else TOOLS}/{name}", "wb") as file:
             file.write(data)
 
 
