@@ -28,6 +28,13 @@ constexpr Kernel<Sha1Compress> kSha1Kernels[] = {
 #endif
     {"portable", alwaysSupported, sha1CompressPortable},
 };
+constexpr Kernel<Sha1G> kSha1GKernels[] = {
+#if defined(ZEL_X86_KERNELS)
+    {"sha-avx512", hasShaAndAvx512, sha1GAvx512},
+    {"sha-ni", hasSha, sha1GNi},
+#endif
+    {"portable", alwaysSupported, sha1GPortable},
+};
 constexpr Kernel<Sha256Compress> kSha256Kernels[] = {
 #if defined(ZEL_X86_KERNELS)
     {"sha-ni", hasSha, sha256CompressNi},
@@ -47,6 +54,10 @@ std::span<const Kernel<Sha1Compress>> sha1Kernels() {
     return kSha1Kernels;
 }
 
+std::span<const Kernel<Sha1G>> sha1GKernels() {
+    return kSha1GKernels;
+}
+
 std::span<const Kernel<Sha256Compress>> sha256Kernels() {
     return kSha256Kernels;
 }
@@ -57,6 +68,11 @@ std::span<const Kernel<Sha512Compress>> sha512Kernels() {
 
 const Kernel<Sha1Compress>& sha1Kernel() {
     static const Kernel<Sha1Compress>& chosen = chooseKernel(sha1Kernels());
+    return chosen;
+}
+
+const Kernel<Sha1G>& sha1GKernel() {
+    static const Kernel<Sha1G>& chosen = chooseKernel(sha1GKernels());
     return chosen;
 }
 

@@ -1,4 +1,5 @@
 #include "core/cpu/target.h"
+#include "core/hash/sha_kernels.h"
 #include "core/hash/x86/sha_x86.h"
 
 #include <immintrin.h>
@@ -7,6 +8,7 @@
 
 #define SHA1_TARGET ZEL_TARGET_SHA_AVX512
 #define SHA1_COMPRESS sha1CompressAvx512
+#define SHA1_G sha1GAvx512
 
 namespace {
 
