@@ -2,6 +2,9 @@
 #include "core/bignum/kernels.h"
 
 #include "core/bignum/portable/portable_kernels.h"
+#if defined(ZEL_X86_KERNELS)
+#include "core/bignum/x86/x86_kernels.h"
+#endif
 
 namespace {
 
@@ -10,6 +13,9 @@ constexpr Kernel<BignumKernels> kBignumTable[] = {
 };
 
 constexpr Kernel<ModExpKernel> kModExpTable[] = {
+#if defined(ZEL_X86_KERNELS)
+    {"ifma", ifmaIsSupported, kIfmaModExpKernel},
+#endif
     {"portable", alwaysSupported, kPortableModExpKernel},
 };
 
