@@ -9,12 +9,16 @@
 namespace {
 
 constexpr Kernel<BignumKernels> kBignumTable[] = {
+#if defined(ZEL_X86_KERNELS)
+    {"adx", adxIsSupported, kAdxBignumKernels},
+#endif
     {"portable", alwaysSupported, kPortableBignumKernels},
 };
 
 constexpr Kernel<ModExpKernel> kModExpTable[] = {
 #if defined(ZEL_X86_KERNELS)
     {"ifma", ifmaIsSupported, kIfmaModExpKernel},
+    {"adx", adxIsSupported, kAdxModExpKernel},
 #endif
     {"portable", alwaysSupported, kPortableModExpKernel},
 };

@@ -16,6 +16,7 @@
 // address depends on base, exponent or modulus, only on the lengths of exponent and modulus. Exponents of up to 64 bits
 // are public here (RSA's public exponent): their bits decide on products. The compiled code has no branch but the loops
 // over counts.
+#include "core/bignum/x86/fixed_window.h"
 #include "core/bignum/x86/x86_kernels.h"
 
 #include "core/cpu/cpu_features.h"
@@ -37,7 +38,6 @@ using Vector = __m512i;
 constexpr std::uint32_t kDigitBits = 52;
 constexpr Unit kDigitMask = (Unit{1} << kDigitBits) - 1;
 constexpr std::uint32_t kLanes = 8;
-constexpr std::uint32_t kPublicExponentBits = 64;
 
 // Shape: how numbers of one size lie in registers: V of them, for one task in 8 lanes or for two in 4 lanes each.
 template <std::uint32_t units, std::uint32_t registers, std::uint32_t steps, bool pair> struct Shape {
@@ -52,6 +52,11 @@ template <std::uint32_t units, std::uint32_t registers, std::uint32_t steps, boo
     static constexpr bool hasSpareDigit = steps * kDigitBits >= 64 * units + 54;
     static constexpr std::size_t kNumberUnits = std::size_t{V} * kLanes;
 
+    // The register where register `index` of the first step is to be found.
+    static constexpr std::uint32_t turn(std::uint32_t index) {
+        return index % V;
+    }
+
     static_assert(steps % registers == 0 && kGroups <= kTaskLanes);
 };
 
@@ -64,17 +69,46 @@ using Pair1024 = Shape<16, 5, 20, true>;
 using Pair1536 = Shape<24, 8, 32, true>;
 using Pair2048 = Shape<32, 10, 40, true>;
 
-ZEL_IFMA_INLINE Vector addLow(Vector sum, Vector a, Vector b) {
-    return _mm512_madd52lo_epu64(sum, a, b);
-}
-
-ZEL_IFMA_INLINE Vector addHigh(Vector sum, Vector a, Vector b) {
-    return _mm512_madd52hi_epu64(sum, a, b);
-}
-
 ZEL_IFMA_INLINE Vector load(const Unit* from) {
     return _mm512_load_si512(from);
 }
+
+// Number: the registers of a factor. Where there are too many of them for the register file, the products read them from
+// memory; left alone, the compilers would keep them in registers and the sums on the stack.
+template <typename S> class Number {
+public:
+    static constexpr bool isInMemory = S::V >= 8;
+
+    template <std::uint32_t... r> ZEL_IFMA_INLINE Number(const Unit* number, std::integer_sequence<std::uint32_t, r...>)
+        : memory_(number), registers_{(isInMemory ? _mm512_setzero_si512() : load(number + r * kLanes))...} {
+    }
+
+    // addLow, addHigh: sum + the low or high 52 bits of register r times b. In this order: what others wait for first.
+    ZEL_IFMA_INLINE Vector addLow(Vector sum, std::uint32_t r, Vector b) const {
+        if constexpr (isInMemory) {
+            __asm__ volatile("vpmadd52luq %2, %1, %0" : "+v"(sum) : "v"(b), "m"(atMemory(r)));
+        } else {
+            __asm__ volatile("vpmadd52luq %2, %1, %0" : "+v"(sum) : "v"(b), "v"(registers_[r]));
+        }
+        return sum;
+    }
+    ZEL_IFMA_INLINE Vector addHigh(Vector sum, std::uint32_t r, Vector b) const {
+        if constexpr (isInMemory) {
+            __asm__ volatile("vpmadd52huq %2, %1, %0" : "+v"(sum) : "v"(b), "m"(atMemory(r)));
+        } else {
+            __asm__ volatile("vpmadd52huq %2, %1, %0" : "+v"(sum) : "v"(b), "v"(registers_[r]));
+        }
+        return sum;
+    }
+
+private:
+    ZEL_IFMA_INLINE const Vector& atMemory(std::uint32_t r) const {
+        return *reinterpret_cast<const Vector*>(memory_ + r * kLanes);
+    }
+
+    const Unit* memory_;
+    const Vector registers_[S::V];
+};
 
 // The lowest digit of each task in all lanes of the task.
 template <typename S> ZEL_IFMA_INLINE Vector spreadLowest(Vector digits) {
@@ -111,28 +145,37 @@ template <typename S> ZEL_IFMA_INLINE Vector laneUp(Vector digits) {
     }
 }
 
-// One step: sum := (sum + a b_i + y m) / 2^52. Register r of sum is sum[(step + r) % V].
+// Sums: the two halves of a running sum, a b apart from y m, so that the former need not wait for y. In step s,
+// register r of a half is its entry (s + r) % V.
+template <typename S> struct Sums { Vector ab[S::V], ym[S::V]; };
+
+// One step: the sum and a b_i + y m, divided by 2^52.
 template <typename S, bool isMultiplied, std::uint32_t step, std::uint32_t... r>
-ZEL_IFMA_INLINE void addDigit(Vector (&sum)[S::V], const Vector (&a)[S::V], const Vector (&m)[S::V], Vector negInverse,
-                              const Unit* b, std::uint32_t lane, std::integer_sequence<std::uint32_t, r...>) {
+ZEL_IFMA_INLINE void addDigit(Sums<S>& sums, const Number<S>& a, const Number<S>& m, Vector firstDown,
+                              Vector negInverse, const Unit* b, std::uint32_t lane,
+                              std::integer_sequence<std::uint32_t, r...>) {
     constexpr std::uint32_t V = S::V;
-    Vector& lowest = sum[step % V];
-    Vector& next = sum[(step + 1) % V];
+    Vector(&ab)[V] = sums.ab;
+    Vector(&ym)[V] = sums.ym;
+    const Vector zero = _mm512_setzero_si512();
     const Vector digit = spreadDigit<S>(b + std::size_t{step} * kLanes, lane);
-    ((sum[(step + r) % V] = addLow(sum[(step + r) % V], a[r], digit)), ...);
-    const Vector y = spreadLowest<S>(isMultiplied ? lowest : addLow(_mm512_setzero_si512(), lowest, negInverse));
-    ((r + 1 < V ? (void)(sum[(step + r + 1) % V] = addHigh(sum[(step + r + 1) % V], a[r], digit)) : (void)0), ...);
+    const Vector lowest = _mm512_add_epi64(a.addLow(ab[S::turn(step)], 0, digit), ym[S::turn(step)]);
+    const Vector y = spreadLowest<S>(isMultiplied ? lowest : _mm512_madd52lo_epu64(zero, lowest, negInverse));
+    ab[S::turn(step)] = zero;
+    ((r > 0 ? (void)(ab[S::turn(step + r)] = a.addLow(ab[S::turn(step + r)], r, digit)) : (void)0), ...);
+    ((ab[S::turn(step + r + 1)] = a.addHigh(ab[S::turn(step + r + 1)], r, digit)), ...);
+
     // What the lowest digit carries: a digit that is not zero becomes 2^52 when y m is added.
     const Vector cleared =
         isMultiplied ? lowest : _mm512_add_epi64(lowest, _mm512_set1_epi64(static_cast<long long>(kDigitMask)));
     Vector carry = _mm512_maskz_srli_epi64(S::isPair ? 0x11 : 0x01, cleared, kDigitBits);
-    carry = addHigh(carry, m[0], y);
-    ((sum[(step + r) % V] = addLow(sum[(step + r) % V], m[r], y)), ...);
-    next = _mm512_add_epi64(next, carry); // on its own, so that the chain from digit to digit is one product long
-    ((r > 0 && r + 1 < V ? (void)(sum[(step + r + 1) % V] = addHigh(sum[(step + r + 1) % V], m[r], y)) : (void)0), ...);
-    lowest = laneDown<S>(lowest);
-    lowest = addHigh(lowest, a[V - 1], digit);
-    lowest = addHigh(lowest, m[V - 1], y);
+    carry = m.addHigh(carry, 0, y);
+    ym[S::turn(step + 1)] = m.addLow(ym[S::turn(step + 1)], 1, y);
+    ym[S::turn(step + 1)] =
+        _mm512_add_epi64(ym[S::turn(step + 1)], carry); // on its own: the chain from digit to digit is one product long
+    ((r > 1 ? (void)(ym[S::turn(step + r)] = m.addLow(ym[S::turn(step + r)], r, y)) : (void)0), ...);
+    ym[S::turn(step)] = _mm512_madd52lo_epu64(laneDown<S>(lowest), y, firstDown);
+    ((r > 0 ? (void)(ym[S::turn(step + r + 1)] = m.addHigh(ym[S::turn(step + r + 1)], r, y)) : (void)0), ...);
 }
 
 // All digits below 2^52, exactly. First every digit hands its carry on at once; then the remaining carries, 0 or 1, run
@@ -158,21 +201,23 @@ ZEL_IFMA_INLINE void normalise(Vector (&sum)[S::V], std::integer_sequence<std::u
 }
 
 template <typename S, bool isMultiplied, std::uint32_t... step>
-ZEL_IFMA_INLINE void addDigits(Vector (&sum)[S::V], const Vector (&a)[S::V], const Vector (&m)[S::V], Vector negInverse,
-                               const Unit* b, std::uint32_t lane, std::integer_sequence<std::uint32_t, step...> all) {
-    (addDigit<S, isMultiplied, step>(sum, a, m, negInverse, b, lane, all), ...);
+ZEL_IFMA_INLINE void addDigits(Sums<S>& sums, const Number<S>& a, const Number<S>& m, Vector firstDown,
+                               Vector negInverse, const Unit* b, std::uint32_t lane,
+                               std::integer_sequence<std::uint32_t, step...> all) {
+    (addDigit<S, isMultiplied, step>(sums, a, m, firstDown, negInverse, b, lane, all), ...);
 }
 
 template <typename S, bool isMultiplied, std::uint32_t... r>
 ZEL_IFMA_INLINE void product(Unit* result, const Unit* a, const Unit* b, const Unit* m, const Unit* negInverse,
                              std::integer_sequence<std::uint32_t, r...> all) {
-    const Vector aDigits[S::V] = {load(a + r * kLanes)...};
-    const Vector mDigits[S::V] = {load(m + r * kLanes)...};
     const Vector inverses = load(negInverse);
-    Vector sum[S::V] = {((void)r, _mm512_setzero_si512())...};
+    Sums<S> sums = {{((void)r, _mm512_setzero_si512())...}, {((void)r, _mm512_setzero_si512())...}};
+    const Number<S> aDigits(a, all), mDigits(m, all);
+    const Vector firstDown = laneDown<S>(load(m));
     for (std::uint32_t lane = 0; lane < S::kGroups; ++lane) {
-        addDigits<S, isMultiplied>(sum, aDigits, mDigits, inverses, b, lane, all);
+        addDigits<S, isMultiplied>(sums, aDigits, mDigits, firstDown, inverses, b, lane, all);
     }
+    Vector sum[S::V] = {_mm512_add_epi64(sums.ab[r], sums.ym[r])...};
     normalise<S>(sum, all);
     (_mm512_store_si512(result + r * kLanes, sum[r]), ...);
 }
@@ -202,9 +247,9 @@ ZEL_TARGET_IFMA __attribute__((noinline)) void leave(Unit* result, const Unit* a
 }
 
 // result := table[index of the task], all of the table being read.
-template <typename S, std::uint32_t... r>
-ZEL_IFMA_INLINE void selectEntry(Unit* result, const Unit* table, std::uint32_t entries, Vector index,
-                                 std::integer_sequence<std::uint32_t, r...>) {
+template <typename S, std::uint32_t... r> ZEL_IFMA_INLINE void selectEntry(Unit* result, const Unit* table,
+                                                                           std::uint32_t entries, Vector index,
+                                                                           std::integer_sequence<std::uint32_t, r...>) {
     Vector found[S::V] = {((void)r, _mm512_setzero_si512())...};
     for (std::uint32_t j = 0; j < entries; ++j, table += S::kNumberUnits) {
         const __mmask8 isMeant = _mm512_cmpeq_epi64_mask(index, _mm512_set1_epi64(j));
@@ -213,9 +258,8 @@ ZEL_IFMA_INLINE void selectEntry(Unit* result, const Unit* table, std::uint32_t 
     (_mm512_store_si512(result + r * kLanes, found[r]), ...);
 }
 
-template <typename S>
-ZEL_TARGET_IFMA __attribute__((noinline)) void lookUp(Unit* result, const Unit* table, std::uint32_t entries, Unit first,
-                                                      Unit second) {
+template <typename S> ZEL_TARGET_IFMA __attribute__((noinline)) void
+lookUp(Unit* result, const Unit* table, std::uint32_t entries, Unit first, Unit second) {
     const Vector index =
         _mm512_mask_set1_epi64(_mm512_set1_epi64(static_cast<long long>(first)), 0xF0, static_cast<long long>(second));
     selectEntry<S>(result, table, entries, index, std::make_integer_sequence<std::uint32_t, S::V>{});
@@ -291,27 +335,12 @@ template <typename S> void multiplyModulus(Unit* number, std::uint32_t task, con
     }
 }
 
-// The bits of the exponent from `position` on, zeros above its end.
-Unit windowAt(const ModExpTask& task, std::uint32_t position, std::uint32_t width) {
-    const std::uint32_t count = (task.exponentBits + kUnitBits - 1) / kUnitBits;
-    const std::uint32_t unit = position / kUnitBits, shift = position % kUnitBits;
-    Unit bits = unit < count ? task.exponent[unit] >> shift : 0;
-    if (shift + width > kUnitBits && unit + 1 < count) {
-        bits |= task.exponent[unit + 1] << (kUnitBits - shift);
-    }
-    return bits & ((Unit{1} << width) - 1);
-}
-
-constexpr std::uint32_t windowWidth(std::uint32_t exponentBits) {
-    return exponentBits > 512 ? 5 : 4;
-}
-
 // Scratch in numbers: modulus, multiplied modulus, inverse (one vector), base, one, power, entry; the table.
 constexpr std::size_t kFixedNumbers = 7;
 
 template <typename S> constexpr std::size_t scratchUnitsOf(std::uint32_t exponentBits) {
-    const std::size_t entries = exponentBits <= kPublicExponentBits ? 0 : std::size_t{1} << windowWidth(exponentBits);
-    return (kFixedNumbers + entries) * S::kNumberUnits + kLanes; // and the way to the next 64-byte boundary
+    return (kFixedNumbers + fixedWindowEntries(exponentBits)) * S::kNumberUnits +
+           kLanes; // and the way to the next 64-byte boundary
 }
 
 template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], Unit* scratch) {
@@ -358,7 +387,7 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
             }
         }
     } else {
-        const std::uint32_t width = windowWidth(bits), entries = 1U << width;
+        const std::uint32_t width = fixedWindowWidth(bits), entries = 1U << width;
         multiply<S>(table, entry, one, m);
         std::copy_n(base, n, table + n);
         for (std::uint32_t j = 2; j < entries; ++j) {
@@ -369,8 +398,8 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
             for (std::uint32_t i = 0; i < (isFirst ? 0 : width); ++i) {
                 multiply<S>(power, power, power, m);
             }
-            lookUp<S>(isFirst ? power : entry, table, entries, windowAt(*tasks[0], position, width),
-                      windowAt(*tasks[S::kTasks - 1], position, width));
+            lookUp<S>(isFirst ? power : entry, table, entries, exponentWindow(*tasks[0], position, width),
+                      exponentWindow(*tasks[S::kTasks - 1], position, width));
             if (!isFirst) {
                 multiply<S>(power, power, entry, m);
             }
