@@ -91,6 +91,25 @@ void powers(Input& input) {
     require(isModulusForZero || VLONG_cmp(power.get(), expected.get()) == 0);
 }
 
+// Long exponents: the kernels for powers, two side by side, agree with the scan by single bits, which does without them.
+void pairs(Input& input) {
+    ScopedVlong base(nullptr), exponent(nullptr), modulus(nullptr), first(nullptr), second(nullptr), bitwise(nullptr);
+    input.value(base, true);
+    input.value(exponent, true);
+    input.value(modulus);
+    requireOk(VLONG_setBit(modulus.get(), 0));
+    requireOk(VLONG_setBit(modulus.get(), 64)); // two units at least
+    MontgomeryCtx* context = nullptr;
+    requireOk(VLONG_newMontgomeryCtx(&context, modulus.get(), nullptr));
+    requireOk(VLONG_modExpCtxPair({context, base.get(), exponent.get(), first.out()},
+                                  {context, exponent.get(), base.get(), second.out()}, nullptr));
+    requireOk(VLONG_montExpBinary(context, base.get(), exponent.get(), bitwise.out(), nullptr));
+    require(VLONG_cmp(first.get(), bitwise.get()) == 0);
+    requireOk(VLONG_montExpBinary(context, exponent.get(), base.get(), bitwise.out(), nullptr));
+    require(VLONG_cmp(second.get(), bitwise.get()) == 0);
+    requireOk(VLONG_deleteMontgomeryCtx(&context, nullptr));
+}
+
 // gcd(a, n) divides both, and when it is 1, a * modInverse(a, n) mod n is 1 mod n.
 void inverses(Input& input) {
     ScopedVlong a(nullptr), n(nullptr), gcd(nullptr), rest(nullptr), inverse(nullptr), product(nullptr), one(nullptr);
@@ -131,7 +150,7 @@ void mpints(Input& input) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static constexpr std::uint8_t kNothing = 0;
     Input input(data == nullptr ? &kNothing : data, size);
-    constexpr void (*kIdentities[])(Input&) = {sumsAndQuotients, powers, inverses, mpints};
+    constexpr void (*kIdentities[])(Input&) = {sumsAndQuotients, powers, inverses, mpints, pairs};
     kIdentities[input.byte() % std::size(kIdentities)](input);
     return 0;
 }

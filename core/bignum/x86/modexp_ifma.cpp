@@ -37,7 +37,7 @@ using Vector = __m512i;
 
 constexpr std::uint32_t kDigitBits = 52;
 constexpr Unit kDigitMask = (Unit{1} << kDigitBits) - 1;
-constexpr std::uint32_t kLanes = 8;
+constexpr std::size_t kLanes = 8;
 
 // Shape: how numbers of one size lie in registers: V of them, for one task in 8 lanes or for two in 4 lanes each.
 template <std::uint32_t units, std::uint32_t registers, std::uint32_t steps, bool pair> struct Shape {
@@ -46,11 +46,11 @@ template <std::uint32_t units, std::uint32_t registers, std::uint32_t steps, boo
     static constexpr std::uint32_t kSteps = steps;
     static constexpr bool isPair = pair;
     static constexpr std::uint32_t kTasks = pair ? 2 : 1;
-    static constexpr std::uint32_t kTaskLanes = kLanes / kTasks;
+    static constexpr std::uint32_t kTaskLanes = static_cast<std::uint32_t>(kLanes) / kTasks;
     static constexpr std::uint32_t kGroups = steps / registers;
     // Room for m' and for products below 2 m' on top of it: 53 bits.
     static constexpr bool hasSpareDigit = steps * kDigitBits >= 64 * units + 54;
-    static constexpr std::size_t kNumberUnits = std::size_t{V} * kLanes;
+    static constexpr std::size_t kNumberUnits = V * kLanes;
 
     // The register where register `index` of the first step is to be found.
     static constexpr std::uint32_t turn(std::uint32_t index) {
@@ -158,7 +158,7 @@ ZEL_IFMA_INLINE void addDigit(Sums<S>& sums, const Number<S>& a, const Number<S>
     Vector(&ab)[V] = sums.ab;
     Vector(&ym)[V] = sums.ym;
     const Vector zero = _mm512_setzero_si512();
-    const Vector digit = spreadDigit<S>(b + std::size_t{step} * kLanes, lane);
+    const Vector digit = spreadDigit<S>(b + step * kLanes, lane);
     const Vector lowest = _mm512_add_epi64(a.addLow(ab[S::turn(step)], 0, digit), ym[S::turn(step)]);
     const Vector y = spreadLowest<S>(isMultiplied ? lowest : _mm512_madd52lo_epu64(zero, lowest, negInverse));
     ab[S::turn(step)] = zero;
@@ -291,7 +291,7 @@ __attribute__((noinline)) void wipeStack() {
 
 // Where digit d of a task stands in a number.
 template <typename S> constexpr std::size_t place(std::uint32_t task, std::uint32_t d) {
-    return std::size_t{d % S::V} * kLanes + task * S::kTaskLanes + d / S::V;
+    return d % S::V * kLanes + task * S::kTaskLanes + d / S::V;
 }
 
 template <typename S> void toDigits(Unit* number, std::uint32_t task, const Unit* units) {

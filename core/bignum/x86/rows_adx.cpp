@@ -2,7 +2,7 @@
 //
 // Everything is made of rows, r += a w: MULX leaves the flags alone, so that two chains of carries run side by side, one
 // that joins the products (ADCX) and one that adds them to r (ADOX). Compilers do not write such chains, hence the
-// assembly, in blocks of eight units.
+// assembly, in blocks of eight units and of four.
 //
 // Secrets: time depends on unit counts only, but for div128by64.
 #include "core/bignum/karatsuba.h"
@@ -17,8 +17,6 @@
 namespace {
 
 __extension__ using DoubleUnit = unsigned __int128;
-
-constexpr std::uint32_t kBlock = 8;
 
 // One unit of a row: the product of a unit and rdx, with what came out of the unit before it (in) and of the sum; `out`
 // goes to the next. The second form keeps r complemented: r - a w is not (not r + a w).
@@ -37,20 +35,22 @@ constexpr std::uint32_t kBlock = 8;
     "not %[low]\n\t"                                                                                                   \
     "mov %[low], " #offset "(%[r])\n\t"
 
-#define ZEL_EIGHT_UNITS(step)                                                                                          \
-    step(0, carry, other) step(8, other, carry) step(16, carry, other) step(24, other, carry) step(32, carry, other)   \
-        step(40, other, carry) step(48, carry, other) step(56, other, carry)
+#define ZEL_FOUR_UNITS(step) step(0, carry, other) step(8, other, carry) step(16, carry, other) step(24, other, carry)
 
-// Blocks of eight units; a and r move on. XOR clears both carries, and the zero adds them to the last high unit, where
+#define ZEL_EIGHT_UNITS(step)                                                                                          \
+    ZEL_FOUR_UNITS(step)                                                                                               \
+    step(32, carry, other) step(40, other, carry) step(48, carry, other) step(56, other, carry)
+
+// Blocks of so many bytes; a and r move on. XOR clears both carries, and the zero adds them to the last high unit, where
 // there is room for them.
-#define ZEL_BLOCKS(step)                                                                                               \
+#define ZEL_BLOCKS(units, bytes)                                                                                       \
     __asm__ volatile("1:\n\t"                                                                                          \
-                     "xorl %k[zero], %k[zero]\n\t" ZEL_EIGHT_UNITS(step) "adcx %[zero], %[carry]\n\t"                  \
-                                                                         "adox %[zero], %[carry]\n\t"                  \
-                                                                         "lea 64(%[a]), %[a]\n\t"                      \
-                                                                         "lea 64(%[r]), %[r]\n\t"                      \
-                                                                         "dec %[blocks]\n\t"                           \
-                                                                         "jnz 1b"                                      \
+                     "xorl %k[zero], %k[zero]\n\t" units "adcx %[zero], %[carry]\n\t"                                  \
+                     "adox %[zero], %[carry]\n\t"                                                                      \
+                     "lea " #bytes "(%[a]), %[a]\n\t"                                                                  \
+                     "lea " #bytes "(%[r]), %[r]\n\t"                                                                  \
+                     "dec %[blocks]\n\t"                                                                               \
+                     "jnz 1b"                                                                                          \
                      : [a] "+&r"(a), [r] "+&r"(r), [carry] "+&r"(carry), [blocks] "+&r"(blocks), [low] "=&r"(low),     \
                        [other] "=&r"(other), [zero] "=&r"(zero)                                                        \
                      : "d"(w)                                                                                          \
@@ -58,11 +58,15 @@ constexpr std::uint32_t kBlock = 8;
 
 // r[n] += a[n] * w; returns the unit that leaves the top.
 inline Unit addRow(Unit* r, const Unit* a, std::uint32_t n, Unit w) {
-    Unit carry = 0, low = 0, other = 0, zero = 0, blocks = n / kBlock;
+    Unit carry = 0, low = 0, other = 0, zero = 0, blocks = n / 8;
     if (blocks != 0) {
-        ZEL_BLOCKS(ZEL_ADD_UNIT);
+        ZEL_BLOCKS(ZEL_EIGHT_UNITS(ZEL_ADD_UNIT), 64);
     }
-    for (std::uint32_t i = 0; i < n % kBlock; ++i) {
+    if ((n & 4) != 0) {
+        blocks = 1;
+        ZEL_BLOCKS(ZEL_FOUR_UNITS(ZEL_ADD_UNIT), 32);
+    }
+    for (std::uint32_t i = 0; i < n % 4; ++i) {
         const DoubleUnit sum = DoubleUnit{a[i]} * w + r[i] + carry;
         r[i] = static_cast<Unit>(sum);
         carry = static_cast<Unit>(sum >> kUnitBits);
@@ -71,11 +75,15 @@ inline Unit addRow(Unit* r, const Unit* a, std::uint32_t n, Unit w) {
 }
 
 inline Unit subRow(Unit* r, const Unit* a, std::uint32_t n, Unit w) {
-    Unit carry = 0, low = 0, other = 0, zero = 0, blocks = n / kBlock;
+    Unit carry = 0, low = 0, other = 0, zero = 0, blocks = n / 8;
     if (blocks != 0) {
-        ZEL_BLOCKS(ZEL_SUB_UNIT);
+        ZEL_BLOCKS(ZEL_EIGHT_UNITS(ZEL_SUB_UNIT), 64);
     }
-    for (std::uint32_t i = 0; i < n % kBlock; ++i) {
+    if ((n & 4) != 0) {
+        blocks = 1;
+        ZEL_BLOCKS(ZEL_FOUR_UNITS(ZEL_SUB_UNIT), 32);
+    }
+    for (std::uint32_t i = 0; i < n % 4; ++i) {
         const DoubleUnit sum = DoubleUnit{a[i]} * w + static_cast<Unit>(~r[i]) + carry;
         r[i] = ~static_cast<Unit>(sum);
         carry = static_cast<Unit>(sum >> kUnitBits);
@@ -85,6 +93,7 @@ inline Unit subRow(Unit* r, const Unit* a, std::uint32_t n, Unit w) {
 
 #undef ZEL_BLOCKS
 #undef ZEL_EIGHT_UNITS
+#undef ZEL_FOUR_UNITS
 #undef ZEL_SUB_UNIT
 #undef ZEL_ADD_UNIT
 
@@ -159,18 +168,21 @@ void adxMulColumns(Unit* r, const Unit* a, std::uint32_t aCount, const Unit* b, 
 }
 
 void adxSquareColumns(Unit* r, const Unit* a, std::uint32_t aCount, std::uint32_t n) {
+    if (aCount == 8) {
+        return adxMulColumns(r, a, 8, a, 8, n); // half rows of less than a block would be slower
+    }
     std::fill_n(r, n, Unit{0});
-    for (std::uint32_t i = 0; i + 1 < aCount && 2 * i + 1 < n; ++i) {
-        const std::uint32_t count = std::min(aCount - i - 1, n - 2 * i - 1);
-        const Unit carry = addRow(r + 2 * i + 1, a + i + 1, count, a[i]);
-        if (2 * i + 1 + count < n) {
-            r[2 * i + 1 + count] = carry;
+    for (std::uint32_t i = 0, column = 1; i + 1 < aCount && column < n; ++i, column += 2) {
+        const std::uint32_t count = std::min(aCount - i - 1, n - column);
+        const Unit carry = addRow(r + column, a + i + 1, count, a[i]);
+        if (column + count < n) {
+            r[column + count] = carry;
         }
     }
     // Twice that, and the squares.
     unsigned char carry = 0;
     Unit shiftedOut = 0;
-    for (std::uint32_t i = 0; i < (n + 1) / 2; ++i) {
+    for (std::size_t i = 0; i < (n + 1) / 2; ++i) {
         const DoubleUnit square = i < aCount ? DoubleUnit{a[i]} * a[i] : 0;
         const Unit low = r[2 * i];
         r[2 * i] = addUnit(low << 1 | shiftedOut, static_cast<Unit>(square), carry);

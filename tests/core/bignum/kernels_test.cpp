@@ -297,8 +297,8 @@ TEST(ModExpKernels, AFactorOfTheModulusRaisedToZero) {
 }
 
 TEST(BignumKernels, TheBestForThisCpuIsActive) {
-    const CpuFeatures& cpu = cpuFeatures();
 #if defined(ZEL_X86_KERNELS)
+    const CpuFeatures& cpu = cpuFeatures();
     const bool isAdx = cpu.bmi2 && cpu.adx, isIfma = cpu.ifma && cpu.bmi2;
 #else
     const bool isAdx = false, isIfma = false;
