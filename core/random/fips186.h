@@ -48,6 +48,7 @@ Status fips186NewContext(RandomContext** context, std::uint32_t keyBytes, const 
 
 // fips186Generate: fills buffer[length], refilling the block whenever a byte is wanted and none is left.
 // Errors:  a length of 0 is OK at once; then ERR_NULL_POINTER; ERR_RTOS_MUTEX_WAIT, nothing is written then.
+// Secrets: time depends on the length, and on whether a carry passes from XKEY's lowest 192 bits, once in 2^33 rounds.
 Status fips186Generate(Fips186State* state, std::uint8_t* buffer, std::uint32_t length);
 
 // fips186GenerateOverKey: generates keyBytes bytes and writes them over XKEY itself, each as it is produced, so

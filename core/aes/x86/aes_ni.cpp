@@ -1,12 +1,11 @@
 #include "core/aes/x86/aes_ni_keys.h"
 #include "core/aes/x86/aes_x86.h"
-#include "core/memory/endian.h"
 
 namespace {
 
 constexpr std::size_t kBlockBytes = 16;
-constexpr std::size_t kWide =
-    6; // blocks in flight where the mode allows it; with what they are combined with, they fill the registers
+// Blocks in flight where the mode allows it. With what they are combined with, they fill the registers.
+constexpr std::size_t kWide = 6;
 
 ZEL_TARGET_AES inline __m128i load(const std::uint8_t* bytes) {
     return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
@@ -129,7 +128,7 @@ template <Chain chain> ZEL_TARGET_AES void chained(const std::uint32_t* roundKey
     }
     const AesNiKeys keys(roundKeys, rounds);
     __m128i x[1] = {_mm_xor_si128(load(iv), keys[0])};
-    __m128i text = load(input); // CBC: of this block, else of the block to come
+    __m128i text = load(input); // in CBC the block to come, once the first is under way
     if (chain == Chain::cbc) {
         x[0] = _mm_xor_si128(x[0], text);
     }

@@ -99,14 +99,16 @@ ZEL_TARGET_VAES inline void clearRegisters() {
               "xmm24", "xmm25", "xmm26", "xmm27", "xmm28", "xmm29", "xmm30", "xmm31");
 }
 
-template <Mode mode, Direction direction>
+// narrow: the same for less than a register, for which four copies of each key would not pay.
+template <Mode mode, Direction direction, AesModeRun AesModes::*narrow>
 ZEL_TARGET_VAES void parallel(const std::uint32_t* roundKeys, std::int32_t rounds, std::uint8_t* iv,
                               const std::uint8_t* input, std::uint8_t* output, std::size_t blockCount) {
-    if (blockCount == 0) {
+    if (blockCount < kBlocksInRegister) {
+        (aesModesNi.*narrow)(roundKeys, rounds, iv, input, output, blockCount);
         return;
     }
-    const AesNiKeys narrow(roundKeys, rounds);
-    const WideKeys keys = widen(narrow);
+    const AesNiKeys narrowKeys(roundKeys, rounds);
+    const WideKeys keys = widen(narrowKeys);
     __m512i before = _mm512_setzero_si512();
     if (mode != Mode::ecb) { // the block that is `before` goes last into its register
         before = _mm512_broadcast_i32x4(_mm_loadu_si128(reinterpret_cast<const __m128i*>(iv)));
@@ -134,11 +136,11 @@ ZEL_TARGET_VAES void parallel(const std::uint32_t* roundKeys, std::int32_t round
 constinit const AesModes aesModesVaes = {
     aesNiExpandKey,
     aesNiDecryptionSchedule,
-    parallel<Mode::ecb, Direction::encryption>,
-    parallel<Mode::ecb, Direction::decryption>,
+    parallel<Mode::ecb, Direction::encryption, &AesModes::ecbEncrypt>,
+    parallel<Mode::ecb, Direction::decryption, &AesModes::ecbDecrypt>,
     aesNiCbcEncrypt,
-    parallel<Mode::cbc, Direction::decryption>,
+    parallel<Mode::cbc, Direction::decryption, &AesModes::cbcDecrypt>,
     aesNiCfbEncrypt,
-    parallel<Mode::cfb, Direction::encryption>,
+    parallel<Mode::cfb, Direction::encryption, &AesModes::cfbDecrypt>,
     aesNiOfb,
 };
