@@ -1,8 +1,8 @@
 // The Lucas test, on values in Montgomery form.
 //
-// U(m) = 0 for P = 1 and D = 1 - 4 Q means that the quotient c of the two roots of x^2 - x + Q has c^m = 1: roots, Q and D
-// have inverses modulo n, or else U(n + 1) = 1 modulo a divisor of Q and n. With V(i) = c^i + c^-i and T = V(1) = 1/Q - 2
-// it is the same as V(m) = 2 and V(m + 1) = T. Those cost one product and one square for each bit of m:
+// D = 1 - 4 Q has an inverse modulo n. Where Q has none, U(n + 1) is 1 modulo a divisor of Q and n, and not 0. Where it
+// has one, U(m) = 0 says that the quotient c of the two roots of x^2 - x + Q has c^m = 1. With V(i) = c^i + c^-i and
+// T = V(1) = 1/Q - 2 that is the same as V(m) = 2 and V(m + 1) = T, which cost one product and one square a bit of m:
 // V(2 i) = V(i)^2 - 2, V(2 i + 1) = V(i) V(i + 1) - T.
 #include "core/bignum/kernels.h"
 #include "core/bignum/scoped_vlong.h"
