@@ -13,9 +13,8 @@ DRAW = random.Random(20)
 
 def item(tag, *contents):
     content = b"".join(contents)
-    length = bytes([len(content)]) if len(content) < 128 else (
-        b"\x81" + bytes([len(content)]) if len(content) < 256 else b"\x82" + len(content).to_bytes(2, "big"))
-    return bytes([tag]) + length + content
+    size = len(content)
+    return bytes([tag]) + bytes([size] if size < 128 else [0x81, size] if size < 256 else [0x82, size >> 8, size & 255]) + content
 
 
 def integer(value):
