@@ -269,7 +269,7 @@ class SignatureTest {
                 Arguments.of("RSA", oddRsa(BigInteger.ONE.shiftLeft(16384).add(BigInteger.ONE), f4), range + "16385"),
                 Arguments.of("RSA", oddRsa(BigInteger.ONE.shiftLeft(510).add(BigInteger.ONE), f4), range + "511"),
                 Arguments.of("RSA", oddRsa(n.add(BigInteger.ONE), f4), "the RSA modulus is even"),
-                Arguments.of("RSA", oddRsa(n, BigInteger.ONE), "the public exponent is not an odd number above 1"),
+                Arguments.of("RSA", oddRsa(n, BigInteger.ZERO), "the public exponent is not an odd number above 1"),
                 Arguments.of("RSA", oddRsa(n, BigInteger.valueOf(4)), "the public exponent is not an odd number above 1"),
                 Arguments.of("RSA", oddRsa(n, BigInteger.ONE.shiftLeft(32).add(BigInteger.ONE)),
                         "public exponents of more than 32 bits are not supported"),
