@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr std::uint32_t kPrimeLimit = 1 << 13;
+constexpr std::uint32_t kPrimeLimit = 1 << 14;
 
 constexpr auto compositesBelowLimit() {
     std::array<bool, kPrimeLimit> isComposite{};
@@ -18,7 +18,8 @@ constexpr auto compositesBelowLimit() {
     return isComposite;
 }
 
-constexpr std::size_t kPrimeCount = 1027; // odd primes below the limit
+constexpr std::size_t kPrimeCount = 1899;  // odd primes below the limit
+constexpr std::size_t kMediumCount = 1027; // those below 2^13
 
 constexpr std::array<std::uint16_t, kPrimeCount> kPrimes = [] {
     std::array<std::uint16_t, kPrimeCount> primes{};
@@ -31,7 +32,7 @@ constexpr std::array<std::uint16_t, kPrimeCount> kPrimes = [] {
     }
     return primes;
 }();
-static_assert(kPrimes.back() == 8191);
+static_assert(kPrimes.back() == 16381 && kPrimes[kMediumCount - 1] == 8191);
 
 // Batch: four groups of primes, each with as many as fit one remainder. A last batch may have empty groups.
 struct Batch {
@@ -92,7 +93,7 @@ void mark(std::uint16_t* factors, std::uint32_t count, std::uint32_t p, std::uin
 } // namespace
 
 std::uint32_t mediumFactor(const vlong* n) {
-    for (std::size_t first = kSmallPrimeCount; first < kPrimeCount;) {
+    for (std::size_t first = kSmallPrimeCount; first < kMediumCount;) {
         const Batch batch(first);
         Remainders remainders;
         wordRemainders(n, batch.products, remainders);

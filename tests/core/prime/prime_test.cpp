@@ -232,11 +232,11 @@ TEST(Prime, Sieve) {
         ASSERT_EQ(sieve.fill(start, increment, kCount), OK);
         for (std::uint32_t i = 0; i < kCount; ++i) {
             std::uint32_t expected = 3;
-            while (expected < 8192 &&
+            while (expected < 16384 &&
                    (start.get()->units[0] % expected + i % expected * (step % expected)) % expected != 0) {
                 expected += 2;
             }
-            expected = expected < 8192 ? expected : 0;
+            expected = expected < 16384 ? expected : 0;
             EXPECT_EQ(sieve.factor(i), expected);
             EXPECT_EQ(sieve.isTriviallyComposite(i), expected != 0 && expected < 256);
         }
