@@ -14,7 +14,7 @@ struct DsaVector {
 };
 const DsaVector kDsa =
 #define DSA_KEY(...) {__VA_ARGS__};
-#include "tests/bridge/signature_vectors.inc"
+#include "tests/bridge/dsa_example.inc"
 #undef DSA_KEY
     const char* const kDigestOfAbc = "a9993e364706816aba3e25717850c26c9cd0d89d";
 
