@@ -23,18 +23,18 @@ def rows(program, arguments):
             raise SystemExit(f"{row['name']}: {row.get('error_message')}")
         if row.get("aggregate_name") == "median":
             who, _, work = row["run_name"].partition("/")
-            yield who, work, row["cpu_time"], row.get("bytes_per_second")
+            yield who, work, row["cpu_time"], row["time_unit"], row.get("bytes_per_second")
 
 
 def main():
     if len(sys.argv) < 2:
         raise SystemExit(__doc__)
     measured = list(rows(sys.argv[1], sys.argv[2:]))
-    ours = {work: (time, rate) for who, work, time, rate in measured if who == OURS}
-    for who, work, time, _ in sorted(measured, key=lambda row: [int(x) if x.isdigit() else x for x in row[1].split("/")]):
+    ours = {work: (time, rate) for who, work, time, _, rate in measured if who == OURS}
+    for who, work, time, unit, _ in sorted(measured, key=lambda row: [int(x) if x.isdigit() else x for x in row[1].split("/")]):
         if who != OURS and work in ours and not who.startswith("kernel-"):
             our_time, rate = ours[work]
-            speed = f"{rate / 1e6:9.1f} MB/s" if rate else f"{our_time:12.1f} ns"
+            speed = f"{rate / 1e6:9.1f} MB/s" if rate else f"{our_time:12.1f} {unit}"
             print(f"{work:32} {speed}   {time / our_time:5.2f} of {who}")
 
 

@@ -1,136 +1,115 @@
 // The Lucas test, on values in Montgomery form.
 //
-// With P = 1 the pair (U, V) of index i becomes that of 2 i by U V and (V^2 + D U^2) / 2, and that of i + 1 by
-// (U + V) / 2 and (D U + V) / 2, all modulo n. D is small, so a product with it is a handful of modular additions.
+// D = 1 - 4 Q has an inverse modulo n. Where Q has none, U(n + 1) is 1 modulo a divisor of Q and n, and not 0. Where it
+// has one, U(m) = 0 says that the quotient c of the two roots of x^2 - x + Q has c^m = 1. With V(i) = c^i + c^-i and
+// T = V(1) = 1/Q - 2 that is the same as V(m) = 2 and V(m + 1) = T, which cost one product and one square a bit of m:
+// V(2 i) = V(i)^2 - 2, V(2 i + 1) = V(i) V(i + 1) - T.
 #include "core/bignum/kernels.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
 #include "core/memory/secret.h"
 #include "core/prime/prime_stages.h"
+#include "core/prime/word_remainder.h"
 
 #include <algorithm>
-#include <bit>
-#include <utility>
+#include <numeric>
 
 namespace {
 
-// LucasPair: (U, V) modulo an odd modulus of k units, from the index 1 on.
-class LucasPair {
+// LucasLadder: V(i) and V(i + 1) modulo an odd modulus of k units, from i = 0 on.
+class LucasLadder {
 public:
-    LucasPair(const MontgomeryCtx& context, const vlong* discriminant)
+    explicit LucasLadder(const MontgomeryCtx& context)
         : kernels_(bignumKernels()), modulus_{context.modulus->units, context.radixSquared->units, context.negInverse,
-                                              context.modulus->length},
-          d_(VLONG_getUnit(discriminant, 0)), isDNegative_(discriminant->negative != 0) {
+                                              context.modulus->length} {
     }
-    LucasPair(const LucasPair&) = delete;
-    LucasPair& operator=(const LucasPair&) = delete;
-    ~LucasPair() {
+    LucasLadder(const LucasLadder&) = delete;
+    LucasLadder& operator=(const LucasLadder&) = delete;
+    ~LucasLadder() {
         memWipe(&modulus_, sizeof modulus_); // tells of a candidate
     }
 
-    Status start() {
+    // inverse is 1/|Q|.
+    Status start(const vlong* inverse, bool isQNegative) {
         const std::size_t k = modulus_.count;
         RETURN_IF_ERROR(storage_.alloc((5 * k + montScratchUnits(modulus_.count)) * sizeof(Unit)));
-        u_ = reinterpret_cast<Unit*>(storage_.data());
-        v_ = u_ + k;
-        first_ = v_ + k;
-        second_ = first_ + k;
-        third_ = second_ + k;
-        scratch_ = third_ + k;
-        first_[0] = 1;
-        kernels_.montMultiply(u_, modulus_.radixSquared, first_, modulus_, scratch_); // one
-        std::copy_n(u_, k, v_);
+        auto* const units = reinterpret_cast<Unit*>(storage_.data());
+        low_ = units;
+        high_ = units + k;
+        t_ = units + 2 * k;
+        two_ = units + 3 * k;
+        Unit* const given = units + 4 * k;
+        scratch_ = units + 5 * k;
+
+        given[0] = 2;
+        kernels_.montMultiply(two_, modulus_.radixSquared, given, modulus_, scratch_);
+        std::fill_n(given, k, Unit{0});
+        std::copy_n(inverse->units, inverse->length, given);
+        kernels_.montMultiply(t_, modulus_.radixSquared, given, modulus_, scratch_);
+        if (isQNegative) {
+            std::copy_n(t_, k, given);
+            std::fill_n(t_, k, Unit{0});
+            subtract(t_, given);
+        }
+        subtract(t_, two_);
+        std::copy_n(two_, k, low_);
+        std::copy_n(t_, k, high_);
         return OK;
     }
 
-    void doubleIndex() {
-        kernels_.montSquare(first_, u_, modulus_, scratch_);
-        timesD(first_);
-        kernels_.montMultiply(u_, u_, v_, modulus_, scratch_);
-        kernels_.montSquare(v_, v_, modulus_, scratch_);
-        combine(v_, first_);
-        halve(v_);
+    // i := 2 i + bit.
+    void step(bool bit) {
+        Unit* const odd = bit ? low_ : high_;
+        Unit* const even = bit ? high_ : low_;
+        kernels_.montMultiply(odd, low_, high_, modulus_, scratch_);
+        subtract(odd, t_);
+        kernels_.montSquare(even, even, modulus_, scratch_);
+        subtract(even, two_);
     }
 
-    void addOne() {
-        std::copy_n(u_, modulus_.count, first_);
-        timesD(first_);
-        add(u_, v_);
-        halve(u_);
-        combine(v_, first_);
-        halve(v_);
-    }
-
-    bool isUZero() const {
-        return std::all_of(u_, u_ + modulus_.count, [](Unit unit) { return unit == 0; });
+    // Whether the values are those of i = 0 again.
+    bool isAtStart() const {
+        const std::size_t k = modulus_.count;
+        return std::equal(low_, low_ + k, two_) && std::equal(high_, high_ + k, t_);
     }
 
 private:
-    // a := a + b, a - b, a / 2.
-    void add(Unit* a, const Unit* b) {
-        const std::uint32_t k = modulus_.count;
-        const Unit carry = kernels_.addUnits(a, a, b, k);
-        if (carry != 0 || VLONG_cmpUnits(a, modulus_.units, k) >= 0) {
-            (void)kernels_.subUnits(a, a, modulus_.units, k); // the borrow meets the carry
-        }
-    }
+    // a := a - b.
     void subtract(Unit* a, const Unit* b) {
-        const std::uint32_t k = modulus_.count;
-        if (kernels_.subUnits(a, a, b, k) != 0) {
-            (void)kernels_.addUnits(a, a, modulus_.units, k); // the carry meets the borrow
+        if (kernels_.subUnits(a, a, b, modulus_.count) != 0) {
+            (void)kernels_.addUnits(a, a, modulus_.units, modulus_.count); // the carry meets the borrow
         }
-    }
-    void halve(Unit* a) {
-        const std::uint32_t k = modulus_.count;
-        Unit carry = (a[0] & 1) != 0 ? kernels_.addUnits(a, a, modulus_.units, k) : 0;
-        for (std::uint32_t i = k; i-- > 0;) {
-            const Unit unit = a[i];
-            a[i] = unit >> 1 | carry << (kUnitBits - 1);
-            carry = unit & 1;
-        }
-    }
-
-    // value := |D| value.
-    void timesD(Unit* value) {
-        std::copy_n(value, modulus_.count, third_);
-        for (int bit = 62 - std::countl_zero(d_); bit >= 0; --bit) {
-            std::copy_n(value, modulus_.count, second_);
-            add(value, second_);
-            if ((d_ >> bit & 1) != 0) {
-                add(value, third_);
-            }
-        }
-    }
-    // a := a + b with the sign of D.
-    void combine(Unit* a, const Unit* b) {
-        isDNegative_ ? subtract(a, b) : add(a, b);
     }
 
     const BignumKernels& kernels_;
     MontModulus modulus_;
-    Unit d_;
-    bool isDNegative_;
     SecretBuffer storage_;
-    Unit *u_ = nullptr, *v_ = nullptr, *first_ = nullptr, *second_ = nullptr, *third_ = nullptr, *scratch_ = nullptr;
+    Unit *low_ = nullptr, *high_ = nullptr, *t_ = nullptr, *two_ = nullptr, *scratch_ = nullptr;
 };
 
 } // namespace
 
 Status primeLucasTest(const MontgomeryCtx& context, std::uint32_t* flag, vlong** queue) {
     *flag = 0;
-    ScopedVlong discriminant(queue), index(queue);
-    RETURN_IF_ERROR(PRIME_selfridgeD(context.modulus, discriminant.out(), queue));
-    RETURN_IF_ERROR(VLONG_newCopy(context.modulus, index.out(), queue));
-    RETURN_IF_ERROR(VLONG_increment(index.get(), queue));
-    LucasPair pair(context, discriminant.get());
-    RETURN_IF_ERROR(pair.start());
-    for (std::uint32_t bit = VLONG_bitLength(index.get()) - 1; bit-- > 0;) {
-        pair.doubleIndex();
-        if (VLONG_testBit(index.get(), bit)) {
-            pair.addOne();
-        }
+    const vlong* const n = context.modulus;
+    ScopedVlong d(queue), q(queue), inverse(queue), index(queue);
+    RETURN_IF_ERROR(PRIME_selfridgeD(n, d.out(), queue));
+    const bool isDNegative = d.get()->negative != 0;
+    const Unit dMagnitude = VLONG_getUnit(d.get(), 0);
+    const Unit qMagnitude = (isDNegative ? dMagnitude + 1 : dMagnitude - 1) / 4;
+    if (std::gcd(Unit{wordRemainder(n, static_cast<std::uint32_t>(qMagnitude))}, qMagnitude) != 1) {
+        return OK;
     }
-    *flag = pair.isUZero() ? 1 : 0;
+    RETURN_IF_ERROR(VLONG_newValue(qMagnitude, q.out(), queue));
+    RETURN_IF_ERROR(VLONG_modInverse(q.get(), n, inverse.out(), queue));
+    RETURN_IF_ERROR(VLONG_newCopy(n, index.out(), queue));
+    RETURN_IF_ERROR(VLONG_increment(index.get(), queue));
+    LucasLadder ladder(context);
+    RETURN_IF_ERROR(ladder.start(inverse.get(), !isDNegative));
+    for (std::uint32_t bit = VLONG_bitLength(index.get()); bit-- > 0;) {
+        ladder.step(VLONG_testBit(index.get(), bit));
+    }
+    *flag = ladder.isAtStart() ? 1 : 0;
     return OK;
 }
 

@@ -5,6 +5,7 @@
 #include "core/random/random_bytes.h"
 
 #include <algorithm>
+#include <utility>
 #include <vector>
 
 class ByteSource {
