@@ -8,8 +8,8 @@ class ZEL_EXPORT ZelRsaKeyPairGenerator : public ZelObject {
 public:
     virtual ~ZelRsaKeyPairGenerator();
 
-    // generateKeyPair: a fresh key with a modulus of keySize bits, as a new array with its PKCS#1 RSAPrivateKey. Takes
-    // from tenths of a second (1024 bits) to minutes (16384 bits).
+    // generateKeyPair: a fresh key with a modulus of keySize bits, as a new array with its PKCS#1 RSAPrivateKey. The
+    // search takes a time that grows fast with the size and differs from key to key.
     // In/out:  publicExponent is not looked at: the exponent is always 65537.
     // Errors:  null after raising "java/security/ProviderException", with the status: "Unable to acquire secure random
     //          context"; "error initializing asymmetric key"; "error creating rsa key pair"; "error generating rsa key

@@ -9,15 +9,14 @@ using namespace keyfuzz;
 
 namespace {
 
-const char* const kPublicKey =
-#define DSA_KEY(publicKey, otherAlgorithm, privateKey, signature) publicKey;
-#include "tests/bridge/signature_vectors.inc"
+struct DsaVector {
+    const char *publicKey, *otherAlgorithm, *privateKey, *signature;
+};
+const DsaVector kDsa =
+#define DSA_KEY(...) {__VA_ARGS__};
+#include "tests/bridge/dsa_example.inc"
 #undef DSA_KEY
-    const char* const kSignature =
-#define DSA_KEY(publicKey, otherAlgorithm, privateKey, signature) signature;
-#include "tests/bridge/signature_vectors.inc"
-#undef DSA_KEY
-        const char* const kDigestOfAbc = "a9993e364706816aba3e25717850c26c9cd0d89d";
+    const char* const kDigestOfAbc = "a9993e364706816aba3e25717850c26c9cd0d89d";
 
 // Signature: the two numbers.
 struct Signature {
@@ -38,7 +37,7 @@ struct Example {
     Number message;
 
     Example() {
-        const std::vector<std::uint8_t> info = fromHex(kPublicKey), der = fromHex(kSignature),
+        const std::vector<std::uint8_t> info = fromHex(kDsa.publicKey), der = fromHex(kDsa.signature),
                                         digest = fromHex(kDigestOfAbc);
         FUZZ_CHECK(parseDSAPublicKey(info.data(), static_cast<std::uint32_t>(info.size()), key.get()) == OK);
         FUZZ_CHECK(signature.parse(der.data(), der.size()) == OK);

@@ -14,8 +14,8 @@
 #include "core/pubkey/asym_key.h"
 
 // RsaKey_FromPublicDer: reads der[derLength], an RSAPublicKey, or by the same path an RSAPrivateKey.
-// In/out:  of a private key only n, e, p and q are read, the rest is computed; versions 0 and 1. e has at most four
-//          content octets, read as an unsigned number.
+// In/out:  of a private key only n, e, p and q count, the rest is computed, or, for qInv, found to be right; versions 0
+//          and 1. e has at most four content octets, read as an unsigned number.
 // Errors:  ERR_NULL_POINTER; those of the parser; ERR_RSA_INVALID_PKCS1; ERR_RSA_INVALID_PKCS1_VERSION;
 //          ERR_BAD_EXPONENT e below 2; those of RsaKey_SetPrivate.
 Status RsaKey_FromPublicDer(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key);

@@ -23,14 +23,14 @@ struct RsaVector {
 
 const RsaVector kKeys[] = {
 #define RSA_KEY(...) {__VA_ARGS__},
-#include "tests/bridge/signature_vectors.inc"
+#include "tests/bridge/rsa_vectors.inc"
 #undef RSA_KEY
 };
 const RsaVector &kRsa488 = kKeys[0], &kRsa512 = kKeys[1], &kRsa1024 = kKeys[2];
 
 const char* const kDsaPrivateKey =
 #define DSA_KEY(publicKey, otherAlgorithm, privateKey, signature) privateKey;
-#include "tests/bridge/signature_vectors.inc"
+#include "tests/bridge/dsa_example.inc"
 #undef DSA_KEY
 
     class RsaSignature : public SignatureTest {

@@ -173,7 +173,7 @@ public final class ProviderBench {
     private static void keyPair(String algorithm, int bits, String jdk, Provider zel) throws Exception {
         int count = 20;
         double[][] millis = new double[2][count];
-        for (int i = 0; i < count; ++i) {
+        for (int i = -1; i < count; ++i) { // the first to warm up, and to wait until the random generator has started
             for (boolean isOurs : new boolean[] {true, false}) {
                 long start = System.nanoTime();
                 KeyPairGenerator generator = isOurs ? KeyPairGenerator.getInstance(algorithm, zel)
@@ -186,7 +186,7 @@ public final class ProviderBench {
                     generator.initialize(bits);
                 }
                 generator.generateKeyPair();
-                millis[isOurs ? 0 : 1][i] = (System.nanoTime() - start) / 1e6;
+                millis[isOurs ? 0 : 1][Math.max(i, 0)] = (System.nanoTime() - start) / 1e6;
             }
         }
         System.out.printf("%-36s median %9.1f ms, mean %9.1f ms   %5.2f of %s (medians), %5.2f (means)%n",

@@ -35,7 +35,8 @@ final class RsaKeys {
             byte[] pkcs1 = info.bitString().rest();
             DerReader values = new DerReader(pkcs1).sequence();
             checkModulus(values.integer());
-            checkExponent(pkcs1, values);
+            int exponentAt = values.position();
+            checkExponent(pkcs1, exponentAt, values.integer());
             return pkcs1;
         });
     }
@@ -52,11 +53,18 @@ final class RsaKeys {
             }
             BigInteger n = values.integer();
             checkModulus(n);
-            checkExponent(encoded, values);
+            int exponentAt = values.position();
+            BigInteger e = values.integer();
             values.integer(); // d, which the engine computes from the others
             BigInteger p = values.integer();
             BigInteger q = values.integer();
-            checkPrimes(n, p, q);
+            if (e.signum() == 0 || p.signum() == 0 || q.signum() == 0) { // as keys of n and d alone are encoded
+                throw new InvalidKeyException("the RSA key lacks the values of the Chinese remainder theorem");
+            }
+            checkExponent(encoded, exponentAt, e);
+            if (!p.multiply(q).equals(n) || p.equals(q) || p.bitLength() < 2 || q.bitLength() < 2) {
+                throw new InvalidKeyException("the primes of the RSA key do not make its modulus");
+            }
             for (int i = 0; i < 3; ++i) {
                 values.integer(); // dP, dQ and qInv likewise
             }
@@ -81,13 +89,8 @@ final class RsaKeys {
         }
     }
 
-    /** Reads the exponent; brings one of 32 bits into the form in which the engine reads it. */
-    private static void checkExponent(byte[] der, DerReader values) throws IOException, InvalidKeyException {
-        int at = values.position();
-        BigInteger e = values.integer();
-        if (e.signum() == 0) {
-            throw new InvalidKeyException("the RSA key lacks the values of the Chinese remainder theorem");
-        }
+    /** Checks the exponent at a place in the encoding; brings one of 32 bits into the form in which the engine reads it. */
+    private static void checkExponent(byte[] der, int at, BigInteger e) throws InvalidKeyException {
         if (e.bitLength() > 32) {
             throw new InvalidKeyException("public exponents of more than 32 bits are not supported");
         }
@@ -97,15 +100,6 @@ final class RsaKeys {
         if (der[at + 1] == 5) { // 02 05 00 and four octets: the engine takes at most four
             der[at + 1] = (byte) 0x81;
             der[at + 2] = 4;
-        }
-    }
-
-    private static void checkPrimes(BigInteger n, BigInteger p, BigInteger q) throws InvalidKeyException {
-        if (p.signum() == 0 || q.signum() == 0) {
-            throw new InvalidKeyException("the RSA key lacks the values of the Chinese remainder theorem");
-        }
-        if (!p.multiply(q).equals(n) || p.equals(q) || p.bitLength() < 2 || q.bitLength() < 2) {
-            throw new InvalidKeyException("the primes of the RSA key do not make its modulus");
         }
     }
 
