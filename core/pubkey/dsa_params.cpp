@@ -8,7 +8,7 @@
 #include "core/hash/sha512.h"
 #include "core/memory/endian.h"
 #include "core/memory/secret.h"
-#include "core/prime/prime.h"
+#include "core/pubkey/prime/prime.h"
 #include "core/random/fips186.h"
 
 #include <algorithm>

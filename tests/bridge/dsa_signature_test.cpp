@@ -26,9 +26,9 @@ const DsaVector kDsa =
         nullptr;
 #undef RSA_KEY
 
-class DsaSignatureBase : public SignatureTest {
+class DsaSignature : public SignatureTest {
 protected:
-    DsaSignatureBase() {
+    DsaSignature() {
         entries = &ZelSha1WithDsaSignatureSpi;
     }
     void initSign() {
@@ -41,29 +41,6 @@ protected:
     std::string failedSign(const std::string& step, const char* status) const {
         return kSignature + "error calculating signature : " + status + " < " + kSignature + step;
     }
-};
-
-// Runs before there is a random context in this process.
-class DsaSignatureWithoutRandom : public DsaSignatureBase {
-protected:
-    static void SetUpTestSuite() {
-        ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
-        RandomContext* warm = nullptr; // the seed pool makes its mutexes
-        ASSERT_EQ(randomAcquireContext(&warm), OK);
-        ASSERT_EQ(randomReleaseContext(&warm), OK);
-    }
-};
-
-TEST_F(DsaSignatureWithoutRandom, ThreeExceptionsStandOnOneAnother) {
-    initSign();
-    const Fault fault(PlatformService::mutexCreate, 1);
-    EXPECT_EQ(entries->sign(env, object), nullptr);
-    EXPECT_EQ(jni.takePending(), failedSign("error signing message : ERR_NULL_POINTER", "ERR_INTERNAL_ERROR") + " < " +
-                                     kProvider + "Unable to acquire secure random context : ERR_RTOS_MUTEX_CREATE");
-}
-
-class DsaSignature : public DsaSignatureBase {
-protected:
     static void SetUpTestSuite() {
         ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
         FakeJni jni;

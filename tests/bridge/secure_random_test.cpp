@@ -2,6 +2,7 @@
 // in a program of its own and in this order, because the context is made once in a process.
 #include "bridge/pieces.h"
 #include "bridge/zel_secure_random.h"
+#include "bridge/zel_sha1_with_dsa_signature.h"
 #include "core/random/fips186.h"
 #include "core/random/random.h"
 #include "tests/bridge/fake_jni_test.h"
@@ -85,6 +86,14 @@ TEST_F(SecureRandom, A_WithoutAContextOneExceptionStandsOnTheOther) {
     const Fault again(PlatformService::mutexCreate, 1);
     EXPECT_EQ(initContext(env, object), 0);
     EXPECT_EQ(jni.takePending(), kUnable);
+    const std::string signature = "java/security/SignatureException: ";
+    ZelSha1WithDsaSignature dsa; // counts as initialised for signing although the key cannot be read
+    dsa.initSign(env, object, zeros(1));
+    EXPECT_NE(jni.takePending(), "");
+    const Fault signing(PlatformService::mutexCreate, 1);
+    EXPECT_EQ(dsa.sign(env, object), nullptr);
+    EXPECT_EQ(jni.takePending(), signature + "error calculating signature : ERR_INTERNAL_ERROR < " + signature +
+                                     "error signing message : ERR_NULL_POINTER < " + kUnable);
 }
 
 // Many first users at once: one context.

@@ -3,7 +3,7 @@
 #include "core/bignum/vlong_convert.h"
 #include "core/bignum/vlong_math.h"
 #include "core/memory/secret.h"
-#include "core/prime/prime.h"
+#include "core/pubkey/prime/prime.h"
 
 Status VLONG_makeRandomOdd(const RandomBytes& random, vlong** out, std::uint32_t bits, vlong** queue) {
     if (out == nullptr) {

@@ -8,8 +8,8 @@
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
 #include "core/memory/secret.h"
-#include "core/prime/prime_stages.h"
-#include "core/prime/word_remainder.h"
+#include "core/pubkey/prime/prime_stages.h"
+#include "core/pubkey/prime/word_remainder.h"
 
 #include <algorithm>
 #include <numeric>

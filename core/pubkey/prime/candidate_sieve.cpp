@@ -1,6 +1,6 @@
-#include "core/prime/candidate_sieve.h"
-#include "core/prime/prime.h"
-#include "core/prime/word_remainder.h"
+#include "core/pubkey/prime/candidate_sieve.h"
+#include "core/pubkey/prime/prime.h"
+#include "core/pubkey/prime/word_remainder.h"
 
 #include <array>
 
