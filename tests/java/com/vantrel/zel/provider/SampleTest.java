@@ -3,54 +3,46 @@ package com.vantrel.zel.provider;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import com.vantrel.zel.sample.Sample;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
-import java.util.regex.Matcher;
 import java.util.regex.Pattern;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
 /** The sample program's answers to good and bad input. */
 class SampleTest {
+    private static final List<String> JARS =
+            List.of("-cp", ChildJvm.PROVIDER_JAR + ":" + System.getProperty("zel.sample.jar"));
+
     @TempDir Path folder;
 
-    private static ChildJvm sample(String file) throws Exception {
-        return ChildJvm.run(List.of("-cp", ChildJvm.providerJar() + ":" + System.getProperty("zel.sample.jar"),
-                "com.vantrel.zel.sample.Sample", file));
-    }
-
     private static void assertRefused(String file, String message) throws Exception {
-        ChildJvm child = sample(file);
+        ChildJvm child = ChildJvm.run(Sample.class, JARS, file);
         assertEquals("zel-sample: " + message + "\n", child.err);
         assertEquals("", child.out);
         assertEquals(2, child.exitCode);
     }
 
-    /** The lines on the digests; those on the random bytes and on the encrypted copy are looked at here. */
-    private static String linesOnDigests(ChildJvm child, String copy) {
-        Matcher matcher = Pattern.compile("(?s)(.*)[0-9a-f]{64}  random\nAES-256-CBC: " + Pattern.quote(copy)
-                + " decrypts to the file; encrypted at \\d+ MB/s, decrypted at \\d+ MB/s\n").matcher(child.out);
-        assertTrue(matcher.matches(), child.out);
-        return matcher.group(1);
+    /** Whether the lines are those of the sum programs, and then those on the random bytes and the encrypted copy. */
+    private static void assertPrints(String sums, String copy, Path file) throws Exception {
+        String out = ChildJvm.outputOf(Sample.class, JARS, file.toString());
+        assertTrue(out.matches(Pattern.quote(sums) + "[0-9a-f]{64}  random\nAES-256-CBC: " + Pattern.quote(copy)
+                + " decrypts to the file; encrypted at \\d+ MB/s, decrypted at \\d+ MB/s\n"), out);
     }
 
     @Test
     void printsTheLinesOfTheSumProgramsAndEncrypts() throws Exception {
         Path file = Files.writeString(folder.resolve("abc"), "abc");
-        ChildJvm child = sample(file.toString());
-        assertEquals("a9993e364706816aba3e25717850c26c9cd0d89d  " + file + "\n"
+        assertPrints("a9993e364706816aba3e25717850c26c9cd0d89d  " + file + "\n"
                 + "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  " + file + "\n",
-                linesOnDigests(child, file + ".enc"));
+                file + ".enc", file);
         assertEquals(16, Files.size(folder.resolve("abc.enc")));
-        assertEquals("", child.err);
-        assertEquals(0, child.exitCode);
-
-        Path odd = Files.writeString(folder.resolve("a\\b\nc"), "");
         String escaped = folder + "/a\\\\b\\nc";
-        assertEquals("\\da39a3ee5e6b4b0d3255bfef95601890afd80709  " + escaped + "\n"
+        assertPrints("\\da39a3ee5e6b4b0d3255bfef95601890afd80709  " + escaped + "\n"
                 + "\\e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855  " + escaped + "\n",
-                linesOnDigests(sample(odd.toString()), escaped + ".enc"));
+                escaped + ".enc", Files.writeString(folder.resolve("a\\b\nc"), ""));
     }
 
     @Test
