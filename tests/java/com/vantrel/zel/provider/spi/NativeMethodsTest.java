@@ -48,6 +48,7 @@ class NativeMethodsTest {
         assertRaises(NegativeArraySizeException.class, "number of bytes is negative",
                 () -> random.engineGenerateSeed0(-1));
         assertThrows(OutOfMemoryError.class, () -> random.engineGenerateSeed0(FAR));
+        assertRaises(NullPointerException.class, "array is null", () -> random.engineSetSeed(null));
 
         assertRaises(ProviderException.class, "aes engine not intialized : ERR_NULL_POINTER",
                 () -> aes.engineUpdate0(array, 0, 16));
