@@ -1,5 +1,5 @@
-// The secure random engine and the shared context. Without entropy threads, so that making the context takes no time;
-// in a program of its own and in this order, because the context is made once in a process.
+// The secure random engine and the shared context; in a program of its own and in this order, because the context is made
+// once in a process.
 #include "bridge/pieces.h"
 #include "bridge/zel_secure_random.h"
 #include "core/random/fips186.h"
@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <thread>
 
 extern "C" {
@@ -71,29 +70,23 @@ TEST_F(SecureRandom, A_WithoutAContextOneExceptionStandsOnTheOther) {
     EXPECT_EQ(jni.takePending(), kUnable);
 }
 
-// Many first users at once: one context.
+// Several first users at once, while it is being seeded: one context.
 TEST_F(SecureRandom, B_IsMadeOnce) {
-    constexpr int kThreads = 8;
-    std::atomic<jlong> handles[kThreads] = {};
-    std::atomic<int> ready{0};
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithThreads), OK);
+    jlong handles[3] = {};
     std::vector<std::thread> threads;
-    for (std::atomic<jlong>& handle : handles) {
-        threads.emplace_back([&handle, &ready] {
+    for (jlong& handle : handles) {
+        threads.emplace_back([&handle] {
             FakeJni own;
-            const jobject provider = own.newEngineObject();
-            ++ready;
-            while (ready < kThreads) { // so that they meet
-            }
-            handle = initContext(own.env(), provider);
+            handle = initContext(own.env(), own.newEngineObject());
         });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
     EXPECT_NE(handles[0], 0);
-    for (const std::atomic<jlong>& handle : handles) {
-        EXPECT_EQ(handle, handles[0]);
-    }
+    EXPECT_EQ(handles[1], handles[0]);
+    EXPECT_EQ(handles[2], handles[0]);
     EXPECT_EQ(reinterpret_cast<jlong>(ZelObject::getRandomContext(env)), handles[0]);
 }
 

@@ -232,10 +232,10 @@ TEST(StaticLocks, Exclude) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([] {
-            for (int round = 0; round < 200; ++round) {
+            for (int round = 0; round < 20; ++round) {
                 const StaticLockHolder holder(lock);
                 ++inside;
-                std::this_thread::yield();
+                rtosSleepMs(1);
                 EXPECT_EQ(inside, 1);
                 --inside;
             }
