@@ -1,4 +1,4 @@
-// Every line of bignum_vectors.txt, which make_vectors.py has computed with Python's integers.
+// Every line of bignum_vectors.txt, which check_vectors.py checks against Python's integers.
 #include "core/bignum/modexp.h"
 #include "core/bignum/vlong_convert.h"
 #include "core/bignum/vlong_math.h"
