@@ -11,7 +11,7 @@ case "${1:-}" in
   *) echo "usage: ./test.sh [--full]" >&2; exit 2 ;;
 esac
 
-packages=(cmake ninja-build g++ openjdk-17-jdk-headless junit5 libgtest-dev)
+packages=(cmake ninja-build g++ openjdk-17-jdk-headless junit5 libgtest-dev openssl pkg-config)
 if $full; then
   packages+=(clang g++-mingw-w64-x86-64-posix wine64 googletest valgrind)
 fi
@@ -56,7 +56,7 @@ grep -m1 'model name' /proc/cpuinfo || true
 # Windows first, so that the provider's jar of the release build carries its library too.
 build_preset windows
 run_tests windows --label-exclude long
-for preset in windows-clang asan tsan debug clang; do
+for preset in windows-clang asan tsan debug clang portable; do
   build_preset "$preset"
   run_tests "$preset" --label-exclude long
 done

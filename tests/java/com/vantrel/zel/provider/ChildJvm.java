@@ -11,11 +11,6 @@ import java.util.concurrent.TimeUnit;
 
 /** A Java program run in a virtual machine of its own. */
 final class ChildJvm {
-    static final String PROVIDER_JAR = System.getProperty("zel.provider.jar");
-
-    /** The folder of the tests' own classes. */
-    static final String TEST_CLASSES = ChildJvm.class.getProtectionDomain().getCodeSource().getLocation().getPath();
-
     final int exitCode;
     final String out;
     final String err;
@@ -24,6 +19,15 @@ final class ChildJvm {
         this.exitCode = exitCode;
         this.out = out;
         this.err = err;
+    }
+
+    static String providerJar() {
+        return System.getProperty("zel.provider.jar");
+    }
+
+    /** The folder of the tests' own classes. */
+    static String testClasses() {
+        return ChildJvm.class.getProtectionDomain().getCodeSource().getLocation().getPath();
     }
 
     /** What a program prints that ends well and has nothing to complain of. */
@@ -37,13 +41,25 @@ final class ChildJvm {
     /** Runs a program to its end. It sees the provider's jar and the tests, unless the options name another class path. */
     static ChildJvm run(Class<?> program, List<String> options, String... arguments)
             throws IOException, InterruptedException {
+        List<String> all = new ArrayList<>(List.of("-cp", providerJar() + ":" + testClasses()));
+        all.addAll(options);
+        all.add(program.getName());
+        all.addAll(List.of(arguments));
+        return run(all);
+    }
+
+    /** Runs java with the arguments and waits for its end. */
+    static ChildJvm run(List<String> arguments) throws IOException, InterruptedException {
+        return run(Path.of(System.getProperty("java.home")), arguments);
+    }
+
+    /** The same with the JDK in a folder. */
+    static ChildJvm run(Path javaHome, List<String> arguments) throws IOException, InterruptedException {
         Path out = Files.createTempFile("child", ".out");
         Path err = Files.createTempFile("child", ".err");
-        List<String> command = new ArrayList<>(List.of(System.getProperty("java.home") + "/bin/java",
-                "-cp", PROVIDER_JAR + ":" + TEST_CLASSES));
-        command.addAll(options);
-        command.add(program.getName());
-        command.addAll(List.of(arguments));
+        List<String> command = new ArrayList<>();
+        command.add(javaHome.resolve("bin/java").toString());
+        command.addAll(arguments);
         Process process = new ProcessBuilder(command).redirectOutput(out.toFile()).redirectError(err.toFile()).start();
         try {
             if (!process.waitFor(120, TimeUnit.SECONDS)) {

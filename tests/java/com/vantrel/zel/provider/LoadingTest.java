@@ -59,7 +59,7 @@ class LoadingTest {
     }
 
     private String probe(String classPath, Path temporaryFolder) throws Exception {
-        return ChildJvm.outputOf(Probe.class, List.of("-cp", classPath + ":" + ChildJvm.TEST_CLASSES,
+        return ChildJvm.outputOf(Probe.class, List.of("-cp", classPath + ":" + ChildJvm.testClasses(),
                 "-Djava.io.tmpdir=" + temporaryFolder, "-Djava.library.path=" + libraryPath)).strip();
     }
 
@@ -72,7 +72,7 @@ class LoadingTest {
     /** The provider's classes without the native libraries. */
     private String classesOnly() throws IOException {
         Path target = folder.resolve("classes");
-        try (ZipFile jar = new ZipFile(ChildJvm.PROVIDER_JAR)) {
+        try (ZipFile jar = new ZipFile(ChildJvm.providerJar())) {
             for (ZipEntry entry : (Iterable<ZipEntry>) jar.stream().map(ZipEntry.class::cast)::iterator) {
                 if (entry.getName().endsWith(".class")) {
                     Path file = target.resolve(entry.getName());
@@ -86,7 +86,7 @@ class LoadingTest {
 
     @Test
     void fromTheJarOrTheLibraryPath() throws Exception {
-        assertLoads(ChildJvm.PROVIDER_JAR);
+        assertLoads(ChildJvm.providerJar());
         Files.copy(LIBRARY, libraryPath.resolve(LIBRARY.getFileName()));
         assertLoads(classesOnly());
     }
@@ -94,7 +94,7 @@ class LoadingTest {
     @Test
     void theJarCarriesTheLibraryOfEachPlatformBuilt() throws Exception {
         Path windows = LIBRARY.resolveSibling("../windows/zelspi.dll");
-        try (ZipFile jar = new ZipFile(ChildJvm.PROVIDER_JAR)) {
+        try (ZipFile jar = new ZipFile(ChildJvm.providerJar())) {
             assertArrayEquals(Files.readAllBytes(LIBRARY), inJar(jar, "native/linux-x86_64/libzelspi.so"));
             assertArrayEquals(Files.exists(windows) ? Files.readAllBytes(windows) : null,
                     inJar(jar, "native/windows-x86_64/zelspi.dll"));
@@ -111,7 +111,7 @@ class LoadingTest {
         byte[] library = Files.readAllBytes(LIBRARY);
         library[ELF_MACHINE] = ELF_MACHINE_AARCH64;
         Path foreign = Files.write(libraryPath.resolve(LIBRARY.getFileName()), library);
-        String said = probe(ChildJvm.PROVIDER_JAR, temporary);
+        String said = probe(ChildJvm.providerJar(), temporary);
         assertTrue(said.startsWith("cannot load the native library " + foreign + " on linux-"), said);
     }
 
@@ -123,7 +123,7 @@ class LoadingTest {
         assertTrue(said.contains("/libzelspi.so in the provider's jar"), said);
 
         Path missing = temporary.resolve("missing");
-        said = probe(ChildJvm.PROVIDER_JAR, missing);
+        said = probe(ChildJvm.providerJar(), missing);
         assertTrue(said.startsWith("cannot unpack /native/linux-"), said);
         assertTrue(said.contains("into " + missing), said);
     }
@@ -140,7 +140,7 @@ class LoadingTest {
         for (Path old : List.of(stale, foreign, installed)) {
             Files.setLastModifiedTime(old, FileTime.from(Instant.now().minus(Duration.ofDays(2))));
         }
-        assertEquals("Zel 20", probe(ChildJvm.PROVIDER_JAR, temporary));
+        assertEquals("Zel 20", probe(ChildJvm.providerJar(), temporary));
         assertFalse(Files.exists(stale));
         assertTrue(Stream.of(fresh, foreign, link, library).allMatch(Files::exists));
     }

@@ -14,7 +14,7 @@ import org.junit.jupiter.api.io.TempDir;
 /** The sample program's answers to good and bad input. */
 class SampleTest {
     private static final List<String> JARS =
-            List.of("-cp", ChildJvm.PROVIDER_JAR + ":" + System.getProperty("zel.sample.jar"));
+            List.of("-cp", ChildJvm.providerJar() + ":" + System.getProperty("zel.sample.jar"));
 
     @TempDir Path folder;
 
@@ -25,24 +25,30 @@ class SampleTest {
         assertEquals(2, child.exitCode);
     }
 
-    /** Whether the lines are those of the sum programs, and then those on the random bytes and the encrypted copy. */
-    private static void assertPrints(String sums, String copy, Path file) throws Exception {
+    /** Whether the lines are those of the sum programs, and then those on random bytes, encrypted copy and signatures. */
+    private static void assertPrints(String sums, String escaped, Path file) throws Exception {
+        String signed = "verified, refused with a byte changed; key made in [0-9.]+ ms, signed in [0-9.]+ ms, "
+                + "verified in [0-9.]+ ms\n";
         String out = ChildJvm.outputOf(Sample.class, JARS, file.toString());
-        assertTrue(out.matches(Pattern.quote(sums) + "[0-9a-f]{64}  random\nAES-256-CBC: " + Pattern.quote(copy)
-                + " decrypts to the file; encrypted at \\d+ MB/s, decrypted at \\d+ MB/s\n"), out);
+        assertTrue(out.matches(Pattern.quote(sums) + "[0-9a-f]{64}  random\nAES-256-CBC: "
+                + Pattern.quote(escaped + ".enc")
+                + " decrypts to the file; encrypted at \\d+ MB/s, decrypted at \\d+ MB/s\n"
+                + "SHA256withRSA, 2048 bits: " + Pattern.quote(escaped + ".sig") + " " + signed
+                + "SHA1withDSA, 1024 bits: " + signed), out);
     }
 
     @Test
-    void printsTheLinesOfTheSumProgramsAndEncrypts() throws Exception {
+    void printsTheLinesOfTheSumProgramsEncryptsAndSigns() throws Exception {
         Path file = Files.writeString(folder.resolve("abc"), "abc");
         assertPrints("a9993e364706816aba3e25717850c26c9cd0d89d  " + file + "\n"
                 + "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  " + file + "\n",
-                file + ".enc", file);
+                file.toString(), file);
         assertEquals(16, Files.size(folder.resolve("abc.enc")));
+        assertEquals(256, Files.size(folder.resolve("abc.sig")));
         String escaped = folder + "/a\\\\b\\nc";
         assertPrints("\\da39a3ee5e6b4b0d3255bfef95601890afd80709  " + escaped + "\n"
                 + "\\e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855  " + escaped + "\n",
-                escaped + ".enc", Files.writeString(folder.resolve("a\\b\nc"), ""));
+                escaped, Files.writeString(folder.resolve("a\\b\nc"), ""));
     }
 
     @Test
