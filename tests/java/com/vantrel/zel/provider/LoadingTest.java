@@ -52,6 +52,14 @@ class LoadingTest {
         }
     }
 
+    /** Run in a child that has no class of the provider's: loads the library alone. */
+    public static final class BareLoad {
+        public static void main(String[] args) {
+            System.load(args[0]);
+            System.out.println("loaded");
+        }
+    }
+
     @BeforeEach
     void folders() throws IOException {
         temporary = Files.createDirectory(folder.resolve("tmp"));
@@ -89,6 +97,13 @@ class LoadingTest {
         assertLoads(ChildJvm.providerJar());
         Files.copy(LIBRARY, libraryPath.resolve(LIBRARY.getFileName()));
         assertLoads(classesOnly());
+    }
+
+    /** Programs that have the library need not have the provider's classes. */
+    @Test
+    void theLibraryLoadsWithoutTheProvidersClasses() throws Exception {
+        assertEquals("loaded\n", ChildJvm.outputOf(BareLoad.class,
+                List.of("-Xcheck:jni", "-cp", ChildJvm.testClasses()), LIBRARY.toString()));
     }
 
     @Test
