@@ -5,21 +5,15 @@
 #include "core/bignum/vlong_convert.h"
 #include "core/bignum/vlong_math.h"
 #include "core/memory/memory.h"
+#include "fuzz/fuzz_check.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
 
 namespace {
 
-void require(bool condition) {
-    if (!condition) {
-        std::abort();
-    }
-}
-
 void requireOk(Status status) {
-    require(!isError(status));
+    FUZZ_CHECK(!isError(status));
 }
 
 class Input {
@@ -42,8 +36,8 @@ public:
     const std::uint8_t* rest() const {
         return data_;
     }
-    std::size_t left() const {
-        return left_;
+    std::uint32_t left() const {
+        return static_cast<std::uint32_t>(left_);
     }
 
 private:
@@ -58,20 +52,20 @@ void sumsAndQuotients(Input& input) {
     input.value(b, true);
     requireOk(VLONG_div(a.get(), b.get(), quotient.out(), nullptr));
     requireOk(VLONG_mod(a.get(), b.get(), rest.out(), nullptr));
-    require(VLONG_cmp(rest.get(), b.get()) < 0);
+    FUZZ_CHECK(VLONG_cmp(rest.get(), b.get()) < 0);
     requireOk(VLONG_mulSigned(quotient.get(), b.get(), product.out(), nullptr));
     requireOk(VLONG_add(product.get(), rest.get(), nullptr));
-    require(VLONG_cmp(product.get(), a.get()) == 0);
+    FUZZ_CHECK(VLONG_cmp(product.get(), a.get()) == 0);
     requireOk(VLONG_sub(product.get(), b.get(), nullptr));
     requireOk(VLONG_add(product.get(), b.get(), nullptr));
-    require(VLONG_cmp(product.get(), a.get()) == 0);
+    FUZZ_CHECK(VLONG_cmp(product.get(), a.get()) == 0);
     requireOk(VLONG_mulSigned(a.get(), b.get(), product.out(), nullptr));
     requireOk(VLONG_div(product.get(), b.get(), quotient.out(), nullptr));
-    require(VLONG_cmp(quotient.get(), a.get()) == 0);
+    FUZZ_CHECK(VLONG_cmp(quotient.get(), a.get()) == 0);
     requireOk(VLONG_newCopy(a.get(), copy.out(), nullptr));
     requireOk(VLONG_mulSigned(a.get(), copy.get(), product.out(), nullptr));
     requireOk(VLONG_square(quotient.get(), a.get()));
-    require(VLONG_cmp(quotient.get(), product.get()) == 0);
+    FUZZ_CHECK(VLONG_cmp(quotient.get(), product.get()) == 0);
 }
 
 // A power with a small exponent is the product of so many bases; Barrett's method may give the modulus in place of 0.
@@ -88,7 +82,7 @@ void powers(Input& input) {
     }
     requireOk(VLONG_modExp(base.get(), exponent.get(), modulus.get(), power.out(), nullptr));
     const bool isModulusForZero = VLONG_isZero(expected.get()) && VLONG_cmp(power.get(), modulus.get()) == 0;
-    require(isModulusForZero || VLONG_cmp(power.get(), expected.get()) == 0);
+    FUZZ_CHECK(isModulusForZero || VLONG_cmp(power.get(), expected.get()) == 0);
 }
 
 // Long exponents: the kernels for powers, two side by side, agree with the scan by single bits, which does without them.
@@ -118,13 +112,13 @@ void inverses(Input& input) {
     requireOk(VLONG_gcd(a.get(), n.get(), gcd.out(), nullptr));
     for (const vlong* multiple : {a.get(), n.get()}) {
         requireOk(VLONG_mod(multiple, gcd.get(), rest.out(), nullptr));
-        require(VLONG_isZero(rest.get()));
+        FUZZ_CHECK(VLONG_isZero(rest.get()));
     }
     requireOk(VLONG_modInverse(a.get(), n.get(), inverse.out(), nullptr));
     if (VLONG_cmpUnit(gcd.get(), 1) == 0) {
         requireOk(VLONG_mulSigned(a.get(), inverse.get(), product.out(), nullptr));
         requireOk(VLONG_mod(product.get(), n.get(), rest.out(), nullptr));
-        require(VLONG_cmpUnit(rest.get(), 1) == 0 || VLONG_cmpUnit(n.get(), 1) == 0);
+        FUZZ_CHECK(VLONG_cmpUnit(rest.get(), 1) == 0 || VLONG_cmpUnit(n.get(), 1) == 0);
     }
 }
 
@@ -132,15 +126,15 @@ void inverses(Input& input) {
 void mpints(Input& input) {
     ScopedVlong value(nullptr), readBack(nullptr);
     std::uint32_t consumed = 0, count = 0;
-    if (isError(VLONG_fromMpint(input.rest(), static_cast<std::uint32_t>(input.left()), value.out(), &consumed))) {
-        require(value.get() == nullptr);
+    if (isError(VLONG_fromMpint(input.rest(), input.left(), value.out(), &consumed))) {
+        FUZZ_CHECK(value.get() == nullptr);
         return;
     }
-    require(consumed <= input.left());
+    FUZZ_CHECK(consumed <= input.left());
     std::uint8_t* bytes = nullptr;
     requireOk(VLONG_toMpint(value.get(), &bytes, &count));
     requireOk(VLONG_fromMpint(bytes, count, readBack.out(), &consumed));
-    require(consumed == count && VLONG_cmp(value.get(), readBack.get()) == 0);
+    FUZZ_CHECK(consumed == count && VLONG_cmp(value.get(), readBack.get()) == 0);
     void* block = bytes;
     requireOk(memFree(&block));
 }

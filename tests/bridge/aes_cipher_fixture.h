@@ -17,11 +17,12 @@ JNIEXPORT void JNICALL AES_ENTRY(deleteContext0)(JNIEnv*, jobject);
 }
 
 class AesCipherTest : public FakeJniTest {
-protected:
+public:
     using Bytes = std::vector<jbyte>;
 
     static constexpr jint kEncrypt = 1, kDecrypt = 2;
     const Bytes key = numbers(32, 7), iv = numbers(16, 100);
+    const std::string kNotMade = "java/security/ProviderException: error creating aes context";
     const std::string kBadSize = "javax/crypto/BadPaddingException: invalid source buffer size";
     const std::string kBadPadding = "javax/crypto/BadPaddingException: invalid padding";
     const std::string kUpdateTooShort = "javax/crypto/ShortBufferException: output buffer has insufficient space";
@@ -76,22 +77,33 @@ protected:
         AES_ENTRY(engineInit0)(env, object, mode, jni.newBytes(iv), jni.newBytes(key));
     }
 
-    // The calls in their array-returning form; what is not asserted by the caller is expected to succeed.
+    // The calls as they are, on arrays that the test has made.
+    jbyteArray updateNew(jbyteArray in, jint offset, jint length) {
+        return AES_ENTRY(engineUpdate0___3BII)(env, object, in, offset, length);
+    }
+    jbyteArray doFinalNew(jbyteArray in, jint offset, jint length) {
+        return AES_ENTRY(engineDoFinal0___3BII)(env, object, in, offset, length);
+    }
+    jint updateInto(jbyteArray in, jint offset, jint length, jbyteArray out, jint outOffset) {
+        return AES_ENTRY(engineUpdate0___3BII_3BI)(env, object, in, offset, length, out, outOffset);
+    }
+    jint doFinalInto(jbyteArray in, jint offset, jint length, jbyteArray out, jint outOffset) {
+        return AES_ENTRY(engineDoFinal0___3BII_3BI)(env, object, in, offset, length, out, outOffset);
+    }
+
+    // Calls that are expected to succeed.
     static Bytes contents(jbyteArray array) {
         EXPECT_NE(array, nullptr);
         return array == nullptr ? Bytes() : FakeJni::of(array).bytes;
     }
     Bytes update(const Bytes& in, jint offset, jint length) {
-        return contents(AES_ENTRY(engineUpdate0___3BII)(env, object, jni.newBytes(in), offset, length));
+        return contents(updateNew(jni.newBytes(in), offset, length));
     }
     Bytes update(const Bytes& in) {
         return update(in, 0, static_cast<jint>(in.size()));
     }
-    Bytes doFinal(const Bytes& in, jint offset, jint length) {
-        return contents(AES_ENTRY(engineDoFinal0___3BII)(env, object, jni.newBytes(in), offset, length));
-    }
     Bytes doFinal(const Bytes& in) {
-        return doFinal(in, 0, static_cast<jint>(in.size()));
+        return contents(doFinalNew(jni.newBytes(in), 0, static_cast<jint>(in.size())));
     }
 
     static std::uint8_t* bytesOf(Bytes& bytes) {

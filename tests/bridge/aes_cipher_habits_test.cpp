@@ -28,7 +28,7 @@ TEST_F(AesCipherHabits, UpdateKeepsBytesCountedFromTheStartOfTheArray) {
     start(kEncrypt);
     update(array, 0, 5);
     const jbyteArray out = jni.newBytes(Bytes(20, 0x44));
-    EXPECT_EQ(AES_ENTRY(engineUpdate0___3BII_3BI)(env, object, jni.newBytes(array), 7, 20, out, 3), 16);
+    EXPECT_EQ(updateInto(jni.newBytes(array), 7, 20, out, 3), 16);
     const Bytes first = joined(slice(array, 0, 5), slice(array, 7, 18));
     EXPECT_EQ(FakeJni::of(out).bytes, joined(joined(Bytes(3, 0x44), encrypted(first)), {0x44}));
     EXPECT_EQ(doFinal({}), slice(encrypted(joined(first, padded(slice(array, 11, 20)))), 16, 32));
@@ -57,16 +57,15 @@ TEST_F(AesCipherHabits, DoFinalKeepsPendingBytesAndTheChain) {
     start(kDecrypt);
     update(slice(first, 0, 4));
     EXPECT_EQ(doFinal(slice(first, 4, 16)), array);
-    AES_ENTRY(engineDoFinal0___3BII)(env, object, jni.newBytes(slice(first, 4, 16)), 0, 12);
-    EXPECT_NE(jni.takePending(), kBadSize) << "four bytes are still pending";
+    EXPECT_EQ(refused(doFinalNew(jni.newBytes(slice(first, 4, 16)), 0, 12)), kBadPadding)
+        << "the four bytes still count";
 }
 
 TEST_F(AesCipherHabits, DecryptingUpdateGivesTheLastBlockToo) {
     const Bytes message = padded(numbers(20)), ciphertext = encrypted(message);
     start(kDecrypt);
     EXPECT_EQ(update(ciphertext), message);
-    EXPECT_EQ(AES_ENTRY(engineDoFinal0___3BII)(env, object, jni.newBytes({}), 0, 0), nullptr);
-    EXPECT_EQ(jni.takePending(), kBadSize);
+    EXPECT_EQ(refused(doFinalNew(jni.newBytes({}), 0, 0)), kBadSize);
 }
 
 // Only the last byte counts: 0 and more than a block are taken as they are, the other bytes of the padding may be
@@ -86,7 +85,7 @@ TEST_F(AesCipherHabits, PaddingIsItsLastByte) {
 
                 start(kDecrypt);
                 update(slice(ciphertext, 0, before));
-                const jbyteArray result = AES_ENTRY(engineDoFinal0___3BII)(env, object, rest, 0, length);
+                const jbyteArray result = doFinalNew(rest, 0, length);
                 EXPECT_EQ(jni.takePending(), isGood ? "" : kBadPadding);
                 EXPECT_EQ(result != nullptr, isGood);
                 EXPECT_EQ(isGood ? contents(result) : Bytes(), plaintext);
@@ -94,16 +93,14 @@ TEST_F(AesCipherHabits, PaddingIsItsLastByte) {
                 start(kDecrypt);
                 update(slice(ciphertext, 0, before));
                 const jbyteArray out = jni.newBytes(Bytes(size + 9, 0x21));
-                EXPECT_EQ(AES_ENTRY(engineDoFinal0___3BII_3BI)(env, object, rest, 0, length, out, 5),
-                          static_cast<jint>(plaintext.size()));
+                EXPECT_EQ(doFinalInto(rest, 0, length, out, 5), static_cast<jint>(plaintext.size()));
                 EXPECT_EQ(jni.takePending(), isGood ? "" : kBadPadding);
                 EXPECT_EQ(FakeJni::of(out).bytes,
                           joined(joined(Bytes(5, 0x21), plaintext), Bytes(size + 4 - plaintext.size(), 0x21)));
 
                 // The chain goes on behind the message either way.
                 start(kDecrypt);
-                AES_ENTRY(engineDoFinal0___3BII_3BI)
-                (env, object, jni.newBytes(ciphertext), 0, static_cast<jint>(size), out, 0);
+                doFinalInto(jni.newBytes(ciphertext), 0, static_cast<jint>(size), out, 0);
                 jni.takePending();
                 EXPECT_EQ(update(encrypted(numbers(16), slice(ciphertext, size - 16, size))), numbers(16));
             }

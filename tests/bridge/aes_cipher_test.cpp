@@ -48,8 +48,7 @@ TEST_F(AesCipher, OneArrayForInputAndOutput) {
                     std::copy(rest.begin(), rest.end(), area.begin() + kInAt);
                     Bytes expected = area;
                     std::copy(to.begin(), to.end(), expected.begin() + outAt);
-                    EXPECT_EQ(AES_ENTRY(engineDoFinal0___3BII_3BI)(env, object, array, kInAt,
-                                                                   static_cast<jint>(rest.size()), array, outAt),
+                    EXPECT_EQ(doFinalInto(array, kInAt, static_cast<jint>(rest.size()), array, outAt),
                               static_cast<jint>(to.size()));
                     EXPECT_EQ(area, expected);
                 }
@@ -64,7 +63,7 @@ TEST_F(AesCipher, UpdateInOneArrayKeepsWhatItOverwrites) {
     start(kEncrypt);
     update(slice(message, 0, 4));
     const jbyteArray array = jni.newBytes(slice(message, 4, 40)); // 32 bytes come out over the tail of the input
-    EXPECT_EQ(AES_ENTRY(engineUpdate0___3BII_3BI)(env, object, array, 0, 36, array, 4), 32);
+    EXPECT_EQ(updateInto(array, 0, 36, array, 4), 32);
     const Bytes ciphertext = encrypted(padded(message));
     EXPECT_EQ(slice(FakeJni::of(array).bytes, 4, 36), slice(ciphertext, 0, 32));
     EXPECT_EQ(doFinal({}), slice(ciphertext, 32, 48));
@@ -74,27 +73,15 @@ TEST_F(AesCipher, InitRefusesInThisOrder) {
     const auto bytes = [&](int count) {
         return count < 0 ? nullptr : jni.newBytes(Bytes(static_cast<std::size_t>(count)));
     };
-    struct Case {
-        jint mode;
-        int ivBytes, keyBytes; // -1: null
-        const char* pending;
+    const auto check = [&](jint mode, int ivBytes, int keyBytes, const char* pending) {
+        SCOPED_TRACE(testing::Message() << "mode " << mode << ", iv " << ivBytes << ", key " << keyBytes);
+        AES_ENTRY(engineInit0)(env, object, mode, bytes(ivBytes), bytes(keyBytes));
+        EXPECT_EQ(jni.takePending(), pending);
+        EXPECT_EQ(refused(updateNew(bytes(16), 0, 16)), kNotMade);
     };
-    for (const Case& c : {
-             Case{0, -1, -1, "java/lang/UnsupportedOperationException: unsupported cipher mode"},
-             {3, 16, 32, "java/lang/UnsupportedOperationException: unsupported cipher mode"},
-             {kEncrypt, -1, 16, "java/lang/NullPointerException: key or iv is null"},
-             {kDecrypt, 12, -1, "java/lang/NullPointerException: key or iv is null"},
-             {kEncrypt, 12, 16, "java/security/InvalidAlgorithmParameterException: invalid iv provided"},
-             {kEncrypt, 17, 32, "java/security/InvalidAlgorithmParameterException: invalid iv provided"},
-             {kEncrypt, 16, 16, "java/security/InvalidKeyException: invalid key size"},
-             {kEncrypt, 16, 33, "java/security/InvalidKeyException: invalid key size"},
-         }) {
-        SCOPED_TRACE(testing::Message() << "mode " << c.mode << ", iv " << c.ivBytes << ", key " << c.keyBytes);
-        AES_ENTRY(engineInit0)(env, object, c.mode, bytes(c.ivBytes), bytes(c.keyBytes));
-        EXPECT_EQ(jni.takePending(), c.pending);
-        EXPECT_EQ(AES_ENTRY(engineUpdate0___3BII)(env, object, bytes(16), 0, 16), nullptr);
-        EXPECT_EQ(jni.takePending(), "java/security/ProviderException: error creating aes context");
-    }
+#define INIT_CASE(...) check(__VA_ARGS__);
+#include "tests/bridge/aes_cipher_cases.inc"
+#undef INIT_CASE
     start(kEncrypt); // a refused init leaves the engine as it was
     AES_ENTRY(engineInit0)(env, object, kDecrypt, bytes(16), bytes(31));
     EXPECT_NE(jni.takePending(), "");
@@ -102,27 +89,23 @@ TEST_F(AesCipher, InitRefusesInThisOrder) {
 }
 
 TEST_F(AesCipher, WithoutAnEngineOrAContext) {
-    const jbyteArray none = nullptr;
     const auto callAll = [&](const std::string& ofUpdate, const std::string& others) {
-        EXPECT_EQ(AES_ENTRY(engineUpdate0___3BII)(env, object, none, 9, 9), nullptr);
-        EXPECT_EQ(jni.takePending(), ofUpdate);
-        EXPECT_EQ(AES_ENTRY(engineUpdate0___3BII_3BI)(env, object, none, 9, 9, none, 9), 0);
-        EXPECT_EQ(jni.takePending(), others);
-        EXPECT_EQ(AES_ENTRY(engineDoFinal0___3BII)(env, object, none, 9, 9), nullptr);
-        EXPECT_EQ(jni.takePending(), others);
-        EXPECT_EQ(AES_ENTRY(engineDoFinal0___3BII_3BI)(env, object, none, 9, 9, none, 9), 0);
-        EXPECT_EQ(jni.takePending(), others);
+        EXPECT_EQ(refused(updateNew(nullptr, 9, 9)), ofUpdate);
+        EXPECT_EQ(refused(updateInto(nullptr, 9, 9, nullptr, 9)), others);
+        EXPECT_EQ(refused(doFinalNew(nullptr, 9, 9)), others);
+        EXPECT_EQ(refused(doFinalInto(nullptr, 9, 9, nullptr, 9)), others);
     };
-    callAll("java/security/ProviderException: aes engine not intialized : ERR_NULL_POINTER",
-            "java/security/ProviderException: aes engine not initialized : ERR_NULL_POINTER");
-    AES_ENTRY(engineInit0)(env, object, 0, none, none);
+    const auto callAllWithoutAnEngine = [&] {
+        callAll("java/security/ProviderException: aes engine not intialized : ERR_NULL_POINTER",
+                "java/security/ProviderException: aes engine not initialized : ERR_NULL_POINTER");
+    };
+    callAllWithoutAnEngine();
+    AES_ENTRY(engineInit0)(env, object, 0, nullptr, nullptr);
     EXPECT_NE(jni.takePending(), "");
-    callAll("java/security/ProviderException: error creating aes context",
-            "java/security/ProviderException: error creating aes context");
+    callAll(kNotMade, kNotMade);
     AES_ENTRY(deleteContext0)(env, object);
     AES_ENTRY(deleteContext0)(env, object);
-    callAll("java/security/ProviderException: aes engine not intialized : ERR_NULL_POINTER",
-            "java/security/ProviderException: aes engine not initialized : ERR_NULL_POINTER");
+    callAllWithoutAnEngine();
 }
 
 TEST_F(AesCipher, DeletingClearsTheBindingFirst) {
@@ -144,69 +127,39 @@ TEST_F(AesCipher, DeletingClearsTheBindingFirst) {
 
 // Each refusal leaves output, chaining value and pending bytes alone: the message goes on as if nothing had been.
 TEST_F(AesCipher, RefusalsOfTheOutputForms) {
-    struct Case {
-        bool isFinal;
-        jint mode, offset, length, room, outOffset;
-        const std::string& pending;
-    };
-    // Four bytes are pending; the input array has 60.
-    const Case cases[] = {
-        {false, kEncrypt, 0, 28, 31, 0, kUpdateTooShort},
-        {false, kEncrypt, 0, 28, 32, 1, kUpdateTooShort},
-        {false, kEncrypt, 0, 11, 0, 1, kUpdateTooShort}, // nothing would be written, behind the array's end
-        {false, kEncrypt, 0, 28, 32, INT_MAX, kUpdateTooShort},
-        {false, kEncrypt, 0, 28, 32, -1, kOutside},
-        {false, kEncrypt, 0, 28, 32, INT_MIN, kOutside},
-        {false, kDecrypt, 33, 28, 64, 0, kOutside},
-        {false, kDecrypt, -1, 28, 0, 0, kOutside}, // the input's slice first
-        {false, kDecrypt, 0, -1, 64, 0, kOutside},
-        {false, kDecrypt, INT_MAX, 28, 64, 0, kOutside},
-        {true, kEncrypt, 0, 28, 47, 0, kFinalTooShort},
-        {true, kEncrypt, 0, 12, 32, 1, kFinalTooShort},
-        {true, kEncrypt, 0, 12, 32, -1, kOutside},
-        {true, kEncrypt, 61, 0, 64, 0, kOutside},
-        {true, kDecrypt, 0, 27, 64, 0, kBadSize},
-        {true, kDecrypt, 0, 0, 0, 9, kBadSize}, // the size before the room
-        {true, kDecrypt, 0, 28, 31, 0, kFinalTooShort},
-        {true, kDecrypt, 0, 28, 64, 33, kFinalTooShort},
-        {true, kDecrypt, 0, 28, 64, INT_MIN, kOutside},
-    };
     const Bytes message = numbers(64), ciphertext = encrypted(padded(message));
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << (c.isFinal ? "doFinal" : "update") << ", mode " << c.mode << ", input "
-                                        << c.offset << ", " << c.length << ", room " << c.room << ", " << c.outOffset);
-        const Bytes& from = c.mode == kEncrypt ? message : ciphertext;
-        start(c.mode);
+    int number = 0;
+    const auto check = [&](auto form, jint mode, jint offset, jint length, std::size_t room, jint outOffset,
+                           const std::string& pending) {
+        SCOPED_TRACE(testing::Message() << "case " << ++number);
+        const Bytes& from = mode == kEncrypt ? message : ciphertext;
+        start(mode);
         update(slice(from, 0, 4));
-        const jbyteArray output = jni.newBytes(Bytes(static_cast<std::size_t>(c.room), 0x33));
-        const auto entry = c.isFinal ? AES_ENTRY(engineDoFinal0___3BII_3BI) : AES_ENTRY(engineUpdate0___3BII_3BI);
-        EXPECT_EQ(entry(env, object, jni.newBytes(slice(from, 4, 64)), c.offset, c.length, output, c.outOffset), 0);
-        EXPECT_EQ(jni.takePending(), c.pending);
-        EXPECT_EQ(FakeJni::of(output).bytes, Bytes(static_cast<std::size_t>(c.room), 0x33));
-        EXPECT_EQ(doFinal(slice(from, 4, from.size())), c.mode == kEncrypt ? ciphertext : message);
-    }
+        const jbyteArray input = jni.newBytes(slice(from, 4, 64)), output = jni.newBytes(Bytes(room, 0x33));
+        EXPECT_EQ(refused((this->*form)(input, offset, length, output, outOffset)), pending);
+        EXPECT_EQ(FakeJni::of(output).bytes, Bytes(room, 0x33));
+        EXPECT_EQ(doFinal(slice(from, 4, from.size())), mode == kEncrypt ? ciphertext : message);
+    };
+#define OUTPUT_CASE(form, ...) check(&AesCipher::form, __VA_ARGS__);
+#include "tests/bridge/aes_cipher_cases.inc"
+#undef OUTPUT_CASE
 }
 
-TEST_F(AesCipher, RefusalsOfTheArrayForms) {
+TEST_F(AesCipher, RefusalsOfNullAndOfTheArrayForms) {
     const jbyteArray array = jni.newBytes(numbers(20));
     for (const jint mode : {kEncrypt, kDecrypt}) {
         start(mode);
-        for (const auto& entry : {&AES_ENTRY(engineUpdate0___3BII), &AES_ENTRY(engineDoFinal0___3BII)}) {
-            EXPECT_EQ(entry(env, object, nullptr, -1, -1), nullptr);
-            EXPECT_EQ(jni.takePending(), kNullArray);
-            EXPECT_EQ(entry(env, object, array, 20, INT_MAX), nullptr);
-            EXPECT_EQ(jni.takePending(), kOutside);
+        for (const auto form : {&AesCipher::updateNew, &AesCipher::doFinalNew}) {
+            EXPECT_EQ(refused((this->*form)(nullptr, -1, -1)), kNullArray);
+            EXPECT_EQ(refused((this->*form)(array, 20, INT_MAX)), kOutside);
         }
-        for (const auto& entry : {&AES_ENTRY(engineUpdate0___3BII_3BI), &AES_ENTRY(engineDoFinal0___3BII_3BI)}) {
-            EXPECT_EQ(entry(env, object, nullptr, -1, -1, array, 0), 0);
-            EXPECT_EQ(jni.takePending(), kNullArray);
-            EXPECT_EQ(entry(env, object, array, -1, -1, nullptr, 0), 0); // both arrays before the slice
-            EXPECT_EQ(jni.takePending(), kNullArray);
+        for (const auto form : {&AesCipher::updateInto, &AesCipher::doFinalInto}) {
+            EXPECT_EQ(refused((this->*form)(nullptr, -1, -1, array, 0)), kNullArray);
+            EXPECT_EQ(refused((this->*form)(array, -1, -1, nullptr, 0)), kNullArray); // both arrays before the slice
         }
     }
     for (const jint length : {0, 15, 17}) {
-        EXPECT_EQ(AES_ENTRY(engineDoFinal0___3BII)(env, object, array, 0, length), nullptr);
-        EXPECT_EQ(jni.takePending(), kBadSize);
+        EXPECT_EQ(refused(doFinalNew(array, 0, length)), kBadSize);
     }
 }
 
@@ -215,21 +168,16 @@ TEST_F(AesCipher, RefusalsOfTheArrayForms) {
 TEST_F(AesCipher, ResultsLargerThanAnyArray) {
     const jbyteArray huge = jni.newBytes({}), output = jni.newBytes({});
     FakeJni::of(huge).claimedLength = FakeJni::of(output).claimedLength = INT_MAX;
-    for (const jint mode : {kEncrypt, kDecrypt}) {
+    for (const jint mode : {kDecrypt, kEncrypt}) {
         start(mode);
         update({1});
-        EXPECT_EQ(AES_ENTRY(engineUpdate0___3BII)(env, object, huge, 0, INT_MAX), nullptr);
-        EXPECT_EQ(jni.takePending(), kNoMemory);
+        EXPECT_EQ(refused(updateNew(huge, 0, INT_MAX)), kNoMemory);
         for (const jint outOffset : {0, -1, INT_MIN}) {
-            EXPECT_EQ(AES_ENTRY(engineUpdate0___3BII_3BI)(env, object, huge, 0, INT_MAX, output, outOffset), 0);
-            EXPECT_EQ(jni.takePending(), kUpdateTooShort);
-            EXPECT_EQ(AES_ENTRY(engineDoFinal0___3BII_3BI)(env, object, huge, 0, INT_MAX, output, outOffset), 0);
-            EXPECT_EQ(jni.takePending(), kFinalTooShort);
+            EXPECT_EQ(refused(updateInto(huge, 0, INT_MAX, output, outOffset)), kUpdateTooShort);
+            EXPECT_EQ(refused(doFinalInto(huge, 0, INT_MAX, output, outOffset)), kFinalTooShort);
         }
     }
-    start(kEncrypt);
-    EXPECT_EQ(AES_ENTRY(engineDoFinal0___3BII)(env, object, huge, 0, INT_MAX), nullptr);
-    EXPECT_EQ(jni.takePending(), kNoMemory);
+    EXPECT_EQ(refused(doFinalNew(huge, 0, INT_MAX)), kNoMemory);
 }
 
 TEST_F(AesCipher, RefusalsOfTheVm) {
@@ -242,17 +190,13 @@ TEST_F(AesCipher, RefusalsOfTheVm) {
         const jint length = static_cast<jint>(from.size()) - 3;
         for (bool* const failure : {&jni.newByteArrayFails, &jni.criticalFails}) {
             *failure = true;
-            EXPECT_EQ(AES_ENTRY(engineUpdate0___3BII)(env, object, rest, 0, length), nullptr);
-            EXPECT_NE(jni.takePending(), "");
-            EXPECT_EQ(AES_ENTRY(engineDoFinal0___3BII)(env, object, rest, 0, length), nullptr);
-            EXPECT_NE(jni.takePending(), "");
+            EXPECT_NE(refused(updateNew(rest, 0, length)), "");
+            EXPECT_NE(refused(doFinalNew(rest, 0, length)), "");
             *failure = false;
         }
         jni.criticalFails = true;
-        EXPECT_EQ(AES_ENTRY(engineUpdate0___3BII_3BI)(env, object, rest, 0, length, out, 0), 0);
-        EXPECT_EQ(jni.takePending(), kNoMemory);
-        EXPECT_EQ(AES_ENTRY(engineDoFinal0___3BII_3BI)(env, object, rest, 0, length, out, 0), 0);
-        EXPECT_EQ(jni.takePending(), kNoMemory);
+        EXPECT_EQ(refused(updateInto(rest, 0, length, out, 0)), kNoMemory);
+        EXPECT_EQ(refused(doFinalInto(rest, 0, length, out, 0)), kNoMemory);
         init(mode);
         EXPECT_EQ(jni.takePending(), kNoMemory);
         jni.criticalFails = false;
@@ -272,20 +216,15 @@ TEST_F(AesCipher, RefusalsOfTheHeap) {
         EXPECT_EQ(doFinal({}), encrypted(padded({})));
     }
     AES_ENTRY(deleteContext0)(env, object);
-    testheap::refuse(4);
-    init(kDecrypt);
-    EXPECT_EQ(jni.takePending(), "java/security/ProviderException: error creating aes context : ERR_AES");
-    EXPECT_FALSE(reinterpret_cast<ZelAes256Cipher*>(jni.context0(object))->isInitialized());
-    EXPECT_EQ(AES_ENTRY(engineDoFinal0___3BII)(env, object, jni.newBytes({}), 0, 0), nullptr);
-    EXPECT_EQ(jni.takePending(), "java/security/ProviderException: error creating aes context");
-    init(kEncrypt);
-    EXPECT_TRUE(reinterpret_cast<ZelAes256Cipher*>(jni.context0(object))->isInitialized());
-    EXPECT_EQ(doFinal({}), encrypted(padded({})));
-    testheap::refuse(1); // a repeated init that fails takes the old context away
-    init(kEncrypt);
-    EXPECT_EQ(jni.takePending(), "java/security/ProviderException: error creating aes context : ERR_AES");
-    EXPECT_EQ(AES_ENTRY(engineUpdate0___3BII)(env, object, jni.newBytes({}), 0, 0), nullptr);
-    EXPECT_EQ(jni.takePending(), "java/security/ProviderException: error creating aes context");
+    for (const std::uint64_t number : {4u, 1u}) { // also a repeated init, which takes the old context away
+        testheap::refuse(number);
+        init(kEncrypt);
+        EXPECT_EQ(jni.takePending(), kNotMade + " : ERR_AES");
+        EXPECT_FALSE(reinterpret_cast<ZelAes256Cipher*>(jni.context0(object))->isInitialized());
+        EXPECT_EQ(refused(doFinalNew(jni.newBytes({}), 0, 0)), kNotMade);
+        init(kEncrypt);
+        EXPECT_EQ(doFinal({}), encrypted(padded({})));
+    }
 }
 
 } // namespace

@@ -21,18 +21,14 @@ std::string describe(const FakeObject* throwable) {
     return text;
 }
 
-bool isErrorClass(const std::string& className) {
-    return className.size() > 5 && className.compare(className.size() - 5, 5, "Error") == 0;
-}
-
 } // namespace
 
-struct FakeJni::Functions {
-    static FakeJni& self(JNIEnv* env) {
-        return *static_cast<Env*>(env)->self;
-    }
+FakeJni& FakeJni::self(JNIEnv* env) {
+    return *static_cast<Env*>(env)->self;
+}
 
-    static jclass JNICALL findClass(JNIEnv* env, const char* name) {
+void FakeJni::installObjects() {
+    table_.FindClass = [](JNIEnv* env, const char* name) -> jclass {
         FakeJni& jni = self(env);
         jni.enter("FindClass");
         if (jni.classNotFound == name) {
@@ -41,23 +37,20 @@ struct FakeJni::Functions {
         }
         ++jni.localReferences;
         return real<jclass>(jni.add(name));
-    }
-
-    static jclass JNICALL getObjectClass(JNIEnv* env, jobject object) {
+    };
+    table_.GetObjectClass = [](JNIEnv* env, jobject object) -> jclass {
         FakeJni& jni = self(env);
         jni.enter("GetObjectClass");
         ++jni.localReferences;
         return real<jclass>(jni.add(fake(object)->className));
-    }
-
-    static jboolean JNICALL isInstanceOf(JNIEnv* env, jobject object, jclass type) {
+    };
+    table_.IsInstanceOf = [](JNIEnv* env, jobject object, jclass type) -> jboolean {
         self(env).enter("IsInstanceOf");
         const std::string& wanted = fake(type)->className;
         const std::string& actual = fake(object)->className;
-        return actual == wanted || (wanted == "java/lang/Error" && isErrorClass(actual)) ? JNI_TRUE : JNI_FALSE;
-    }
-
-    static jfieldID JNICALL getFieldId(JNIEnv* env, jclass type, const char* name, const char* signature) {
+        return actual == wanted || (wanted == "java/lang/Error" && actual.ends_with("Error")) ? JNI_TRUE : JNI_FALSE;
+    };
+    table_.GetFieldID = [](JNIEnv* env, jclass type, const char* name, const char* signature) -> jfieldID {
         FakeJni& jni = self(env);
         jni.enter("GetFieldID");
         const bool refused = jni.fieldLookupsUntilFailure == 0;
@@ -70,42 +63,39 @@ struct FakeJni::Functions {
             return nullptr;
         }
         return reinterpret_cast<jfieldID>(&jni); // there is only the one field
-    }
-
-    static jlong JNICALL getLongField(JNIEnv* env, jobject object, jfieldID) {
+    };
+    table_.GetLongField = [](JNIEnv* env, jobject object, jfieldID) -> jlong {
         self(env).enter("GetLongField");
         return fake(object)->fields["context0"];
-    }
-
-    static void JNICALL setLongField(JNIEnv* env, jobject object, jfieldID, jlong value) {
+    };
+    table_.SetLongField = [](JNIEnv* env, jobject object, jfieldID, jlong value) -> void {
         self(env).enter("SetLongField");
         if (self(env).onSetLongField) {
             self(env).onSetLongField();
         }
         fake(object)->fields["context0"] = value;
-    }
-
-    static jmethodID JNICALL getMethodId(JNIEnv* env, jclass, const char* name, const char*) {
+    };
+    table_.GetMethodID = [](JNIEnv* env, jclass, const char* name, const char*) -> jmethodID {
         self(env).enter("GetMethodID");
         return std::string(name) == "initCause" ? reinterpret_cast<jmethodID>(&self(env)) : nullptr;
-    }
-
+    };
     // Throwable.initCause is the only method there is.
-    static jobject JNICALL callObjectMethodV(JNIEnv* env, jobject object, jmethodID, va_list arguments) {
+    table_.CallObjectMethodV = [](JNIEnv* env, jobject object, jmethodID, va_list arguments) -> jobject {
         self(env).enter("CallObjectMethod");
         fake(object)->cause = fake(va_arg(arguments, jobject));
         ++self(env).localReferences;
         return object;
-    }
+    };
+}
 
-    static jint JNICALL throwIt(JNIEnv* env, jthrowable throwable) {
+void FakeJni::installExceptions() {
+    table_.Throw = [](JNIEnv* env, jthrowable throwable) -> jint {
         FakeJni& jni = self(env);
         jni.enter("Throw");
         jni.pending_ = fake(throwable);
         return 0;
-    }
-
-    static jint JNICALL throwNew(JNIEnv* env, jclass type, const char* message) {
+    };
+    table_.ThrowNew = [](JNIEnv* env, jclass type, const char* message) -> jint {
         FakeJni& jni = self(env);
         jni.enter("ThrowNew");
         if (jni.throwNewFails) {
@@ -113,36 +103,33 @@ struct FakeJni::Functions {
         }
         jni.raise(fake(type)->className.c_str(), message);
         return 0;
-    }
-
-    static jthrowable JNICALL exceptionOccurred(JNIEnv* env) {
+    };
+    table_.ExceptionOccurred = [](JNIEnv* env) -> jthrowable {
         self(env).enter("ExceptionOccurred", true);
         self(env).localReferences += self(env).pending_ != nullptr ? 1 : 0;
         return real<jthrowable>(self(env).pending_);
-    }
-
-    static void JNICALL exceptionClear(JNIEnv* env) {
+    };
+    table_.ExceptionClear = [](JNIEnv* env) -> void {
         self(env).enter("ExceptionClear", true);
         self(env).pending_ = nullptr;
-    }
-
-    static jboolean JNICALL exceptionCheck(JNIEnv* env) {
+    };
+    table_.ExceptionCheck = [](JNIEnv* env) -> jboolean {
         self(env).enter("ExceptionCheck", true);
         return self(env).pending_ != nullptr ? JNI_TRUE : JNI_FALSE;
-    }
-
-    static void JNICALL deleteLocalRef(JNIEnv* env, jobject reference) {
+    };
+    table_.DeleteLocalRef = [](JNIEnv* env, jobject reference) -> void {
         self(env).enter("DeleteLocalRef", true);
         self(env).localReferences -= reference != nullptr ? 1 : 0;
-    }
+    };
+}
 
-    static jsize JNICALL getArrayLength(JNIEnv* env, jarray array) {
+void FakeJni::installArrays() {
+    table_.GetArrayLength = [](JNIEnv* env, jarray array) -> jsize {
         self(env).enter("GetArrayLength");
         const FakeObject* const object = fake(array);
         return object->claimedLength >= 0 ? object->claimedLength : static_cast<jsize>(object->bytes.size());
-    }
-
-    static jbyteArray JNICALL newByteArray(JNIEnv* env, jsize length) {
+    };
+    table_.NewByteArray = [](JNIEnv* env, jsize length) -> jbyteArray {
         FakeJni& jni = self(env);
         jni.enter("NewByteArray");
         if (length < 0) {
@@ -154,9 +141,8 @@ struct FakeJni::Functions {
             return nullptr;
         }
         return jni.newByteArrayGivesNull ? nullptr : jni.newBytes(std::vector<jbyte>(static_cast<std::size_t>(length)));
-    }
-
-    static void* JNICALL getCritical(JNIEnv* env, jarray array, jboolean*) {
+    };
+    table_.GetPrimitiveArrayCritical = [](JNIEnv* env, jarray array, jboolean*) -> void* {
         FakeJni& jni = self(env);
         jni.enter("GetPrimitiveArrayCritical", false, true);
         if (jni.criticalFails) {
@@ -167,9 +153,8 @@ struct FakeJni::Functions {
         void* const address = jni.criticalPins ? bytes.data() : copy.data();
         jni.regions_.emplace(address, std::pair{fake(array), std::move(copy)});
         return address;
-    }
-
-    static void JNICALL releaseCritical(JNIEnv* env, jarray array, void* address, jint mode) {
+    };
+    table_.ReleasePrimitiveArrayCritical = [](JNIEnv* env, jarray array, void* address, jint mode) -> void {
         FakeJni& jni = self(env);
         jni.enter("ReleasePrimitiveArrayCritical", true, true);
         const auto region = jni.regions_.find(address);
@@ -181,28 +166,13 @@ struct FakeJni::Functions {
             fake(array)->bytes = std::move(region->second.second);
         }
         jni.regions_.erase(region);
-    }
-};
+    };
+}
 
 FakeJni::FakeJni() {
-    table_.FindClass = Functions::findClass;
-    table_.GetObjectClass = Functions::getObjectClass;
-    table_.IsInstanceOf = Functions::isInstanceOf;
-    table_.GetFieldID = Functions::getFieldId;
-    table_.GetLongField = Functions::getLongField;
-    table_.SetLongField = Functions::setLongField;
-    table_.GetMethodID = Functions::getMethodId;
-    table_.CallObjectMethodV = Functions::callObjectMethodV;
-    table_.Throw = Functions::throwIt;
-    table_.ThrowNew = Functions::throwNew;
-    table_.ExceptionOccurred = Functions::exceptionOccurred;
-    table_.ExceptionClear = Functions::exceptionClear;
-    table_.ExceptionCheck = Functions::exceptionCheck;
-    table_.DeleteLocalRef = Functions::deleteLocalRef;
-    table_.GetArrayLength = Functions::getArrayLength;
-    table_.NewByteArray = Functions::newByteArray;
-    table_.GetPrimitiveArrayCritical = Functions::getCritical;
-    table_.ReleasePrimitiveArrayCritical = Functions::releaseCritical;
+    installObjects();
+    installExceptions();
+    installArrays();
     env_.functions = &table_;
     env_.self = this;
 }

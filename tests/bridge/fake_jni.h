@@ -68,8 +68,11 @@ private:
     struct Env : JNIEnv_ {
         FakeJni* self;
     };
-    struct Functions; // the function table's entries
 
+    static FakeJni& self(JNIEnv* env);
+    void installObjects(); // the entries of the function table
+    void installExceptions();
+    void installArrays();
     FakeObject* add(std::string className);
     void enter(const char* function, bool allowedWhilePending = false, bool allowedInRegion = false);
     void raise(const char* className, const char* message);

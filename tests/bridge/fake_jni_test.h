@@ -11,14 +11,27 @@
 class FakeJniTest : public testing::Test {
 protected:
     void TearDown() override {
+        expectRulesKept();
+        EXPECT_EQ(jni.context0(object), 0);
+        EXPECT_EQ(testheap::liveBlocks(), liveBefore_);
+    }
+    void expectRulesKept() {
         testheap::refuse(0);
         EXPECT_EQ(jni.pending(), "");
         EXPECT_EQ(jni.violations, std::vector<std::string>());
         EXPECT_EQ(jni.openRegions(), 0);
         EXPECT_EQ(jni.localReferences, 0);
-        EXPECT_EQ(jni.context0(object), 0);
-        EXPECT_EQ(testheap::liveBlocks(), liveBefore_);
         EXPECT_EQ(testheap::dirtyFrees(), dirtyBefore_);
+    }
+
+    // What a call that gives nothing has left pending.
+    std::string refused(jint result) {
+        EXPECT_EQ(result, 0);
+        return jni.takePending();
+    }
+    std::string refused(jobject result) {
+        EXPECT_EQ(result, nullptr);
+        return jni.takePending();
     }
 
     FakeJni jni;

@@ -52,42 +52,38 @@ const DigestClass kClasses[] = {
      [] { return static_cast<ZelShaMessageDigest*>(new ZelSha256MessageDigest); }, 32, kEmpty256, kAbc256},
 };
 
-const std::string kShortRoom = "java/security/DigestException: insufficient space for digest";
-const std::string kOutside = "java/lang/ArrayIndexOutOfBoundsException: offset or length out of range";
-const std::string kNullArray = "java/lang/NullPointerException: array is null";
-const std::string kNoMemory = "java/lang/OutOfMemoryError: ";
-
-std::string hexOf(const std::vector<jbyte>& bytes) {
-    return toHex(std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
-}
+const char* const kShortRoom = "java/security/DigestException: insufficient space for digest";
+const char* const kOutside = "java/lang/ArrayIndexOutOfBoundsException: offset or length out of range";
+const char* const kNullArray = "java/lang/NullPointerException: array is null";
+const char* const kNoMemory = "java/lang/OutOfMemoryError: out of memory";
+const char* const kNoField = "java/lang/NoSuchFieldError: context0";
+const char* const kNoUpdate = "java/security/ProviderException: unable to update digest";
+const char* const kNoReset = "java/security/ProviderException: error resetting digest : ERR_MEM_ALLOC_FAIL";
 
 class DigestEntries : public FakeJniTest, public testing::WithParamInterface<DigestClass> {
 protected:
     const DigestClass& c = GetParam();
-    const std::vector<jbyte> abcBytes{'a', 'b', 'c'};
 
     void TearDown() override {
         c.deleteContext(env, object);
         FakeJniTest::TearDown();
     }
     void updateAbc() {
-        c.updateArray(env, object, jni.newBytes(abcBytes), 0, 3);
+        c.updateArray(env, object, jni.newBytes({'a', 'b', 'c'}), 0, 3);
     }
     std::string digestHex() {
         const jbyteArray digest = c.digestNew(env, object);
-        return digest == nullptr ? "null" : hexOf(FakeJni::of(digest).bytes);
+        if (digest == nullptr) {
+            return "null";
+        }
+        const std::vector<jbyte>& bytes = FakeJni::of(digest).bytes;
+        return toHex(std::vector<std::uint8_t>(bytes.begin(), bytes.end()));
     }
 };
 
-TEST_P(DigestEntries, AFreshObjectIsReadyAndStaysSo) {
+TEST_P(DigestEntries, MessagesInEveryForm) {
     EXPECT_EQ(digestHex(), c.ofEmpty);
     EXPECT_EQ(digestHex(), c.ofEmpty);
-    updateAbc();
-    EXPECT_EQ(digestHex(), c.ofAbc);
-    EXPECT_EQ(digestHex(), c.ofEmpty);
-}
-
-TEST_P(DigestEntries, UpdatesInEveryForm) {
     c.updateByte(env, object, 'a');
     c.updateArray(env, object, jni.newBytes({'x', 'b', 'x'}), 1, 1);
     c.updateArray(env, object, jni.newBytes({}), 0, 0);
@@ -102,188 +98,142 @@ TEST_P(DigestEntries, UpdatesInEveryForm) {
 
 TEST_P(DigestEntries, IntoAnArray) {
     const jint n = c.digestBytes;
-    struct Case {
-        jint size, offset, length;
-        const std::string* pending; // null: the digest is written
-    };
-    const Case cases[] = {
-        {n, 0, n, nullptr},
-        {n + 9, 4, n, nullptr},
-        {n + 9, 9, 0, nullptr},         // a short length with room behind it: the whole digest is written
-        {n, 0, -5, nullptr},            // a negative one too
-        {n, 1, n, &kShortRoom},         // what the caller names does not fit
-        {n + 1, 2, n - 5, &kShortRoom}, // that would fit, but not the digest
-        {n, 0, INT_MAX, &kShortRoom},
-        {n, INT_MAX, 0, &kShortRoom},
-        {0, 0, 0, &kShortRoom},
-        {n, -1, n, &kOutside},
-        {n, INT_MIN, n, &kOutside},
-        {n, INT_MIN, INT_MAX, &kOutside},
-        {n, -1, n + 2, &kShortRoom},
-        {0, -1, 0, &kOutside},
-    };
-    for (const Case& k : cases) {
-        SCOPED_TRACE(testing::Message() << "array " << k.size << ", offset " << k.offset << ", length " << k.length);
+    const auto check = [&](jint size, jint offset, jint length, const char* pending) {
+        SCOPED_TRACE(testing::Message() << "array " << size << ", offset " << offset << ", length " << length);
         updateAbc();
-        const jbyteArray array = jni.newBytes(std::vector<jbyte>(static_cast<std::size_t>(k.size), 0x11));
-        std::vector<jbyte>& bytes = FakeJni::of(array).bytes;
-        std::vector<jbyte> expected = bytes;
-        const jint result = c.digestInto(env, object, array, k.offset, k.length);
-        EXPECT_EQ(jni.takePending(), k.pending == nullptr ? "" : *k.pending);
-        if (k.pending == nullptr) {
+        const jbyteArray array = jni.newBytes(std::vector<jbyte>(static_cast<std::size_t>(size), 0x11));
+        std::vector<jbyte> expected = FakeJni::of(array).bytes;
+        const jint result = c.digestInto(env, object, array, offset, length);
+        if (pending == nullptr) {
             EXPECT_EQ(result, n);
             const auto digest = fromHex(c.ofAbc);
-            std::copy(digest.begin(), digest.end(), expected.begin() + k.offset);
+            std::copy(digest.begin(), digest.end(), expected.begin() + offset);
         } else {
-            EXPECT_EQ(result, 0);
+            EXPECT_EQ(refused(result), pending);
             EXPECT_EQ(digestHex(), c.ofAbc) << "the running hash was touched";
         }
-        EXPECT_EQ(bytes, expected);
-    }
-    EXPECT_EQ(c.digestInto(env, object, nullptr, 0, n), 0);
-    EXPECT_EQ(jni.takePending(), kNullArray);
+        EXPECT_EQ(FakeJni::of(array).bytes, expected);
+    };
+#define INTO_CASE(...) check(__VA_ARGS__);
+#include "tests/bridge/digest_cases.inc"
+#undef INTO_CASE
+    EXPECT_EQ(refused(c.digestInto(env, object, nullptr, 0, n)), kNullArray);
 }
 
 TEST_P(DigestEntries, RefusedUpdatesChangeNothing) {
     c.updateByte(env, object, 'a');
     const jbyteArray array = jni.newBytes({'b', 'c'});
-    for (const auto& [offset, length] :
-         {std::pair<jint, jint>{0, 3}, {3, 0}, {-1, 1}, {0, -1}, {INT_MAX, INT_MAX}, {INT_MIN, 1}}) {
+    const auto check = [&](jint offset, jint length) {
         c.updateArray(env, object, array, offset, length);
         EXPECT_EQ(jni.takePending(), kOutside) << offset << ", " << length;
-    }
+    };
+#define OUTSIDE_CASE(...) check(__VA_ARGS__);
+#include "tests/bridge/digest_cases.inc"
+#undef OUTSIDE_CASE
     c.updateArray(env, object, nullptr, 0, 0);
     EXPECT_EQ(jni.takePending(), kNullArray);
     c.updateArray(env, object, array, 0, 2);
     EXPECT_EQ(digestHex(), c.ofAbc);
 }
 
-TEST_P(DigestEntries, DeletingTwiceAndUsingAgain) {
+TEST_P(DigestEntries, DeletingDestroysBeforeItClears) {
     updateAbc();
-    EXPECT_NE(jni.context0(object), 0);
-    c.deleteContext(env, object);
-    EXPECT_EQ(jni.context0(object), 0);
-    c.deleteContext(env, object);
-    EXPECT_EQ(digestHex(), c.ofEmpty);
-}
-
-TEST_P(DigestEntries, DestroysBeforeItClears) {
-    updateAbc();
-    const std::uint64_t live = testheap::liveBlocks();
-    jni.onSetLongField = [&] {
+    jni.onSetLongField = [live = testheap::liveBlocks()] {
         EXPECT_EQ(testheap::liveBlocks(), live - 2) << "engine and context are gone";
     };
     c.deleteContext(env, object);
+    EXPECT_EQ(jni.context0(object), 0);
+    c.deleteContext(env, object);
     jni.onSetLongField = nullptr;
-}
-
-// A failed final leaves the context as the core leaves it: SHA-1's hash goes on, SHA-256's is wiped and no longer
-// right.
-TEST_P(DigestEntries, AfterAFailedFinal) {
-    const std::unique_ptr<ZelShaMessageDigest> engine(c.make());
-    std::vector<std::uint8_t> out(static_cast<std::size_t>(c.digestBytes));
-    const std::uint8_t abc[] = {'a', 'b', 'c'};
-    EXPECT_EQ(engine->nativeUpdate(abc, 0, 1), OK);
-    EXPECT_EQ(engine->nativeDigest(nullptr, 0), ERR_NULL_POINTER);
-    EXPECT_EQ(engine->nativeUpdate(abc, 1, 2), OK);
-    EXPECT_EQ(engine->nativeDigest(out.data(), 0), c.digestBytes);
-    EXPECT_EQ(toHex(out) == c.ofAbc, c.digestBytes == 20);
-    EXPECT_EQ(engine->nativeDigest(out.data(), 0), c.digestBytes);
-    EXPECT_EQ(toHex(out), c.ofEmpty) << "fresh again";
+    EXPECT_EQ(digestHex(), c.ofEmpty);
 }
 
 TEST_P(DigestEntries, WithoutTheFieldNothingHappens) {
     const jobject bare = jni.newEngineObject(false);
-    const std::string error = "java/lang/NoSuchFieldError: context0";
     c.updateByte(env, bare, 'a');
-    EXPECT_EQ(jni.takePending(), error);
+    EXPECT_EQ(jni.takePending(), kNoField);
     c.reset(env, bare);
-    EXPECT_EQ(jni.takePending(), error);
-    EXPECT_EQ(c.digestNew(env, bare), nullptr);
-    EXPECT_EQ(jni.takePending(), error);
+    EXPECT_EQ(jni.takePending(), kNoField);
+    EXPECT_EQ(refused(c.digestNew(env, bare)), kNoField);
     c.deleteContext(env, bare);
-    EXPECT_EQ(jni.takePending(), error);
+    EXPECT_EQ(jni.takePending(), kNoField);
+    jni.fieldLookupsUntilFailure = 1; // found empty, but cannot be bound: the new engine goes
+    EXPECT_EQ(refused(c.digestNew(env, object)), kNoField);
+    jni.fieldLookupsUntilFailure = -1;
 }
 
 TEST_P(DigestEntries, RefusalsOfTheVm) {
     updateAbc();
     jni.newByteArrayFails = true;
-    EXPECT_EQ(c.digestNew(env, object), nullptr);
-    EXPECT_EQ(jni.takePending(), kNoMemory + "Java heap space");
+    EXPECT_EQ(refused(c.digestNew(env, object)), "java/lang/OutOfMemoryError: Java heap space");
     jni.newByteArrayFails = false;
     jni.newByteArrayGivesNull = true;
-    EXPECT_EQ(c.digestNew(env, object), nullptr);
-    EXPECT_EQ(jni.takePending(), kNoMemory + "out of memory");
+    EXPECT_EQ(refused(c.digestNew(env, object)), kNoMemory);
     jni.newByteArrayGivesNull = false;
     jni.criticalFails = true;
-    EXPECT_EQ(c.digestNew(env, object), nullptr);
-    EXPECT_EQ(jni.takePending(), kNoMemory + "out of memory");
+    EXPECT_EQ(refused(c.digestNew(env, object)), kNoMemory);
     const jbyteArray array = jni.newBytes(std::vector<jbyte>(40));
     c.updateArray(env, object, array, 0, 40);
-    EXPECT_EQ(jni.takePending(), kNoMemory + "out of memory");
-    EXPECT_EQ(c.digestInto(env, object, array, 0, 40), 0);
-    EXPECT_EQ(jni.takePending(), kNoMemory + "out of memory");
+    EXPECT_EQ(jni.takePending(), kNoMemory);
+    EXPECT_EQ(refused(c.digestInto(env, object, array, 0, 40)), kNoMemory);
     jni.criticalFails = false;
     EXPECT_EQ(digestHex(), c.ofAbc) << "the running hash was touched";
 }
 
 // Allocations of a first call: the engine, its context, and the fresh context after the digest.
 TEST_P(DigestEntries, RefusalsOfTheHeap) {
-    const std::string resetFails = "java/security/ProviderException: error resetting digest : ERR_MEM_ALLOC_FAIL";
     testheap::refuse(1);
-    EXPECT_EQ(digestHex(), "null");
-    EXPECT_EQ(jni.takePending(), kNoMemory + "out of memory");
+    EXPECT_EQ(refused(c.digestNew(env, object)), kNoMemory);
     EXPECT_EQ(jni.context0(object), 0);
 
     testheap::refuse(2);
-    EXPECT_EQ(digestHex(), "null");
-    EXPECT_EQ(jni.takePending(), resetFails);
+    EXPECT_EQ(refused(c.digestNew(env, object)), kNoReset);
     EXPECT_NE(jni.context0(object), 0) << "the engine stays bound";
     c.updateByte(env, object, 'a');
-    EXPECT_EQ(jni.takePending(), "java/security/ProviderException: unable to update digest");
+    EXPECT_EQ(jni.takePending(), kNoUpdate);
     updateAbc(); // the array form makes up for the missing reset
-    EXPECT_EQ(digestHex(), c.ofAbc);
-
-    updateAbc();
     testheap::refuse(1);
     EXPECT_EQ(digestHex(), c.ofAbc) << "the digest is good although the reset behind it failed";
-    EXPECT_EQ(jni.takePending(), resetFails);
+    EXPECT_EQ(jni.takePending(), kNoReset);
     testheap::refuse(1);
     updateAbc();
-    EXPECT_EQ(jni.takePending(), "java/security/ProviderException: unable to update digest");
+    EXPECT_EQ(jni.takePending(), kNoUpdate);
     testheap::refuse(1);
     c.reset(env, object);
-    EXPECT_EQ(jni.takePending(), resetFails);
+    EXPECT_EQ(jni.takePending(), kNoReset);
 
     const jbyteArray array = jni.newBytes(std::vector<jbyte>(40));
     testheap::refuse(1);
-    EXPECT_EQ(c.digestInto(env, object, array, 0, 40), 0);
-    EXPECT_EQ(jni.takePending(), resetFails);
+    EXPECT_EQ(refused(c.digestInto(env, object, array, 0, 40)), kNoReset);
     testheap::refuse(2);
     EXPECT_EQ(c.digestInto(env, object, array, 0, 40), c.digestBytes);
-    EXPECT_EQ(jni.takePending(), resetFails);
+    EXPECT_EQ(jni.takePending(), kNoReset);
 }
 
 TEST_P(DigestEntries, NativeSlots) {
     const std::unique_ptr<ZelShaMessageDigest> engine(c.make());
     std::vector<std::uint8_t> out(static_cast<std::size_t>(c.digestBytes));
+    const auto expectDigest = [&](const std::string& expected) {
+        EXPECT_EQ(engine->nativeDigest(out.data(), -1), c.digestBytes) << "the length is not used";
+        EXPECT_EQ(toHex(out), expected);
+    };
     const std::uint8_t abc[] = {'x', 'a', 'b', 'c'};
-
-    EXPECT_EQ(engine->nativeDigest(out.data(), 0), c.digestBytes) << "without a first reset";
-    EXPECT_EQ(toHex(out), c.ofEmpty);
+    expectDigest(c.ofEmpty); // without a first reset
     EXPECT_EQ(engine->nativeUpdate(abc, 1, 3), OK);
     EXPECT_EQ(engine->nativeUpdate(abc, 0, -1), ERR_INVALID_ARG);
-    EXPECT_EQ(engine->nativeUpdate(nullptr, 0, 0), ERR_NULL_POINTER);
     EXPECT_EQ(engine->nativeUpdate(nullptr, 5, 1), ERR_NULL_POINTER);
-    EXPECT_EQ(engine->nativeDigest(out.data(), -1), c.digestBytes) << "the length is not used";
-    EXPECT_EQ(toHex(out), c.ofAbc);
+    expectDigest(c.ofAbc);
+    EXPECT_EQ(refused(engine->digest(env, object, nullptr, 99)),
+              "java/security/ProviderException: error calculating final digest : ERR_NULL_POINTER");
 
-    EXPECT_EQ(engine->nativeUpdate(abc, 1, 3), OK);
-    EXPECT_EQ(engine->digest(env, object, out.data(), 0), c.digestBytes);
-    EXPECT_EQ(toHex(out), c.ofAbc);
-    EXPECT_EQ(engine->digest(env, object, nullptr, 99), 0);
-    EXPECT_EQ(jni.takePending(), "java/security/ProviderException: error calculating final digest : ERR_NULL_POINTER");
+    // A failed final leaves the context as the core leaves it: SHA-1's hash goes on, SHA-256's is wiped and no longer
+    // right.
+    EXPECT_EQ(engine->nativeReset(), OK);
+    EXPECT_EQ(engine->nativeUpdate(abc, 1, 1), OK);
     EXPECT_EQ(engine->nativeDigest(nullptr, 0), ERR_NULL_POINTER);
+    EXPECT_EQ(engine->nativeUpdate(abc, 2, 2), OK);
+    EXPECT_EQ(engine->nativeDigest(out.data(), 0), c.digestBytes);
+    EXPECT_EQ(toHex(out) == c.ofAbc, c.digestBytes == 20);
 
     testheap::refuse(1);
     EXPECT_EQ(engine->nativeReset(), ERR_MEM_ALLOC_FAIL);
@@ -292,8 +242,7 @@ TEST_P(DigestEntries, NativeSlots) {
     testheap::refuse(1);
     EXPECT_EQ(engine->nativeDigest(out.data(), 0), ERR_MEM_ALLOC_FAIL);
     testheap::refuse(2); // the fresh context behind a good digest
-    EXPECT_EQ(engine->nativeDigest(out.data(), 0), c.digestBytes);
-    EXPECT_EQ(toHex(out), c.ofEmpty);
+    expectDigest(c.ofEmpty);
 }
 
 // Native callers built against these classes call by position in the table of virtual functions. In the C++ ABI of gcc

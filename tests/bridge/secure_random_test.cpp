@@ -1,5 +1,5 @@
-// The secure random engine and the shared context. Without entropy threads, so that making the context takes no time;
-// in a program of its own and in this order, because the context is made once in a process.
+// The secure random engine and the shared context; in a program of its own and in this order, because the context is made
+// once in a process.
 #include "bridge/pieces.h"
 #include "bridge/zel_secure_random.h"
 #include "bridge/zel_sha1_with_dsa_signature.h"
@@ -9,7 +9,7 @@
 #include "tests/support/faults.h"
 
 #include <algorithm>
-#include <atomic>
+#include <array>
 #include <thread>
 
 extern "C" {
@@ -34,51 +34,34 @@ const std::string kUnable = kProvider + "Unable to acquire secure random context
 const std::string kNullArray = "java/lang/NullPointerException: array is null";
 
 // The engine stays bound and the context stays made, so this fixture does without the end of FakeJniTest's accounts.
-class SecureRandom : public testing::Test {
+class SecureRandom : public FakeJniTest {
 protected:
     void SetUp() override {
         ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
     }
     void TearDown() override {
-        testheap::refuse(0);
-        EXPECT_EQ(jni.pending(), "");
-        EXPECT_EQ(jni.violations, std::vector<std::string>());
-        EXPECT_EQ(jni.openRegions(), 0);
-        EXPECT_EQ(testheap::dirtyFrees(), dirtyBefore_);
+        expectRulesKept();
     }
     jbyteArray zeros(std::size_t length) {
         return jni.newBytes(std::vector<jbyte>(length));
     }
-
-    FakeJni jni;
-    JNIEnv* env = jni.env();
-    jobject object = jni.newEngineObject();
-
-private:
-    std::uint64_t dirtyBefore_ = testheap::dirtyFrees();
 };
 
 TEST_F(SecureRandom, A_WithoutAContextOneExceptionStandsOnTheOther) {
-    struct Case {
-        void (*call)(JNIEnv*, jobject, jbyteArray);
-        std::size_t length;
-        std::string raised;
-    };
     const std::string adding = kProvider + "error adding entropy : ERR_NULL_POINTER < " + kUnable;
     const std::string generating = kProvider + "error generating random numbers : ERR_NULL_POINTER < " + kUnable;
-    const Case cases[] = {
-        {setSeed, 3, adding}, {setSeed, 0, kUnable}, {nextBytes, 3, generating}, {nextBytes, 0, generating}};
-    ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
-    {
-        RandomContext* warm = nullptr; // the seed pool makes its mutexes
-        ASSERT_EQ(randomAcquireContext(&warm), OK);
-        ASSERT_EQ(randomReleaseContext(&warm), OK);
-    }
-    for (const Case& c : cases) {
+    RandomContext* warm = nullptr; // the seed pool makes its mutexes
+    ASSERT_EQ(randomAcquireContext(&warm), OK);
+    ASSERT_EQ(randomReleaseContext(&warm), OK);
+    const auto check = [&](auto call, std::size_t length, const std::string& raised) {
         const Fault fault(PlatformService::mutexCreate, 1);
-        c.call(env, object, zeros(c.length));
-        EXPECT_EQ(jni.takePending(), c.raised);
-    }
+        call(env, object, zeros(length));
+        EXPECT_EQ(jni.takePending(), raised);
+    };
+    check(setSeed, 3, adding);
+    check(setSeed, 0, kUnable);
+    check(nextBytes, 3, generating);
+    check(nextBytes, 0, generating);
     const Fault fault(PlatformService::mutexCreate, 1);
     const jbyteArray seed = generateSeed(env, object, 4);
     EXPECT_EQ(jni.takePending(), generating);
@@ -96,29 +79,23 @@ TEST_F(SecureRandom, A_WithoutAContextOneExceptionStandsOnTheOther) {
                                      "error signing message : ERR_NULL_POINTER < " + kUnable);
 }
 
-// Many first users at once: one context.
+// Several first users at once, while it is being seeded: one context.
 TEST_F(SecureRandom, B_IsMadeOnce) {
-    constexpr int kThreads = 8;
-    std::atomic<jlong> handles[kThreads] = {};
-    std::atomic<int> ready{0};
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithThreads), OK);
+    jlong handles[3] = {};
     std::vector<std::thread> threads;
-    for (std::atomic<jlong>& handle : handles) {
-        threads.emplace_back([&handle, &ready] {
+    for (jlong& handle : handles) {
+        threads.emplace_back([&handle] {
             FakeJni own;
-            const jobject provider = own.newEngineObject();
-            ++ready;
-            while (ready < kThreads) { // so that they meet
-            }
-            handle = initContext(own.env(), provider);
+            handle = initContext(own.env(), own.newEngineObject());
         });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
     EXPECT_NE(handles[0], 0);
-    for (const std::atomic<jlong>& handle : handles) {
-        EXPECT_EQ(handle, handles[0]);
-    }
+    EXPECT_EQ(handles[1], handles[0]);
+    EXPECT_EQ(handles[2], handles[0]);
     EXPECT_EQ(reinterpret_cast<jlong>(ZelObject::getRandomContext(env)), handles[0]);
 }
 
@@ -159,37 +136,32 @@ TEST_F(SecureRandom, C_FillsArraysOfEverySize) {
 TEST_F(SecureRandom, D_SeedsWithTheLowestBitOfEachByte) {
     RandomContext* const context = ZelObject::getRandomContext(env);
     const std::uint32_t before = context->entropyBitCount;
-    const std::vector<std::uint64_t> key(context->state.xkey, context->state.xkey + 8);
+    const auto key = std::to_array(context->state.xkey);
     setSeed(env, object, jni.newBytes(std::vector<jbyte>(100'000, jbyte{2})));
     EXPECT_EQ(context->entropyBitCount, before + 100'000);
-    EXPECT_EQ(std::vector<std::uint64_t>(context->state.xkey, context->state.xkey + 8), key) << "no lowest bit was set";
+    EXPECT_EQ(std::to_array(context->state.xkey), key) << "no lowest bit was set";
     setSeed(env, object, jni.newBytes({1}));
-    EXPECT_NE(std::vector<std::uint64_t>(context->state.xkey, context->state.xkey + 8), key);
+    EXPECT_NE(std::to_array(context->state.xkey), key);
     setSeed(env, object, zeros(0));
     EXPECT_EQ(context->entropyBitCount, before + 100'001);
 }
 
 TEST_F(SecureRandom, E_RefusalsAndBadArguments) {
     const std::string noMemory = "java/lang/OutOfMemoryError: ";
-    setSeed(env, object, nullptr);
-    EXPECT_EQ(jni.takePending(), kNullArray);
-    nextBytes(env, object, nullptr);
-    EXPECT_EQ(jni.takePending(), kNullArray);
-    for (const jint count : std::initializer_list<jint>{-1, INT32_MIN}) {
-        EXPECT_EQ(generateSeed(env, object, count), nullptr);
-        EXPECT_EQ(jni.takePending(), "java/lang/NegativeArraySizeException: number of bytes is negative");
-    }
     jni.newByteArrayFails = true;
-    EXPECT_EQ(generateSeed(env, object, 5), nullptr);
-    EXPECT_EQ(jni.takePending(), noMemory + "Java heap space");
+    EXPECT_EQ(refused(generateSeed(env, object, 5)), noMemory + "Java heap space");
     jni.newByteArrayFails = false;
-    jni.criticalFails = true;
-    nextBytes(env, object, zeros(5));
-    EXPECT_EQ(jni.takePending(), noMemory + "out of memory");
-    setSeed(env, object, zeros(5));
-    EXPECT_EQ(jni.takePending(), noMemory + "out of memory");
-    jni.criticalFails = false;
+    for (const jint count : std::initializer_list<jint>{-1, INT32_MIN}) {
+        EXPECT_EQ(refused(generateSeed(env, object, count)),
+                  "java/lang/NegativeArraySizeException: number of bytes is negative");
+    }
     for (const auto call : {setSeed, nextBytes}) {
+        call(env, object, nullptr);
+        EXPECT_EQ(jni.takePending(), kNullArray);
+        jni.criticalFails = true;
+        call(env, object, zeros(5));
+        EXPECT_EQ(jni.takePending(), noMemory + "out of memory");
+        jni.criticalFails = false;
         testheap::refuse(1);
         call(env, object, zeros(5));
         EXPECT_NE(jni.takePending().find(" : ERR_MEM_ALLOC_FAIL"), std::string::npos);
@@ -201,8 +173,7 @@ TEST_F(SecureRandom, E_RefusalsAndBadArguments) {
     const std::vector<jbyte>& bytes = FakeJni::of(array).bytes;
     EXPECT_NE(std::vector<jbyte>(bytes.begin(), bytes.begin() + 65536), std::vector<jbyte>(65536)) << "the first piece";
     EXPECT_EQ(std::vector<jbyte>(bytes.begin() + 65536, bytes.end()), std::vector<jbyte>(200'000 - 65536));
-    const jobject bare = jni.newEngineObject(false);
-    nextBytes(env, bare, zeros(1));
+    nextBytes(env, jni.newEngineObject(false), zeros(1));
     EXPECT_EQ(jni.takePending(), "java/lang/NoSuchFieldError: context0");
 }
 

@@ -1,8 +1,8 @@
 package com.vantrel.zel.provider;
 
+import static org.junit.jupiter.api.Assertions.assertEquals;
+
 import java.io.IOException;
-import java.net.URISyntaxException;
-import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
@@ -27,19 +27,38 @@ final class ChildJvm {
 
     /** The folder of the tests' own classes. */
     static String testClasses() {
-        try {
-            return Path.of(ChildJvm.class.getProtectionDomain().getCodeSource().getLocation().toURI()).toString();
-        } catch (URISyntaxException e) {
-            throw new AssertionError(e);
-        }
+        return ChildJvm.class.getProtectionDomain().getCodeSource().getLocation().getPath();
+    }
+
+    /** What a program prints that ends well and has nothing to complain of. */
+    static String outputOf(Class<?> program, List<String> options, String... arguments) throws Exception {
+        ChildJvm child = run(program, options, arguments);
+        assertEquals("", child.err);
+        assertEquals(0, child.exitCode);
+        return child.out;
+    }
+
+    /** Runs a program to its end. It sees the provider's jar and the tests, unless the options name another class path. */
+    static ChildJvm run(Class<?> program, List<String> options, String... arguments)
+            throws IOException, InterruptedException {
+        List<String> all = new ArrayList<>(List.of("-cp", providerJar() + ":" + testClasses()));
+        all.addAll(options);
+        all.add(program.getName());
+        all.addAll(List.of(arguments));
+        return run(all);
     }
 
     /** Runs java with the arguments and waits for its end. */
     static ChildJvm run(List<String> arguments) throws IOException, InterruptedException {
+        return run(Path.of(System.getProperty("java.home")), arguments);
+    }
+
+    /** The same with the JDK in a folder. */
+    static ChildJvm run(Path javaHome, List<String> arguments) throws IOException, InterruptedException {
         Path out = Files.createTempFile("child", ".out");
         Path err = Files.createTempFile("child", ".err");
         List<String> command = new ArrayList<>();
-        command.add(Path.of(System.getProperty("java.home"), "bin", "java").toString());
+        command.add(javaHome.resolve("bin/java").toString());
         command.addAll(arguments);
         Process process = new ProcessBuilder(command).redirectOutput(out.toFile()).redirectError(err.toFile()).start();
         try {
@@ -47,14 +66,10 @@ final class ChildJvm {
                 process.destroyForcibly();
                 throw new AssertionError("the child did not end: " + command);
             }
-            return new ChildJvm(process.exitValue(), read(out), read(err));
+            return new ChildJvm(process.exitValue(), Files.readString(out), Files.readString(err));
         } finally {
             Files.delete(out);
             Files.delete(err);
         }
-    }
-
-    private static String read(Path file) throws IOException {
-        return new String(Files.readAllBytes(file), StandardCharsets.UTF_8);
     }
 }

@@ -1,6 +1,5 @@
 package com.vantrel.zel.provider;
 
-import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import java.nio.file.Files;
@@ -64,22 +63,17 @@ class EngineLifetimeTest {
                 System.gc();
                 Thread.sleep(500); // for the cleaner
             }
-            for (String line : Files.readAllLines(Path.of("/proc/self/status"))) {
-                if (line.startsWith("VmRSS:")) {
-                    return Long.parseLong(line.replaceAll("[^0-9]", ""));
-                }
-            }
-            throw new AssertionError("no VmRSS line");
+            String resident = Files.readAllLines(Path.of("/proc/self/status")).stream()
+                    .filter(line -> line.startsWith("VmRSS:")).findAny().get();
+            return Long.parseLong(resident.replaceAll("[^0-9]", ""));
         }
     }
 
     @Test
     void aMillionDroppedDigests() throws Exception {
-        ChildJvm child = ChildJvm.run(List.of("-Xmx64m", "-Xms64m", "-XX:+AlwaysPreTouch", "-cp",
-                ChildJvm.providerJar() + ":" + ChildJvm.testClasses(), Dropper.class.getName()));
-        assertEquals("", child.err);
         // An engine and its context take about 250 bytes: kept, they would make 240 MiB.
-        long grownKib = Long.parseLong(child.out.strip());
+        long grownKib = Long.parseLong(
+                ChildJvm.outputOf(Dropper.class, List.of("-Xmx64m", "-Xms64m", "-XX:+AlwaysPreTouch")).strip());
         assertTrue(grownKib < 48 * 1024, "grown by " + grownKib + " KiB");
     }
 }

@@ -10,7 +10,6 @@ import java.math.BigInteger;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.nio.file.StandardCopyOption;
 import java.nio.file.attribute.FileTime;
 import java.security.MessageDigest;
 import java.security.ProviderException;
@@ -32,31 +31,32 @@ class LoadingTest {
     private static final Path LIBRARY = Path.of(System.getProperty("zel.library"));
     private static final int ELF_MACHINE = 18; // offset in the ELF header
     private static final byte ELF_MACHINE_AARCH64 = (byte) 183;
-    private static final String CLASSES = ChildJvm.testClasses();
 
     @TempDir Path folder;
     private Path temporary;
     private Path libraryPath;
 
-    /** Run in a child: prints which provider answers and a digest, or what the provider complains of. */
+    /** Run in a child: prints which provider answers and the size of a digest, or what the provider complains of. */
     public static final class Probe {
         public static void main(String[] args) throws Exception {
             try {
-                if (args.length == 0 || args[0].equals("hmac")) {
+                if (args.length == 0) {
                     Security.insertProviderAt(new ZelSecurityProvider(), 1);
                 }
                 MessageDigest digest = MessageDigest.getInstance("SHA-1");
                 digest.update((byte) 'a');
                 System.out.println(digest.getProvider().getName() + " " + digest.digest().length);
-                if (args.length == 1 && args[0].equals("hmac")) {
-                    Mac mac = Mac.getInstance("HmacSHA256");
-                    mac.init(new SecretKeySpec("Jefe".getBytes(StandardCharsets.US_ASCII), "HmacSHA256"));
-                    byte[] tag = mac.doFinal("what do ya want for nothing?".getBytes(StandardCharsets.US_ASCII));
-                    System.out.println(new BigInteger(1, tag).toString(16));
-                }
             } catch (ProviderException e) {
                 System.out.println(e.getMessage());
             }
+        }
+    }
+
+    /** Run in a child that has no class of the provider's: loads the library alone. */
+    public static final class BareLoad {
+        public static void main(String[] args) {
+            System.load(args[0]);
+            System.out.println("loaded");
         }
     }
 
@@ -66,18 +66,15 @@ class LoadingTest {
         libraryPath = Files.createDirectory(folder.resolve("path"));
     }
 
-    private String probe(String classPath, String... arguments) throws Exception {
-        Stream<String> virtualMachine = Stream.of("-cp", classPath + ":" + CLASSES,
-                "-Djava.io.tmpdir=" + temporary, "-Djava.library.path=" + libraryPath);
-        Stream<String> all = Stream.concat(Stream.concat(virtualMachine, Stream.of(arguments)),
-                Stream.of(Probe.class.getName()));
-        return run(all.toArray(String[]::new));
+    private String probe(String classPath, Path temporaryFolder) throws Exception {
+        return ChildJvm.outputOf(Probe.class, List.of("-cp", classPath + ":" + ChildJvm.testClasses(),
+                "-Djava.io.tmpdir=" + temporaryFolder, "-Djava.library.path=" + libraryPath)).strip();
     }
 
-    private static String run(String... arguments) throws Exception {
-        ChildJvm child = ChildJvm.run(List.of(arguments));
-        assertEquals("", child.err);
-        return child.out.strip();
+    /** Whether the library was loaded, leaving nothing behind. */
+    private void assertLoads(String classPath) throws Exception {
+        assertEquals("Zel 20", probe(classPath, temporary));
+        assertEquals(0, temporary.toFile().list().length);
     }
 
     /** The provider's classes without the native libraries. */
@@ -95,16 +92,18 @@ class LoadingTest {
         return target.toString();
     }
 
-    private long leftInTemporary() throws IOException {
-        try (Stream<Path> left = Files.list(temporary)) {
-            return left.count();
-        }
+    @Test
+    void fromTheJarOrTheLibraryPath() throws Exception {
+        assertLoads(ChildJvm.providerJar());
+        Files.copy(LIBRARY, libraryPath.resolve(LIBRARY.getFileName()));
+        assertLoads(classesOnly());
     }
 
+    /** Programs that have the library need not have the provider's classes. */
     @Test
-    void fromTheJarLeavingNothingBehind() throws Exception {
-        assertEquals("Zel 20", probe(ChildJvm.providerJar()));
-        assertEquals(0, leftInTemporary());
+    void theLibraryLoadsWithoutTheProvidersClasses() throws Exception {
+        assertEquals("loaded\n", ChildJvm.outputOf(BareLoad.class,
+                List.of("-Xcheck:jni", "-cp", ChildJvm.testClasses()), LIBRARY.toString()));
     }
 
     @Test
@@ -123,34 +122,23 @@ class LoadingTest {
     }
 
     @Test
-    void fromTheLibraryPath() throws Exception {
-        Files.copy(LIBRARY, libraryPath.resolve(LIBRARY.getFileName()));
-        assertEquals("Zel 20", probe(classesOnly()));
-        assertEquals(0, leftInTemporary());
-    }
-
-    @Test
     void theLibraryPathIsPreferredEvenWhenItsLibraryIsForAnotherMachine() throws Exception {
         byte[] library = Files.readAllBytes(LIBRARY);
         library[ELF_MACHINE] = ELF_MACHINE_AARCH64;
         Path foreign = Files.write(libraryPath.resolve(LIBRARY.getFileName()), library);
-        String said = probe(ChildJvm.providerJar());
+        String said = probe(ChildJvm.providerJar(), temporary);
         assertTrue(said.startsWith("cannot load the native library " + foreign + " on linux-"), said);
     }
 
     @Test
-    void aMissingLibraryIsNamed() throws Exception {
-        String said = probe(classesOnly());
+    void whatIsMissingIsNamed() throws Exception {
+        String said = probe(classesOnly(), temporary);
         assertTrue(said.startsWith("no native library for linux-"), said);
         assertTrue(said.contains("libzelspi.so in java.library.path (" + libraryPath + ")"), said);
         assertTrue(said.contains("/libzelspi.so in the provider's jar"), said);
-    }
 
-    @Test
-    void anUnusableTemporaryFolderIsNamed() throws Exception {
         Path missing = temporary.resolve("missing");
-        String said = run("-cp", ChildJvm.providerJar() + ":" + CLASSES, "-Djava.io.tmpdir=" + missing,
-                "-Djava.library.path=" + libraryPath, Probe.class.getName());
+        said = probe(ChildJvm.providerJar(), missing);
         assertTrue(said.startsWith("cannot unpack /native/linux-"), said);
         assertTrue(said.contains("into " + missing), said);
     }
@@ -158,36 +146,40 @@ class LoadingTest {
     @Test
     void staleFoldersAreSweptAndFreshOnesAreNot() throws Exception {
         Path stale = Files.createDirectory(temporary.resolve("zelspi-1-a-0"));
-        Files.copy(LIBRARY, stale.resolve(LIBRARY.getFileName()), StandardCopyOption.COPY_ATTRIBUTES);
+        Files.copy(LIBRARY, stale.resolve(LIBRARY.getFileName()));
         Path fresh = Files.createDirectory(temporary.resolve("zelspi-2-b-0"));
         Path foreign = Files.createDirectory(temporary.resolve("other"));
         Path installed = Files.createDirectory(folder.resolve("installed"));
         Path library = Files.copy(LIBRARY, installed.resolve(LIBRARY.getFileName()));
         Path link = Files.createSymbolicLink(temporary.resolve("zelspi-3-c-0"), installed);
-        FileTime old = FileTime.from(Instant.now().minus(Duration.ofDays(2)));
-        Files.setLastModifiedTime(stale, old);
-        Files.setLastModifiedTime(foreign, old);
-        Files.setLastModifiedTime(installed, old);
-        assertEquals("Zel 20", probe(ChildJvm.providerJar()));
+        for (Path old : List.of(stale, foreign, installed)) {
+            Files.setLastModifiedTime(old, FileTime.from(Instant.now().minus(Duration.ofDays(2))));
+        }
+        assertEquals("Zel 20", probe(ChildJvm.providerJar(), temporary));
         assertFalse(Files.exists(stale));
-        assertTrue(Files.exists(fresh));
-        assertTrue(Files.exists(foreign));
-        assertTrue(Files.exists(link));
-        assertTrue(Files.exists(library));
+        assertTrue(Stream.of(fresh, foreign, link, library).allMatch(Files::exists));
     }
 
     /** The JDK's HMAC clones its digest, and makes do with another provider's where that is not possible. */
     @Test
     void macsWorkWithTheProviderInFront() throws Exception {
-        assertEquals("Zel 20\n5bdcc146bf60754e6a042426089575c75a003f089d2739839dec58b964ec3843", // RFC 4231, case 2
-                run("-cp", ChildJvm.providerJar() + ":" + CLASSES, Probe.class.getName(), "hmac"));
+        Security.insertProviderAt(new ZelSecurityProvider(), 1);
+        try {
+            Mac mac = Mac.getInstance("HmacSHA256");
+            mac.init(new SecretKeySpec("Jefe".getBytes(StandardCharsets.US_ASCII), "HmacSHA256"));
+            byte[] tag = mac.doFinal("what do ya want for nothing?".getBytes(StandardCharsets.US_ASCII));
+            assertEquals("5bdcc146bf60754e6a042426089575c75a003f089d2739839dec58b964ec3843", // RFC 4231, case 2
+                    new BigInteger(1, tag).toString(16));
+        } finally {
+            Security.removeProvider(ZelSecurityProvider.NAME);
+        }
     }
 
     @Test
     void namedInTheSecurityProperties() throws Exception {
         Path properties = Files.writeString(folder.resolve("java.security"),
                 "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\nsecurity.provider.2=SUN\n");
-        assertEquals("Zel 20", run("-cp", ChildJvm.providerJar() + ":" + CLASSES,
-                "-Djava.security.properties=" + properties, Probe.class.getName(), "registered"));
+        assertEquals("Zel 20\n",
+                ChildJvm.outputOf(Probe.class, List.of("-Djava.security.properties=" + properties), "registered"));
     }
 }

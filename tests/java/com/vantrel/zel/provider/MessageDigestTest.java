@@ -2,19 +2,13 @@ package com.vantrel.zel.provider;
 
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 
-import java.nio.ByteBuffer;
 import java.security.DigestException;
 import java.security.MessageDigest;
 import java.security.Provider;
-import java.util.ArrayList;
-import java.util.List;
+import java.util.Arrays;
 import java.util.Random;
-import java.util.concurrent.ExecutorService;
-import java.util.concurrent.Executors;
-import java.util.concurrent.Future;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.CsvSource;
@@ -28,8 +22,8 @@ class MessageDigestTest {
         return MessageDigest.getInstance(algorithm, ZEL);
     }
 
-    private static MessageDigest jdk(String algorithm) throws Exception {
-        return MessageDigest.getInstance(algorithm, "SUN");
+    private static byte[] expected(String algorithm, byte[] message) throws Exception {
+        return MessageDigest.getInstance(algorithm, "SUN").digest(message);
     }
 
     private static byte[] randomBytes(Random random, int length) {
@@ -45,66 +39,36 @@ class MessageDigestTest {
     })
     void goesByEveryNameThatTheJdkKnows(String name, int length) throws Exception {
         MessageDigest digest = zel(name);
-        assertEquals(ZEL, digest.getProvider());
         assertEquals(length, digest.getDigestLength());
-        assertArrayEquals(jdk(name).digest(new byte[] {1, 2, 3}), digest.digest(new byte[] {1, 2, 3}));
+        assertArrayEquals(expected(name, new byte[] {1, 2, 3}), digest.digest(new byte[] {1, 2, 3}));
     }
 
+    /** Messages one after the other in pieces of every size, up to more than one native call takes; some are given up. */
     @ParameterizedTest
     @ValueSource(strings = {"SHA-1", "SHA-256"})
     void everySplitGivesTheSameDigest(String algorithm) throws Exception {
         Random random = new Random(1);
         MessageDigest digest = zel(algorithm);
+        int[] longest = {1, 70, 258, 2000};
         for (int round = 0; round < 300; ++round) {
-            byte[] message = randomBytes(random, random.nextInt(round < 250 ? 1500 : 40_000));
+            digest.update(randomBytes(random, random.nextInt(600)));
+            digest.reset();
+            byte[] message = randomBytes(random, random.nextInt(round % 100 == 0 ? 5 << 20 : 4000));
             for (int at = 0; at < message.length;) {
-                int length = Math.min(message.length - at, random.nextInt(random.nextBoolean() ? 70 : 2000));
-                switch (random.nextInt(4)) {
-                    case 0:
-                        digest.update(message[at]);
-                        length = 1;
-                        break;
-                    case 1:
-                        digest.update(ByteBuffer.wrap(message, at, length));
-                        break;
-                    case 2:
-                        ByteBuffer direct = ByteBuffer.allocateDirect(length);
-                        digest.update(direct.put(message, at, length).flip());
-                        break;
-                    default:
-                        digest.update(message, at, length);
+                int most = round % 100 == 0 ? 3 << 20 : longest[random.nextInt(longest.length)];
+                int length = Math.min(message.length - at, random.nextInt(most + 1));
+                if (length == 1) {
+                    digest.update(message[at]);
+                } else {
+                    digest.update(message, at, length);
                 }
                 at += length;
             }
-            byte[] expected = jdk(algorithm).digest(message);
-            if (random.nextBoolean()) {
-                assertArrayEquals(expected, digest.digest());
-            } else {
-                byte[] out = new byte[40];
-                assertEquals(expected.length, digest.digest(out, 3, 37));
-                assertArrayEquals(expected, java.util.Arrays.copyOfRange(out, 3, 3 + expected.length));
-            }
+            byte[] out = new byte[40];
+            int written = random.nextBoolean() ? digest.digest(out, 3, 37) : 0;
+            assertArrayEquals(expected(algorithm, message),
+                    written > 0 ? Arrays.copyOfRange(out, 3, 3 + written) : digest.digest(), "round " + round);
         }
-    }
-
-    @ParameterizedTest
-    @ValueSource(strings = {"SHA-1", "SHA-256"})
-    void resetForgetsCollectedAndHashedBytes(String algorithm) throws Exception {
-        byte[] empty = jdk(algorithm).digest();
-        for (int length : new int[] {0, 1, 255, 256, 257, 5000}) {
-            MessageDigest digest = zel(algorithm);
-            digest.update(new byte[length]);
-            digest.reset();
-            assertArrayEquals(empty, digest.digest(), length + " bytes");
-            assertArrayEquals(empty, digest.digest());
-        }
-    }
-
-    @ParameterizedTest
-    @ValueSource(strings = {"SHA-1", "SHA-256"})
-    void largeUpdatesGoInPieces(String algorithm) throws Exception {
-        byte[] message = randomBytes(new Random(2), (3 << 20) + 7);
-        assertArrayEquals(jdk(algorithm).digest(message), zel(algorithm).digest(message));
     }
 
     @Test
@@ -113,67 +77,41 @@ class MessageDigestTest {
         byte[] message = {1, 2, 3};
         digest.update(message);
         assertThrows(DigestException.class, () -> digest.digest(new byte[40], 0, 31));
-        assertThrows(IllegalArgumentException.class, () -> digest.digest(new byte[31], 0, 32));
         assertThrows(DigestException.class, () -> digest.digest(new byte[40], -1, 32));
-        assertThrows(IllegalArgumentException.class, () -> digest.update(message, 2, 2));
         assertThrows(ArrayIndexOutOfBoundsException.class, () -> digest.update(message, -1, 2));
         assertThrows(ArrayIndexOutOfBoundsException.class, () -> digest.update(message, 1, -1));
-        assertArrayEquals(jdk("SHA-256").digest(message), digest.digest());
-    }
-
-    @Test
-    void cannotBeCloned() throws Exception {
-        assertFalse(zel("SHA-1") instanceof Cloneable);
-        assertThrows(CloneNotSupportedException.class, zel("SHA-1")::clone);
+        assertThrows(CloneNotSupportedException.class, digest::clone);
+        assertArrayEquals(expected("SHA-256", message), digest.digest());
     }
 
     /** A program's mistake, and its digests are worthless; but the virtual machine lives on. */
     @Test
     void manyThreadsOnOneDigestDoNoHarm() throws Exception {
         MessageDigest digest = zel("SHA-256");
-        ExecutorService threads = Executors.newFixedThreadPool(4);
-        List<Future<?>> results = new ArrayList<>();
-        for (int thread = 0; thread < 4; ++thread) {
-            Random random = new Random(thread);
-            results.add(threads.submit(() -> {
-                for (int round = 0; round < 5000; ++round) {
-                    switch (random.nextInt(3)) {
-                        case 0:
-                            digest.update(new byte[random.nextInt(1000)]);
-                            break;
-                        case 1:
-                            digest.reset();
-                            break;
-                        default:
-                            assertEquals(32, digest.digest().length);
-                    }
+        ManyThreads.run(4, (thread, random) -> {
+            for (int round = 0; round < 5000; ++round) {
+                switch (random.nextInt(3)) {
+                    case 0:
+                        digest.update(new byte[random.nextInt(1000)]);
+                        break;
+                    case 1:
+                        digest.reset();
+                        break;
+                    default:
+                        assertEquals(32, digest.digest().length);
                 }
-            }));
-        }
-        for (Future<?> result : results) {
-            result.get();
-        }
-        threads.shutdown();
+            }
+        });
     }
 
     @Test
     void sixtyFourThreadsWithDigestsOfTheirOwn() throws Exception {
-        ExecutorService threads = Executors.newFixedThreadPool(64);
-        List<Future<Boolean>> results = new ArrayList<>();
-        for (int thread = 0; thread < 64; ++thread) {
-            Random random = new Random(thread);
+        ManyThreads.run(64, (thread, random) -> {
             String algorithm = thread % 2 == 0 ? "SHA-1" : "SHA-256";
-            results.add(threads.submit(() -> {
-                for (int round = 0; round < 30; ++round) {
-                    byte[] message = randomBytes(random, random.nextInt(4000));
-                    assertArrayEquals(jdk(algorithm).digest(message), zel(algorithm).digest(message));
-                }
-                return true;
-            }));
-        }
-        for (Future<Boolean> result : results) {
-            assertEquals(true, result.get());
-        }
-        threads.shutdown();
+            for (int round = 0; round < 30; ++round) {
+                byte[] message = randomBytes(random, random.nextInt(4000));
+                assertArrayEquals(expected(algorithm, message), zel(algorithm).digest(message));
+            }
+        });
     }
 }

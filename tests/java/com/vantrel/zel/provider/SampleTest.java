@@ -3,59 +3,52 @@ package com.vantrel.zel.provider;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import com.vantrel.zel.sample.Sample;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
-import java.util.regex.Matcher;
 import java.util.regex.Pattern;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
 /** The sample program's answers to good and bad input. */
 class SampleTest {
+    private static final List<String> JARS =
+            List.of("-cp", ChildJvm.providerJar() + ":" + System.getProperty("zel.sample.jar"));
+
     @TempDir Path folder;
 
-    private static ChildJvm sample(String file) throws Exception {
-        return ChildJvm.run(List.of("-cp", ChildJvm.providerJar() + ":" + System.getProperty("zel.sample.jar"),
-                "com.vantrel.zel.sample.Sample", file));
-    }
-
     private static void assertRefused(String file, String message) throws Exception {
-        ChildJvm child = sample(file);
+        ChildJvm child = ChildJvm.run(Sample.class, JARS, file);
         assertEquals("zel-sample: " + message + "\n", child.err);
         assertEquals("", child.out);
         assertEquals(2, child.exitCode);
     }
 
-    /** The lines on the digests; those on the random bytes, the encrypted copy and the signatures are looked at here. */
-    private static String linesOnDigests(ChildJvm child, String file) {
+    /** Whether the lines are those of the sum programs, and then those on random bytes, encrypted copy and signatures. */
+    private static void assertPrints(String sums, String escaped, Path file) throws Exception {
         String signed = "verified, refused with a byte changed; key made in [0-9.]+ ms, signed in [0-9.]+ ms, "
                 + "verified in [0-9.]+ ms\n";
-        Matcher matcher = Pattern.compile("(?s)(.*)[0-9a-f]{64}  random\nAES-256-CBC: " + Pattern.quote(file + ".enc")
+        String out = ChildJvm.outputOf(Sample.class, JARS, file.toString());
+        assertTrue(out.matches(Pattern.quote(sums) + "[0-9a-f]{64}  random\nAES-256-CBC: "
+                + Pattern.quote(escaped + ".enc")
                 + " decrypts to the file; encrypted at \\d+ MB/s, decrypted at \\d+ MB/s\n"
-                + "SHA256withRSA, 2048 bits: " + Pattern.quote(file + ".sig") + " " + signed
-                + "SHA1withDSA, 1024 bits: " + signed).matcher(child.out);
-        assertTrue(matcher.matches(), child.out);
-        return matcher.group(1);
+                + "SHA256withRSA, 2048 bits: " + Pattern.quote(escaped + ".sig") + " " + signed
+                + "SHA1withDSA, 1024 bits: " + signed), out);
     }
 
     @Test
-    void printsTheLinesOfTheSumProgramsAndEncrypts() throws Exception {
+    void printsTheLinesOfTheSumProgramsEncryptsAndSigns() throws Exception {
         Path file = Files.writeString(folder.resolve("abc"), "abc");
-        ChildJvm child = sample(file.toString());
-        assertEquals("a9993e364706816aba3e25717850c26c9cd0d89d  " + file + "\n"
+        assertPrints("a9993e364706816aba3e25717850c26c9cd0d89d  " + file + "\n"
                 + "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  " + file + "\n",
-                linesOnDigests(child, file.toString()));
+                file.toString(), file);
         assertEquals(16, Files.size(folder.resolve("abc.enc")));
         assertEquals(256, Files.size(folder.resolve("abc.sig")));
-        assertEquals("", child.err);
-        assertEquals(0, child.exitCode);
-
-        Path odd = Files.writeString(folder.resolve("a\\b\nc"), "");
         String escaped = folder + "/a\\\\b\\nc";
-        assertEquals("\\da39a3ee5e6b4b0d3255bfef95601890afd80709  " + escaped + "\n"
+        assertPrints("\\da39a3ee5e6b4b0d3255bfef95601890afd80709  " + escaped + "\n"
                 + "\\e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855  " + escaped + "\n",
-                linesOnDigests(sample(odd.toString()), escaped));
+                escaped, Files.writeString(folder.resolve("a\\b\nc"), ""));
     }
 
     @Test
