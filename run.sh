@@ -9,7 +9,7 @@ if [ $# -gt 1 ] || [ "${1:-}" = --help ]; then
   exit 2
 fi
 
-"$root/cmake/install-packages.sh" cmake ninja-build g++ openjdk-17-jdk-headless
+"$root/cmake/install-packages.sh" cmake ninja-build g++ openjdk-17-jdk-headless libpicocli-java
 
 build=$root/build/release
 log=$root/build/release.log
