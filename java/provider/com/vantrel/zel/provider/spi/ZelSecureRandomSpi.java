@@ -21,7 +21,7 @@ public final class ZelSecureRandomSpi extends SecureRandomSpi {
         NativeLibrary.load();
     }
 
-    /** A stored object comes back as a view of the generator of the process that reads it. */
+    // A stored object comes back as a view of the generator of the process that reads it.
     private void readObject(ObjectInputStream in) throws IOException, ClassNotFoundException {
         in.defaultReadObject();
         NativeLibrary.load();
