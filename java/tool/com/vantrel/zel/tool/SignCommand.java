@@ -5,6 +5,7 @@ import java.security.GeneralSecurityException;
 import java.security.Key;
 import java.security.PrivateKey;
 import java.security.Signature;
+import java.util.Locale;
 import java.util.concurrent.Callable;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
@@ -50,13 +51,16 @@ final class SignCommand implements Callable<Integer> {
         String target = output.nameOr(file.equals(Input.STANDARD) ? Input.STANDARD : file + ".sig");
         try (Output out = output.open(target, false); Input input = new Input(file)) {
             input.forEachPiece((bytes, count) -> signature.update(bytes, 0, count));
+            long start = System.nanoTime();
             byte[] signed = signature.sign();
+            double millis = (System.nanoTime() - start) / 1e6;
             out.write(signed);
             out.finish();
             if (!target.equals(Input.STANDARD)) {
                 json.print(Json.object("file", file, "algorithm", signature.getAlgorithm(), "signature", target,
-                                "bytes", signed.length),
-                        signature.getAlgorithm() + " signature of " + signed.length + " bytes: " + target);
+                                "bytes", signed.length, "milliseconds", millis),
+                        String.format(Locale.ROOT, "%s signature of %d bytes in %.1f ms: %s", signature.getAlgorithm(),
+                                signed.length, millis, target));
             }
         }
         return 0;

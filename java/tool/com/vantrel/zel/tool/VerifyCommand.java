@@ -5,6 +5,7 @@ import java.security.GeneralSecurityException;
 import java.security.PublicKey;
 import java.security.Signature;
 import java.security.SignatureException;
+import java.util.Locale;
 import java.util.concurrent.Callable;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
@@ -50,9 +51,12 @@ final class VerifyCommand implements Callable<Integer> {
         try (Input input = new Input(file)) {
             input.forEachPiece((bytes, count) -> signature.update(bytes, 0, count));
         }
+        long start = System.nanoTime();
         boolean isValid = isValid(signature, signed);
-        json.print(Json.object("file", file, "algorithm", signature.getAlgorithm(), "valid", isValid),
-                file + (isValid ? ": valid" : ": NOT VALID") + " (" + signature.getAlgorithm() + ")");
+        double millis = (System.nanoTime() - start) / 1e6;
+        json.print(Json.object("file", file, "algorithm", signature.getAlgorithm(), "valid", isValid, "milliseconds", millis),
+                String.format(Locale.ROOT, "%s: %s (%s, %.1f ms)", file, isValid ? "valid" : "NOT VALID",
+                        signature.getAlgorithm(), millis));
         return isValid ? 0 : Zel.NO;
     }
 

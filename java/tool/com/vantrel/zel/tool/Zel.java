@@ -3,6 +3,7 @@ package com.vantrel.zel.tool;
 import java.io.PrintStream;
 import java.io.PrintWriter;
 import java.nio.charset.StandardCharsets;
+import java.util.List;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.Model.CommandSpec;
@@ -26,6 +27,10 @@ import picocli.CommandLine.Spec;
             EncryptCommand.class, DecryptCommand.class, SpeedCommand.class, InfoCommand.class
         },
         description = "Digests, random numbers, keys, signatures and encryption with the library zelspi.",
+        footer = {
+            "%nSeveral commands can share one process, in which the random generator is seeded once: zel COMMAND ... --then"
+                + " COMMAND ..."
+        },
         exitCodeListHeading = "%nExit codes:%n",
         exitCodeList = {
             "0:all went well",
@@ -38,6 +43,9 @@ public final class Zel implements Runnable {
 
     /** The exit code for everything that went wrong. */
     static final int TROUBLE = CommandLine.ExitCode.USAGE;
+
+    /** Joins commands that share one process, and so one seeding of the generator. */
+    private static final String THEN = "--then";
 
     @Spec private CommandSpec spec;
 
@@ -53,12 +61,22 @@ public final class Zel implements Runnable {
     }
 
     /**
-     * Runs the program.
+     * Runs the program: one command, or several joined by {@code --then}, up to the first that does not end with 0.
      *
      * @param args the command line
      * @return the exit code
      */
     public static int run(String... args) {
+        List<String> words = List.of(args);
+        int end = words.indexOf(THEN);
+        if (end < 0) {
+            return runOne(args);
+        }
+        int exitCode = runOne(words.subList(0, end).toArray(String[]::new));
+        return exitCode != 0 ? exitCode : run(words.subList(end + 1, words.size()).toArray(String[]::new));
+    }
+
+    private static int runOne(String... args) {
         CommandLine commandLine = new CommandLine(new Zel());
         commandLine.setOut(new PrintWriter(out(), true));
         commandLine.setErr(new PrintWriter(err(), true));
