@@ -14,6 +14,7 @@ import java.net.URL;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.security.InvalidParameterException;
 import java.security.KeyPair;
 import java.security.KeyPairGenerator;
 import java.security.KeyStore;
@@ -122,7 +123,7 @@ class FirstProviderTest {
                 + "RSA 1032 SunRsaSign sign Zel verify Zel\n"
                 + "RSA 2048/4294967297 SunRsaSign sign SunRsaSign verify SunRsaSign\n"
                 + "DSA 1024 Zel sign Zel verify Zel\n"
-                + "DSA 2048 SUN sign SUN verify SUN\n", run(Refusals.class.getName()));
+                + "DSA 2048 refused\nDSA 2048 SUN sign SUN verify SUN\n", run(Refusals.class.getName()));
     }
 
     /** Run in a child: prints who serves which key. */
@@ -137,11 +138,20 @@ class FirstProviderTest {
             use("RSA", 1032, null, "SHA256withRSA");
             use("RSA", 2048, BigInteger.ONE.shiftLeft(32).add(BigInteger.ONE), "SHA256withRSA");
             use("DSA", 1024, null, "SHA1withDSA");
-            use("DSA", 2048, null, "SHA256withDSA");
+            try { // the JDK's generator of DSA keys is the one that the JDK never falls through to
+                use("DSA", 2048, null, "SHA256withDSA");
+            } catch (InvalidParameterException e) {
+                System.out.println("DSA 2048 refused");
+            }
+            use(KeyPairGenerator.getInstance("DSA", "SUN"), 2048, null, "SHA256withDSA");
         }
 
         private static void use(String kind, int bits, BigInteger exponent, String algorithm) throws Exception {
-            KeyPairGenerator generator = KeyPairGenerator.getInstance(kind);
+            use(KeyPairGenerator.getInstance(kind), bits, exponent, algorithm);
+        }
+
+        private static void use(KeyPairGenerator generator, int bits, BigInteger exponent, String algorithm)
+                throws Exception {
             if (exponent == null) {
                 generator.initialize(bits);
             } else {
@@ -157,7 +167,7 @@ class FirstProviderTest {
             Signature verifying = Signature.getInstance(algorithm);
             verifying.initVerify(pair.getPublic());
             verifying.update(message);
-            System.out.println(kind + " " + bits + (exponent == null ? "" : "/" + exponent) + " "
+            System.out.println(generator.getAlgorithm() + " " + bits + (exponent == null ? "" : "/" + exponent) + " "
                     + generator.getProvider().getName() + " sign " + signing.getProvider().getName() + " verify "
                     + (verifying.verify(signed) ? verifying.getProvider().getName() : "failed"));
         }
