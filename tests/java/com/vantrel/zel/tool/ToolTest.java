@@ -144,6 +144,38 @@ class ToolTest {
     }
 
     @Test
+    void signaturesAndKeysGoBothWaysWithOpenssl() throws Exception {
+        String[][] kinds = {{"rsa", "pem", "-sha256"}, {"rsa", "der", "-sha256"}, {"dsa", "pem", "-sha1"}, {"dsa", "der", "-sha1"}};
+        for (String[] kind : kinds) {
+            assertEquals(0, zel("keygen %s --force --form %s -o %s", kind[0], kind[1], path("key")), err);
+            assertEquals(0, zel("sign --force -k %s %s", path("key"), file), err);
+            shell("openssl pkey -pubin -inform " + kind[1] + " -in key.pub -out pub.pem && openssl dgst " + kind[2]
+                    + " -verify pub.pem -signature abc.sig abc");
+            shell("openssl pkey -inform " + kind[1] + " -in key -out key.pem && openssl dgst " + kind[2]
+                    + " -sign key.pem -out abc.sig abc");
+            assertEquals(0, zel("verify -k %s %s", path("key.pub"), file), err);
+            stdin = "abd".getBytes(StandardCharsets.US_ASCII);
+            assertEquals(1, zel("verify --json -k %s -s %s.sig -", path("key.pub"), file), err);
+            assertTrue(out.contains("\"valid\": false"), out);
+            Files.write(Path.of(file + ".sig"), new byte[1]);
+            assertEquals(1, zel("verify -k %s %s", path("key.pub"), file), err);
+            assertTrue(out.startsWith(file + ": NOT VALID (SHA"), out);
+        }
+        assertEquals("rw-------", PosixFilePermissions.toString(Files.getPosixFilePermissions(folder.resolve("key"))));
+
+        shell("openssl req -x509 -newkey rsa:2048 -nodes -keyout own.key -out own.crt -subj /CN=me"
+                + " && openssl dgst -sha1 -sign own.key -out abc.sig abc");
+        assertEquals(0, zel("verify -a SHA1withRSA -k %s %s", path("own.crt"), file), err);
+        shell("openssl pkcs8 -topk8 -in own.key -passout pass:x -out locked.key"
+                + " && openssl rsa -traditional -in own.key -out old.key");
+        assertFails(2, "decrypt it with: openssl pkcs8", "sign -k " + path("locked.key") + " " + file);
+        assertFails(2, "convert it with: openssl pkcs8", "sign -k " + path("old.key") + " " + file);
+        assertEquals(0, zel("keygen rsa --bits 1024 -o %s --pkcs1 %s --json", path("small"), path("small.der")), err);
+        shell("openssl rsa -RSAPublicKey_in -inform der -in small.der -pubout -out 1.pem && cmp 1.pem small.pub");
+        assertFails(2, "1000", "keygen rsa -b 1000 -o " + path("x"));
+    }
+
+    @Test
     void theAnswerNoAndTroubleAreToldApart() throws Exception {
         Files.write(folder.resolve("key"), "0123456789abcdef".repeat(4).getBytes(StandardCharsets.US_ASCII));
         Files.write(folder.resolve("other"), new byte[32]);
