@@ -30,6 +30,9 @@ final class SpeedCommand implements Callable<Integer> {
     private static final int DATA_BYTES = 16384;
     private static final int ROUNDS = 5;
 
+    /** Until the JVM has compiled what it will. */
+    private static final long WARMING_NANOS = 500_000_000;
+
     @Option(names = "--seconds", description = "How long each algorithm is measured, ${DEFAULT-VALUE} by default.")
     private double seconds = 1;
 
@@ -125,8 +128,8 @@ final class SpeedCommand implements Callable<Integer> {
         long roundNanos = (long) (seconds * 1e9 / (2 * ROUNDS));
         double[] ownNanos = new double[ROUNDS];
         double[] othersNanos = new double[ROUNDS];
-        nanosPerCall(own, 2 * roundNanos); // warms up
-        nanosPerCall(others, 2 * roundNanos);
+        nanosPerCall(own, WARMING_NANOS);
+        nanosPerCall(others, WARMING_NANOS);
         for (int round = 0; round < ROUNDS; ++round) {
             ownNanos[round] = nanosPerCall(own, roundNanos);
             othersNanos[round] = nanosPerCall(others, roundNanos);
