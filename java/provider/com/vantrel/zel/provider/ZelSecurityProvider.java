@@ -56,7 +56,7 @@ public final class ZelSecurityProvider extends Provider {
                     "1.2.840.10040.4.3", "OID.1.2.840.10040.4.3", "1.3.14.3.2.13", "OID.1.3.14.3.2.13",
                     "1.3.14.3.2.27", "OID.1.3.14.3.2.27"),
             new Row("KeyPairGenerator", "RSA", "ZelRsaKeyPairGeneratorSpi",
-                    "1.2.840.113549.1.1.1", "OID.1.2.840.113549.1.1.1"),
+                    "1.2.840.113549.1.1.1", "OID.1.2.840.113549.1.1.1", "1.2.840.113549.1.1", "OID.1.2.840.113549.1.1"),
             new Row("KeyPairGenerator", "DSA", "ZelDsaKeyPairGeneratorSpi",
                     "1.2.840.10040.4.1", "OID.1.2.840.10040.4.1", "1.3.14.3.2.12", "OID.1.3.14.3.2.12"));
 
