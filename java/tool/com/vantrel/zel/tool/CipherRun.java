@@ -8,6 +8,9 @@ import javax.crypto.Cipher;
 
 /** What is left of an input, run through a cipher into an output. */
 final class CipherRun {
+    /** From here on a rate says more than a time. */
+    private static final long RATED_BYTES = 1_000_000;
+
     private final long bytes;
     private final double seconds;
 
@@ -30,8 +33,8 @@ final class CipherRun {
     void tell(Json json, String file, String target, String done) {
         if (!target.equals(Input.STANDARD)) {
             json.print(Json.object("file", file, "output", target, "bytes", bytes, "seconds", seconds),
-                    String.format(Locale.ROOT, "%s %s to %s at %.0f MB/s", file, done, target,
-                            bytes / 1e6 / Math.max(seconds, 1e-6)));
+                    String.format(Locale.ROOT, bytes < RATED_BYTES ? "%s %s to %s in %.1f ms" : "%1$s %2$s to %3$s at %5$.0f MB/s",
+                            file, done, target, 1e3 * seconds, bytes / 1e6 / Math.max(seconds, 1e-9)));
         }
     }
 }
