@@ -3,9 +3,11 @@ package com.vantrel.zel.tool;
 import java.io.IOException;
 import java.io.OutputStream;
 import java.nio.channels.Channels;
+import java.nio.file.AccessDeniedException;
 import java.nio.file.FileAlreadyExistsException;
 import java.nio.file.FileSystemException;
 import java.nio.file.Files;
+import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
 import java.nio.file.StandardCopyOption;
 import java.nio.file.StandardOpenOption;
@@ -42,7 +44,7 @@ final class Output implements AutoCloseable {
             target = Files.exists(file) ? file.toRealPath() : file.toAbsolutePath();
             boolean isDevice = Files.exists(target) && !Files.isRegularFile(target);
             temporary = isDevice ? target : target.resolveSibling(temporaryName());
-            out = isDevice ? Files.newOutputStream(target) : create(temporary, ownerOnly);
+            out = isDevice ? Files.newOutputStream(target) : create(name, temporary, ownerOnly);
         }
         boolean isTemporary = temporary != null && !temporary.equals(target);
         cleaning = isTemporary ? new Thread(this::deleteTemporary) : null; // for a program that is interrupted
@@ -66,10 +68,17 @@ final class Output implements AutoCloseable {
         return ".zel-" + ProcessHandle.current().pid() + "-" + Long.toHexString(System.nanoTime()) + ".tmp";
     }
 
-    private static OutputStream create(Path file, boolean ownerOnly) throws IOException {
+    /** Creates the file; a failure names the one that was asked for. */
+    private static OutputStream create(String name, Path file, boolean ownerOnly) throws IOException {
         FileAttribute<?>[] attributes = ownerOnly ? OwnerOnly.attributes(file) : new FileAttribute<?>[0];
-        return Channels.newOutputStream(Files.newByteChannel(file,
-                Set.of(StandardOpenOption.CREATE_NEW, StandardOpenOption.WRITE), attributes));
+        try {
+            return Channels.newOutputStream(Files.newByteChannel(file,
+                    Set.of(StandardOpenOption.CREATE_NEW, StandardOpenOption.WRITE), attributes));
+        } catch (NoSuchFileException e) {
+            throw new FileSystemException(name, null, "no such folder");
+        } catch (AccessDeniedException e) {
+            throw new AccessDeniedException(name);
+        }
     }
 
     void write(byte[] bytes, int count) throws IOException {

@@ -191,6 +191,7 @@ class ToolTest {
         assertFails(2, "none: no such file", "digest " + path("none"));
         assertFails(2, "is a directory", "digest " + folder);
         assertFails(2, "abc.enc: exists already; --force", "encrypt -k " + path("key") + " " + file);
+        assertFails(2, path("no/x") + ": no such folder", "keygen aes -o " + path("no/x"));
         assertFails(2, "no AES-256 key", "encrypt -k " + file + " " + file);
         assertFails(2, "no RSA or DSA private key", "sign -k " + file + " " + file);
         assertFails(2, "AES keys have 256 bits", "keygen aes -b 128 -o " + path("x"));
