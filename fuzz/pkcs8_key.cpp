@@ -38,7 +38,9 @@ void checkPrivate(RSAKey& key, const vlong* base) {
     FUZZ_CHECK(VLONG_cmp(key.p, key.q) >= 0);
     checkExponent(key.dP, key.e, key.p);
     checkExponent(key.dQ, key.e, key.q);
-    Number result, blinded;
+    Number inverse, result, blinded;
+    FUZZ_CHECK(!isError(VLONG_modInverse(key.q, key.p, inverse.out(), nullptr)));
+    FUZZ_CHECK(VLONG_cmp(key.qInv, inverse.get()) == 0);
     const Status status = Rsa_PrivateOp(&key, base, nullptr, nullptr, result.out(), nullptr);
     FUZZ_CHECK((result.get() == nullptr) == isError(status));
     if (!isError(status) && isOddPrimeCandidate(key.q)) {

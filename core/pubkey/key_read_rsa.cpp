@@ -4,34 +4,38 @@
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/key_read.h"
 #include "core/pubkey/rsa.h"
+#include "core/pubkey/rsa_load.h"
 
 namespace {
 
 constexpr std::uint32_t kMaxVersion = 1; // 1 is for keys of several primes; such a key loads with its first two: meant
 constexpr std::uint32_t kMaxExponentOctets = kAsn1MaxValueOctets; // longer exponents are refused: meant
 
-// The content of an item as a big-endian number. The tag is the caller's to check.
-struct Magnitude {
-    const std::uint8_t* octets = nullptr;
-    std::uint32_t length = 0;
-};
-
-Status magnitudeOf(const KeyInput& input, const Asn1Node& item, Magnitude* magnitude) {
+// The content of an item as a number. The tag is the caller's to check.
+Status magnitudeOf(const KeyInput& input, const Asn1Node& item, BigEndian* magnitude) {
     magnitude->length = item.length;
-    return input.content(item, &magnitude->octets);
+    return input.content(item, &magnitude->bytes);
 }
 
 Status readPublic(const KeyInput& input, const Asn1Node& n, const Asn1Node& e, RSAKey* rsaKey) {
     if (!isUniversal(&n, kAsn1Integer) || !isUniversal(&e, kAsn1Integer) || e.length > kMaxExponentOctets) {
         return ERR_RSA_INVALID_PKCS1;
     }
-    Magnitude modulus;
+    BigEndian modulus;
     RETURN_IF_ERROR(magnitudeOf(input, n, &modulus));
-    return RsaKey_SetPublic(rsaKey, e.value, modulus.octets, modulus.length, nullptr);
+    return RsaKey_SetPublic(rsaKey, e.value, modulus.bytes, modulus.length, nullptr);
 }
 
-// The items behind n: e, d, p, q, ... Only n is looked at as an INTEGER; d and what follows q are not read at all: the
-// key is computed from n, e, p and q, whatever else it says. All meant.
+// The item that many places behind another one, or null.
+const Asn1Node* behind(const Asn1Node* item, int places) {
+    for (; item != nullptr && places > 0; --places) {
+        item = asn1NextSibling(item);
+    }
+    return item;
+}
+
+// The items behind n: e, d, p, q, dP, dQ, qInv. The key is computed from n, e, p and q, whatever else it says; of the
+// others none is checked for its tag, and but for qInv, which may be a hint, none is looked at. All meant.
 Status readPrivate(const KeyInput& input, const Asn1Node& version, const Asn1Node& n, RSAKey* rsaKey) {
     if (!isUniversal(&version, kAsn1Integer) || !isUniversal(&n, kAsn1Integer)) {
         return ERR_RSA_INVALID_PKCS1;
@@ -39,19 +43,21 @@ Status readPrivate(const KeyInput& input, const Asn1Node& version, const Asn1Nod
     if (version.length > kAsn1MaxValueOctets || version.value > kMaxVersion) {
         return ERR_RSA_INVALID_PKCS1_VERSION;
     }
-    const Asn1Node* const e = asn1NextSibling(&n);
-    const Asn1Node* const d = asn1NextSibling(e);
-    const Asn1Node* const p = d == nullptr ? nullptr : asn1NextSibling(d);
-    const Asn1Node* const q = p == nullptr ? nullptr : asn1NextSibling(p);
+    const Asn1Node* const e = behind(&n, 1);
+    const Asn1Node* const p = behind(e, 2);
+    const Asn1Node* const q = behind(p, 1);
+    const Asn1Node* const qInv = behind(q, 3);
     if (q == nullptr || e->length > kMaxExponentOctets) {
         return ERR_RSA_INVALID_PKCS1;
     }
-    Magnitude modulus, first, second;
+    BigEndian modulus, first, second, hint;
     RETURN_IF_ERROR(magnitudeOf(input, n, &modulus));
     RETURN_IF_ERROR(magnitudeOf(input, *p, &first));
     RETURN_IF_ERROR(magnitudeOf(input, *q, &second));
-    return RsaKey_SetPrivate(rsaKey, e->value, modulus.octets, modulus.length, first.octets, first.length,
-                             second.octets, second.length, nullptr);
+    if (qInv != nullptr) {
+        (void)magnitudeOf(input, *qInv, &hint); // without its content it is no hint
+    }
+    return rsaKeyLoadPrivate(rsaKey, e->value, modulus, first, second, hint, nullptr);
 }
 
 Status readTopLevel(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {

@@ -5,6 +5,7 @@
 #include "core/memory/memory.h"
 #include "core/pubkey/exponent_inverse.h"
 #include "core/pubkey/rsa.h"
+#include "core/pubkey/rsa_load.h"
 
 #include <utility>
 
@@ -68,6 +69,37 @@ Status loadPublic(RSAKey& key, std::uint32_t e, const std::uint8_t* n, std::uint
     return read(n, nLength, &key.n, queue);
 }
 
+// Makes qInv from a hint that is right. With p above q there is only one right value, the one that VLONG_modInverse gives.
+Status proveHint(RSAKey& key, BigEndian hint, vlong** queue) {
+    ScopedVlong candidate(queue), product(queue), rest(queue);
+    RETURN_IF_ERROR(read(hint.bytes, hint.length, candidate.out(), queue));
+    if (VLONG_cmp(candidate.get(), key.p) >= 0) {
+        return OK;
+    }
+    RETURN_IF_ERROR(product.alloc());
+    RETURN_IF_ERROR(VLONG_mul(product.get(), candidate.get(), key.q));
+    RETURN_IF_ERROR(VLONG_mod(product.get(), key.p, rest.out(), queue));
+    if (VLONG_cmpUnit(rest.get(), 1) == 0) {
+        key.qInv = candidate.release();
+    }
+    return OK;
+}
+
+Status loadPrivate(RSAKey& key, std::uint32_t e, BigEndian n, BigEndian p, BigEndian q, BigEndian qInvHint,
+                   vlong** queue) {
+    RETURN_IF_ERROR(loadPublic(key, e, n.bytes, n.length, queue));
+    RETURN_IF_ERROR(read(p.bytes, p.length, &key.p, queue));
+    RETURN_IF_ERROR(read(q.bytes, q.length, &key.q, queue));
+    key.privateKey = 1;
+    if (qInvHint.bytes != nullptr && VLONG_cmp(key.p, key.q) > 0) {
+        // A hint beyond the size limits is no hint; but what is refused here is refused.
+        if (const Status status = proveHint(key, qInvHint, queue); status == ERR_MEM_ALLOC_FAIL) {
+            return status;
+        }
+    }
+    return Rsa_PrepareKey(&key, queue);
+}
+
 // What loading leaves behind: the whole key, or nothing of it.
 Status finish(RSAKey* rsaKey, Status status, vlong** queue) {
     if (isError(status)) {
@@ -92,8 +124,7 @@ Status RsaKey_SetPublic(RSAKey* rsaKey, std::uint32_t e, const std::uint8_t* n, 
     return finish(rsaKey, loadPublic(*rsaKey, e, n, nLength, queue), queue);
 }
 
-Status RsaKey_SetPrivate(RSAKey* rsaKey, std::uint32_t e, const std::uint8_t* n, std::uint32_t nLength,
-                         const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q, std::uint32_t qLength,
+Status rsaKeyLoadPrivate(RSAKey* rsaKey, std::uint32_t e, BigEndian n, BigEndian p, BigEndian q, BigEndian qInvHint,
                          vlong** queue) {
     if (rsaKey == nullptr) {
         return ERR_RSA_INVALID_KEY;
@@ -101,23 +132,18 @@ Status RsaKey_SetPrivate(RSAKey* rsaKey, std::uint32_t e, const std::uint8_t* n,
     if (e < 2) {
         return ERR_BAD_EXPONENT;
     }
-    if (n == nullptr || p == nullptr || q == nullptr) {
+    if (n.bytes == nullptr || p.bytes == nullptr || q.bytes == nullptr) {
         return ERR_NULL_POINTER;
     }
     rsaKeyClear(rsaKey, queue);
     LocalQueue local(queue);
-    Status status = loadPublic(*rsaKey, e, n, nLength, local.get());
-    if (!isError(status)) {
-        status = read(p, pLength, &rsaKey->p, local.get());
-    }
-    if (!isError(status)) {
-        status = read(q, qLength, &rsaKey->q, local.get());
-    }
-    if (!isError(status)) {
-        rsaKey->privateKey = 1;
-        status = Rsa_PrepareKey(rsaKey, local.get());
-    }
-    return finish(rsaKey, status, local.get());
+    return finish(rsaKey, loadPrivate(*rsaKey, e, n, p, q, qInvHint, local.get()), local.get());
+}
+
+Status RsaKey_SetPrivate(RSAKey* rsaKey, std::uint32_t e, const std::uint8_t* n, std::uint32_t nLength,
+                         const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q, std::uint32_t qLength,
+                         vlong** queue) {
+    return rsaKeyLoadPrivate(rsaKey, e, {n, nLength}, {p, pLength}, {q, qLength}, {}, queue);
 }
 
 void rsaKeyClear(RSAKey* rsaKey, vlong** queue) {
