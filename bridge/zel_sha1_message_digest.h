@@ -5,8 +5,7 @@
 #include "bridge/sha_digest_engine.h"
 #include "core/hash/sha1.h"
 
-// Exported because it names the exported base class below.
-struct ZEL_EXPORT Sha1DigestHash {
+struct ZEL_EXPORT_NAME Sha1DigestHash {
     using Context = Sha1Context;
     static constexpr int kDigestBytes = kSha1DigestBytes;
     static constexpr auto alloc = sha1AllocContext;

@@ -5,8 +5,7 @@
 #include "bridge/sha_digest_engine.h"
 #include "core/hash/sha256.h"
 
-// Exported because it names the exported base class below.
-struct ZEL_EXPORT Sha256DigestHash {
+struct ZEL_EXPORT_NAME Sha256DigestHash {
     using Context = Sha256Context;
     static constexpr int kDigestBytes = kSha256DigestBytes;
     static constexpr auto alloc = sha256AllocContext;

@@ -23,7 +23,9 @@ endif()
 
 add_library(zel_self_contained INTERFACE)
 if(WIN32 AND NOT MSVC)
-  target_link_options(zel_self_contained INTERFACE -static)
+  # Said although they are the linker's own choice today; without a time stamp the same sources give the same file.
+  target_link_options(zel_self_contained INTERFACE
+    -static -Wl,--dynamicbase,--high-entropy-va,--nxcompat,--no-insert-timestamp)
 elseif(UNIX AND NOT ZEL_SANITIZE)
   target_link_options(zel_self_contained INTERFACE
     -static-libstdc++ -static-libgcc -Wl,--exclude-libs,ALL -Wl,-z,defs -Wl,-z,relro,-z,now)

@@ -4,4 +4,7 @@
 
 #define ZEL_EXPORT __attribute__((visibility("default")))
 
+// ZEL_EXPORT_NAME: for a class that exported names mention and that has nothing to export itself.
+#define ZEL_EXPORT_NAME ZEL_EXPORT
+
 #endif

@@ -8,4 +8,7 @@
 #define ZEL_EXPORT __declspec(dllimport)
 #endif
 
+// ZEL_EXPORT_NAME: for a class that exported names mention and that has nothing to export itself.
+#define ZEL_EXPORT_NAME
+
 #endif

@@ -1,6 +1,7 @@
 # Holds the built library against what it is to be: it exports exactly the entry points of entry_points.txt and beside them
 # only the engine classes, and it needs nothing but the operating system.
-# Arguments: library, nm, objdump, windows (boolean), sanitized (empty when not), expected (a file).
+# Arguments: library, nm, objdump, windows (boolean), sanitized (empty when not), expected (a file); for Windows also
+# strings (the program) and version.
 
 execute_process(COMMAND "${objdump}" -p "${library}" OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
 if(windows)
@@ -43,6 +44,30 @@ endif()
 list(FILTER needed EXCLUDE REGEX "${system}")
 if(needed AND NOT sanitized)
   message(FATAL_ERROR "needed beside the operating system: ${needed}")
+endif()
+
+# For Windows: the platform layer stands on the named services,
+if(windows)
+  foreach(service IN ITEMS CreateMutexA WaitForSingleObject ReleaseMutex CloseHandle GetTickCount GetSystemTimeAsFileTime
+      Sleep _beginthreadex GetSystemTime BCryptGenRandom)
+    if(NOT headers MATCHES " ${service}\n")
+      message(FATAL_ERROR "${service} is not imported")
+    endif()
+  endforeach()
+
+  # it may be placed anywhere in the 64-bit address space, data is no code, and it has a version for people to look at.
+  foreach(wanted IN ITEMS HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT "Base Relocation Directory")
+    if(NOT headers MATCHES "${wanted}")
+      message(FATAL_ERROR "${wanted} is missing")
+    endif()
+  endforeach()
+  if(headers MATCHES "relocations stripped|Entry 5 0000000000000000")
+    message(FATAL_ERROR "the relocations are stripped")
+  endif()
+  execute_process(COMMAND "${strings}" --encoding=l "${library}" OUTPUT_VARIABLE texts COMMAND_ERROR_IS_FATAL ANY)
+  if(NOT texts MATCHES "ProductVersion\n${version}\n")
+    message(FATAL_ERROR "no version resource with ProductVersion ${version}")
+  endif()
 endif()
 
 list(LENGTH entry_points count)
