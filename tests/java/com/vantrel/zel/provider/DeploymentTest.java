@@ -4,6 +4,7 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.vantrel.zel.probe.ServiceProbe;
+import java.io.File;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -15,7 +16,10 @@ import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.MethodSource;
 
-/** The ways in which programs come by the provider, with every JDK from 11 on that this machine has. */
+/**
+ * The ways in which programs come by the provider, with every JDK from 11 on that this machine has; elsewhere than on Debian, with
+ * the one that runs the tests.
+ */
 class DeploymentTest {
     private static final Path JDKS = Path.of("/usr/lib/jvm");
     private static final int FIRST_VERSION = 11;
@@ -24,6 +28,9 @@ class DeploymentTest {
     @TempDir Path folder;
 
     static List<Path> jdks() throws IOException {
+        if (!Files.isDirectory(JDKS)) {
+            return List.of(Path.of(System.getProperty("java.home")));
+        }
         try (Stream<Path> homes = Files.list(JDKS)) {
             List<Path> found = new ArrayList<>();
             for (Path home : homes.filter(home -> Files.isExecutable(home.resolve("bin/java")))
@@ -61,7 +68,7 @@ class DeploymentTest {
         String probe = ServiceProbe.class.getName();
         String byName = Files.writeString(folder.resolve("byName"), "security.provider.1=Zel\nsecurity.provider.2=SUN\n")
                 .toString();
-        String classPath = jar + ":" + classes;
+        String classPath = jar + File.pathSeparator + classes;
         String module = "com.vantrel.zel.provider";
         assertEquals("null 32", probe(jdk, "ALL-UNNAMED", "-cp", classPath, probe, "loader"));
         assertEquals("null 32", probe(jdk, "ALL-UNNAMED", "-cp", classPath, "-Djava.security.properties=" + byName,

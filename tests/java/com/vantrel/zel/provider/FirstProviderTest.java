@@ -5,6 +5,7 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.sun.net.httpserver.HttpsConfigurator;
 import com.sun.net.httpserver.HttpsServer;
+import java.io.File;
 import java.io.FileInputStream;
 import java.io.InputStream;
 import java.math.BigInteger;
@@ -45,7 +46,7 @@ class FirstProviderTest {
                 "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\nsecurity.provider.2=SUN\n"
                 + "security.provider.3=SunRsaSign\nsecurity.provider.4=SunEC\nsecurity.provider.5=SunJSSE\n"
                 + "security.provider.6=SunJCE\n");
-        List<String> all = new ArrayList<>(List.of("-cp", ChildJvm.providerJar() + ":" + ChildJvm.testClasses(),
+        List<String> all = new ArrayList<>(List.of("-cp", ChildJvm.providerJar() + File.pathSeparator + ChildJvm.testClasses(),
                 "-Djava.security.properties=" + properties, "-Duser.language=en", "-Xcheck:jni"));
         all.addAll(List.of(arguments));
         ChildJvm child = ChildJvm.run(all);

@@ -19,9 +19,12 @@ import java.util.Arrays;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.condition.DisabledOnOs;
+import org.junit.jupiter.api.condition.OS;
 import org.junit.jupiter.api.io.TempDir;
 
-/** The program zel: what it prints and writes, its exit codes, and what openssl makes of its files. */
+/** The program zel: what it prints and writes, its exit codes, and what openssl and the shell's tools make of its files. */
+@DisabledOnOs(OS.WINDOWS)
 class ToolTest {
     private static final String ABC_SHA256 = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
 
