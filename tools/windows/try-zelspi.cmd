@@ -21,6 +21,6 @@ echo == the sample program
 if errorlevel 1 exit /b 1
 
 echo == the Java tests
-"%java%" -Xcheck:jni -Xmx512m "-Dzel.provider.jar=%here%zel-provider.jar" "-Dzel.sample.jar=%here%zel-sample.jar" "-Dzel.library=%here%zelspi.dll" -cp "%here%zel-provider.jar;%here%zel-sample.jar;%here%tests\zel-tests.jar;%here%tests\junit\*" org.junit.platform.console.ConsoleLauncher --disable-banner --details=tree --fail-if-no-tests --scan-classpath "%here%tests\zel-tests.jar"
+"%java%" -Xcheck:jni -Xmx512m "-Dzel.provider.jar=%here%zel-provider.jar" "-Dzel.sample.jar=%here%zel-sample.jar" "-Dzel.tool.jar=%here%zel-tool.jar" "-Dzel.library=%here%zelspi.dll" -cp "%here%zel-provider.jar;%here%zel-sample.jar;%here%zel-tool.jar;%here%tests\zel-tests.jar;%here%tests\junit\*" org.junit.platform.console.ConsoleLauncher --disable-banner --details=tree --fail-if-no-tests --scan-classpath "%here%tests\zel-tests.jar"
 if errorlevel 1 exit /b 1
 echo == all went well

@@ -5,6 +5,7 @@ import com.vantrel.zel.provider.internal.RandomStart;
 import com.vantrel.zel.provider.internal.Version;
 import java.security.Provider;
 import java.security.ProviderException;
+import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
 
@@ -55,7 +56,7 @@ public final class ZelSecurityProvider extends Provider {
                     "1.2.840.10040.4.3", "OID.1.2.840.10040.4.3", "1.3.14.3.2.13", "OID.1.3.14.3.2.13",
                     "1.3.14.3.2.27", "OID.1.3.14.3.2.27"),
             new Row("KeyPairGenerator", "RSA", "ZelRsaKeyPairGeneratorSpi",
-                    "1.2.840.113549.1.1.1", "OID.1.2.840.113549.1.1.1"),
+                    "1.2.840.113549.1.1.1", "OID.1.2.840.113549.1.1.1", "1.2.840.113549.1.1", "OID.1.2.840.113549.1.1"),
             new Row("KeyPairGenerator", "DSA", "ZelDsaKeyPairGeneratorSpi",
                     "1.2.840.10040.4.1", "OID.1.2.840.10040.4.1", "1.3.14.3.2.12", "OID.1.3.14.3.2.12"));
 
@@ -74,17 +75,26 @@ public final class ZelSecurityProvider extends Provider {
         RandomStart.begin(ZelSecurityProvider::initRandomContext0);
     }
 
+    /** What the JCA knows of a service without trying it: with other keys a program is served by another provider at once. */
     private static Map<String, String> attributes(Row row) {
+        Map<String, String> attributes = new HashMap<>();
+        attributes.put("ImplementedIn", "Software");
         switch (row.type) {
             case "SecureRandom": // the generator behind it is one for all threads
-                return Map.of("ThreadSafe", "true");
-            case "Signature": // with other keys a program is served by another provider
+                attributes.put("ThreadSafe", "true");
+                break;
+            case "Cipher":
+                attributes.put("SupportedKeyFormats", "RAW");
+                break;
+            case "Signature":
                 String kind = row.algorithm.endsWith("RSA") ? "RSA" : "DSA";
-                return Map.of("SupportedKeyClasses", "java.security.interfaces." + kind + "PublicKey"
+                attributes.put("SupportedKeyClasses", "java.security.interfaces." + kind + "PublicKey"
                         + "|java.security.interfaces." + kind + "PrivateKey");
+                break;
             default:
-                return Map.of();
+                break;
         }
+        return attributes;
     }
 
     /**

@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# ./dist.sh: makes dist/ from the current commit: the provider's jar with the libraries for Linux and Windows inside, the
+# program zel for Linux, the Debian package of the native library, the zip for Windows, and SHA256SUMS. The same commit
+# gives the same bytes with the same compilers, wherever and whenever it is built.
+set -euo pipefail
+CDPATH= cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")"
+umask 022
+
+cmake/install-packages.sh cmake ninja-build g++ g++-mingw-w64-x86-64-posix openjdk-17-jdk-headless junit5 libpicocli-java \
+  libgtest-dev dpkg-dev git zip
+if [ -n "$(git status --porcelain --untracked-files=no)" ]; then
+  echo "dist.sh: there are changes that no commit has; they are in what is made" >&2
+fi
+SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
+export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8
+
+work=$PWD/build/dist
+linux=$work/linux
+windows=$work/windows
+mkdir -p "$work"
+build_all() {
+  cmake --preset windows -B "$windows" -D ZEL_BUILD_TESTS=OFF -D "CMAKE_INSTALL_PREFIX=$work/zip/native" &&
+  cmake --build "$windows" &&
+  cmake --preset release -B "$linux" -D ZEL_BUILD_TESTS=ON -D CMAKE_INSTALL_PREFIX=/usr \
+    -D CMAKE_SKIP_INSTALL_ALL_DEPENDENCY=ON -D "ZEL_WINDOWS_LIBRARY=$windows/zelspi.dll" &&
+  cmake --build "$linux" --target dist_inputs
+}
+echo "building (log: build/dist/build.log)"
+if ! build_all >"$work/build.log" 2>&1; then
+  tail -n 50 "$work/build.log" >&2
+  exit 1
+fi
+version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$linux/CMakeCache.txt")
+rm -rf dist && mkdir dist
+
+# The provider's jar.
+cp "$linux/zel-provider.jar" "dist/zel-provider-$version.jar"
+
+# The program zel for Linux.
+tool=zel-$version
+rm -rf "${work:?}/$tool" && mkdir "$work/$tool"
+cp "$linux"/{zel,zel-tool.jar,zel-provider.jar,picocli.jar} LICENSE "$work/$tool"
+tar -C "$work" --sort=name --mtime="@$SOURCE_DATE_EPOCH" --owner=0 --group=0 --numeric-owner --format=ustar -c "$tool" |
+  gzip -9n >"dist/$tool-linux.tar.gz"
+
+# The Debian package.
+(cd "$linux" && cpack -G DEB -B "$work/deb" >"$work/cpack.log" 2>&1) || { tail -n 20 "$work/cpack.log" >&2; exit 1; }
+cp "$work"/deb/*.deb dist/
+
+# The zip for Windows: what a native caller needs, the program zel, and what tries all of it in a JVM there.
+rm -rf "$work/zip" && mkdir "$work/zip"
+cmake --install "$windows" >>"$work/build.log"
+cp "$windows/zelspi.dll" "$linux"/{zel.cmd,zel-tool.jar,zel-provider.jar,zel-sample.jar,picocli.jar} README.md LICENSE "$work/zip"
+mkdir -p "$work/zip/tests/junit"
+cp "$linux/zel-tests.jar" "$work/zip/tests"
+cp -L $(sed 's/;/ /g' "$linux/junit-jars.txt") "$work/zip/tests/junit"
+[ ! -d tools/windows ] || cp tools/windows/* "$work/zip"
+find "$work/zip" -exec touch --no-dereference --date="@$SOURCE_DATE_EPOCH" {} +
+(cd "$work/zip" && find . -type f | LC_ALL=C sort | sed 's|^\./||' | zip -q -X -D -9 -@ "$OLDPWD/dist/zelspi-$version-windows.zip")
+
+(cd dist && sha256sum -- * >"$work/SHA256SUMS" && mv "$work/SHA256SUMS" .)
+cat dist/SHA256SUMS

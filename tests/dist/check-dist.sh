@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# check-dist.sh ROOT WORK: makes dist/ in two fresh clones of the current commit, in folders of unlike names and with unlike
+# umasks, compares their bytes, and looks into what was made.
+set -euo pipefail
+root=$1
+work=$2
+rm -rf -- "$work"
+mkdir -p "$work/some/longer"
+for clone in a some/longer/b; do
+  git clone -q "$root" "$work/$clone"
+  (if [ "$clone" = a ]; then umask 022; else umask 077; fi; "$work/$clone/dist.sh")
+done
+diff "$work/a/dist/SHA256SUMS" "$work/some/longer/b/dist/SHA256SUMS"
+
+cd "$work/a/dist"
+sha256sum --quiet --check SHA256SUMS
+has() { # has LISTING TEXT...: whether the listing names all of them
+  local listing=$1 text
+  shift
+  for text in "$@"; do
+    grep -qF -- "$text" <<<"$listing" || { echo "missing: $text" >&2; exit 1; }
+  done
+}
+has "$(jar tf zel-provider-*.jar)" native/linux-x86_64/libzelspi.so native/windows-x86_64/zelspi.dll module-info.class
+has "$(dpkg-deb -c libzelspi-dev_*.deb)" /libzelspi.so /include/zelspi/zel_util.h /bin/zelverify zelspiConfig.cmake
+has "$(jar tf zelspi-*-windows.zip)" zelspi.dll zel.cmd zel-tool.jar native/include/zelspi/zel_util.h native/bin/zelverify.exe
+tar xzf zel-*-linux.tar.gz
+has "$(printf abc | zel-*/zel digest)" ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad
