@@ -100,7 +100,7 @@ void pairs(Input& input) {
     requireOk(VLONG_montExpBinary(context, base.get(), exponent.get(), bitwise.out(), nullptr));
     FUZZ_CHECK(VLONG_cmp(first.get(), bitwise.get()) == 0);
     requireOk(VLONG_montExpBinary(context, exponent.get(), base.get(), bitwise.out(), nullptr));
-    require(VLONG_cmp(second.get(), bitwise.get()) == 0);
+    FUZZ_CHECK(VLONG_cmp(second.get(), bitwise.get()) == 0);
     requireOk(VLONG_deleteMontgomeryCtx(&context, nullptr));
 }
 
