@@ -2,6 +2,8 @@
 
 #include "bridge/java_exceptions.h"
 
+#include <climits>
+
 bool requireArray(JNIEnv* env, jarray array) {
     if (array == nullptr) {
         ZelObject::throwStaticException(env, kNullPointerException, "array is null", OK);
@@ -35,4 +37,30 @@ CriticalBytes::~CriticalBytes() {
     if (array_ != nullptr) {
         env_->ReleasePrimitiveArrayCritical(array_, bytes_, 0);
     }
+}
+
+bool copyOfArray(JNIEnv* env, jbyteArray array, SecretBuffer* copy) {
+    const jsize length = env->GetArrayLength(array);
+    if (!isError(copy->alloc(static_cast<std::size_t>(length)))) {
+        const CriticalBytes bytes(env, array);
+        if (bytes.isOpen()) {
+            (void)memCopy(copy->data(), bytes.data(), length); // both are there
+            return true;
+        }
+    }
+    raiseOutOfMemory(env);
+    return false;
+}
+
+jbyteArray newArray(JNIEnv* env, const std::uint8_t* bytes, std::uint32_t length) {
+    const jbyteArray array = length > INT_MAX ? nullptr : env->NewByteArray(static_cast<jsize>(length));
+    if (array != nullptr) {
+        const CriticalBytes region(env, array);
+        if (region.isOpen()) {
+            (void)memCopy(region.data(), bytes, length); // both are there
+            return array;
+        }
+    }
+    raiseOutOfMemory(env);
+    return nullptr;
 }

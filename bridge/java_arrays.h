@@ -2,9 +2,9 @@
 #ifndef ZELSPI_BRIDGE_JAVA_ARRAYS_H
 #define ZELSPI_BRIDGE_JAVA_ARRAYS_H
 
-#include <jni.h>
+#include "core/memory/secret.h"
 
-#include <cstdint>
+#include <jni.h>
 
 // requireArray: whether the array is there; a null one raises NullPointerException "array is null".
 bool requireArray(JNIEnv* env, jarray array);
@@ -41,5 +41,13 @@ private:
     std::uint8_t* bytes_;
     std::uint8_t none_ = 0;
 };
+
+// copyOfArray: a copy of the whole array, which is not null, so that no region is open while it is worked on.
+// Errors:  false with an OutOfMemoryError pending.
+bool copyOfArray(JNIEnv* env, jbyteArray array, SecretBuffer* copy);
+
+// newArray: a new array with bytes[length] in it.
+// Errors:  null with an OutOfMemoryError pending.
+jbyteArray newArray(JNIEnv* env, const std::uint8_t* bytes, std::uint32_t length);
 
 #endif

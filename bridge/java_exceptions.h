@@ -14,6 +14,7 @@ inline constexpr const char* kNullPointerException = "java/lang/NullPointerExcep
 inline constexpr const char* kOutOfMemoryError = "java/lang/OutOfMemoryError";
 inline constexpr const char* kProviderException = "java/security/ProviderException";
 inline constexpr const char* kShortBufferException = "javax/crypto/ShortBufferException";
+inline constexpr const char* kSignatureException = "java/security/SignatureException";
 inline constexpr const char* kUnsupportedOperationException = "java/lang/UnsupportedOperationException";
 
 // raiseOutOfMemory: an OutOfMemoryError, unless the VM has left an exception of its own.

@@ -56,6 +56,13 @@ public:
         return OK;
     }
 
+    // adopt: takes over a block of byteCount bytes, null for none, in place of the one held.
+    void adopt(std::uint8_t* bytes, std::size_t byteCount) {
+        reset();
+        bytes_ = bytes;
+        byteCount_ = byteCount;
+    }
+
     void reset() {
         void* block = bytes_;
         (void)memWipeAndFree(&block, byteCount_); // an empty holder has nothing to free

@@ -62,8 +62,8 @@ DSAKey* asymKeyDsa(const AsymmetricKey* key);
 Status AsymKey_Init(AsymmetricKey* key);
 
 // AsymKey_Uninit: wipes and frees the record; the container is then empty. An empty one stays so.
-// Errors:  ERR_NULL_POINTER key null, or an RSA container without a record; ERR_INTERNAL_ERROR another type: the
-//          container stays as it was.
+// Errors:  ERR_NULL_POINTER key null, or a container of RSA or DSA without its record; ERR_INTERNAL_ERROR another type:
+//          the container stays as it was.
 Status AsymKey_Uninit(AsymmetricKey* key, vlong** queue);
 
 // AsymKey_MakeRsa, AsymKey_MakeDsa: releases what the container held and gives it an empty record.

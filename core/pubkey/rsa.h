@@ -24,7 +24,7 @@ inline constexpr std::uint32_t kRsaMaxBlockBytes = 512;
 Status RsaKey_SetPublic(RSAKey* rsaKey, std::uint32_t e, const std::uint8_t* n, std::uint32_t nLength, vlong** queue);
 
 // RsaKey_SetPrivate: the same for a private key, and prepares it. Nothing checks that n = p q.
-// Errors:  as RsaKey_SetPublic and Rsa_PrepareKey.
+// Errors:  as RsaKey_SetPublic and Rsa_PrepareKey. The record's values are absent after those of loading.
 Status RsaKey_SetPrivate(RSAKey* rsaKey, std::uint32_t e, const std::uint8_t* n, std::uint32_t nLength,
                          const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q, std::uint32_t qLength,
                          vlong** queue);
@@ -58,9 +58,9 @@ Status Rsa_PrivateCrt(const RSAKey* rsaKey, const vlong* input, vlong** out, vlo
 
 // Rsa_OpenPkcs1Signature: block[*blockLength] := what the signature's block holds behind its padding.
 // Shapes:  signature[k], block[k] at least, for a modulus of k bytes.
-// In/out:  a block that is padding to its end gives an empty result. More padding is asked for than the standard does:
-//          nine octets of 0xFF count, and the octet at index 1 does not. On failure *blockLength is 0 and block holds
-//          nothing of use.
+// In/out:  a block that is padding to its end gives an empty result. Nine octets of padding are asked for, one more than
+//          the standard does, of which the first is not looked at. On failure *blockLength is 0 and block holds nothing
+//          of use.
 // Errors:  ERR_RSA_INVALID_KEY rsaKey null; ERR_NULL_POINTER; ERR_RSA_INVALID_MODULUS k above kRsaMaxBlockBytes;
 //          ERR_RSA_INVALID_EXPONENT; ERR_RSA_DECRYPTION the block is malformed; growth.
 Status Rsa_OpenPkcs1Signature(const RSAKey* rsaKey, const std::uint8_t* signature, std::uint8_t* block,
@@ -75,7 +75,7 @@ Status Rsa_PrepareKey(RSAKey* rsaKey, vlong** queue);
 // In/out:  sizes that are not a multiple of 128 are rounded up for the search and so never reached: the call does not
 //          return until random fails. Callers ask for multiples of 128 only.
 // Errors:  ERR_RSA_INVALID_KEY rsaKey null; ERR_RSA_KEY_LENGTH_TOO_SMALL below 1024 when rounded; those of random;
-//          growth. The record's values are cleared on failure.
+//          growth.
 // Source:  FIPS 186-4 B.3.6 and C.9.
 Status Rsa_GenerateKey(const RandomBytes& random, RSAKey* rsaKey, std::uint32_t bits, vlong** queue);
 

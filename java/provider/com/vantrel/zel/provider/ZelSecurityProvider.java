@@ -9,7 +9,7 @@ import java.util.List;
 import java.util.Map;
 
 /**
- * The security provider "Zel": message digests, a cipher and random numbers from the native library zelspi.
+ * The security provider "Zel": message digests, a cipher, signatures, key pairs and random numbers from the native library zelspi.
  *
  * <p>Add it with {@code Security.addProvider(new ZelSecurityProvider())}, or name this class in a line of the
  * {@code java.security} file.
@@ -45,7 +45,19 @@ public final class ZelSecurityProvider extends Provider {
                     "SHA256", "2.16.840.1.101.3.4.2.1", "OID.2.16.840.1.101.3.4.2.1"),
             // No plain "AES": elsewhere that means ECB, so a program that asks for it had better be served elsewhere.
             new Row("Cipher", "AES_256/CBC/PKCS5Padding", "ZelAes256CipherSpi",
-                    "AES/CBC/PKCS5Padding", "2.16.840.1.101.3.4.1.42", "OID.2.16.840.1.101.3.4.1.42"));
+                    "AES/CBC/PKCS5Padding", "2.16.840.1.101.3.4.1.42", "OID.2.16.840.1.101.3.4.1.42"),
+            new Row("Signature", "SHA1withRSA", "ZelSha1WithRsaSignatureSpi",
+                    "1.2.840.113549.1.1.5", "OID.1.2.840.113549.1.1.5", "1.3.14.3.2.29", "OID.1.3.14.3.2.29"),
+            new Row("Signature", "SHA256withRSA", "ZelSha256WithRsaSignatureSpi",
+                    "1.2.840.113549.1.1.11", "OID.1.2.840.113549.1.1.11"),
+            new Row("Signature", "SHA1withDSA", "ZelSha1WithDsaSignatureSpi",
+                    "DSA", "DSS", "SHA/DSA", "SHA-1/DSA", "SHA1/DSA", "SHAwithDSA", "DSAWithSHA1",
+                    "1.2.840.10040.4.3", "OID.1.2.840.10040.4.3", "1.3.14.3.2.13", "OID.1.3.14.3.2.13",
+                    "1.3.14.3.2.27", "OID.1.3.14.3.2.27"),
+            new Row("KeyPairGenerator", "RSA", "ZelRsaKeyPairGeneratorSpi",
+                    "1.2.840.113549.1.1.1", "OID.1.2.840.113549.1.1.1"),
+            new Row("KeyPairGenerator", "DSA", "ZelDsaKeyPairGeneratorSpi",
+                    "1.2.840.10040.4.1", "OID.1.2.840.10040.4.1", "1.3.14.3.2.12", "OID.1.3.14.3.2.12"));
 
     /**
      * Loads the native library, registers the services, and starts the random generator in the background.
@@ -53,15 +65,26 @@ public final class ZelSecurityProvider extends Provider {
      * @throws ProviderException if there is no library for this machine, or it cannot be loaded
      */
     public ZelSecurityProvider() {
-        super(NAME, Version.TEXT, "Zel: native SHA-1, SHA-256, AES-256 and FIPS 186-2 random numbers");
+        super(NAME, Version.TEXT, "Zel: native SHA-1, SHA-256, AES-256, RSA, DSA and FIPS 186-2 random numbers");
         NativeLibrary.load();
         for (Row row : SERVICES) {
             String className = getClass().getPackageName() + ".spi." + row.spiClass;
-            // The generator behind the SecureRandom is one for all threads.
-            Map<String, String> attributes = row.type.equals("SecureRandom") ? Map.of("ThreadSafe", "true") : null;
-            putService(new Service(this, row.type, row.algorithm, className, row.aliases, attributes));
+            putService(new Service(this, row.type, row.algorithm, className, row.aliases, attributes(row)));
         }
         RandomStart.begin(ZelSecurityProvider::initRandomContext0);
+    }
+
+    private static Map<String, String> attributes(Row row) {
+        switch (row.type) {
+            case "SecureRandom": // the generator behind it is one for all threads
+                return Map.of("ThreadSafe", "true");
+            case "Signature": // with other keys a program is served by another provider
+                String kind = row.algorithm.endsWith("RSA") ? "RSA" : "DSA";
+                return Map.of("SupportedKeyClasses", "java.security.interfaces." + kind + "PublicKey"
+                        + "|java.security.interfaces." + kind + "PrivateKey");
+            default:
+                return Map.of();
+        }
     }
 
     /**

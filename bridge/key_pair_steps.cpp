@@ -1,0 +1,38 @@
+#include "bridge/key_pair_steps.h"
+
+#include "bridge/java_arrays.h"
+#include "bridge/java_exceptions.h"
+
+namespace {
+
+bool raise(JNIEnv* env, const char* message, Status status) {
+    if (isError(status)) {
+        ZelObject::throwStaticException(env, kProviderException, message, status);
+    }
+    return !isError(status);
+}
+
+} // namespace
+
+jbyteArray newKeyPair(JNIEnv* env, jint keySize, const KeyPairSteps& steps) {
+    RandomContext* const context = ZelObject::getRandomContext(env);
+    if (context == nullptr) {
+        return nullptr;
+    }
+    ScopedKey key;
+    if (!raise(env, "error initializing asymmetric key", AsymKey_Init(key.get())) ||
+        !raise(env, steps.makeFailed, steps.make(key.get(), nullptr)) ||
+        !raise(env, steps.generateFailed, steps.generate(context, key.get(), keySize))) {
+        return nullptr;
+    }
+    std::uint8_t* bytes = nullptr;
+    std::uint32_t length = 0;
+    const Status status = steps.toDer(key.get(), &bytes, &length);
+    SecretBuffer der;
+    der.adopt(bytes, length);
+    if (!raise(env, "error generating DER from key", status)) {
+        return nullptr;
+    }
+    // Through a critical region: the VM frees the copies that GetByteArrayElements makes without wiping them.
+    return newArray(env, der.data(), length);
+}

@@ -1,0 +1,93 @@
+#include "core/prime/candidate_sieve.h"
+#include "core/prime/prime.h"
+#include "core/prime/word_remainder.h"
+
+#include <array>
+
+namespace {
+
+constexpr std::uint32_t kPrimeLimit = 1 << 13;
+
+constexpr auto compositesBelowLimit() {
+    std::array<bool, kPrimeLimit> isComposite{};
+    for (std::uint32_t p = 3; p * p < kPrimeLimit; p += 2) {
+        for (std::uint32_t multiple = p * p; !isComposite[p] && multiple < kPrimeLimit; multiple += 2 * p) {
+            isComposite[multiple] = true;
+        }
+    }
+    return isComposite;
+}
+
+constexpr std::size_t kPrimeCount = 1027; // odd primes below the limit
+
+constexpr std::array<std::uint16_t, kPrimeCount> kPrimes = [] {
+    std::array<std::uint16_t, kPrimeCount> primes{};
+    std::size_t count = 0;
+    const auto isComposite = compositesBelowLimit();
+    for (std::uint32_t n = 3; n < kPrimeLimit; n += 2) {
+        if (!isComposite[n]) {
+            primes[count++] = static_cast<std::uint16_t>(n); // one too many is an error at compile time
+        }
+    }
+    return primes;
+}();
+static_assert(kPrimes.back() == 8191);
+
+// 1/value modulo the prime p, for value between 0 and p.
+std::uint32_t inverseModulo(std::uint32_t value, std::uint32_t p) {
+    auto g = static_cast<std::int32_t>(p), h = static_cast<std::int32_t>(value);
+    std::int32_t u = 0, v = 1;
+    while (h != 0) {
+        const std::int32_t q = g / h;
+        const std::int32_t rest = g - q * h, next = u - q * v;
+        g = h;
+        h = rest;
+        u = v;
+        v = next;
+    }
+    return static_cast<std::uint32_t>(u < 0 ? u + static_cast<std::int32_t>(p) : u);
+}
+
+// Notes p for each candidate that it divides and that has no smaller factor, given the remainders by p.
+void mark(std::uint16_t* factors, std::uint32_t count, std::uint32_t p, std::uint32_t start, std::uint32_t step) {
+    std::uint32_t i = 0, distance = p;
+    if (step != 0) {
+        i = (p - start) * inverseModulo(step, p) % p; // start + i * step = 0
+    } else if (start == 0) {
+        distance = 1;
+    } else {
+        return;
+    }
+    for (; i < count; i += distance) {
+        if (factors[i] == 0) {
+            factors[i] = static_cast<std::uint16_t>(p);
+        }
+    }
+}
+
+} // namespace
+
+Status CandidateSieve::fill(const vlong* start, const vlong* step, std::uint32_t count) {
+    RETURN_IF_ERROR(factors_.alloc(std::size_t{count} * sizeof(std::uint16_t)));
+    auto* const factors = reinterpret_cast<std::uint16_t*>(factors_.data());
+    for (std::size_t first = 0, end = 0; first < kPrimeCount; first = end) {
+        std::uint64_t product = 1; // as many primes as fit one remainder
+        while (end < kPrimeCount && product * kPrimes[end] <= UINT32_MAX) {
+            product *= kPrimes[end++];
+        }
+        const std::uint32_t startRemainder = wordRemainder(start, static_cast<std::uint32_t>(product));
+        const std::uint32_t stepRemainder = wordRemainder(step, static_cast<std::uint32_t>(product));
+        for (std::size_t i = first; i < end; ++i) {
+            mark(factors, count, kPrimes[i], startRemainder % kPrimes[i], stepRemainder % kPrimes[i]);
+        }
+    }
+    return OK;
+}
+
+std::uint32_t CandidateSieve::factor(std::uint32_t i) const {
+    return reinterpret_cast<const std::uint16_t*>(factors_.data())[i];
+}
+
+bool CandidateSieve::isTriviallyComposite(std::uint32_t i) const {
+    return factor(i) != 0 && factor(i) <= PRIME_smallPrimes[kSmallPrimeCount - 1];
+}

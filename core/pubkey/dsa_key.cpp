@@ -1,0 +1,78 @@
+// DSA key records: making, freeing, loading.
+#include "core/bignum/modexp.h"
+#include "core/bignum/scoped_vlong.h"
+#include "core/bignum/vlong_convert.h"
+#include "core/memory/memory.h"
+#include "core/pubkey/dsa.h"
+
+namespace {
+
+void releaseValues(DSAKey* dsaKey, vlong** queue) {
+    for (vlong** value : {&dsaKey->p, &dsaKey->q, &dsaKey->g, &dsaKey->y, &dsaKey->x}) {
+        (void)VLONG_free(value, queue); // an absent one is skipped
+    }
+}
+
+Status read(const std::uint8_t* bytes, std::uint32_t length, vlong** out, vlong** queue) {
+    return VLONG_fromBytes(bytes, static_cast<std::int32_t>(length), out, queue); // a length beyond 31 bits is negative
+}
+
+Status loadPublic(DSAKey& key, const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q,
+                  std::uint32_t qLength, const std::uint8_t* g, std::uint32_t gLength, vlong** queue) {
+    RETURN_IF_ERROR(read(p, pLength, &key.p, queue));
+    RETURN_IF_ERROR(read(q, qLength, &key.q, queue));
+    return read(g, gLength, &key.g, queue);
+}
+
+// What loading leaves behind: the values, or none of them.
+Status finish(DSAKey* dsaKey, Status status, vlong** queue) {
+    if (isError(status)) {
+        releaseValues(dsaKey, queue);
+    }
+    return status;
+}
+
+} // namespace
+
+Status Dsa_CreateKey(DSAKey** dsaKey) {
+    return memAllocRecord(dsaKey);
+}
+
+Status Dsa_FreeKey(DSAKey** dsaKey, vlong** queue) {
+    if (dsaKey == nullptr || *dsaKey == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    releaseValues(*dsaKey, queue);
+    return memFreeRecord(dsaKey);
+}
+
+Status Dsa_SetPublicKey(DSAKey* dsaKey, const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q,
+                        std::uint32_t qLength, const std::uint8_t* g, std::uint32_t gLength, const std::uint8_t* y,
+                        std::uint32_t yLength, vlong** queue) {
+    if (dsaKey == nullptr || p == nullptr || q == nullptr || g == nullptr || y == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    releaseValues(dsaKey, queue);
+    Status status = loadPublic(*dsaKey, p, pLength, q, qLength, g, gLength, queue);
+    if (!isError(status)) {
+        status = read(y, yLength, &dsaKey->y, queue);
+    }
+    return finish(dsaKey, status, queue);
+}
+
+Status Dsa_SetPrivateKey(DSAKey* dsaKey, const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q,
+                         std::uint32_t qLength, const std::uint8_t* g, std::uint32_t gLength, const std::uint8_t* x,
+                         std::uint32_t xLength, vlong** queue) {
+    if (dsaKey == nullptr || p == nullptr || q == nullptr || g == nullptr || x == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    releaseValues(dsaKey, queue);
+    Status status = loadPublic(*dsaKey, p, pLength, q, qLength, g, gLength, queue);
+    if (!isError(status)) {
+        status = read(x, xLength, &dsaKey->x, queue);
+    }
+    if (!isError(status)) {
+        status = VLONG_modExp(dsaKey->g, dsaKey->x, dsaKey->p, &dsaKey->y, queue);
+    }
+    return finish(dsaKey, status, queue);
+}

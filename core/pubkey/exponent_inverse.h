@@ -1,0 +1,13 @@
+// The inverse of a public exponent, as it is needed for dP, dQ and d. For use inside this folder.
+#ifndef ZELSPI_CORE_PUBKEY_EXPONENT_INVERSE_H
+#define ZELSPI_CORE_PUBKEY_EXPONENT_INVERSE_H
+
+#include "core/bignum/vlong.h"
+
+// inverseOfExponent: a new record := VLONG_modInverse(exponent, modulus), for every modulus and exponent, but many times
+// faster where exponent has at most 32 bits and no common divisor with the modulus.
+// Errors:  ERR_NULL_POINTER; as VLONG_modInverse. Secrets: the time depends on the length of modulus, and on its value
+//          as far as that of the processor's division does.
+Status inverseOfExponent(const vlong* exponent, const vlong* modulus, vlong** out, vlong** queue);
+
+#endif

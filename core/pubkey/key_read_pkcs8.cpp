@@ -1,0 +1,87 @@
+// Reading PrivateKeyInfo of PKCS#8 (RFC 5208 section 5) with an RSA key (RFC 8017) or a DSA key (RFC 3279 section
+// 2.3.2).
+#include "core/asn1/asn1_walk.h"
+#include "core/pubkey/key_der.h"
+#include "core/pubkey/key_read.h"
+
+namespace {
+
+// Object identifiers behind their length: 1.2.840.113549.1.1.1 and 1.2.840.10040.4.1.
+constexpr std::uint8_t kRsaEncryption[] = {0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x01};
+constexpr std::uint8_t kIdDsa[] = {0x07, 0x2A, 0x86, 0x48, 0xCE, 0x38, 0x04, 0x01};
+
+// From the root to the object identifier of the algorithm. What follows the key is not looked at.
+constexpr Asn1WalkStep kToAlgorithm[] = {
+    {kWalkFirstChild, 0, nullptr},  {kWalkCheckUniversalTag, kAsn1Sequence, nullptr},
+    {kWalkFirstChild, 0, nullptr},  {kWalkCheckSmallInteger, 0, nullptr},
+    {kWalkNextSibling, 0, nullptr}, {kWalkCheckUniversalTag, kAsn1Sequence, nullptr},
+    {kWalkFirstChild, 0, nullptr},  {kWalkEnd, 0, nullptr}};
+
+// From there to the key, which the parser has found inside the OCTET STRING.
+constexpr Asn1WalkStep kToKey[] = {{kWalkParent, 0, nullptr},
+                                   {kWalkNextSibling, 0, nullptr},
+                                   {kWalkCheckUniversalTag, kAsn1OctetString, nullptr},
+                                   {kWalkFirstChild, 0, nullptr},
+                                   {kWalkEnd, 0, nullptr}};
+constexpr Asn1WalkStep kIsInteger[] = {{kWalkCheckUniversalTag, kAsn1Integer, nullptr}, {kWalkEnd, 0, nullptr}};
+
+// The parameters p, q, g of a DSA key.
+constexpr std::uint32_t kParameterCount = 3;
+
+Status parametersOf(const Asn1Node* sequence, const Asn1Node* (&parameters)[kParameterCount]) {
+    if (!isUniversal(sequence, kAsn1Sequence)) {
+        return ERR_CERT_INVALID_STRUCT;
+    }
+    const Asn1Node* item = asn1FirstChild(sequence);
+    for (const Asn1Node*& parameter : parameters) {
+        if (!isUniversal(item, kAsn1Integer)) {
+            return ERR_CERT_INVALID_STRUCT;
+        }
+        parameter = item;
+        item = asn1NextSibling(item);
+    }
+    return item == nullptr ? OK : ERR_CERT_INVALID_STRUCT;
+}
+
+Status readDsaKey(const KeyInput& input, const Asn1Node& algorithm, Asn1Node* x, AsymmetricKey* key) {
+    const Asn1Node* parameters[kParameterCount] = {};
+    RETURN_IF_ERROR(parametersOf(asn1NextSibling(&algorithm), parameters));
+    Asn1Node* integer = nullptr;
+    RETURN_IF_ERROR(Asn1_WalkPath(x, input.stream(), kIsInteger, &integer));
+    const std::uint8_t* octets[kParameterCount] = {};
+    for (std::uint32_t i = 0; i < kParameterCount; ++i) {
+        RETURN_IF_ERROR(input.content(*parameters[i], &octets[i]));
+    }
+    const std::uint8_t* secret = nullptr;
+    RETURN_IF_ERROR(input.content(*integer, &secret));
+    RETURN_IF_ERROR(AsymKey_MakeDsa(key, nullptr));
+    return AsymKey_SetDsaParameters(key, octets[0], parameters[0]->length, octets[1], parameters[1]->length, octets[2],
+                                    parameters[2]->length, nullptr, 0, secret, integer->length, nullptr);
+}
+
+Status readPrivateKeyInfo(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
+    KeyInput input;
+    RETURN_IF_ERROR(input.parse(der, derLength));
+    Asn1Node *algorithm = nullptr, *privateKey = nullptr;
+    if (isError(Asn1_WalkPath(input.root(), input.stream(), kToAlgorithm, &algorithm)) ||
+        isError(Asn1_WalkPath(algorithm, input.stream(), kToKey, &privateKey))) {
+        return ERR_RSA_INVALID_PKCS8; // of a DSA key, too: nobody has looked at the algorithm yet
+    }
+    if (!isError(Asn1_CheckOid(algorithm, input.stream(), kRsaEncryption))) {
+        return isUniversal(privateKey, kAsn1Sequence) ? readRsaKey(input, privateKey, key) : ERR_RSA_INVALID_PKCS8;
+    }
+    if (!isError(Asn1_CheckOid(algorithm, input.stream(), kIdDsa))) {
+        return readDsaKey(input, *algorithm, privateKey, key);
+    }
+    return ERR_RSA_UNKNOWN_PKCS8_ALGOID;
+}
+
+} // namespace
+
+Status AsymKey_FromPkcs8Der(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
+    if (der == nullptr || key == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    RETURN_IF_ERROR(AsymKey_Uninit(key, nullptr));
+    return keyOrNothing(key, readPrivateKeyInfo(der, derLength, key));
+}

@@ -1,0 +1,166 @@
+// RSA key records: loading, preparing, clearing, and the conversions between values and bytes.
+#include "core/bignum/scoped_vlong.h"
+#include "core/bignum/vlong_convert.h"
+#include "core/bignum/vlong_math.h"
+#include "core/memory/memory.h"
+#include "core/pubkey/exponent_inverse.h"
+#include "core/pubkey/rsa.h"
+
+#include <utility>
+
+namespace {
+
+Status read(const std::uint8_t* bytes, std::uint32_t length, vlong** out, vlong** queue) {
+    return VLONG_fromBytes(bytes, static_cast<std::int32_t>(length), out, queue); // a length beyond 31 bits is negative
+}
+
+void release(vlong** value, vlong** queue) {
+    (void)VLONG_free(value, queue); // an absent one is skipped
+}
+
+// *out := 1/e mod (prime - 1).
+Status exponentOf(const vlong* e, const vlong* prime, vlong** out, vlong** queue) {
+    ScopedVlong order(queue);
+    RETURN_IF_ERROR(VLONG_newCopy(prime, order.out(), queue));
+    RETURN_IF_ERROR(VLONG_decrement(order.get(), queue));
+    return inverseOfExponent(e, order.get(), out, queue);
+}
+
+void releaseDerived(RSAKey& key, vlong** queue) {
+    release(&key.dP, queue);
+    release(&key.dQ, queue);
+    release(&key.qInv, queue);
+    (void)VLONG_deleteMontgomeryCtx(&key.contextP, queue); // always OK
+    (void)VLONG_deleteMontgomeryCtx(&key.contextQ, queue); // always OK
+}
+
+// Makes in derived whatever of key's derived values is absent, or all of them when the primes are to be swapped.
+Status derive(const RSAKey& key, bool isSwapped, RSAKey& derived, vlong** queue) {
+    const vlong* const p = isSwapped ? key.q : key.p;
+    const vlong* const q = isSwapped ? key.p : key.q;
+    if (isSwapped || key.dP == nullptr) {
+        RETURN_IF_ERROR(exponentOf(key.e, p, &derived.dP, queue));
+    }
+    if (isSwapped || key.dQ == nullptr) {
+        RETURN_IF_ERROR(exponentOf(key.e, q, &derived.dQ, queue));
+    }
+    if (isSwapped || key.qInv == nullptr) {
+        RETURN_IF_ERROR(VLONG_modInverse(q, p, &derived.qInv, queue));
+    }
+    if (isSwapped || key.contextP == nullptr) {
+        RETURN_IF_ERROR(VLONG_newMontgomeryCtx(&derived.contextP, p, queue));
+    }
+    if (isSwapped || key.contextQ == nullptr) {
+        RETURN_IF_ERROR(VLONG_newMontgomeryCtx(&derived.contextQ, q, queue));
+    }
+    return OK;
+}
+
+// Moves a value that has been made into its place.
+template <typename Value> void adopt(Value*& place, Value* made) {
+    if (made != nullptr) {
+        place = made;
+    }
+}
+
+Status loadPublic(RSAKey& key, std::uint32_t e, const std::uint8_t* n, std::uint32_t nLength, vlong** queue) {
+    RETURN_IF_ERROR(VLONG_newValue(e, &key.e, queue));
+    return read(n, nLength, &key.n, queue);
+}
+
+// What loading leaves behind: the whole key, or nothing of it.
+Status finish(RSAKey* rsaKey, Status status, vlong** queue) {
+    if (isError(status)) {
+        rsaKeyClear(rsaKey, queue);
+    }
+    return status;
+}
+
+} // namespace
+
+Status RsaKey_SetPublic(RSAKey* rsaKey, std::uint32_t e, const std::uint8_t* n, std::uint32_t nLength, vlong** queue) {
+    if (rsaKey == nullptr) {
+        return ERR_RSA_INVALID_KEY;
+    }
+    if (e < 2) {
+        return ERR_BAD_EXPONENT;
+    }
+    if (n == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    rsaKeyClear(rsaKey, queue);
+    return finish(rsaKey, loadPublic(*rsaKey, e, n, nLength, queue), queue);
+}
+
+Status RsaKey_SetPrivate(RSAKey* rsaKey, std::uint32_t e, const std::uint8_t* n, std::uint32_t nLength,
+                         const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q, std::uint32_t qLength,
+                         vlong** queue) {
+    if (rsaKey == nullptr) {
+        return ERR_RSA_INVALID_KEY;
+    }
+    if (e < 2) {
+        return ERR_BAD_EXPONENT;
+    }
+    if (n == nullptr || p == nullptr || q == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    rsaKeyClear(rsaKey, queue);
+    LocalQueue local(queue);
+    Status status = loadPublic(*rsaKey, e, n, nLength, local.get());
+    if (!isError(status)) {
+        status = read(p, pLength, &rsaKey->p, local.get());
+    }
+    if (!isError(status)) {
+        status = read(q, qLength, &rsaKey->q, local.get());
+    }
+    if (!isError(status)) {
+        rsaKey->privateKey = 1;
+        status = Rsa_PrepareKey(rsaKey, local.get());
+    }
+    return finish(rsaKey, status, local.get());
+}
+
+void rsaKeyClear(RSAKey* rsaKey, vlong** queue) {
+    if (rsaKey == nullptr) {
+        return;
+    }
+    rsaKey->privateKey = 0;
+    release(&rsaKey->e, queue);
+    release(&rsaKey->n, queue);
+    release(&rsaKey->p, queue);
+    release(&rsaKey->q, queue);
+    releaseDerived(*rsaKey, queue);
+    release(&rsaKey->blinding.blind, queue);
+    release(&rsaKey->blinding.unblind, queue);
+    rsaKey->blinding.blindUses = 0;
+}
+
+Status Rsa_PrepareKey(RSAKey* rsaKey, vlong** queue) {
+    if (rsaKey == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    if (rsaKey->privateKey == 0) {
+        return OK;
+    }
+    if (rsaKey->e == nullptr || rsaKey->p == nullptr || rsaKey->q == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    LocalQueue local(queue);
+    const bool isSwapped = VLONG_cmp(rsaKey->p, rsaKey->q) < 0;
+    RSAKey derived{}; // the key itself changes only when nothing can fail any more
+    const Status status = derive(*rsaKey, isSwapped, derived, local.get());
+    if (isError(status)) {
+        releaseDerived(derived, local.get());
+        return status;
+    }
+    if (isSwapped) {
+        std::swap(rsaKey->p, rsaKey->q);
+        releaseDerived(*rsaKey, local.get());
+    }
+    adopt(rsaKey->dP, derived.dP);
+    adopt(rsaKey->dQ, derived.dQ);
+    adopt(rsaKey->qInv, derived.qInv);
+    adopt(rsaKey->contextP, derived.contextP);
+    adopt(rsaKey->contextQ, derived.contextQ);
+    return OK;
+}

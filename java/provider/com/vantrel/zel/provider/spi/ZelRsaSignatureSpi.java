@@ -1,0 +1,47 @@
+package com.vantrel.zel.provider.spi;
+
+import java.io.IOException;
+import java.math.BigInteger;
+import java.security.InvalidKeyException;
+import java.security.PrivateKey;
+import java.security.PublicKey;
+import java.security.SignatureException;
+import java.util.function.LongConsumer;
+
+/** What the RSA signatures have in common: their keys, and what is no signature whatever the engine makes of it. */
+abstract class ZelRsaSignatureSpi extends ZelSignatureSpi {
+    ZelRsaSignatureSpi(LongConsumer delete) {
+        super(delete);
+    }
+
+    /** A blank object, made only to hand an engine's address to {@code deleteContext0}. */
+    ZelRsaSignatureSpi() {}
+
+    @Override
+    final byte[] encoded(PublicKey publicKey) throws InvalidKeyException {
+        return RsaKeys.encodedPublic(publicKey);
+    }
+
+    @Override
+    final byte[] encoded(PrivateKey privateKey) throws InvalidKeyException {
+        return RsaKeys.encodedPrivate(privateKey);
+    }
+
+    @Override
+    final boolean verifyByEngine(byte[] signature, byte[] publicKey) throws SignatureException {
+        BigInteger n = modulus(publicKey);
+        // The engine would reduce it, so that a signature had more than one form.
+        if (signature.length == (n.bitLength() + 7) / 8 && new BigInteger(1, signature).compareTo(n) >= 0) {
+            return false;
+        }
+        return engineVerify0(signature);
+    }
+
+    private static BigInteger modulus(byte[] pkcs1) {
+        try {
+            return new DerReader(pkcs1).sequence().integer();
+        } catch (IOException e) {
+            throw new AssertionError(e); // it has been read before
+        }
+    }
+}

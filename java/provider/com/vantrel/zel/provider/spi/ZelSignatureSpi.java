@@ -1,0 +1,205 @@
+package com.vantrel.zel.provider.spi;
+
+import com.vantrel.zel.provider.internal.NativeLibrary;
+import java.lang.ref.Reference;
+import java.security.AlgorithmParameters;
+import java.security.InvalidAlgorithmParameterException;
+import java.security.InvalidKeyException;
+import java.security.InvalidParameterException;
+import java.security.PrivateKey;
+import java.security.ProviderException;
+import java.security.PublicKey;
+import java.security.SignatureException;
+import java.security.SignatureSpi;
+import java.security.spec.AlgorithmParameterSpec;
+import java.util.function.LongConsumer;
+
+/**
+ * What the signatures have in common. The native engine forgets its key with every signature; this class keeps the key's
+ * encoding and initialises the engine again for the next message, so that the object stays usable, as every Signature does.
+ *
+ * <p>A signature is not made for two threads at once. The locks turn that mistake of a program into wrong signatures, where
+ * it would be the end of the whole virtual machine.
+ */
+abstract class ZelSignatureSpi extends SignatureSpi {
+    /** The most that one native call takes: while it runs, the array may hold up the garbage collector. */
+    private static final int CALL_BYTES = 1 << 20;
+
+    private enum Mode { NONE, SIGNING, VERIFYING }
+
+    private final EngineOwner owner;
+    private final KeptKey key = new KeptKey();
+    private Mode mode = Mode.NONE;
+
+    /** Whether the engine has the key, and stands in or before the current message. */
+    private boolean isReady;
+
+    ZelSignatureSpi(LongConsumer delete) {
+        NativeLibrary.load();
+        KeptKey kept = key;
+        owner = new EngineOwner(this, context0 -> {
+            delete.accept(context0);
+            kept.forget();
+        });
+    }
+
+    /** A blank object, made only to hand an engine's address to {@code deleteContext0}. */
+    ZelSignatureSpi() {
+        owner = null;
+    }
+
+    abstract long context0();
+
+    abstract void engineInitVerify0(byte[] publicKey);
+
+    abstract void engineInitSign0(byte[] privateKey);
+
+    abstract void engineUpdate0(byte input) throws SignatureException;
+
+    abstract void engineUpdate0(byte[] input, int offset, int length) throws SignatureException;
+
+    abstract byte[] engineSign0() throws SignatureException;
+
+    abstract int engineSign0(byte[] output, int offset, int length) throws SignatureException;
+
+    abstract boolean engineVerify0(byte[] signature) throws SignatureException;
+
+    abstract boolean engineVerify0(byte[] signature, int offset, int length) throws SignatureException;
+
+    abstract void deleteContext0();
+
+    /** What the engine is to have of a public key; the array is this object's from then on. */
+    abstract byte[] encoded(PublicKey publicKey) throws InvalidKeyException;
+
+    /** The same for a private key. */
+    abstract byte[] encoded(PrivateKey privateKey) throws InvalidKeyException;
+
+    /** Whether this is a signature of the message, by {@link #engineVerify0} after looking at its form. */
+    abstract boolean verifyByEngine(byte[] signature, byte[] publicKey) throws SignatureException;
+
+    @Override
+    protected final synchronized void engineInitVerify(PublicKey publicKey) throws InvalidKeyException {
+        init(Mode.VERIFYING, encoded(publicKey));
+    }
+
+    @Override
+    protected final synchronized void engineInitSign(PrivateKey privateKey) throws InvalidKeyException {
+        init(Mode.SIGNING, encoded(privateKey));
+    }
+
+    private void init(Mode wanted, byte[] encoded) throws InvalidKeyException {
+        key.replace(encoded);
+        mode = wanted;
+        isReady = false;
+        try {
+            makeReady();
+        } catch (ProviderException e) {
+            mode = Mode.NONE;
+            key.forget();
+            throw new InvalidKeyException(e.getMessage(), e);
+        }
+    }
+
+    private void makeReady() {
+        if (isReady) {
+            return;
+        }
+        try {
+            if (mode == Mode.SIGNING) {
+                engineInitSign0(key.bytes());
+            } else {
+                engineInitVerify0(key.bytes());
+            }
+        } finally {
+            noteEngine();
+        }
+        isReady = true;
+    }
+
+    /** Refuses what the object is not initialised for; null for either. */
+    private void begin(Mode wanted, String refusal) throws SignatureException {
+        if (mode == Mode.NONE || wanted != null && mode != wanted) {
+            throw new SignatureException(refusal);
+        }
+        makeReady();
+    }
+
+    @Override
+    protected final synchronized void engineUpdate(byte input) throws SignatureException {
+        begin(null, "signature not initialized");
+        try {
+            engineUpdate0(input);
+        } finally {
+            noteEngine();
+        }
+    }
+
+    @Override
+    protected final synchronized void engineUpdate(byte[] input, int offset, int length) throws SignatureException {
+        Slices.check(input, offset, length);
+        begin(null, "signature not initialized");
+        try {
+            int at = offset;
+            for (int left = length; left > 0;) { // counts down: a position beyond the last piece could overflow
+                int piece = Math.min(CALL_BYTES, left);
+                engineUpdate0(input, at, piece);
+                at += piece;
+                left -= piece;
+            }
+        } finally {
+            noteEngine();
+        }
+    }
+
+    @Override
+    protected final synchronized byte[] engineSign() throws SignatureException {
+        begin(Mode.SIGNING, "signature not initialized for signing");
+        isReady = false; // whatever comes, the next message is a new one
+        try {
+            return engineSign0();
+        } finally {
+            noteEngine();
+        }
+    }
+
+    @Override
+    protected final synchronized boolean engineVerify(byte[] signature) throws SignatureException {
+        begin(Mode.VERIFYING, "signature not initialized for verifying");
+        isReady = false;
+        try {
+            return verifyByEngine(signature, key.bytes());
+        } finally {
+            noteEngine();
+        }
+    }
+
+    /** To be called after every native call that may have made an engine; keeps this object alive until then. */
+    private void noteEngine() {
+        owner.bound(context0());
+        Reference.reachabilityFence(this);
+    }
+
+    @Override
+    protected final void engineSetParameter(AlgorithmParameterSpec params) throws InvalidAlgorithmParameterException {
+        if (params != null) {
+            throw new InvalidAlgorithmParameterException("the signature has no parameters");
+        }
+    }
+
+    @Override
+    protected final AlgorithmParameters engineGetParameters() {
+        return null;
+    }
+
+    @Override
+    @Deprecated
+    protected final void engineSetParameter(String name, Object value) {
+        throw new InvalidParameterException("the signature has no parameters");
+    }
+
+    @Override
+    @Deprecated
+    protected final Object engineGetParameter(String name) {
+        throw new InvalidParameterException("the signature has no parameters");
+    }
+}

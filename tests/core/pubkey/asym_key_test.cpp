@@ -1,0 +1,72 @@
+// The container: its states, and what each function says to null and to unfinished keys.
+#include "core/pubkey/dsa.h"
+#include "tests/core/pubkey/key_support.h"
+#include "tests/support/faults.h"
+#include "tests/support/test_heap.h"
+
+namespace {
+
+using namespace keytest;
+
+TEST(AsymKey, States) {
+    AsymmetricKey key{7, &key};
+    ASSERT_EQ(AsymKey_Init(&key), OK);
+    EXPECT_EQ(key.type, kKeyEmpty);
+    EXPECT_EQ(key.key, nullptr);
+    EXPECT_EQ(AsymKey_Uninit(&key, nullptr), OK);
+    for (const auto make : {AsymKey_MakeRsa, AsymKey_MakeDsa, AsymKey_MakeRsa}) { // each over the one before
+        ASSERT_EQ(make(&key, nullptr), OK);
+        EXPECT_EQ(asymKeyRsa(&key) != nullptr, make == AsymKey_MakeRsa);
+        EXPECT_EQ(asymKeyDsa(&key) != nullptr, make == AsymKey_MakeDsa);
+    }
+    EXPECT_EQ(AsymKey_Uninit(&key, nullptr), OK);
+    EXPECT_EQ(key.type, kKeyEmpty);
+    for (const std::uint32_t type : {kKeyRsa, kKeyDsa, 2U, 4U}) { // without a record, and of no type
+        key.type = type;
+        const Status refusal = type == kKeyRsa || type == kKeyDsa ? ERR_NULL_POINTER : ERR_INTERNAL_ERROR;
+        EXPECT_EQ(AsymKey_Uninit(&key, nullptr), refusal);
+        EXPECT_EQ(AsymKey_MakeRsa(&key, nullptr), refusal);
+        EXPECT_EQ(AsymKey_MakeDsa(&key, nullptr), refusal);
+        EXPECT_EQ(read(RsaKey_FromPublicDer, publicDer(kRsaKeys[0]), &key), refusal);
+        EXPECT_EQ(key.type, type);
+    }
+}
+
+TEST(AsymKey, RefusedResources) {
+    for (const auto make : {AsymKey_MakeRsa, AsymKey_MakeDsa}) {
+        testheap::failEach([make] {
+            ScopedKey key;
+            const Status status = make(key.get(), nullptr);
+            EXPECT_EQ(key.get()->type == kKeyEmpty, isError(status));
+            return status == ERR_RTOS_MUTEX_CREATE ? ERR_MEM_ALLOC_FAIL : status;
+        });
+    }
+    ScopedKey key;
+    const Fault fault(PlatformService::mutexCreate, 1);
+    EXPECT_EQ(read(RsaKey_FromPublicDer, publicDer(kRsaKeys[0]), key.get()), ERR_RTOS_MUTEX_CREATE);
+    EXPECT_EQ(key.get()->type, kKeyEmpty);
+}
+
+TEST(AsymKey, Arguments) {
+    AsymmetricKey key{};
+    ScopedKey holder;
+    RSAKey empty{};
+    RSAKey* const none = nullptr;
+    DSAKey* dsa = nullptr;
+    vlong* value = nullptr;
+    const Number one("01");
+    const std::uint8_t byte = 3, zero[1] = {};
+    std::uint8_t buffer[1], *bytes = nullptr;
+    std::uint32_t length = 0;
+    const auto setDsa = [&](const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q, const std::uint8_t* g,
+                            const std::uint8_t* y, std::uint32_t yLength, const std::uint8_t* x,
+                            std::uint32_t xLength) {
+        return AsymKey_SetDsaParameters(holder.get(), p, pLength, q, 1, g, 1, y, yLength, x, xLength, nullptr);
+    };
+#define STATUS_CASE(status, call) EXPECT_EQ(call, status) << #call;
+#include "tests/core/pubkey/argument_cases.inc"
+#undef STATUS_CASE
+    (void)VLONG_free(&value, nullptr);
+}
+
+} // namespace

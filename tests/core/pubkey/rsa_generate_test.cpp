@@ -1,0 +1,144 @@
+// RSA key generation, against a model in Python that tests each number without a sieve.
+#include "core/bignum/vlong_math.h"
+#include "core/prime/prime.h"
+#include "core/pubkey/rsa.h"
+#include "core/pubkey/rsa_prime.h"
+#include "tests/core/bignum/bignum_support.h"
+#include "tests/support/byte_source.h"
+#include "tests/support/test_heap.h"
+
+#include <numeric>
+
+namespace {
+
+using bignumtest::Number;
+
+std::string text(const vlong* value) {
+    Number number;
+    EXPECT_EQ(VLONG_newCopy(value, number.out(), nullptr), OK);
+    return number.text();
+}
+
+Number remainder(const Number& a, const Number& m) {
+    Number result;
+    EXPECT_EQ(VLONG_mod(a, m, result.out(), nullptr), OK);
+    return result;
+}
+
+TEST(RsaGenerate, KnownKeys) {
+    const struct {
+        std::uint64_t seed;
+        std::uint32_t bits;
+        std::size_t draws;
+        std::uint32_t drawn;
+        const char *p, *q;
+    } kRows[] = {
+#include "tests/core/pubkey/rsa_keys.inc"
+    };
+    RSAKey key{}; // each key replaces the one before
+    for (const auto& row : kRows) {
+        ByteSource source(row.seed);
+        ASSERT_EQ(Rsa_GenerateKey(source.bytes(), &key, row.bits, nullptr), OK);
+        EXPECT_EQ(text(key.p), row.p);
+        EXPECT_EQ(text(key.q), row.q);
+        EXPECT_EQ(text(key.e), "10001");
+        EXPECT_EQ(key.privateKey, 1U);
+        EXPECT_EQ(VLONG_bitLength(key.n), row.bits);
+        EXPECT_EQ(source.draws.size(), row.draws);
+        EXPECT_EQ(std::accumulate(source.draws.begin(), source.draws.end(), 0U), row.drawn);
+
+        const Number message(bignumtest::Random(1).units(row.bits / 64 - 1));
+        Number raised, back;
+        EXPECT_EQ(Rsa_PublicOp(&key, message, raised.out(), nullptr), OK);
+        EXPECT_EQ(Rsa_PrivateCrt(&key, raised, back.out(), nullptr), OK);
+        EXPECT_EQ(back, message);
+    }
+    rsaKeyClear(&key, nullptr);
+}
+
+// p >= x, p = 1 modulo p1, p = -1 modulo p2, with p1 and p2 found again from their seeds.
+TEST(RsaGenerate, AConstructedPrime) {
+    const auto nextPrime = [](Number n) {
+        ByteSource source(5);
+        for (std::uint32_t flag = 0;;) {
+            EXPECT_EQ(PRIME_isProbablePrimeSearch(source.bytes(), n, &flag, nullptr), OK);
+            if (flag != 0) {
+                return n;
+            }
+            EXPECT_EQ(VLONG_addUnit(n, 2, nullptr), OK);
+        }
+    };
+    for (const std::uint64_t seed : {1U, 2U, 3U}) {
+        ByteSource source(seed);
+        Number x, x1, x2, prime;
+        ASSERT_EQ(VLONG_makeRandomOdd(source.bytes(), x.out(), 512, nullptr), OK);
+        ASSERT_EQ(VLONG_makeRandomOdd(source.bytes(), x1.out(), 101, nullptr), OK);
+        ASSERT_EQ(VLONG_makeRandomOdd(source.bytes(), x2.out(), 101, nullptr), OK);
+        // With e = 3 a third of the primes are refused for p - 1.
+        ASSERT_EQ(rsaConstructPrime(source.bytes(), {x, x1, x2}, 3, prime.out(), nullptr), OK);
+        EXPECT_EQ(VLONG_bitLength(prime), 512U);
+        EXPECT_GE(VLONG_cmp(prime, x), 0);
+        EXPECT_EQ(nextPrime(prime), prime);
+        EXPECT_EQ(remainder(prime, Number(3)).text(), "2");
+        EXPECT_EQ(remainder(prime, nextPrime(x1)).text(), "1");
+        EXPECT_EQ(VLONG_increment(prime, nullptr), OK);
+        EXPECT_EQ(remainder(prime, nextPrime(x2)).text(), "0");
+
+        // The same auxiliary prime twice, and a lower bound without a prime above it: start again.
+        ASSERT_EQ(rsaConstructPrime(source.bytes(), {x, x1, x1}, 3, prime.out(), nullptr), OK);
+        EXPECT_EQ(prime.get(), nullptr);
+        const Number top("ffffffffffffffff*8");
+        ASSERT_EQ(rsaConstructPrime(source.bytes(), {top, x1, x2}, 3, prime.out(), nullptr), OK);
+        EXPECT_EQ(prime.get(), nullptr);
+    }
+}
+
+TEST(RsaGenerate, Sizes) {
+    RSAKey key{};
+    ByteSource source(1);
+    EXPECT_EQ(Rsa_GenerateKey(source.bytes(), nullptr, 1024, nullptr), ERR_RSA_INVALID_KEY);
+    for (const std::uint32_t bits : {0U, 512U, 895U, 896U}) {
+        EXPECT_EQ(Rsa_GenerateKey(source.bytes(), &key, bits, nullptr), ERR_RSA_KEY_LENGTH_TOO_SMALL) << bits;
+    }
+    EXPECT_EQ(Rsa_GenerateKey(source.bytes(), &key, ~0U, nullptr), ERR_BAD_LENGTH);
+    EXPECT_TRUE(source.draws.empty());
+    // Sizes that are no multiple of 128 go on until the source fails, which a key of 1024 bits asks some 200 times.
+    for (const std::uint32_t bits : {1000U, 1023U}) {
+        ByteSource failing(1);
+        failing.limit = 2000;
+        EXPECT_EQ(Rsa_GenerateKey(failing.bytes(), &key, bits, nullptr), ERR_RTOS_MUTEX_WAIT);
+        EXPECT_EQ(failing.draws.size(), failing.limit);
+        EXPECT_EQ(key.n, nullptr);
+    }
+}
+
+TEST(RsaGenerate, AllocationFailures) {
+    const std::uint64_t dirty = testheap::dirtyFrees();
+    const Number x("ffff000000000000.1.2.3"), x1("1000000001"), x2("3000000001");
+    testheap::failEach([&] {
+        ByteSource source(1);
+        vlong* prime = nullptr;
+        const Status status = rsaConstructPrime(source.bytes(), {x, x1, x2}, 65537, &prime, nullptr);
+        EXPECT_EQ(prime == nullptr, isError(status));
+        (void)VLONG_free(&prime, nullptr); // null after a refusal
+        return status;
+    });
+    // Of the thousands of a whole key only some.
+    bool wasRefused = true;
+    for (std::uint64_t number = 1; wasRefused; number += 1 + number / 3) {
+        const std::uint64_t before = testheap::liveBlocks();
+        RSAKey key{};
+        ByteSource source(2);
+        testheap::refuse(number);
+        const Status status = Rsa_GenerateKey(source.bytes(), &key, 1024, nullptr);
+        wasRefused = testheap::refused();
+        testheap::refuse(0);
+        EXPECT_EQ(status, wasRefused ? ERR_MEM_ALLOC_FAIL : OK);
+        EXPECT_EQ(key.n == nullptr, wasRefused);
+        rsaKeyClear(&key, nullptr);
+        EXPECT_EQ(testheap::liveBlocks(), before) << number;
+    }
+    EXPECT_EQ(testheap::dirtyFrees(), dirty);
+}
+
+} // namespace

@@ -1,0 +1,463 @@
+package com.vantrel.zel.provider;
+
+import static org.junit.jupiter.api.Assertions.assertArrayEquals;
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertNull;
+import static org.junit.jupiter.api.Assertions.assertThrows;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assumptions.assumeTrue;
+
+import java.io.ByteArrayOutputStream;
+import java.math.BigInteger;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.security.InvalidAlgorithmParameterException;
+import java.security.InvalidKeyException;
+import java.security.InvalidParameterException;
+import java.security.Key;
+import java.security.KeyFactory;
+import java.security.KeyPair;
+import java.security.KeyPairGenerator;
+import java.security.PrivateKey;
+import java.security.Provider;
+import java.security.PublicKey;
+import java.security.Signature;
+import java.security.SignatureException;
+import java.security.interfaces.DSAPrivateKey;
+import java.security.interfaces.DSAPublicKey;
+import java.security.interfaces.RSAPrivateCrtKey;
+import java.security.interfaces.RSAPublicKey;
+import java.security.spec.DSAParameterSpec;
+import java.security.spec.DSAPublicKeySpec;
+import java.security.spec.PSSParameterSpec;
+import java.security.spec.RSAKeyGenParameterSpec;
+import java.security.spec.RSAPrivateCrtKeySpec;
+import java.security.spec.RSAPrivateKeySpec;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.Base64;
+import java.util.List;
+import java.util.Random;
+import java.util.concurrent.TimeUnit;
+import java.util.stream.Stream;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.Arguments;
+import org.junit.jupiter.params.provider.CsvSource;
+import org.junit.jupiter.params.provider.MethodSource;
+import org.junit.jupiter.params.provider.ValueSource;
+
+/** The signatures and key pair generators as a Java program sees them; the JDK's own providers and openssl are the oracles. */
+class SignatureTest {
+    private static final Provider ZEL = new ZelSecurityProvider();
+    private static final List<String> ALGORITHMS = List.of("SHA1withRSA", "SHA256withRSA", "SHA1withDSA");
+    private static final Random RANDOM = new Random(11);
+
+    private static byte[] randomBytes(int length) {
+        byte[] bytes = new byte[length];
+        RANDOM.nextBytes(bytes);
+        return bytes;
+    }
+
+    private static KeyPair keyPair(String algorithm, int bits, Object provider) throws Exception {
+        KeyPairGenerator generator = provider == ZEL ? KeyPairGenerator.getInstance(algorithm, ZEL)
+                : KeyPairGenerator.getInstance(algorithm, (String) provider);
+        generator.initialize(bits);
+        return generator.generateKeyPair();
+    }
+
+    private static String jdkOf(String algorithm) {
+        return algorithm.endsWith("DSA") ? "SUN" : "SunRsaSign";
+    }
+
+    private static String keysOf(String algorithm) {
+        return algorithm.substring(algorithm.length() - 3);
+    }
+
+    private static Signature signing(String algorithm, PrivateKey key, boolean byZel) throws Exception {
+        Signature signature = byZel ? Signature.getInstance(algorithm, ZEL)
+                : Signature.getInstance(algorithm, jdkOf(algorithm));
+        signature.initSign(key);
+        return signature;
+    }
+
+    private static Signature verifying(String algorithm, PublicKey key, boolean byZel) throws Exception {
+        Signature signature = byZel ? Signature.getInstance(algorithm, ZEL)
+                : Signature.getInstance(algorithm, jdkOf(algorithm));
+        signature.initVerify(key);
+        return signature;
+    }
+
+    /** Kinds of signatures with key pairs, made here and by the JDK. */
+    static Stream<Arguments> keys() throws Exception {
+        List<Arguments> keys = new ArrayList<>();
+        for (String algorithm : ALGORITHMS) {
+            boolean isDsa = algorithm.endsWith("DSA");
+            keys.add(Arguments.of(algorithm, "of Zel", keyPair(keysOf(algorithm), 1024, ZEL)));
+            for (int bits : isDsa ? new int[] {1024} : new int[] {512, 777, 1025, 2048, 4096}) {
+                keys.add(Arguments.of(algorithm, bits + " of the JDK", keyPair(keysOf(algorithm), bits, jdkOf(algorithm))));
+            }
+        }
+        KeyPairGenerator generator = KeyPairGenerator.getInstance("RSA", "SunRsaSign");
+        for (BigInteger exponent : List.of(BigInteger.valueOf(3), new BigInteger("FFFFFFFB", 16))) {
+            generator.initialize(new RSAKeyGenParameterSpec(1024, exponent));
+            keys.add(Arguments.of("SHA256withRSA", "exponent " + exponent, generator.generateKeyPair()));
+        }
+        return keys.stream();
+    }
+
+    /** Message after message through four objects that are initialised once; the JDK has every word. */
+    @ParameterizedTest(name = "{0}, {1}")
+    @MethodSource("keys")
+    void agreesWithTheJdkAgainAndAgain(String algorithm, String described, KeyPair pair) throws Exception {
+        Signature ourSigning = signing(algorithm, pair.getPrivate(), true);
+        Signature ourVerifying = verifying(algorithm, pair.getPublic(), true);
+        Signature theirSigning = signing(algorithm, pair.getPrivate(), false);
+        Signature theirVerifying = verifying(algorithm, pair.getPublic(), false);
+        int rounds = algorithm.endsWith("DSA") ? 500 : 20;
+        for (int round = 0; round < rounds; ++round) {
+            byte[] message = randomBytes(round == 7 ? 3 << 20 : RANDOM.nextInt(300));
+            int split = RANDOM.nextInt(message.length + 1);
+            for (Signature signature : List.of(ourSigning, ourVerifying)) {
+                signature.update(message, 0, split);
+                if (split < message.length) {
+                    signature.update(message[split]);
+                    signature.update(message, split + 1, message.length - split - 1);
+                }
+            }
+            byte[] ours = ourSigning.sign();
+            theirSigning.update(message);
+            byte[] theirs = theirSigning.sign();
+            if (algorithm.endsWith("RSA")) {
+                assertArrayEquals(theirs, ours);
+            }
+            theirVerifying.update(message);
+            assertTrue(theirVerifying.verify(ours));
+            byte[] area = Arrays.copyOf(theirs, theirs.length + 9);
+            System.arraycopy(theirs, 0, area, 5, theirs.length);
+            assertTrue(ourVerifying.verify(area, 5, theirs.length));
+        }
+    }
+
+    /** A signature, bent in every way; what becomes of each is up to the JDK. */
+    @ParameterizedTest
+    @ValueSource(strings = {"SHA1withRSA", "SHA256withRSA", "SHA1withDSA"})
+    void judgesAsTheJdkDoes(String algorithm) throws Exception {
+        KeyPair pair = keyPair(keysOf(algorithm), 1024, jdkOf(algorithm));
+        byte[] message = randomBytes(100);
+        Signature signing = signing(algorithm, pair.getPrivate(), false);
+        signing.update(message);
+        byte[] right = signing.sign();
+        List<byte[]> bent = new ArrayList<>(List.of(right, new byte[0], new byte[right.length], Arrays.copyOf(right, 4),
+                Arrays.copyOf(right, right.length - 1), Arrays.copyOf(right, right.length + 1)));
+        for (int i = 0; i < 100; ++i) {
+            byte[] flipped = right.clone();
+            flipped[RANDOM.nextInt(right.length)] ^= (byte) (1 << RANDOM.nextInt(8));
+            bent.add(flipped);
+        }
+        if (algorithm.endsWith("RSA")) {
+            BigInteger n = ((RSAPublicKey) pair.getPublic()).getModulus();
+            BigInteger s = new BigInteger(1, right);
+            for (BigInteger value : List.of(n, n.add(BigInteger.ONE), n.subtract(BigInteger.ONE), n.subtract(s), s.add(n),
+                    BigInteger.ONE)) {
+                byte[] bytes = value.toByteArray();
+                int sign = bytes[0] == 0 ? 1 : 0;
+                byte[] fixed = new byte[Math.max(right.length, bytes.length - sign)];
+                System.arraycopy(bytes, sign, fixed, fixed.length - bytes.length + sign, bytes.length - sign);
+                bent.add(fixed);
+            }
+        } else {
+            BigInteger q = ((DSAPublicKey) pair.getPublic()).getParams().getQ();
+            int rLength = right[3];
+            BigInteger r = new BigInteger(1, Arrays.copyOfRange(right, 4, 4 + rLength));
+            BigInteger s = new BigInteger(1, Arrays.copyOfRange(right, 6 + rLength, right.length));
+            for (BigInteger[] values : new BigInteger[][] {{r, s}, {s, r}, {r, q.subtract(s)}, {r.add(q), s}, {r, q},
+                {r, BigInteger.ZERO}, {BigInteger.ZERO, s}, {BigInteger.ONE, BigInteger.ONE}, {r, s.shiftLeft(200)}}) {
+                bent.add(derOf(values));
+            }
+            bent.add(item(0x30, item(2, new byte[] {0}, r.toByteArray()), item(2, s.toByteArray()))); // a sign byte too many
+            bent.add(derOf(r, s, s));
+            bent.add(derOf(r));
+        }
+        Signature ours = verifying(algorithm, pair.getPublic(), true);
+        Signature theirs = verifying(algorithm, pair.getPublic(), false);
+        for (byte[] signature : bent) {
+            assertEquals(verdict(theirs, message, signature), verdict(ours, message, signature),
+                    () -> new BigInteger(1, signature).toString(16));
+        }
+        assertEquals("true", verdict(ours, message, right));
+    }
+
+    /** A DER element. */
+    private static byte[] item(int tag, byte[]... contents) {
+        ByteArrayOutputStream content = new ByteArrayOutputStream();
+        for (byte[] piece : contents) {
+            content.writeBytes(piece);
+        }
+        int length = content.size();
+        ByteArrayOutputStream item = new ByteArrayOutputStream();
+        item.write(tag);
+        if (length > 127) {
+            item.writeBytes(length > 255 ? new byte[] {(byte) 0x82, (byte) (length >> 8)} : new byte[] {(byte) 0x81});
+        }
+        item.write(length);
+        item.writeBytes(content.toByteArray());
+        return item.toByteArray();
+    }
+
+    private static byte[] derOf(BigInteger... values) {
+        return item(0x30, Stream.of(values).map(value -> item(2, value.toByteArray())).toArray(byte[][]::new));
+    }
+
+    private static String verdict(Signature verifying, byte[] message, byte[] signature) throws SignatureException {
+        verifying.update(message);
+        try {
+            return String.valueOf(verifying.verify(signature));
+        } catch (SignatureException e) {
+            return "SignatureException";
+        }
+    }
+
+    /** A key as a program might make one: any numbers, or an encoding of its own. */
+    private static class OddKey implements RSAPublicKey {
+        private static final long serialVersionUID = 1L;
+        private final String format;
+        private final byte[] encoded;
+
+        OddKey(String format, byte[] encoded) {
+            this.format = format;
+            this.encoded = encoded;
+        }
+
+        @Override
+        public String getAlgorithm() {
+            return "RSA";
+        }
+
+        @Override
+        public String getFormat() {
+            return format;
+        }
+
+        @Override
+        public byte[] getEncoded() {
+            return encoded;
+        }
+
+        @Override
+        public BigInteger getModulus() {
+            return BigInteger.TEN;
+        }
+
+        @Override
+        public BigInteger getPublicExponent() {
+            return BigInteger.ONE;
+        }
+    }
+
+    /** A key that the JDK would not make. */
+    private static PublicKey oddRsa(BigInteger n, BigInteger e) {
+        byte[] rsaEncryption = {6, 9, 0x2A, (byte) 0x86, 0x48, (byte) 0x86, (byte) 0xF7, 0x0D, 1, 1, 1};
+        return new OddKey("X.509", item(0x30, item(0x30, rsaEncryption), item(3, new byte[1], derOf(n, e))));
+    }
+
+    static Stream<Arguments> badKeys() throws Exception {
+        KeyPair rsa = keyPair("RSA", 1024, "SunRsaSign");
+        KeyPair dsa = keyPair("DSA", 1024, "SUN");
+        KeyPair dsa2048 = keyPair("DSA", 2048, "SUN");
+        DSAPublicKey y = (DSAPublicKey) dsa.getPublic();
+        RSAPrivateCrtKey crt = (RSAPrivateCrtKey) rsa.getPrivate();
+        BigInteger n = crt.getModulus();
+        BigInteger f4 = crt.getPublicExponent();
+        KeyFactory rsaKeys = KeyFactory.getInstance("RSA", "SunRsaSign");
+        KeyFactory dsaKeys = KeyFactory.getInstance("DSA", "SUN");
+        PrivateKey withoutCrt = rsaKeys.generatePrivate(new RSAPrivateKeySpec(n, crt.getPrivateExponent()));
+        PrivateKey otherPrimes = rsaKeys.generatePrivate(new RSAPrivateCrtKeySpec(n, f4, crt.getPrivateExponent(),
+                crt.getPrimeP().add(BigInteger.TWO), crt.getPrimeQ(), crt.getPrimeExponentP(), crt.getPrimeExponentQ(),
+                crt.getCrtCoefficient()));
+        PublicKey yOfOne = dsaKeys.generatePublic(new DSAPublicKeySpec(BigInteger.ONE, y.getParams().getP(),
+                y.getParams().getQ(), y.getParams().getG()));
+        PrivateKey pss = keyPair("RSASSA-PSS", 1024, "SunRsaSign").getPrivate();
+        byte[] x509 = rsa.getPublic().getEncoded();
+        String range = "RSA keys must have 512 to 16384 bits, not ";
+        return Stream.of(
+                Arguments.of("RSA", null, "key is null"),
+                Arguments.of("DSA", null, "key is null"),
+                Arguments.of("RSA", dsa.getPublic(), "not a RSAPublicKey: DSA"),
+                Arguments.of("DSA", rsa.getPrivate(), "not a DSAPrivateKey: RSA"),
+                Arguments.of("RSA", pss, "the key is not for the algorithm RSA"),
+                Arguments.of("RSA", new OddKey("X.509", null), "the key has no encoding in the format X.509"),
+                Arguments.of("RSA", new OddKey("RAW", x509), "the key has no encoding in the format X.509"),
+                Arguments.of("RSA", new OddKey("X.509", Arrays.copyOf(x509, 40)),
+                        "the key's encoding cannot be read: an element that runs past the end"),
+                Arguments.of("RSA", new OddKey("X.509", new byte[0]), "the key's encoding cannot be read: ends too early"),
+                Arguments.of("RSA", oddRsa(BigInteger.ONE.shiftLeft(16384).add(BigInteger.ONE), f4), range + "16385"),
+                Arguments.of("RSA", oddRsa(BigInteger.ONE.shiftLeft(510).add(BigInteger.ONE), f4), range + "511"),
+                Arguments.of("RSA", oddRsa(n.add(BigInteger.ONE), f4), "the RSA modulus is even"),
+                Arguments.of("RSA", oddRsa(n, BigInteger.ONE), "the public exponent is not an odd number above 1"),
+                Arguments.of("RSA", oddRsa(n, BigInteger.valueOf(4)), "the public exponent is not an odd number above 1"),
+                Arguments.of("RSA", oddRsa(n, BigInteger.ONE.shiftLeft(32).add(BigInteger.ONE)),
+                        "public exponents of more than 32 bits are not supported"),
+                Arguments.of("RSA", withoutCrt, "the RSA key lacks the values of the Chinese remainder theorem"),
+                Arguments.of("RSA", otherPrimes, "the primes of the RSA key do not make its modulus"),
+                Arguments.of("DSA", yOfOne, "the value y of the DSA key is out of range"),
+                Arguments.of("DSA", dsa2048.getPublic(),
+                        "only DSA keys with a p of 1024 bits and a q of 160 bits are supported, not of 2048 and 224"),
+                Arguments.of("DSA", dsa2048.getPrivate(),
+                        "only DSA keys with a p of 1024 bits and a q of 160 bits are supported, not of 2048 and 224"));
+    }
+
+    @ParameterizedTest(name = "{0}: {2}")
+    @MethodSource("badKeys")
+    void refusesKeys(String kind, Key key, String message) throws Exception {
+        Signature signature = Signature.getInstance("SHA1with" + kind, ZEL);
+        boolean isPrivate = key instanceof PrivateKey;
+        assertEquals(message, assertThrows(InvalidKeyException.class, () -> {
+            if (isPrivate) {
+                signature.initSign((PrivateKey) key);
+            } else {
+                signature.initVerify((PublicKey) key);
+            }
+        }).getMessage());
+        assertThrows(SignatureException.class, () -> signature.update((byte) 1));
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"SHA1withRSA", "SHA256withRSA", "SHA1withDSA"})
+    void keepsToTheRulesOfSignature(String algorithm) throws Exception {
+        Signature signature = Signature.getInstance(algorithm, ZEL);
+        assertThrows(SignatureException.class, () -> signature.update(new byte[1]));
+        assertThrows(SignatureException.class, signature::sign);
+        KeyPair pair = keyPair(keysOf(algorithm), 1024, jdkOf(algorithm));
+        signature.initSign(pair.getPrivate());
+        assertThrows(SignatureException.class, () -> signature.sign(new byte[200], 0, 20));
+        assertThrows(InvalidAlgorithmParameterException.class, () -> signature.setParameter(PSSParameterSpec.DEFAULT));
+        assertNull(signature.getParameters());
+        assertThrows(InvalidParameterException.class, () -> setParameter(signature));
+        signature.update((byte) 1); // forgotten by the next init
+        signature.initSign(pair.getPrivate());
+        byte[] area = new byte[200];
+        signature.update(new byte[0]);
+        int length = signature.sign(area, 9, 150);
+        signature.initVerify(pair.getPublic());
+        assertTrue(signature.verify(area, 9, length));
+        assertThrows(SignatureException.class, signature::sign);
+        signature.update(new byte[3]);
+        assertThrows(SignatureException.class, () -> signature.verify(new byte[3]));
+        assertTrue(signature.verify(area, 9, length), "a failed verify ends its message");
+    }
+
+    @SuppressWarnings("deprecation")
+    private static void setParameter(Signature signature) {
+        signature.setParameter("name", "value");
+    }
+
+    @ParameterizedTest
+    @CsvSource({"1.2.840.113549.1.1.5,RSA", "1.3.14.3.2.29,RSA", "1.2.840.113549.1.1.11,RSA", "DSA,DSA", "SHAwithDSA,DSA",
+        "1.2.840.10040.4.3,DSA"})
+    void goesByItsNames(String name, String keys) throws Exception {
+        KeyPair pair = keyPair(keys, 1024, jdkOf(keys));
+        Signature theirs = Signature.getInstance(name);
+        theirs.initSign(pair.getPrivate());
+        Signature ours = Signature.getInstance(name, ZEL);
+        ours.initVerify(pair.getPublic());
+        assertTrue(ours.verify(theirs.sign()));
+    }
+
+    @Test
+    void generatesRsaKeys() throws Exception {
+        KeyPairGenerator generator = KeyPairGenerator.getInstance("RSA", ZEL);
+        assertEquals(2048, ((RSAPublicKey) generator.generateKeyPair().getPublic()).getModulus().bitLength());
+        for (int bits : new int[] {1024, 1152}) {
+            generator.initialize(new RSAKeyGenParameterSpec(bits, RSAKeyGenParameterSpec.F4));
+            KeyPair pair = generator.generateKeyPair();
+            RSAPrivateCrtKey key = (RSAPrivateCrtKey) pair.getPrivate();
+            BigInteger p = key.getPrimeP();
+            BigInteger q = key.getPrimeQ();
+            BigInteger p1 = p.subtract(BigInteger.ONE);
+            BigInteger q1 = q.subtract(BigInteger.ONE);
+            assertEquals(bits, key.getModulus().bitLength());
+            assertEquals(key.getModulus(), p.multiply(q));
+            assertEquals(((RSAPublicKey) pair.getPublic()).getModulus(), key.getModulus());
+            assertEquals(RSAKeyGenParameterSpec.F4, key.getPublicExponent());
+            BigInteger lcm = p1.multiply(q1).divide(p1.gcd(q1));
+            assertEquals(RSAKeyGenParameterSpec.F4.modInverse(lcm), key.getPrivateExponent());
+            assertTrue(p.isProbablePrime(60) && q.isProbablePrime(60));
+            assertEquals(q.modInverse(p), key.getCrtCoefficient());
+        }
+        for (int bits : new int[] {-1024, 0, 512, 1023, 1100, 16512, Integer.MAX_VALUE}) {
+            assertThrows(InvalidParameterException.class, () -> generator.initialize(bits));
+            assertThrows(InvalidAlgorithmParameterException.class,
+                    () -> generator.initialize(new RSAKeyGenParameterSpec(bits, RSAKeyGenParameterSpec.F4)));
+        }
+        assertThrows(InvalidAlgorithmParameterException.class,
+                () -> generator.initialize(new RSAKeyGenParameterSpec(1024, BigInteger.valueOf(3))));
+        assertThrows(InvalidAlgorithmParameterException.class, () -> generator.initialize(PSSParameterSpec.DEFAULT));
+    }
+
+    @Test
+    void generatesDsaKeys() throws Exception {
+        KeyPairGenerator generator = KeyPairGenerator.getInstance("DSA", ZEL);
+        KeyPair pair = generator.generateKeyPair();
+        DSAPrivateKey key = (DSAPrivateKey) pair.getPrivate();
+        BigInteger p = key.getParams().getP();
+        BigInteger q = key.getParams().getQ();
+        BigInteger g = key.getParams().getG();
+        assertEquals(1024, p.bitLength());
+        assertEquals(160, q.bitLength());
+        assertTrue(p.isProbablePrime(60) && q.isProbablePrime(60));
+        assertEquals(BigInteger.ONE, p.mod(q));
+        assertEquals(BigInteger.ONE, g.modPow(q, p));
+        assertEquals(g.modPow(key.getX(), p), ((DSAPublicKey) pair.getPublic()).getY());
+        generator.initialize(1024);
+        for (int bits : new int[] {512, 1023, 2048, -1}) {
+            assertThrows(InvalidParameterException.class, () -> generator.initialize(bits));
+        }
+        DSAParameterSpec given = new DSAParameterSpec(p, q, g);
+        assertThrows(InvalidAlgorithmParameterException.class, () -> generator.initialize(given));
+    }
+
+    private static String openssl(Path folder, String... arguments) throws Exception {
+        List<String> command = new ArrayList<>(List.of("openssl"));
+        command.addAll(List.of(arguments));
+        Path out = folder.resolve("out");
+        Process process = new ProcessBuilder(command).directory(folder.toFile()).redirectErrorStream(true)
+                .redirectOutput(out.toFile()).start();
+        assertTrue(process.waitFor(60, TimeUnit.SECONDS), () -> command + " does not end");
+        String said = new String(Files.readAllBytes(out)).strip();
+        assertEquals(0, process.exitValue(), () -> command + ": " + said);
+        return said;
+    }
+
+    private static void writePem(Path file, String type, Key key) throws Exception {
+        Files.writeString(file, "-----BEGIN " + type + "-----\n" + Base64.getMimeEncoder().encodeToString(key.getEncoded())
+                + "\n-----END " + type + "-----\n");
+    }
+
+    @ParameterizedTest
+    @ValueSource(strings = {"SHA1withRSA", "SHA256withRSA", "SHA1withDSA"})
+    void agreesWithOpenssl(String algorithm, @TempDir Path folder) throws Exception {
+        assumeTrue(Stream.of(System.getenv("PATH").split(":")).anyMatch(path -> Files.exists(Path.of(path, "openssl"))),
+                "there is no openssl command");
+        KeyPair pair = keyPair(keysOf(algorithm), 1024, ZEL);
+        writePem(folder.resolve("private.pem"), "PRIVATE KEY", pair.getPrivate());
+        writePem(folder.resolve("public.pem"), "PUBLIC KEY", pair.getPublic());
+        if (algorithm.endsWith("RSA")) {
+            assertEquals("RSA key ok", openssl(folder, "rsa", "-in", "private.pem", "-check", "-noout"));
+        } else {
+            openssl(folder, "pkey", "-in", "private.pem", "-check", "-noout");
+        }
+        byte[] message = randomBytes(1000);
+        Files.write(folder.resolve("message"), message);
+        Signature signing = signing(algorithm, pair.getPrivate(), true);
+        signing.update(message);
+        Files.write(folder.resolve("ours"), signing.sign());
+        String hash = algorithm.startsWith("SHA1") ? "-sha1" : "-sha256";
+        assertEquals("Verified OK", openssl(folder, "dgst", hash, "-verify", "public.pem", "-signature", "ours", "message"));
+        openssl(folder, "dgst", hash, "-sign", "private.pem", "-out", "theirs", "message");
+        Signature verifying = verifying(algorithm, pair.getPublic(), true);
+        verifying.update(message);
+        assertTrue(verifying.verify(Files.readAllBytes(folder.resolve("theirs"))));
+    }
+}

@@ -1,0 +1,51 @@
+// ByteSource: random bytes that a test knows beforehand, and a record of how they were drawn.
+#ifndef ZELSPI_TESTS_SUPPORT_BYTE_SOURCE_H
+#define ZELSPI_TESTS_SUPPORT_BYTE_SOURCE_H
+
+#include "core/random/random_bytes.h"
+
+#include <algorithm>
+#include <vector>
+
+class ByteSource {
+public:
+    // Bytes of a linear congruential sequence (Knuth's MMIX), the top byte of each state.
+    explicit ByteSource(std::uint64_t seed) : state_(seed) {
+    }
+    // The bytes given, then zeros.
+    explicit ByteSource(std::vector<std::uint8_t> script) : script_(std::move(script)), isScripted_(true) {
+    }
+
+    RandomBytes bytes() {
+        return {fill, this};
+    }
+
+    std::vector<std::uint32_t> draws;                 // the length of each draw
+    std::size_t limit = static_cast<std::size_t>(-1); // draws beyond this number fail with ERR_RTOS_MUTEX_WAIT
+
+private:
+    static Status fill(void* context, std::uint32_t length, std::uint8_t* buffer) {
+        auto& self = *static_cast<ByteSource*>(context);
+        if (self.draws.size() >= self.limit) {
+            return ERR_RTOS_MUTEX_WAIT;
+        }
+        self.draws.push_back(length);
+        std::generate_n(buffer, length, [&self] { return self.next(); });
+        return OK;
+    }
+
+    std::uint8_t next() {
+        if (isScripted_) {
+            return position_ < script_.size() ? script_[position_++] : std::uint8_t{0};
+        }
+        state_ = state_ * 6364136223846793005U + 1442695040888963407U;
+        return static_cast<std::uint8_t>(state_ >> 56);
+    }
+
+    std::uint64_t state_ = 0;
+    std::vector<std::uint8_t> script_;
+    std::size_t position_ = 0;
+    bool isScripted_ = false;
+};
+
+#endif
