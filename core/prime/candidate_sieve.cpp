@@ -33,6 +33,15 @@ constexpr std::array<std::uint16_t, kPrimeCount> kPrimes = [] {
 }();
 static_assert(kPrimes.back() == 8191);
 
+// The product of as many primes from `end` on as fit one remainder; end moves behind them.
+std::uint32_t groupProduct(std::size_t& end) {
+    std::uint64_t product = 1;
+    while (end < kPrimeCount && product * kPrimes[end] <= UINT32_MAX) {
+        product *= kPrimes[end++];
+    }
+    return static_cast<std::uint32_t>(product);
+}
+
 // 1/value modulo the prime p, for value between 0 and p.
 std::uint32_t inverseModulo(std::uint32_t value, std::uint32_t p) {
     auto g = static_cast<std::int32_t>(p), h = static_cast<std::int32_t>(value);
@@ -67,16 +76,25 @@ void mark(std::uint16_t* factors, std::uint32_t count, std::uint32_t p, std::uin
 
 } // namespace
 
+std::uint32_t mediumFactor(const vlong* n) {
+    for (std::size_t first = kSmallPrimeCount, end = first; first < kPrimeCount; first = end) {
+        const std::uint32_t remainder = wordRemainder(n, groupProduct(end));
+        for (std::size_t i = first; i < end; ++i) {
+            if (remainder % kPrimes[i] == 0) {
+                return kPrimes[i];
+            }
+        }
+    }
+    return 0;
+}
+
 Status CandidateSieve::fill(const vlong* start, const vlong* step, std::uint32_t count) {
     RETURN_IF_ERROR(factors_.alloc(std::size_t{count} * sizeof(std::uint16_t)));
     auto* const factors = reinterpret_cast<std::uint16_t*>(factors_.data());
     for (std::size_t first = 0, end = 0; first < kPrimeCount; first = end) {
-        std::uint64_t product = 1; // as many primes as fit one remainder
-        while (end < kPrimeCount && product * kPrimes[end] <= UINT32_MAX) {
-            product *= kPrimes[end++];
-        }
-        const std::uint32_t startRemainder = wordRemainder(start, static_cast<std::uint32_t>(product));
-        const std::uint32_t stepRemainder = wordRemainder(step, static_cast<std::uint32_t>(product));
+        const std::uint32_t product = groupProduct(end);
+        const std::uint32_t startRemainder = wordRemainder(start, product);
+        const std::uint32_t stepRemainder = wordRemainder(step, product);
         for (std::size_t i = first; i < end; ++i) {
             mark(factors, count, kPrimes[i], startRemainder % kPrimes[i], stepRemainder % kPrimes[i]);
         }

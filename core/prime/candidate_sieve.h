@@ -1,12 +1,17 @@
-// CandidateSieve: which of the numbers start + i * step have a factor that is easily found.
+// Factors below 2^13, of one number or of a progression of candidates.
 //
-// A search that skips or quickly settles those does the same as one that tests every number: primeTestSieved tells how.
+// A search that skips or quickly settles numbers with such a factor does the same as one that tests every number:
+// primeTestSieved tells how.
 #ifndef ZELSPI_CORE_PRIME_CANDIDATE_SIEVE_H
 #define ZELSPI_CORE_PRIME_CANDIDATE_SIEVE_H
 
 #include "core/bignum/vlong.h"
 #include "core/memory/secret.h"
 
+// mediumFactor: the smallest prime between 256 and 2^13 that divides |n|, or 0. Worth its time for 16 units and more.
+std::uint32_t mediumFactor(const vlong* n);
+
+// CandidateSieve: the factors of the numbers start + i * step.
 class CandidateSieve {
 public:
     // fill: sieves the `count` candidates from start on. Errors: ERR_MEM_ALLOC_FAIL.

@@ -1,10 +1,14 @@
 // The probable-prime test and its Miller-Rabin rounds.
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
+#include "core/prime/candidate_sieve.h"
 #include "core/prime/prime_stages.h"
 #include "core/prime/word_remainder.h"
 
 namespace {
+
+// From this size on looking for a factor costs less than the exponentiations that it spares.
+constexpr std::uint32_t kMediumFactorUnits = 16;
 
 std::uint32_t roundsForDsa(std::uint32_t bits) {
     switch (bits) {
@@ -210,8 +214,12 @@ Status PRIME_isProbablePrime(const RandomBytes& random, const vlong* n, PrimePur
     }
     std::uint32_t isOpen = 0;
     RETURN_IF_ERROR(PRIME_trialDivide(n, 0, kSmallPrimeCount, &isOpen, queue));
+    if (isOpen == 0) {
+        return OK;
+    }
+    const std::uint32_t factor = n->length >= kMediumFactorUnits ? mediumFactor(n) : 0;
     LocalQueue local(queue);
-    return isOpen == 0 ? OK : primeTestSieved(random, n, purpose, 0, flag, local.get());
+    return primeTestSieved(random, n, purpose, factor, flag, local.get());
 }
 
 Status PRIME_isProbablePrimeSearch(const RandomBytes& random, const vlong* n, std::uint32_t* flag, vlong** queue) {

@@ -23,6 +23,9 @@ inline constexpr DsaHash kDsaSha512 = 4;
 Status Dsa_CreateKey(DSAKey** dsaKey);
 Status Dsa_FreeKey(DSAKey** dsaKey, vlong** queue);
 
+// dsaKeyClear: releases the record's values; the record stays.
+void dsaKeyClear(DSAKey* dsaKey, vlong** queue);
+
 // Dsa_SetPublicKey: releases the record's values and loads p, q, g, y from big-endian bytes.
 // Dsa_SetPrivateKey: the same with p, q, g, x; y := g^x mod p.
 // Errors:  ERR_NULL_POINTER; growth; as VLONG_modExp. The record's values are absent then.

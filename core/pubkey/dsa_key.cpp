@@ -7,12 +7,6 @@
 
 namespace {
 
-void releaseValues(DSAKey* dsaKey, vlong** queue) {
-    for (vlong** value : {&dsaKey->p, &dsaKey->q, &dsaKey->g, &dsaKey->y, &dsaKey->x}) {
-        (void)VLONG_free(value, queue); // an absent one is skipped
-    }
-}
-
 Status read(const std::uint8_t* bytes, std::uint32_t length, vlong** out, vlong** queue) {
     return VLONG_fromBytes(bytes, static_cast<std::int32_t>(length), out, queue); // a length beyond 31 bits is negative
 }
@@ -27,7 +21,7 @@ Status loadPublic(DSAKey& key, const std::uint8_t* p, std::uint32_t pLength, con
 // What loading leaves behind: the values, or none of them.
 Status finish(DSAKey* dsaKey, Status status, vlong** queue) {
     if (isError(status)) {
-        releaseValues(dsaKey, queue);
+        dsaKeyClear(dsaKey, queue);
     }
     return status;
 }
@@ -38,11 +32,17 @@ Status Dsa_CreateKey(DSAKey** dsaKey) {
     return memAllocRecord(dsaKey);
 }
 
+void dsaKeyClear(DSAKey* dsaKey, vlong** queue) {
+    for (vlong** value : {&dsaKey->p, &dsaKey->q, &dsaKey->g, &dsaKey->y, &dsaKey->x}) {
+        (void)VLONG_free(value, queue); // an absent one is skipped
+    }
+}
+
 Status Dsa_FreeKey(DSAKey** dsaKey, vlong** queue) {
     if (dsaKey == nullptr || *dsaKey == nullptr) {
         return ERR_NULL_POINTER;
     }
-    releaseValues(*dsaKey, queue);
+    dsaKeyClear(*dsaKey, queue);
     return memFreeRecord(dsaKey);
 }
 
@@ -52,7 +52,7 @@ Status Dsa_SetPublicKey(DSAKey* dsaKey, const std::uint8_t* p, std::uint32_t pLe
     if (dsaKey == nullptr || p == nullptr || q == nullptr || g == nullptr || y == nullptr) {
         return ERR_NULL_POINTER;
     }
-    releaseValues(dsaKey, queue);
+    dsaKeyClear(dsaKey, queue);
     Status status = loadPublic(*dsaKey, p, pLength, q, qLength, g, gLength, queue);
     if (!isError(status)) {
         status = read(y, yLength, &dsaKey->y, queue);
@@ -66,7 +66,7 @@ Status Dsa_SetPrivateKey(DSAKey* dsaKey, const std::uint8_t* p, std::uint32_t pL
     if (dsaKey == nullptr || p == nullptr || q == nullptr || g == nullptr || x == nullptr) {
         return ERR_NULL_POINTER;
     }
-    releaseValues(dsaKey, queue);
+    dsaKeyClear(dsaKey, queue);
     Status status = loadPublic(*dsaKey, p, pLength, q, qLength, g, gLength, queue);
     if (!isError(status)) {
         status = read(x, xLength, &dsaKey->x, queue);

@@ -1,0 +1,299 @@
+// The DSA signature engine through its entry points, and the DER that it reads and writes. The known answer is the
+// example of FIPS 186-2, appendix 5.
+#include "bridge/dsa_der.h"
+#include "bridge/zel_object.h"
+#include "core/memory/memory.h"
+#include "core/random/random.h"
+#include "tests/bridge/signature_fixture.h"
+#include "tests/support/faults.h"
+
+#include <climits>
+
+DECLARE_SIGNATURE_ENTRIES(ZelSha1WithDsaSignatureSpi);
+
+namespace {
+
+struct DsaVector {
+    const char *publicKey, *otherAlgorithm, *privateKey, *signature;
+};
+
+const DsaVector kDsa =
+#define DSA_KEY(...) {__VA_ARGS__};
+#include "tests/bridge/signature_vectors.inc"
+#undef DSA_KEY
+
+    const char* const kRsaPrivateKey =
+#define RSA_KEY(bits, publicKey, privateKey, ...) bits == 512 ? privateKey:
+#include "tests/bridge/signature_vectors.inc"
+        nullptr;
+#undef RSA_KEY
+
+class DsaSignatureBase : public SignatureTest {
+protected:
+    DsaSignatureBase() {
+        entries = &ZelSha1WithDsaSignatureSpi;
+    }
+    void initSign() {
+        entries->initSign(env, object, array(kDsa.privateKey));
+    }
+    void initVerify() {
+        entries->initVerify(env, object, array(kDsa.publicKey));
+    }
+    // What a failing sign leaves: the step's exception below that of sign itself.
+    std::string failedSign(const std::string& step, const char* status) const {
+        return kSignature + "error calculating signature : " + status + " < " + kSignature + step;
+    }
+};
+
+// Runs before there is a random context in this process.
+class DsaSignatureWithoutRandom : public DsaSignatureBase {
+protected:
+    static void SetUpTestSuite() {
+        ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
+        RandomContext* warm = nullptr; // the seed pool makes its mutexes
+        ASSERT_EQ(randomAcquireContext(&warm), OK);
+        ASSERT_EQ(randomReleaseContext(&warm), OK);
+    }
+};
+
+TEST_F(DsaSignatureWithoutRandom, ThreeExceptionsStandOnOneAnother) {
+    initSign();
+    const Fault fault(PlatformService::mutexCreate, 1);
+    EXPECT_EQ(entries->sign(env, object), nullptr);
+    EXPECT_EQ(jni.takePending(), failedSign("error signing message : ERR_NULL_POINTER", "ERR_INTERNAL_ERROR") + " < " +
+                                     kProvider + "Unable to acquire secure random context : ERR_RTOS_MUTEX_CREATE");
+}
+
+class DsaSignature : public DsaSignatureBase {
+protected:
+    static void SetUpTestSuite() {
+        ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
+        FakeJni jni;
+        ASSERT_NE(ZelObject::getRandomContext(jni.env()), nullptr);
+    }
+};
+
+TEST_F(DsaSignature, VerifiesTheExample) {
+    const std::string right = kDsa.signature;
+    for (const char* const key : {kDsa.publicKey, kDsa.otherAlgorithm}) { // whatever the algorithm is said to be
+        entries->initVerify(env, object, array(key));
+        EXPECT_EQ(verdict(right), "true");
+        EXPECT_EQ(entries->verify(env, object, array(right)), JNI_FALSE) << "the key is gone";
+        EXPECT_EQ(jni.takePending(), kNotForVerifying);
+    }
+    // Offset and length are not looked at, and neither are bytes behind the signature.
+    for (const jint length : {10, -1, INT_MAX}) {
+        initVerify();
+        updateAbc();
+        EXPECT_EQ(entries->verifySlice(env, object, array(right), length + 5, length), JNI_TRUE);
+    }
+    initVerify();
+    EXPECT_EQ(verdict(right + "ff"), "true");
+}
+
+TEST_F(DsaSignature, SignsWhatVerifies) {
+    for (const bool intoArray : {false, true}) {
+        for (int round = 0; round < 20; ++round) {
+            initSign();
+            updateAbc();
+            std::string signature;
+            if (intoArray) {
+                const jbyteArray output = jni.newBytes(Bytes(60, 0x55));
+                const jint length = entries->signInto(env, object, output, 9, 57);
+                signature = hexOf(output).substr(18, 2 * static_cast<std::size_t>(length));
+                EXPECT_EQ(hexOf(output), std::string("555555555555555555") + signature +
+                                             hexOf(jni.newBytes(Bytes(static_cast<std::size_t>(51 - length), 0x55))));
+            } else {
+                signature = hexOf(entries->sign(env, object));
+            }
+            EXPECT_EQ(entries->sign(env, object), nullptr) << "the key is gone";
+            EXPECT_EQ(jni.takePending(), kNotForSigning);
+            initVerify();
+            EXPECT_EQ(verdict(signature), "true");
+        }
+    }
+}
+
+TEST_F(DsaSignature, BadSignatures) {
+    struct Case {
+        std::string signature;
+        std::string raised;
+    };
+    const std::string right = kDsa.signature, body = right.substr(4), ones(40, '1'), zeros(88, '0');
+    const std::string size = kSignature + "invalid signature size", parsing = kSignature + "error parsing signature : ";
+    const std::string verifying = kSignature + "error verifying signature";
+    const std::string range = verifying + " : ERR_CRYPTO_DSA_SIGN_VERIFY_RS_TEST";
+    const Case cases[] = {
+        {right.substr(0, 86), size},
+        {right + "00000000", size},
+        {"302c0214" + ones + "0214" + ones, verifying},
+        {"302c0214" + zeros.substr(0, 40) + "0214" + ones, range},
+        {"302c0214" + ones + "0214" + zeros.substr(0, 40), range},
+        {"302d0215008bac1ab66410435cb7181f95b16ab97c92b341c00214" + std::string(40, 'f'), range},
+        {"312d" + body, parsing + "ERR_PKCS7_INVALID_STRUCT"},
+        {"302d04" + body.substr(2), parsing + "ERR_PKCS7_INVALID_STRUCT"},
+        {"302d022b" + body.substr(4), parsing + "ERR_PKCS7_INVALID_STRUCT"}, // no s
+        {"302c0214" + ones + "0414" + ones, parsing + "ERR_PKCS7_INVALID_STRUCT"},
+        {"302f" + body, parsing + "ERR_FALSE"},
+        {"302d02007f" + body.substr(6), parsing + "ERR_ASN_INCONSISTENT_LENGTH"},
+    };
+    initVerify();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.signature);
+        updateAbc();
+        EXPECT_EQ(entries->verify(env, object, array(c.signature)), JNI_FALSE);
+        const std::string raised = jni.takePending();
+        if (c.raised == parsing + "ERR_FALSE" || c.raised == parsing + "ERR_ASN_INCONSISTENT_LENGTH") {
+            EXPECT_EQ(raised.substr(0, parsing.size()), parsing); // with whatever the parser says
+        } else {
+            EXPECT_EQ(raised, c.raised);
+        }
+        if (c.raised != size) {
+            continue;
+        }
+        EXPECT_EQ(entries->verify(env, object, array(right)), JNI_TRUE) << "the hash is untouched";
+        initVerify();
+    }
+    EXPECT_EQ(verdict(right), "true") << "the key is still there";
+    initVerify();
+    EXPECT_EQ(entries->verify(env, object, nullptr), JNI_FALSE);
+    EXPECT_EQ(jni.takePending(), kNullArray);
+}
+
+TEST_F(DsaSignature, RefusalsOfSign) {
+    struct Case {
+        jint room, offset, length;
+    };
+    for (const Case& c : {Case{60, 10, 50},
+                          {60, 0, 44},
+                          {44, 0, 60},
+                          {60, 20, 90},
+                          {60, 50, INT_MAX},
+                          {60, -1, 60},
+                          {60, INT_MIN, INT_MAX},
+                          {60, INT_MAX, INT_MIN}}) {
+        const jbyteArray output = jni.newBytes(Bytes(static_cast<std::size_t>(c.room)));
+        initSign();
+        EXPECT_EQ(entries->signInto(env, object, output, c.offset, c.length), 0);
+        EXPECT_EQ(jni.takePending(), kSignature + "insufficient space for signature");
+        EXPECT_EQ(FakeJni::of(output).bytes, Bytes(static_cast<std::size_t>(c.room)));
+        EXPECT_EQ(entries->sign(env, object), nullptr) << "the signature is lost, and the key is gone";
+        EXPECT_EQ(jni.takePending(), kNotForSigning);
+    }
+    initSign();
+    EXPECT_EQ(entries->signInto(env, object, nullptr, 0, 60), 0);
+    EXPECT_EQ(jni.takePending(), kNullArray);
+    const Fault fault(PlatformService::mutexWait, 1);
+    EXPECT_EQ(entries->sign(env, object), nullptr);
+    EXPECT_EQ(jni.takePending(), failedSign("error signing message : ERR_RTOS_MUTEX_WAIT", "ERR_INTERNAL_ERROR"));
+    jni.newByteArrayGivesNull = true;
+    EXPECT_EQ(entries->sign(env, object), nullptr);
+    EXPECT_EQ(jni.takePending(), kNoMemory);
+}
+
+TEST_F(DsaSignature, KeysThatCannotBeRead) {
+    const std::string none = kProvider + "sig engine not intialized : ERR_NULL_POINTER";
+    expectRefused(none, none, none, JNI_TRUE);
+    for (const auto& [key, status] : {std::pair{kRsaPrivateKey, "ERR_BAD_KEY_TYPE"}, std::pair{"", "ERR_EOF"},
+                                      std::pair{kDsa.publicKey, "ERR_RSA_INVALID_PKCS8"}}) {
+        entries->initSign(env, object, array(key));
+        EXPECT_EQ(jni.takePending(), kProvider + "unable to read dsa private key : " + status);
+        updateAbc(); // initialised for signing all the same
+        EXPECT_EQ(entries->sign(env, object), nullptr);
+        EXPECT_EQ(jni.takePending(), failedSign("error signing message : ERR_NULL_POINTER", "ERR_INTERNAL_ERROR"));
+    }
+    const std::string structure = "ERR_CERT_INVALID_STRUCT", algorithm = "06072a8648ce380401";
+    const std::string parameters = "3009020107020103020104"; // p = 7, q = 3, g = 4
+    struct Case {
+        std::string key, status;
+    };
+    const Case cases[] = {
+        {"", "ERR_EOF"},
+        {"020100", structure},
+        {"3000", structure},
+        {"300b3009" + algorithm, structure}, // no parameters
+        {"30153013" + algorithm +
+             "3008020107020103"
+             "0500",
+         structure},                                                   // no g
+        {"30163014" + algorithm + parameters, structure},              // no key
+        {"301a3014" + algorithm + parameters + "04020102", structure}, // not a BIT STRING
+        {"301b3014" + algorithm + parameters + "0303000102", "ERR_"},  // not an INTEGER in it, or cut
+        {"30193014" + algorithm + parameters + "030100", "ERR_EOF"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.key);
+        entries->initVerify(env, object, array(c.key));
+        EXPECT_EQ(jni.takePending().find(kProvider + "unable to read dsa public key : " + c.status), 0u);
+        expectRefused(kSignature + "signature not initialized", kNotForSigning, kNotForVerifying, JNI_FALSE);
+    }
+}
+
+// Public values that only strangers have: no signature is right, and nothing runs for ever.
+TEST_F(DsaSignature, OddPublicKeys) {
+    const auto integer = [](unsigned value) {
+        return value == 0 ? std::string("0200") : "0201" + toHex(std::vector{static_cast<std::uint8_t>(value)});
+    };
+    const auto item = [](const char* tag, const std::string& content) {
+        return tag + toHex(std::vector{static_cast<std::uint8_t>(content.size() / 2)}) + content;
+    };
+    const unsigned numbers[] = {0, 1, 2, 3, 4, 7, 0x7F, 0xFF};
+    for (const unsigned p : numbers) {
+        for (const unsigned q : numbers) {
+            for (const unsigned g : {0u, 1u, 4u, 0xFFu}) {
+                const std::string algorithm =
+                    item("30", "06072a8648ce380401" + item("30", integer(p) + integer(q) + integer(g)));
+                entries->initVerify(env, object, array(item("30", algorithm + item("03", "00" + integer(g)))));
+                EXPECT_EQ(jni.takePending(), "");
+                EXPECT_NE(verdict(kDsa.signature), "true");
+            }
+        }
+    }
+}
+
+TEST_F(DsaSignature, ShortOfMemory) {
+    testheap::failEach([&]() -> Status {
+        const auto run = [&]() -> Status {
+            initSign();
+            if (!jni.takePending().empty()) {
+                return ERR_MEM_ALLOC_FAIL;
+            }
+            updateAbc();
+            const jbyteArray signature = entries->sign(env, object);
+            if (!jni.takePending().empty()) {
+                return ERR_MEM_ALLOC_FAIL;
+            }
+            initVerify();
+            if (!jni.takePending().empty()) {
+                return ERR_MEM_ALLOC_FAIL;
+            }
+            return verdict(hexOf(signature)) == "true" ? OK : ERR_MEM_ALLOC_FAIL;
+        };
+        const Status status = run();
+        entries->destroy(env, object);
+        return status;
+    });
+}
+
+TEST(DsaDer, WritesMinimalIntegers) {
+    for (const auto& [hex, der] : {std::pair{"00", "3006020100020100"}, std::pair{"7f", "300602017f02017f"},
+                                   std::pair{"80", "300802020080"
+                                                   "02020080"},
+                                   std::pair{"0100", "3008020201000202"
+                                                     "0100"}}) {
+        const std::vector<std::uint8_t> bytes = fromHex(der);
+        vlong* r = nullptr;
+        vlong* s = nullptr;
+        ASSERT_EQ(parseDSASignature(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &r, &s), OK) << hex;
+        std::uint8_t* written = nullptr;
+        std::uint32_t length = 0;
+        EXPECT_EQ(createDSASignature(r, s, &written, &length), OK);
+        EXPECT_EQ(toHex({written, length}), der);
+        void* block = written;
+        EXPECT_EQ(memWipeAndFree(&block, length), OK);
+        EXPECT_EQ(VLONG_free(&r, nullptr), OK);
+        EXPECT_EQ(VLONG_free(&s, nullptr), OK);
+    }
+}
+
+} // namespace

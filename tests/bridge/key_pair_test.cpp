@@ -1,0 +1,110 @@
+// The key pair generators through their entry points.
+#include "bridge/zel_object.h"
+#include "core/bignum/vlong_math.h"
+#include "core/pubkey/key_der.h"
+#include "core/random/random.h"
+#include "tests/bridge/fake_jni_test.h"
+#include "tests/support/faults.h"
+
+extern "C" {
+#define RSA_ENTRY(name) Java_com_vantrel_zel_provider_spi_ZelRsaKeyPairGeneratorSpi_##name
+#define DSA_ENTRY(name) Java_com_vantrel_zel_provider_spi_ZelDsaKeyPairGeneratorSpi_##name
+JNIEXPORT jbyteArray JNICALL RSA_ENTRY(generateRsaKeyPair0)(JNIEnv*, jobject, jint, jint);
+JNIEXPORT void JNICALL RSA_ENTRY(deleteContext0)(JNIEnv*, jobject);
+JNIEXPORT jbyteArray JNICALL DSA_ENTRY(generateDsaKeyPair0__I)(JNIEnv*, jobject, jint);
+JNIEXPORT jbyteArray JNICALL DSA_ENTRY(generateDsaKeyPair0__I_3B_3B_3B)(JNIEnv*, jobject, jint, jbyteArray, jbyteArray,
+                                                                        jbyteArray);
+JNIEXPORT void JNICALL DSA_ENTRY(deleteContext0)(JNIEnv*, jobject);
+}
+
+namespace {
+
+class KeyPairs : public FakeJniTest {
+protected:
+    static void SetUpTestSuite() {
+        ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
+        FakeJni jni;
+        ASSERT_NE(ZelObject::getRandomContext(jni.env()), nullptr);
+    }
+    jbyteArray rsa(jint size, jint exponent = 65537) {
+        const jbyteArray der = RSA_ENTRY(generateRsaKeyPair0)(env, object, size, exponent);
+        RSA_ENTRY(deleteContext0)(env, object);
+        return der;
+    }
+    jbyteArray dsa(jint size) {
+        const jbyteArray der =
+            DSA_ENTRY(generateDsaKeyPair0__I_3B_3B_3B)(env, object, size, nullptr, nullptr, jni.newBytes({}));
+        DSA_ENTRY(deleteContext0)(env, object);
+        return der;
+    }
+};
+
+TEST_F(KeyPairs, RsaExponentIsTheCoresOwn) {
+    std::vector<jbyte>& der = FakeJni::of(rsa(1024, 3)).bytes;
+    ScopedKey key;
+    ASSERT_EQ(RsaKey_FromPublicDer(reinterpret_cast<const std::uint8_t*>(der.data()),
+                                   static_cast<std::uint32_t>(der.size()), key.get()),
+              OK);
+    const RSAKey* const record = asymKeyRsa(key.get());
+    EXPECT_EQ(record->privateKey, 1u);
+    EXPECT_EQ(VLONG_bitLength(record->n), 1024u);
+    EXPECT_EQ(VLONG_cmpUnit(record->e, 65537), 0);
+}
+
+// p, q and g are not read: null and empty arrays do.
+TEST_F(KeyPairs, DsaParametersAreFresh) {
+    const std::vector<jbyte> first = FakeJni::of(dsa(1024)).bytes;
+    const std::vector<jbyte> second = FakeJni::of(DSA_ENTRY(generateDsaKeyPair0__I)(env, object, 1024)).bytes;
+    DSA_ENTRY(deleteContext0)(env, object);
+    ASSERT_GT(first.size(), 400u);
+    const auto firstOf = [](const std::vector<jbyte>& der) {
+        return std::vector<jbyte>(der.begin(), der.begin() + 140);
+    };
+    EXPECT_NE(firstOf(first), firstOf(second));
+    EXPECT_EQ(first[0], 0x30);
+    EXPECT_EQ((std::vector<jbyte>(first.begin() + 4, first.begin() + 7)), (std::vector<jbyte>{2, 1, 0}));
+}
+
+TEST_F(KeyPairs, Refusals) {
+    const std::string provider = "java/security/ProviderException: ";
+    for (const auto& [size, status] : {std::pair{0, "ERR_INVALID_ARG"},
+                                       {-1, "ERR_INVALID_ARG"},
+                                       {-1024, "ERR_INVALID_ARG"},
+                                       {1000, "ERR_INVALID_ARG"},
+                                       {1100, "ERR_INVALID_ARG"},
+                                       {16512, "ERR_INVALID_ARG"},
+                                       {INT32_MAX, "ERR_INVALID_ARG"},
+                                       {INT32_MIN, "ERR_INVALID_ARG"},
+                                       {128, "ERR_RSA_KEY_LENGTH_TOO_SMALL"},
+                                       {896, "ERR_RSA_KEY_LENGTH_TOO_SMALL"}}) {
+        EXPECT_EQ(rsa(size), nullptr);
+        EXPECT_EQ(jni.takePending(), provider + "error generating rsa key pair : " + status);
+    }
+    for (const jint size : {0, 512, 1023, 2048, 3072, -1024}) {
+        EXPECT_EQ(dsa(size), nullptr);
+        EXPECT_EQ(jni.takePending(), provider + "error generating dsa key pair : ERR_DSA_INVALID_KEYLENGTH");
+    }
+    for (const bool isRsa : {true, false}) {
+        const std::string name = isRsa ? "rsa" : "dsa";
+        const auto generate = [&] {
+            return isRsa ? rsa(1024) : dsa(1024);
+        };
+        {
+            const Fault fault(PlatformService::mutexWait, 1);
+            EXPECT_EQ(generate(), nullptr);
+            EXPECT_EQ(jni.takePending(), provider + "error generating " + name + " key pair : ERR_RTOS_MUTEX_WAIT");
+        }
+        for (const auto& [number, message] : {std::pair{2, "error creating "}, {5, "error generating "}}) {
+            testheap::refuse(static_cast<std::uint64_t>(number));
+            EXPECT_EQ(generate(), nullptr);
+            testheap::refuse(0);
+            EXPECT_EQ(jni.takePending().find(provider + message + name + " key pair : ERR_"), 0u);
+        }
+        jni.newByteArrayGivesNull = true;
+        EXPECT_EQ(generate(), nullptr);
+        EXPECT_EQ(jni.takePending(), "java/lang/OutOfMemoryError: out of memory");
+        jni.newByteArrayGivesNull = false;
+    }
+}
+
+} // namespace

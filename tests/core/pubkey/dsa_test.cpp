@@ -1,0 +1,247 @@
+// DSA: generation against a model in Python, signatures against the example of the standard.
+#include "tests/core/pubkey/dsa_vectors.h"
+#include "tests/support/test_heap.h"
+
+namespace {
+
+using dsatest::Number;
+
+class ScopedDsaKey {
+public:
+    ScopedDsaKey() = default;
+    ScopedDsaKey(const char* p, const char* q, const char* g, const char* x, const char* y) {
+        const std::pair<vlong**, const char*> values[] = {
+            {&key_.p, p}, {&key_.q, q}, {&key_.g, g}, {&key_.x, x}, {&key_.y, y}};
+        for (const auto& [value, hex] : values) {
+            *value = Number(hex).release();
+        }
+    }
+    ScopedDsaKey(const ScopedDsaKey&) = delete;
+    ScopedDsaKey& operator=(const ScopedDsaKey&) = delete;
+    ~ScopedDsaKey() {
+        dsaKeyClear(&key_, nullptr);
+    }
+    DSAKey* operator->() {
+        return &key_;
+    }
+    DSAKey* get() {
+        return &key_;
+    }
+
+private:
+    DSAKey key_{};
+};
+
+// FIPS 186 (1994) with change 1, appendix 5: the key, k behind 16 octets of zeros, the SHA-1 digest of "abc", r and s.
+class DsaExample : public testing::Test {
+protected:
+    ScopedDsaKey key_{"8df2a494492276aa.3d25759bb06869cb.eac0d83afb8d0cf7.cbb8324f0d7882e5.d0762fc5b7210eaf."
+                      "c2e9adac32ab7aac.49693dfbf83724c2.ec0736ee31c80291",
+                      "c773218c.737ec8ee993b4f2d.ed30f48edace915f",
+                      "626d027839ea0a13.413163a55b4cb500.299d5522956cefcb.3bff10f399ce2c2e.71cb9de5fa24babf."
+                      "58e5b79521925c9c.c42e9f6f464b088c.c572af53e6d78802",
+                      "2070b322.3dba372fde1c0ffc.7b2e3b498b260614",
+                      "19131871d75b1612.a819f29d78d1b0d7.346f7aa77bb62a85.9bfd6c5675da9d21.2d3a36ef1672ef66."
+                      "0b8c7c255cc0ec74.858fba33f44c0669.9630a76b030ee333"};
+    const std::vector<std::uint8_t> nonce_ = fromHex("00000000000000000000000000000000"
+                                                     "358dad571462710f50e254cf1a376b2bdeaadfbf");
+    const Number m_{"a9993e36.4706816aba3e2571.7850c26c9cd0d89d"};
+    const Number r_{"8bac1ab6.6410435cb7181f95.b16ab97c92b341c0"};
+    const Number s_{"41e2345f.1f56df2458f426d1.55b4ba2db6dcd8c8"};
+};
+
+TEST_F(DsaExample, Signs) {
+    ByteSource source(nonce_);
+    Number r, s;
+    bool isVerified = false;
+    ASSERT_EQ(Dsa_Sign(source.bytes(), key_.get(), m_, &isVerified, r.out(), s.out(), nullptr), OK);
+    EXPECT_EQ(r, r_);
+    EXPECT_EQ(s, s_);
+    EXPECT_TRUE(isVerified);
+    EXPECT_EQ(source.draws, std::vector<std::uint32_t>{36}); // twice the 19 whole octets of x, less two
+
+    // m counts modulo q.
+    Number longer(m_);
+    EXPECT_EQ(VLONG_add(longer, key_->q, nullptr), OK);
+    ByteSource again(nonce_);
+    EXPECT_EQ(Dsa_Sign(again.bytes(), key_.get(), longer, nullptr, r.out(), s.out(), nullptr), OK);
+    EXPECT_EQ(s, s_);
+}
+
+TEST_F(DsaExample, Verifies) {
+    Number negative(r_), q, aboveQ, wrong(m_);
+    negative.get()->negative = 1;
+    EXPECT_EQ(VLONG_newCopy(key_->q, q.out(), nullptr), OK);
+    EXPECT_EQ(VLONG_newCopy(key_->q, aboveQ.out(), nullptr), OK);
+    EXPECT_EQ(VLONG_add(aboveQ, r_, nullptr), OK);
+    EXPECT_EQ(VLONG_increment(wrong, nullptr), OK);
+    const Number zero(Unit{0}), huge(bignumtest::Units(4000, 1));
+    constexpr Status kRange = ERR_CRYPTO_DSA_SIGN_VERIFY_RS_TEST;
+    const struct {
+        const Number &m, &r, &s;
+        Status status;
+        bool valid;
+    } kRows[] = {{m_, r_, s_, OK, true},          {wrong, r_, s_, OK, false},        {m_, s_, r_, OK, false},
+                 {zero, r_, s_, OK, false},       {huge, r_, s_, OK, false},         {m_, zero, s_, kRange, false},
+                 {m_, r_, zero, kRange, false},   {m_, q, s_, kRange, false},        {m_, r_, q, kRange, false},
+                 {m_, aboveQ, s_, kRange, false}, {m_, negative, s_, kRange, false}, {m_, r_, huge, kRange, false}};
+    for (const auto& row : kRows) {
+        bool isValid = !row.valid;
+        EXPECT_EQ(Dsa_Verify(key_.get(), row.m, row.r, row.s, &isValid, nullptr), row.status);
+        EXPECT_EQ(isValid, row.valid);
+    }
+}
+
+TEST_F(DsaExample, MissingValues) {
+    for (vlong** const value : {&key_->p, &key_->q, &key_->g, &key_->y, &key_->x}) {
+        vlong* const kept = std::exchange(*value, nullptr);
+        ByteSource source(nonce_);
+        Number r, s;
+        bool isValid = true;
+        const bool isY = value == &key_->y, isX = value == &key_->x;
+        EXPECT_EQ(Dsa_Verify(key_.get(), m_, r_, s_, &isValid, nullptr), isX ? OK : ERR_NULL_POINTER);
+        EXPECT_EQ(isValid, isX);
+        // Without y the fresh signature is made, and not verified.
+        EXPECT_EQ(Dsa_Sign(source.bytes(), key_.get(), m_, &isValid, r.out(), s.out(), nullptr),
+                  isY ? OK : ERR_NULL_POINTER);
+        EXPECT_FALSE(isValid);
+        EXPECT_EQ(s.text(), isY ? s_.text() : "none");
+        *value = kept;
+    }
+}
+
+// Whatever a foreign key holds: a status or a signature without meaning, and an end.
+TEST_F(DsaExample, ForeignValues) {
+    const char* const kValues[] = {"0", "1", "2", "3", "10", "ffffffffffffffff", "1.0", "ffffffffffffffff*3", "8.0*15"};
+    for (vlong** const value : {&key_->p, &key_->q, &key_->g, &key_->y, &key_->x}) {
+        vlong* const kept = *value;
+        for (const char* const text : kValues) {
+            const Number foreign(text);
+            *value = foreign.get();
+            ByteSource source(9);
+            Number r, s;
+            bool isValid = true;
+            const Status status = Dsa_Sign(source.bytes(), key_.get(), m_, &isValid, r.out(), s.out(), nullptr);
+            const bool isZero = foreign.text() == "0";
+            const Status expected = isZero && value == &key_->p   ? ERR_BAD_MODULO
+                                    : isZero && value == &key_->q ? ERR_DIVIDE_BY_ZERO
+                                                                  : OK;
+            EXPECT_EQ(status, expected) << text;
+            EXPECT_EQ(s.get() == nullptr, status != OK);
+            const Status verification = Dsa_Verify(key_.get(), m_, Number(1), Number(1), &isValid, nullptr);
+            EXPECT_TRUE(verification == OK || verification == expected ||
+                        verification == ERR_CRYPTO_DSA_SIGN_VERIFY_RS_TEST);
+        }
+        *value = kept;
+    }
+    // An x of less than 16 bits leaves no room for a random k: it is 0, then r is 1 and s is 0, which does not verify.
+    for (const char* const text : {"0", "7f", "80", "ffff"}) {
+        const Number x(text);
+        vlong* const kept = std::exchange(key_->x, x.get());
+        ByteSource source(1);
+        Number r, s;
+        bool isVerified = true;
+        EXPECT_EQ(Dsa_Sign(source.bytes(), key_.get(), m_, &isVerified, r.out(), s.out(), nullptr), OK);
+        key_->x = kept;
+        const bool isLongEnough = x.text() == "ffff";
+        EXPECT_EQ(source.draws, isLongEnough ? std::vector<std::uint32_t>{2} : std::vector<std::uint32_t>{});
+        EXPECT_EQ(r.text() == "1" && s.text() == "0", !isLongEnough);
+        EXPECT_FALSE(isVerified);
+    }
+}
+
+TEST_F(DsaExample, AllocationFailures) {
+    const std::uint64_t dirty = testheap::dirtyFrees();
+    testheap::failEach([&] {
+        ByteSource source(nonce_);
+        vlong *r = nullptr, *s = nullptr;
+        const Status status = Dsa_Sign(source.bytes(), key_.get(), m_, nullptr, &r, &s, nullptr);
+        EXPECT_EQ(r == nullptr, isError(status));
+        EXPECT_EQ(s == nullptr, isError(status));
+        (void)VLONG_free(&r, nullptr); // null after a refusal
+        (void)VLONG_free(&s, nullptr);
+        return status;
+    });
+    for (const char* const p : {"", "fffffffffffffff6.0.0"}) { // by Montgomery's method and by Barrett's
+        const Number even(*p == 0 ? "2" : p);
+        vlong* const kept = *p == 0 ? key_->p : std::exchange(key_->p, even.get());
+        testheap::failEach([&] {
+            bool isValid = true;
+            const Status status = Dsa_Verify(key_.get(), m_, r_, s_, &isValid, nullptr);
+            EXPECT_EQ(isValid, *p == 0 && !isError(status));
+            return status;
+        });
+        key_->p = kept;
+    }
+    EXPECT_EQ(testheap::dirtyFrees(), dirty);
+}
+
+TEST(Dsa, KnownKeys) {
+    const dsatest::KnownKey kKeys[] = {
+#include "tests/core/pubkey/dsa_keys.inc"
+    };
+    ScopedDsaKey key; // each key replaces the one before
+    for (const auto& known : kKeys) {
+        dsatest::generateKnownKey(known, *key.get());
+        ByteSource source(1);
+        Number r, s;
+        bool isVerified = false;
+        EXPECT_EQ(
+            Dsa_Sign(source.bytes(), key.get(), Number("123456789abcdef"), &isVerified, r.out(), s.out(), nullptr), OK);
+        EXPECT_TRUE(isVerified);
+    }
+}
+
+TEST(Dsa, RefusedGeneration) {
+    constexpr struct {
+        std::uint32_t L, N;
+        DsaHash hash;
+        Status status;
+    } kRows[] = {{2048, 160, kDsaSha1, ERR_DSA_INVALID_KEYLENGTH},  {1024, 224, kDsaSha256, ERR_DSA_INVALID_KEYLENGTH},
+                 {3072, 224, 9, ERR_DSA_INVALID_KEYLENGTH},         {0, 0, kDsaSha1, ERR_DSA_INVALID_KEYLENGTH},
+                 {2048, 256, 5, ERR_CRYPTO_SHA_ALGORITHM_DISABLED}, {2048, 256, kDsaSha1, ERR_DSA_HASH_TOO_SMALL},
+                 {2048, 224, kDsaSha1, ERR_DSA_HASH_TOO_SMALL},     {3072, 256, kDsaSha224, ERR_DSA_HASH_TOO_SMALL}};
+    ByteSource source(1);
+    for (const auto& row : kRows) {
+        ScopedDsaKey key("7", "3", "2", "1", "2"); // the old values go
+        Number h;
+        EXPECT_EQ(
+            Dsa_GenerateKeyEx(source.bytes(), key.get(), row.L, row.N, row.hash, nullptr, nullptr, h.out(), nullptr),
+            row.status);
+        EXPECT_TRUE(key->p == nullptr && key->x == nullptr && h.get() == nullptr);
+    }
+    ScopedDsaKey key;
+    EXPECT_EQ(Dsa_GenerateKey(source.bytes(), key.get(), 2048, nullptr, nullptr, nullptr, nullptr),
+              ERR_DSA_INVALID_KEYLENGTH);
+    EXPECT_EQ(Dsa_GenerateKey(source.bytes(), nullptr, 1024, nullptr, nullptr, nullptr, nullptr), ERR_NULL_POINTER);
+    EXPECT_TRUE(source.draws.empty());
+    // A source that fails in each stage: while q is sought, while p is, and at x, the last of 181 draws.
+    for (const std::size_t limit : {0U, 1U, 100U, 180U}) {
+        ByteSource failing(1);
+        failing.limit = limit;
+        Number h;
+        EXPECT_EQ(Dsa_GenerateKey(failing.bytes(), key.get(), 1024, nullptr, nullptr, h.out(), nullptr),
+                  ERR_RTOS_MUTEX_WAIT);
+        EXPECT_TRUE(key->p == nullptr && key->q == nullptr && key->g == nullptr && h.get() == nullptr);
+    }
+    // Allocations refused here and there, up to the last ones.
+    bool wasRefused = true;
+    for (std::uint64_t number = 1; wasRefused; number += 1 + number / 3) {
+        const std::uint64_t before = testheap::liveBlocks();
+        ByteSource fresh(43);
+        vlong* h = nullptr;
+        testheap::refuse(number);
+        const Status status =
+            Dsa_GenerateKeyEx(fresh.bytes(), key.get(), 1024, 160, kDsaSha512, nullptr, nullptr, &h, nullptr);
+        wasRefused = testheap::refused();
+        testheap::refuse(0);
+        EXPECT_EQ(status, wasRefused ? ERR_MEM_ALLOC_FAIL : OK);
+        EXPECT_EQ(key->p == nullptr, wasRefused);
+        EXPECT_EQ(h == nullptr, wasRefused);
+        (void)VLONG_free(&h, nullptr); // null after a refusal
+        dsaKeyClear(key.get(), nullptr);
+        EXPECT_EQ(testheap::liveBlocks(), before) << number;
+    }
+}
+
+} // namespace
