@@ -100,20 +100,20 @@ struct Place {
     Place(const Bytes& bytes, std::size_t outputSize, std::uint8_t distance) {
         one = bytes;
         if (distance == 0) {
-            one.reserve(1);
-            other.resize(outputSize + 1); // data() of an empty one is a null pointer
+            one.resize(std::max<std::size_t>(bytes.size(), 1)); // data() of an empty one is a null pointer
+            other.resize(std::max<std::size_t>(outputSize, 1));
             input = one.data();
             output = other.data();
             return;
         }
         const std::size_t before = distance / 2;
         if (distance % 2 == 0) { // the output stands `before` bytes behind the begin of the input, or in front of it
-            one.resize(std::max(one.size(), before + outputSize) + 1);
+            one.resize(std::max(one.size(), before + outputSize));
             input = one.data();
             output = input + before;
         } else {
             one.insert(one.begin(), before, std::uint8_t{0});
-            one.resize(std::max(one.size(), outputSize) + 1);
+            one.resize(std::max(one.size(), outputSize));
             input = one.data() + before;
             output = one.data();
         }

@@ -17,10 +17,9 @@ using Bytes = FuzzInput::Bytes;
 
 // A value in both worlds.
 struct Value {
-    explicit Value(Bytes bytes, bool isNegative = false) : natural(bytes), record(nullptr) {
-        bytes.reserve(1); // data() of an empty one is no null pointer
+    explicit Value(const Bytes& bytes, bool isNegative = false) : natural(bytes), record(nullptr) {
         FUZZ_CHECK(!isError(
-            VLONG_fromBytes(bytes.data(), static_cast<std::int32_t>(bytes.size()), record.out(), nullptr)));
+            VLONG_fromBytes(dataOf(bytes), static_cast<std::int32_t>(bytes.size()), record.out(), nullptr)));
         record.get()->negative = isNegative && !VLONG_isZero(record.get()) ? 1 : 0;
     }
     bool isZero() const {
@@ -33,9 +32,9 @@ struct Value {
 SimpleNatural magnitude(const vlong* value) {
     std::uint32_t count = 0;
     FUZZ_CHECK(!isError(VLONG_toBytes(value, nullptr, &count)));
-    Bytes bytes(count);
-    bytes.reserve(1);
+    Bytes bytes(std::max(count, 1U)); // data() of an empty one is a null pointer
     FUZZ_CHECK(!isError(VLONG_toBytes(value, bytes.data(), &count)));
+    bytes.resize(count);
     return SimpleNatural(bytes);
 }
 
@@ -133,7 +132,7 @@ void inverses(FuzzInput& input, std::uint8_t /*choice*/) {
 
 // A length of four bytes and as many bytes of two's complement.
 void mpints(FuzzInput& input, std::uint8_t /*choice*/) {
-    Bytes bytes = input.rest();
+    const Bytes bytes = input.rest();
     std::uint64_t length = 0;
     for (std::size_t i = 0; i < 4 && i < bytes.size(); ++i) {
         length = length << 8 | bytes[i];
@@ -141,9 +140,8 @@ void mpints(FuzzInput& input, std::uint8_t /*choice*/) {
     const bool isGood = bytes.size() >= 4 && length <= bytes.size() - 4 && length <= 65535;
     ScopedVlong value(nullptr);
     std::uint32_t consumed = 0;
-    bytes.reserve(1);
     const Status status =
-        VLONG_fromMpint(bytes.data(), static_cast<std::uint32_t>(bytes.size()), value.out(), &consumed);
+        VLONG_fromMpint(dataOf(bytes), static_cast<std::uint32_t>(bytes.size()), value.out(), &consumed);
     FUZZ_CHECK(status == (isGood ? OK : ERR_BAD_LENGTH));
     if (!isGood) {
         return;

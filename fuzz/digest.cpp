@@ -53,21 +53,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FuzzInput input(data, size);
     const ShaAlgorithm& algorithm = kShaAlgorithms[input.byte() % kShaAlgorithms.size()];
     const Bytes pieces = input.bytes();
-    Bytes message = input.rest();
-    message.reserve(message.size() + 1); // data() of an empty one is no null pointer
+    const Bytes message = input.rest();
 
     Bytes whole(algorithm.digestBytes), split(algorithm.digestBytes);
-    FUZZ_CHECK(!isError(algorithm.digest(message.data(), static_cast<std::uint32_t>(message.size()), whole.data())));
+    FUZZ_CHECK(!isError(algorithm.digest(dataOf(message), static_cast<std::uint32_t>(message.size()), whole.data())));
     ShaContext context;
     FUZZ_CHECK(!isError(algorithm.init(&context)));
     std::size_t done = 0;
     for (std::size_t i = 0; i <= pieces.size(); ++i) {
         const std::size_t count =
             i == pieces.size() ? message.size() - done : std::min<std::size_t>(pieces[i], message.size() - done);
-        Bytes piece(message.begin() + static_cast<std::ptrdiff_t>(done),
-                    message.begin() + static_cast<std::ptrdiff_t>(done + count));
-        piece.reserve(1);
-        FUZZ_CHECK(!isError(algorithm.update(&context, piece.data(), static_cast<std::uint32_t>(count))));
+        const Bytes piece(message.begin() + static_cast<std::ptrdiff_t>(done),
+                          message.begin() + static_cast<std::ptrdiff_t>(done + count));
+        FUZZ_CHECK(!isError(algorithm.update(&context, dataOf(piece), static_cast<std::uint32_t>(count))));
         done += count;
     }
     FUZZ_CHECK(!isError(algorithm.final(&context, split.data())));

@@ -7,6 +7,12 @@
 #include <cstdint>
 #include <vector>
 
+// dataOf: where the bytes stand; no null pointer for an empty string.
+inline const std::uint8_t* dataOf(const std::vector<std::uint8_t>& bytes) {
+    static constexpr std::uint8_t kNothing = 0;
+    return bytes.empty() ? &kNothing : bytes.data();
+}
+
 class FuzzInput {
 public:
     using Bytes = std::vector<std::uint8_t>;

@@ -1,5 +1,6 @@
 package com.vantrel.zel.provider;
 
+import java.io.ByteArrayOutputStream;
 import java.lang.reflect.Array;
 import java.lang.reflect.Constructor;
 import java.lang.reflect.InvocationTargetException;
@@ -44,6 +45,7 @@ public final class HostileCalls {
             NullPointerException.class, ArrayIndexOutOfBoundsException.class, NegativeArraySizeException.class,
             OutOfMemoryError.class);
     private static final long LIMIT_NANOS = 120_000_000_000L;
+    private static final int KEYS = 8;
     private static final int CALLS_FOR_A_KEY_PAIR = 20_000; // key pairs take long; so many other calls for one
 
     /** Sizes for what takes a size alone: all but the first two small ones are refused. */
@@ -90,6 +92,79 @@ public final class HostileCalls {
         fixedArrays = arrays.size();
     }
 
+    /** The numbers that replace those of a key: zero, the smallest, a negative one, one of two units, an even large one. */
+    private static final byte[][] ODD_NUMBERS = {{0}, {1}, {2}, {3}, {-1}, {1, 0, 0, 0, 0, 0, 0, 0, 0}, new byte[129]};
+
+    static {
+        ODD_NUMBERS[6][0] = 1;
+    }
+
+    /** The DER of a key with the integer number {@code *index} replaced; counts down for every integer, also inside strings. */
+    private static byte[] withOddNumber(byte[] der, int[] index, byte[] odd) {
+        ByteArrayOutputStream out = new ByteArrayOutputStream();
+        for (int at = 0; at < der.length;) {
+            int tag = der[at];
+            int size = der[at + 1] & 0xFF;
+            int header = size < 0x80 ? 2 : size - 0x80 + 2;
+            for (int i = 2; i < header; ++i) {
+                size = (i == 2 ? 0 : size << 8) | der[at + i] & 0xFF;
+            }
+            byte[] content = Arrays.copyOfRange(der, at + header, at + header + size);
+            int unusedBits = tag == 3 ? 1 : 0;
+            if (tag == 2 && index[0]-- == 0) {
+                content = odd;
+            } else if (tag == 0x30 || (tag == 3 || tag == 4) && (content[unusedBits] == 0x30 || content[unusedBits] == 2)) {
+                byte[] inside = withOddNumber(Arrays.copyOfRange(content, unusedBits, content.length), index, odd);
+                content = new byte[unusedBits + inside.length];
+                System.arraycopy(inside, 0, content, unusedBits, inside.length);
+            }
+            out.write(tag);
+            if (content.length >= 0x80) {
+                out.write(0x82);
+                out.write(content.length >> 8);
+            }
+            out.write(content.length);
+            out.write(content, 0, content.length);
+            at += header + size;
+        }
+        return out.toByteArray();
+    }
+
+    /** Signatures of the sizes that belong to the keys and the odd numbers; of DSA one with r = s = 1. */
+    private Object[] signatures() {
+        byte[] dsa = {0x30, 44, 2, 1, 1, 2, 1, 1, 4, 36};
+        return new Object[] {randomBytes(64), randomBytes(128), randomBytes(129), randomBytes(9), new byte[1],
+            Arrays.copyOf(dsa, 46)};
+    }
+
+    /** Keys in good order whose numbers are not: each is read, and used as far as it lets itself be used. */
+    private void oddKeys(Class<?> type) throws Exception {
+        for (Method opener : natives(type)) {
+            if (!opener.getName().startsWith("engineInit") || opener.getParameterCount() != 1) {
+                continue;
+            }
+            for (byte[] key : new ArrayList<>(arrays.subList(fixedArrays - KEYS, fixedArrays))) {
+                for (byte[] odd : ODD_NUMBERS) {
+                    int[] left = {-1};
+                    for (int integer = 0; left[0] < 0; ++integer) {
+                        left[0] = integer;
+                        byte[] oddKey = withOddNumber(key, left, odd);
+                        for (Method method : natives(type)) {
+                            Object[] things = method.getName().equals("engineVerify0") ? signatures() : new Object[1];
+                            for (Object thing : things) {
+                                Object engine = newEngine(type);
+                                call(engine, opener, new Object[] {oddKey});
+                                call(engine, method, thing != null && method.getParameterCount() == 1
+                                        ? new Object[] {thing} : randomArguments(method));
+                                delete(engine);
+                            }
+                        }
+                    }
+                }
+            }
+        }
+    }
+
     private byte[] randomBytes(int size) {
         byte[] bytes = new byte[size];
         random.nextBytes(bytes);
@@ -125,6 +200,7 @@ public final class HostileCalls {
         HostileCalls calls = new HostileCalls(seed, randomCalls);
         for (Class<?> type : classes) {
             calls.everyCombination(type);
+            calls.oddKeys(type);
         }
         System.out.println(calls.callCount + " calls in every combination");
         calls.randomSequences(classes, randomCalls);
