@@ -18,8 +18,8 @@ using Bytes = FuzzInput::Bytes;
 // A value in both worlds.
 struct Value {
     explicit Value(const Bytes& bytes, bool isNegative = false) : natural(bytes), record(nullptr) {
-        FUZZ_CHECK(!isError(
-            VLONG_fromBytes(dataOf(bytes), static_cast<std::int32_t>(bytes.size()), record.out(), nullptr)));
+        FUZZ_CHECK(
+            !isError(VLONG_fromBytes(dataOf(bytes), static_cast<std::int32_t>(bytes.size()), record.out(), nullptr)));
         record.get()->negative = isNegative && !VLONG_isZero(record.get()) ? 1 : 0;
     }
     bool isZero() const {
@@ -57,8 +57,7 @@ void divisions(FuzzInput& input, std::uint8_t signs) {
     requireValue(quotient.get(), q, (signs & 1) != (signs >> 1 & 1));
     FUZZ_CHECK(!isError(VLONG_mod(a.record.get(), b.record.get(), remainder.out(), nullptr)));
     requireValue(remainder.get(), r, (signs & 1) != 0);
-    FUZZ_CHECK(
-        !isError(VLONG_divide(quotient.get(), a.record.get(), b.record.get(), remainder.get(), nullptr)));
+    FUZZ_CHECK(!isError(VLONG_divide(quotient.get(), a.record.get(), b.record.get(), remainder.get(), nullptr)));
     requireValue(quotient.get(), q, false);
     requireValue(remainder.get(), r, false);
 }
@@ -98,13 +97,12 @@ void powers(FuzzInput& input, std::uint8_t choice) {
     MontgomeryCtx* context = nullptr;
     FUZZ_CHECK(!isError(VLONG_newMontgomeryCtx(&context, modulus.record.get(), nullptr)));
     ScopedVlong alone(nullptr), first(nullptr), second(nullptr);
-    FUZZ_CHECK(
-        !isError(VLONG_modExpCtx(context, base.record.get(), exponent.record.get(), alone.out(), nullptr)));
+    FUZZ_CHECK(!isError(VLONG_modExpCtx(context, base.record.get(), exponent.record.get(), alone.out(), nullptr)));
     requirePower(alone.get(), expected, modulus.natural, false);
     if ((choice & 1) != 0) {
-        FUZZ_CHECK(!isError(VLONG_modExpCtxPair({context, base.record.get(), exponent.record.get(), first.out()},
-                                                {context, exponent.record.get(), base.record.get(), second.out()},
-                                                nullptr)));
+        FUZZ_CHECK(
+            !isError(VLONG_modExpCtxPair({context, base.record.get(), exponent.record.get(), first.out()},
+                                         {context, exponent.record.get(), base.record.get(), second.out()}, nullptr)));
         requirePower(first.get(), expected, modulus.natural, false);
         if (base.natural.bitCount() <= 128) {
             requirePower(second.get(), exponent.natural.power(base.natural, modulus.natural), modulus.natural, false);

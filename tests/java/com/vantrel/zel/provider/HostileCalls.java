@@ -48,8 +48,8 @@ public final class HostileCalls {
     private static final int KEYS = 8;
     private static final int CALLS_FOR_A_KEY_PAIR = 20_000; // key pairs take long; so many other calls for one
 
-    /** Sizes for what takes a size alone: all but the first two small ones are refused. */
-    private static final Integer[] SIZES = {0, 1, -1, Integer.MIN_VALUE, Integer.MAX_VALUE, 512, 896};
+    /** Sizes for what takes a size alone: each is refused where key pairs are made. */
+    private static final Integer[] SIZES = {0, 1, -1, Integer.MIN_VALUE, Integer.MAX_VALUE, 896, 1000, 16512};
     private static final Integer[] INTS = {0, 1, 2, 16, -1, Integer.MIN_VALUE, Integer.MAX_VALUE};
     private static final Byte[] BYTES = {0, -1, 127};
 
@@ -439,7 +439,8 @@ public final class HostileCalls {
             --keyPairsLeft;
             return 1024;
         }
-        return random.nextBoolean() ? SIZES[random.nextInt(SIZES.length)] : random.nextInt(897) - 100;
+        int size = random.nextInt(20_000) - 100;
+        return random.nextBoolean() ? SIZES[random.nextInt(SIZES.length)] : size < 1024 ? size : size | 1;
     }
 
     private Integer randomInt(byte[] lastArray) {
