@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# bench/run-java.sh [digest] [random] [cipher] ...: builds the provider and compares it with the JDK's own providers.
+# bench/run-java.sh [digest] [random] [cipher] [signature] [keypair] ...: builds the provider and compares it with the JDK's own providers.
 set -euo pipefail
 root=$(CDPATH= cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/.." && pwd)
 [ -f "$root/build/release/build.ninja" ] || cmake -S "$root" --preset release -D ZEL_BUILD_TESTS=OFF >/dev/null

@@ -20,10 +20,9 @@ public:
     }
 };
 
-// isPower: whether result is base^exponent mod modulus, by squaring, multiplying and dividing. A zero may have come out
-// as the modulus (modexp.h).
-inline bool isPower(const vlong* result, const vlong* base, const vlong* exponent, const vlong* modulus) {
-    Number power, product;
+// slowPower: base^exponent mod modulus, by squaring, multiplying and dividing.
+inline void slowPower(const vlong* base, const vlong* exponent, const vlong* modulus, Number& power) {
+    Number product;
     FUZZ_CHECK(!isError(VLONG_newValue(1, power.out(), nullptr)) && !isError(product.alloc()));
     const auto times = [&](const vlong* factor) {
         FUZZ_CHECK(!isError(VLONG_mul(product.get(), power.get(), factor)));
@@ -37,6 +36,12 @@ inline bool isPower(const vlong* result, const vlong* base, const vlong* exponen
             times(base);
         }
     }
+}
+
+// isPower: whether result is that power. A zero may have come out as the modulus (modexp.h).
+inline bool isPower(const vlong* result, const vlong* base, const vlong* exponent, const vlong* modulus) {
+    Number power;
+    slowPower(base, exponent, modulus, power);
     return VLONG_cmp(result, power.get()) == 0 || (VLONG_isZero(power.get()) && VLONG_cmp(result, modulus) == 0);
 }
 

@@ -1,9 +1,14 @@
 package com.vantrel.zel.bench;
 
 import com.vantrel.zel.provider.ZelSecurityProvider;
+import java.security.AlgorithmParameterGenerator;
+import java.security.KeyPair;
+import java.security.KeyPairGenerator;
 import java.security.MessageDigest;
 import java.security.Provider;
 import java.security.SecureRandom;
+import java.security.Signature;
+import java.security.spec.DSAParameterSpec;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
@@ -13,7 +18,7 @@ import javax.crypto.spec.SecretKeySpec;
 
 /**
  * The provider beside the JDK's own, in one run: each work is done by the peers in turn, many rounds of some milliseconds,
- * and the medians count. Prints nanoseconds and MB/s for the provider, and its speed over each peer's.
+ * and the medians count. Prints nanoseconds and MB/s (of what has no size, only nanoseconds) for the provider, and its speed over each peer's.
  */
 public final class ProviderBench {
     private static final int ROUNDS = 25;
@@ -42,6 +47,18 @@ public final class ProviderBench {
                 }
                 digestByteByByte(algorithm, zel);
             }
+        }
+        if (wanted("signature", args)) {
+            for (int bits : new int[] {1024, 2048, 3072, 4096}) {
+                signature("SHA256withRSA", "RSA", bits, "SunRsaSign", zel);
+            }
+            signature("SHA1withDSA", "DSA", 1024, "SUN", zel);
+        }
+        if (wanted("keypair", args)) {
+            for (int bits : new int[] {1024, 2048, 3072, 4096}) {
+                keyPair("RSA", bits, "SunRsaSign", zel);
+            }
+            keyPair("DSA", 1024, "SUN", zel);
         }
         if (wanted("random", args)) {
             for (int size : new int[] {16, 1024, 16384}) {
@@ -114,6 +131,73 @@ public final class ProviderBench {
         compare("cipher " + (encrypts ? "encrypt " : "decrypt ") + size, size, List.of("zel", "SunJCE"), works);
     }
 
+    /**
+     * A signature of a short message: signed and verified by one object that is initialised once, and by objects that are
+     * initialised for each.
+     */
+    private static void signature(String algorithm, String keys, int bits, String jdk, Provider zel) throws Exception {
+        KeyPairGenerator generator = KeyPairGenerator.getInstance(keys, jdk);
+        generator.initialize(bits);
+        KeyPair pair = generator.generateKeyPair();
+        byte[] message = new byte[32];
+        Signature first = Signature.getInstance(algorithm, zel);
+        first.initSign(pair.getPrivate());
+        first.update(message);
+        byte[] signature = first.sign();
+        List<List<Work>> works = List.of(new ArrayList<>(), new ArrayList<>(), new ArrayList<>());
+        for (boolean isOurs : new boolean[] {true, false}) {
+            Signature signing = isOurs ? first : Signature.getInstance(algorithm, jdk);
+            Signature verifying = isOurs ? Signature.getInstance(algorithm, zel) : Signature.getInstance(algorithm, jdk);
+            signing.initSign(pair.getPrivate());
+            verifying.initVerify(pair.getPublic());
+            works.get(0).add(() -> {
+                signing.update(message);
+                signing.sign();
+            });
+            works.get(1).add(() -> {
+                verifying.update(message);
+                if (!verifying.verify(signature)) {
+                    throw new AssertionError("the verdict is wrong");
+                }
+            });
+            Signature fresh = isOurs ? Signature.getInstance(algorithm, zel) : Signature.getInstance(algorithm, jdk);
+            works.get(2).add(() -> fresh.initSign(pair.getPrivate()));
+        }
+        List<String> names = List.of("zel", jdk);
+        compare(algorithm + " " + bits + " sign", 0, names, works.get(0));
+        compare(algorithm + " " + bits + " verify", 0, names, works.get(1));
+        compare(algorithm + " " + bits + " initSign", 0, names, works.get(2));
+    }
+
+    /** Key pairs, one by one: their times differ too much for rounds. Fresh DSA parameters on both sides. */
+    private static void keyPair(String algorithm, int bits, String jdk, Provider zel) throws Exception {
+        int count = 20;
+        double[][] millis = new double[2][count];
+        for (int i = 0; i < count; ++i) {
+            for (boolean isOurs : new boolean[] {true, false}) {
+                long start = System.nanoTime();
+                KeyPairGenerator generator = isOurs ? KeyPairGenerator.getInstance(algorithm, zel)
+                        : KeyPairGenerator.getInstance(algorithm, jdk);
+                if (algorithm.equals("DSA") && !isOurs) { // otherwise the JDK takes parameters that it has ready
+                    AlgorithmParameterGenerator parameters = AlgorithmParameterGenerator.getInstance("DSA", jdk);
+                    parameters.init(bits);
+                    generator.initialize(parameters.generateParameters().getParameterSpec(DSAParameterSpec.class));
+                } else {
+                    generator.initialize(bits);
+                }
+                generator.generateKeyPair();
+                millis[isOurs ? 0 : 1][i] = (System.nanoTime() - start) / 1e6;
+            }
+        }
+        System.out.printf("%-36s median %9.1f ms, mean %9.1f ms   %5.2f of %s (medians), %5.2f (means)%n",
+                algorithm + " " + bits + " key pair", median(millis[0]), mean(millis[0]),
+                median(millis[1]) / median(millis[0]), jdk, mean(millis[1]) / mean(millis[0]));
+    }
+
+    private static double mean(double[] values) {
+        return Arrays.stream(values).average().orElseThrow();
+    }
+
     private static void random(int size, Provider zel) throws Exception {
         byte[] bytes = new byte[size];
         List<SecureRandom> randoms = List.of(SecureRandom.getInstance("FIPS186PRNG", zel),
@@ -167,7 +251,8 @@ public final class ProviderBench {
             }
         }
         double ours = median(nanos[0]);
-        StringBuilder line = new StringBuilder(String.format("%-36s %12.1f ns %9.1f MB/s", name, ours, bytes * 1e3 / ours));
+        StringBuilder line = new StringBuilder(String.format("%-36s %12.1f ns", name, ours));
+        line.append(bytes > 0 ? String.format(" %9.1f MB/s", bytes * 1e3 / ours) : "");
         for (int i = 1; i < works.size(); ++i) {
             line.append(String.format("   %5.2f of %s", median(nanos[i]) / ours, names.get(i)));
         }

@@ -21,8 +21,8 @@ import java.util.Map;
 
 /**
  * What the provider does, shown on one file: its SHA-1 and SHA-256, as sha1sum and sha256sum print them; 32 random bytes,
- * which take some six seconds to come because a generator is seeded for them; and the file encrypted beside itself and
- * decrypted again.
+ * which take some six seconds to come because a generator is seeded for them; the file encrypted beside itself and
+ * decrypted again; and the file signed, with RSA beside itself and with DSA.
  */
 public final class Sample {
     private static final int BUFFER_BYTES = 1 << 20;
@@ -68,6 +68,8 @@ public final class Sample {
         SecureRandom.getInstance("FIPS186PRNG", ZelSecurityProvider.NAME).nextBytes(random);
         out.println(hex(random) + "  random");
         out.println(EncryptedCopy.make(Path.of(file)));
+        out.println(SignedFile.make(Path.of(file), "SHA256withRSA", 2048, Path.of(file + ".sig")));
+        out.println(SignedFile.make(Path.of(file), "SHA1withDSA", 1024, null));
         if (out.checkError()) {
             fail("cannot write to standard output");
         }

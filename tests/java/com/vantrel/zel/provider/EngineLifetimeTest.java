@@ -5,8 +5,11 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.security.KeyPairGenerator;
 import java.security.MessageDigest;
 import java.security.Provider;
+import java.security.PublicKey;
+import java.security.Signature;
 import java.util.List;
 import javax.crypto.Cipher;
 import javax.crypto.spec.IvParameterSpec;
@@ -19,7 +22,12 @@ class EngineLifetimeTest {
 
     /** Run in a child with a small heap: prints by how many KiB the process has grown while it made and dropped digests. */
     public static final class Dropper {
+        private static PublicKey key;
+
         public static void main(String[] args) throws Exception {
+            KeyPairGenerator generator = KeyPairGenerator.getInstance("DSA", "SUN");
+            generator.initialize(1024);
+            key = generator.generateKeyPair().getPublic();
             Provider zel = new ZelSecurityProvider();
             drop(zel, DIGESTS / 10); // to warm up
             long before = residentKib();
@@ -29,6 +37,7 @@ class EngineLifetimeTest {
 
         private static void drop(Provider zel, int count) throws Exception {
             Cipher kept = Cipher.getInstance("AES/CBC/PKCS5Padding", zel);
+            Signature keptSignature = Signature.getInstance("SHA1withDSA", zel);
             for (int i = 0; i < count; ++i) {
                 MessageDigest digest = MessageDigest.getInstance(i % 2 == 0 ? "SHA-1" : "SHA-256", zel);
                 digest.update((byte) i);
@@ -38,6 +47,13 @@ class EngineLifetimeTest {
                         cipher.init(Cipher.ENCRYPT_MODE, new SecretKeySpec(new byte[32], "AES"),
                                 new IvParameterSpec(new byte[16]));
                         cipher.doFinal();
+                    }
+                }
+                if (i % 64 == 0) { // a new signature, and a kept one whose every message takes the key again
+                    for (Signature signature : List.of(Signature.getInstance("SHA1withDSA", zel), keptSignature)) {
+                        signature.initVerify(key);
+                        signature.update((byte) i);
+                        signature.initVerify(key);
                     }
                 }
             }

@@ -27,10 +27,14 @@ class SampleTest {
         assertEquals(2, child.exitCode);
     }
 
-    /** The lines on the digests; those on the random bytes and on the encrypted copy are looked at here. */
-    private static String linesOnDigests(ChildJvm child, String copy) {
-        Matcher matcher = Pattern.compile("(?s)(.*)[0-9a-f]{64}  random\nAES-256-CBC: " + Pattern.quote(copy)
-                + " decrypts to the file; encrypted at \\d+ MB/s, decrypted at \\d+ MB/s\n").matcher(child.out);
+    /** The lines on the digests; those on the random bytes, the encrypted copy and the signatures are looked at here. */
+    private static String linesOnDigests(ChildJvm child, String file) {
+        String signed = "verified, refused with a byte changed; key made in [0-9.]+ ms, signed in [0-9.]+ ms, "
+                + "verified in [0-9.]+ ms\n";
+        Matcher matcher = Pattern.compile("(?s)(.*)[0-9a-f]{64}  random\nAES-256-CBC: " + Pattern.quote(file + ".enc")
+                + " decrypts to the file; encrypted at \\d+ MB/s, decrypted at \\d+ MB/s\n"
+                + "SHA256withRSA, 2048 bits: " + Pattern.quote(file + ".sig") + " " + signed
+                + "SHA1withDSA, 1024 bits: " + signed).matcher(child.out);
         assertTrue(matcher.matches(), child.out);
         return matcher.group(1);
     }
@@ -41,8 +45,9 @@ class SampleTest {
         ChildJvm child = sample(file.toString());
         assertEquals("a9993e364706816aba3e25717850c26c9cd0d89d  " + file + "\n"
                 + "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  " + file + "\n",
-                linesOnDigests(child, file + ".enc"));
+                linesOnDigests(child, file.toString()));
         assertEquals(16, Files.size(folder.resolve("abc.enc")));
+        assertEquals(256, Files.size(folder.resolve("abc.sig")));
         assertEquals("", child.err);
         assertEquals(0, child.exitCode);
 
@@ -50,7 +55,7 @@ class SampleTest {
         String escaped = folder + "/a\\\\b\\nc";
         assertEquals("\\da39a3ee5e6b4b0d3255bfef95601890afd80709  " + escaped + "\n"
                 + "\\e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855  " + escaped + "\n",
-                linesOnDigests(sample(odd.toString()), escaped + ".enc"));
+                linesOnDigests(sample(odd.toString()), escaped));
     }
 
     @Test
