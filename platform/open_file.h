@@ -1,0 +1,12 @@
+// Opening files to read them.
+#ifndef ZELSPI_PLATFORM_OPEN_FILE_H
+#define ZELSPI_PLATFORM_OPEN_FILE_H
+
+#include <cstdio>
+
+// openFileToRead: the file opened for reading bytes, as fopen does with "rb"; path is narrow, on Windows in the code
+// page of the process. The caller closes it.
+// Errors:  null; also for a directory, which fopen opens on some systems.
+std::FILE* openFileToRead(const char* path);
+
+#endif

@@ -1,0 +1,18 @@
+# Compares what a program prints with a file, byte for byte. Arguments: program (with its emulator, a list), folder to run in
+# (made anew), expected (a file whose lines end with a line feed), windows (whether the program ends them with CR LF).
+file(REMOVE_RECURSE "${folder}")
+file(MAKE_DIRECTORY "${folder}")
+execute_process(COMMAND ${program} WORKING_DIRECTORY "${folder}" OUTPUT_FILE "${folder}/printed" RESULT_VARIABLE result)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "a wrong status (${result})")
+endif()
+file(READ "${folder}/printed" printed HEX)
+file(READ "${expected}" wanted HEX)
+if(windows)
+  string(REGEX REPLACE "(..)" "\\1 " wanted "${wanted}")
+  string(REPLACE "0a " "0d 0a " wanted "${wanted}")
+  string(REPLACE " " "" wanted "${wanted}")
+endif()
+if(NOT printed STREQUAL wanted)
+  message(FATAL_ERROR "${folder}/printed differs from ${expected}")
+endif()
