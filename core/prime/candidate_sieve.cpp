@@ -33,14 +33,29 @@ constexpr std::array<std::uint16_t, kPrimeCount> kPrimes = [] {
 }();
 static_assert(kPrimes.back() == 8191);
 
-// The product of as many primes from `end` on as fit one remainder; end moves behind them.
-std::uint32_t groupProduct(std::size_t& end) {
-    std::uint64_t product = 1;
-    while (end < kPrimeCount && product * kPrimes[end] <= UINT32_MAX) {
-        product *= kPrimes[end++];
+// Batch: four groups of primes, each with as many as fit one remainder. A last batch may have empty groups.
+struct Batch {
+    static constexpr std::size_t kGroups = 4;
+    std::array<std::uint32_t, kGroups> products;
+    std::array<std::size_t, kGroups + 1> bounds; // group i is bounds[i] to bounds[i + 1]
+
+    explicit Batch(std::size_t first) {
+        for (std::size_t group = 0, end = first; group < kGroups; ++group) {
+            bounds[group] = end;
+            std::uint64_t product = 1;
+            while (end < kPrimeCount && product * kPrimes[end] <= UINT32_MAX) {
+                product *= kPrimes[end++];
+            }
+            products[group] = static_cast<std::uint32_t>(product);
+            bounds[group + 1] = end;
+        }
     }
-    return static_cast<std::uint32_t>(product);
-}
+    std::size_t end() const {
+        return bounds[kGroups];
+    }
+};
+
+using Remainders = std::array<std::uint32_t, Batch::kGroups>;
 
 // 1/value modulo the prime p, for value between 0 and p.
 std::uint32_t inverseModulo(std::uint32_t value, std::uint32_t p) {
@@ -77,13 +92,18 @@ void mark(std::uint16_t* factors, std::uint32_t count, std::uint32_t p, std::uin
 } // namespace
 
 std::uint32_t mediumFactor(const vlong* n) {
-    for (std::size_t first = kSmallPrimeCount, end = first; first < kPrimeCount; first = end) {
-        const std::uint32_t remainder = wordRemainder(n, groupProduct(end));
-        for (std::size_t i = first; i < end; ++i) {
-            if (remainder % kPrimes[i] == 0) {
-                return kPrimes[i];
+    for (std::size_t first = kSmallPrimeCount; first < kPrimeCount;) {
+        const Batch batch(first);
+        Remainders remainders;
+        wordRemainders(n, batch.products, remainders);
+        for (std::size_t group = 0; group < Batch::kGroups; ++group) {
+            for (std::size_t i = batch.bounds[group]; i < batch.bounds[group + 1]; ++i) {
+                if (remainders[group] % kPrimes[i] == 0) {
+                    return kPrimes[i];
+                }
             }
         }
+        first = batch.end();
     }
     return 0;
 }
@@ -91,13 +111,17 @@ std::uint32_t mediumFactor(const vlong* n) {
 Status CandidateSieve::fill(const vlong* start, const vlong* step, std::uint32_t count) {
     RETURN_IF_ERROR(factors_.alloc(std::size_t{count} * sizeof(std::uint16_t)));
     auto* const factors = reinterpret_cast<std::uint16_t*>(factors_.data());
-    for (std::size_t first = 0, end = 0; first < kPrimeCount; first = end) {
-        const std::uint32_t product = groupProduct(end);
-        const std::uint32_t startRemainder = wordRemainder(start, product);
-        const std::uint32_t stepRemainder = wordRemainder(step, product);
-        for (std::size_t i = first; i < end; ++i) {
-            mark(factors, count, kPrimes[i], startRemainder % kPrimes[i], stepRemainder % kPrimes[i]);
+    for (std::size_t first = 0; first < kPrimeCount;) {
+        const Batch batch(first);
+        Remainders starts, steps;
+        wordRemainders(start, batch.products, starts);
+        wordRemainders(step, batch.products, steps);
+        for (std::size_t group = 0; group < Batch::kGroups; ++group) {
+            for (std::size_t i = batch.bounds[group]; i < batch.bounds[group + 1]; ++i) {
+                mark(factors, count, kPrimes[i], starts[group] % kPrimes[i], steps[group] % kPrimes[i]);
+            }
         }
+        first = batch.end();
     }
     return OK;
 }

@@ -25,8 +25,10 @@ std::uint64_t dirtyFrees();
 // failEach: runs operation() with its first, second, third ... allocation refused, until a run asks for no more.
 // operation returns the status of one complete use that has given back whatever it took. Expects each refused run to
 // end in `refusal` and to leave no block behind, and the last, unhindered run to succeed.
-template <typename Operation> void failEach(Operation operation, Status refusal = ERR_MEM_ALLOC_FAIL) {
-    for (std::uint64_t number = 1;; ++number) {
+// failSome: the same with ever larger steps from one number to the next, for operations that allocate very often.
+template <typename Operation>
+void failEach(Operation operation, Status refusal = ERR_MEM_ALLOC_FAIL, std::uint64_t slowness = ~std::uint64_t{0}) {
+    for (std::uint64_t number = 1;; number += 1 + number / slowness) {
         SCOPED_TRACE(testing::Message() << "allocation " << number << " refused");
         const std::uint64_t before = liveBlocks();
         refuse(number);
@@ -40,6 +42,10 @@ template <typename Operation> void failEach(Operation operation, Status refusal 
         }
         ASSERT_EQ(status, refusal);
     }
+}
+
+template <typename Operation> void failSome(Operation operation) {
+    failEach(operation, ERR_MEM_ALLOC_FAIL, 3);
 }
 
 } // namespace testheap

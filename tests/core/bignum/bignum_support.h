@@ -39,6 +39,13 @@ public:
     std::string text() const;
 };
 
+// textOf: the text of a record that somebody else owns.
+inline std::string textOf(const vlong* value) {
+    Number copy;
+    EXPECT_EQ(VLONG_newCopy(value, copy.out(), nullptr), OK);
+    return copy.text();
+}
+
 inline bool operator==(const Number& a, const Number& b) {
     return a.text() == b.text();
 }

@@ -37,11 +37,9 @@ bool isWordPrime(std::uint32_t n) {
 TEST(Prime, RoundTable) {
     constexpr struct {
         std::uint32_t bits, purpose, rounds;
-    } kRows[] = {{160, 0, 19},  {224, 0, 24}, {256, 0, 27}, {1024, 0, 3},  {2048, 0, 3}, {3048, 0, 2},
-                 {3072, 0, 50}, {512, 0, 50}, {171, 1, 41}, {170, 1, 38},  {141, 1, 38}, {140, 1, 28},
-                 {101, 1, 28},  {100, 1, 50}, {512, 1, 41}, {1536, 1, 41}, {99, 2, 50},  {100, 2, 27},
-                 {255, 2, 27},  {256, 2, 15}, {511, 2, 15}, {512, 2, 8},   {767, 2, 8},  {768, 2, 4},
-                 {1023, 2, 4},  {1024, 2, 2}, {2048, 2, 2}, {0, 2, 50},    {512, 5, 50}, {1024, 3, 50}};
+    } kRows[] = {
+#include "tests/core/prime/round_table.inc"
+    };
     for (const auto& row : kRows) {
         EXPECT_EQ(PRIME_millerRabinRounds(row.bits, row.purpose), row.rounds) << row.bits << ' ' << row.purpose;
     }
@@ -51,19 +49,9 @@ TEST(Prime, JacobiSymbolAndDiscriminant) {
     const struct {
         const char *a, *n;
         std::int32_t symbol;
-    } kRows[] = {{"5", "15", 1}, // 21
-                 {"-7", "9", 1},
-                 {"2", "f", 1},
-                 {"3", "7", -1},
-                 {"6", "9", 0},
-                 {"0", "1", 1},
-                 {"0", "3", 0},
-                 {"3", "8", 0}, // even
-                 {"-1", "-7", -1},
-                 {"f.4164d8399f767c45", "2c.cb91ce375bc8fbbd", -1},
-                 {"-2.28def200f8931d11", "f.f17fd374c6a53877", 1},
-                 {"-1.d7d89772195e95c4.f2b9bec759dccdab", "1.3f1f65a8de527100.7814e8a25f2dd97f", -1},
-                 {"-1.9c4dd60e3bf96aba.21ee3362156a63df", "2.238642ea126a1e48.cc11d357c30d8b77", -1}};
+    } kRows[] = {
+#include "tests/core/prime/jacobi_symbols.inc"
+    };
     for (const auto& row : kRows) {
         std::int32_t symbol = 9;
         EXPECT_EQ(PRIME_jacobi(Number(row.a), Number(row.n), &symbol, nullptr), OK);
@@ -81,9 +69,9 @@ TEST(Prime, JacobiSymbolAndDiscriminant) {
 // All odd numbers below 20,000 but the squares, for which the test does not end: the primes pass, and of the composites
 // these: the published Lucas pseudoprimes, and some that pass because a symbol of 0 does not end the search for D.
 TEST(Prime, LucasTest) {
-    constexpr std::uint32_t kPseudoprimes[] = {323,   377,   1159,  1295,  1829,  2015,  3827,  5459,
-                                               5719,  5777,  6479,  7055,  9071,  9179,  10877, 11419,
-                                               11663, 13919, 14839, 16109, 16211, 18407, 18971, 19043};
+    constexpr std::uint32_t kPseudoprimes[] = {
+#include "tests/core/prime/lucas_pseudoprimes.inc"
+    };
     for (std::uint32_t n = 3; n < 20000; n += 2) {
         const auto root = static_cast<std::uint32_t>(std::lround(std::sqrt(n)));
         if (root * root == n) {
@@ -105,10 +93,9 @@ TEST(Prime, StrongPseudoprimes) {
     const struct {
         const char* n;
         std::vector<Unit> passed, failed;
-    } kRows[] = {{"1f51f3fee3b", {2, 3, 5, 7, 11, 23, 31, 37}, {13, 17, 19, 29, 41}},
-                 {"351591274f9af9fb", {2, 3, 5, 7, 11, 13, 17, 19, 23, 29, 31}, {37, 41, 43}},
-                 {"437a.e92817f9fc85b7e5", {2, 3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37}, {41, 43}},
-                 {"2be69.51adc5b22410a5fd", {2, 3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37, 41}, {43}}};
+    } kRows[] = {
+#include "tests/core/prime/strong_pseudoprimes.inc"
+    };
     for (const auto& row : kRows) {
         const Number n(row.n);
         MontgomeryCtx context;
@@ -134,10 +121,9 @@ TEST(Prime, StrongPseudoprimes) {
 // The largest prime below a power of two at each border of the round tables (Caldwell's list up to 400 bits), with all
 // odd numbers between it and the power, which are composite. Every round draws one base, one bit shorter than n.
 TEST(Prime, LargestPrimeBelowAPowerOfTwo) {
-    constexpr std::pair<std::uint32_t, int> kRows[] = {{33, 9},     {64, 59},   {65, 49},    {99, 115},   {100, 15},
-                                                       {101, 69},   {128, 159}, {160, 47},   {224, 63},   {255, 19},
-                                                       {256, 189},  {257, 93},  {511, 187},  {512, 569},  {513, 445},
-                                                       {767, 1081}, {768, 825}, {1023, 361}, {1024, 105}, {1025, 2673}};
+    constexpr std::pair<std::uint32_t, int> kRows[] = {
+#include "tests/core/prime/primes_below_powers.inc"
+    };
     for (const auto& [bits, distance] : kRows) {
         for (int offset = 1; offset <= distance; offset += 2) {
             ByteSource source(1);
@@ -162,14 +148,9 @@ TEST(Prime, EdgesOfTheProbablePrimeTest) {
         Number n;
         Status status;
         std::size_t draws;
-    } kRows[] = {{Number(Unit{0}), ERR_EVEN_NUMBER, 0},
-                 {Number("1.2"), ERR_EVEN_NUMBER, 0},
-                 {Number(1), ERR_BAD_LENGTH, 1},
-                 {Number(3 * 5 * 7), OK, 0},
-                 {Number(251), OK, 0}, // a small prime divides itself
-                 {Number(3215031751), OK, 0},
-                 {Number("46.445ed4c703fc1749"), OK, 1}, // 6 k + 1, 12 k + 1, 18 k + 1 prime:
-                 {Number("32680.b630d77c8a82be8f.d6880b42c88aa160.f11403e48530ec01"), OK, 1}}; // Carmichael numbers
+    } kRows[] = {
+#include "tests/core/prime/composites.inc"
+    }; // Carmichael numbers
     for (const auto& row : kRows) {
         ByteSource source(1);
         std::uint32_t flag = 9;
@@ -220,10 +201,9 @@ TEST(Prime, Generate) {
         std::uint32_t bits;
         const char* expected;
         std::uint32_t draws, drawn;
-    } kRows[] = {{64, "fef4e8454423675b", 51, 408},
-                 {100, "fef4e8454.4236752fbb56b907", 29, 377},
-                 {256, "fef4e84544236752.fbb56b8f31a23a10.e42814f5f55ca037.cdcc11c64c9a3b7d", 21, 672},
-                 {301, "13f7a7422a21.1b3a97ddab5c798d.11d0872140a7afaa.e501be6e608e3264.d1d94a4e0ddb03d5", 26, 988}};
+    } kRows[] = {
+#include "tests/core/prime/generated_primes.inc"
+    };
     vlong* queue = nullptr;
     for (const auto& row : kRows) {
         ByteSource source(7);

@@ -1,35 +1,31 @@
 // DSA: generation against a model in Python, signatures against the example of the standard.
-#include "tests/core/pubkey/dsa_vectors.h"
+#include "core/bignum/vlong_math.h"
+#include "core/pubkey/dsa.h"
+#include "tests/core/bignum/bignum_support.h"
+#include "tests/support/byte_source.h"
+#include "tests/support/hex.h"
 #include "tests/support/test_heap.h"
+
+#include <numeric>
 
 namespace {
 
-using dsatest::Number;
+using bignumtest::Number;
+using bignumtest::textOf;
 
-class ScopedDsaKey {
+class ScopedDsaKey : public DSAKey {
 public:
-    ScopedDsaKey() = default;
-    ScopedDsaKey(const char* p, const char* q, const char* g, const char* x, const char* y) {
-        const std::pair<vlong**, const char*> values[] = {
-            {&key_.p, p}, {&key_.q, q}, {&key_.g, g}, {&key_.x, x}, {&key_.y, y}};
-        for (const auto& [value, hex] : values) {
-            *value = Number(hex).release();
-        }
+    ScopedDsaKey() : DSAKey{} {
+    }
+    ScopedDsaKey(const char* pText, const char* qText, const char* gText, const char* xText, const char* yText)
+        : DSAKey{Number(pText).release(), Number(qText).release(), Number(gText).release(), Number(yText).release(),
+                 Number(xText).release()} {
     }
     ScopedDsaKey(const ScopedDsaKey&) = delete;
     ScopedDsaKey& operator=(const ScopedDsaKey&) = delete;
     ~ScopedDsaKey() {
-        dsaKeyClear(&key_, nullptr);
+        dsaKeyClear(this, nullptr);
     }
-    DSAKey* operator->() {
-        return &key_;
-    }
-    DSAKey* get() {
-        return &key_;
-    }
-
-private:
-    DSAKey key_{};
 };
 
 // FIPS 186 (1994) with change 1, appendix 5: the key, k behind 16 octets of zeros, the SHA-1 digest of "abc", r and s.
@@ -54,7 +50,7 @@ TEST_F(DsaExample, Signs) {
     ByteSource source(nonce_);
     Number r, s;
     bool isVerified = false;
-    ASSERT_EQ(Dsa_Sign(source.bytes(), key_.get(), m_, &isVerified, r.out(), s.out(), nullptr), OK);
+    ASSERT_EQ(Dsa_Sign(source.bytes(), &key_, m_, &isVerified, r.out(), s.out(), nullptr), OK);
     EXPECT_EQ(r, r_);
     EXPECT_EQ(s, s_);
     EXPECT_TRUE(isVerified);
@@ -62,17 +58,17 @@ TEST_F(DsaExample, Signs) {
 
     // m counts modulo q.
     Number longer(m_);
-    EXPECT_EQ(VLONG_add(longer, key_->q, nullptr), OK);
+    EXPECT_EQ(VLONG_add(longer, key_.q, nullptr), OK);
     ByteSource again(nonce_);
-    EXPECT_EQ(Dsa_Sign(again.bytes(), key_.get(), longer, nullptr, r.out(), s.out(), nullptr), OK);
+    EXPECT_EQ(Dsa_Sign(again.bytes(), &key_, longer, nullptr, r.out(), s.out(), nullptr), OK);
     EXPECT_EQ(s, s_);
 }
 
 TEST_F(DsaExample, Verifies) {
     Number negative(r_), q, aboveQ, wrong(m_);
     negative.get()->negative = 1;
-    EXPECT_EQ(VLONG_newCopy(key_->q, q.out(), nullptr), OK);
-    EXPECT_EQ(VLONG_newCopy(key_->q, aboveQ.out(), nullptr), OK);
+    EXPECT_EQ(VLONG_newCopy(key_.q, q.out(), nullptr), OK);
+    EXPECT_EQ(VLONG_newCopy(key_.q, aboveQ.out(), nullptr), OK);
     EXPECT_EQ(VLONG_add(aboveQ, r_, nullptr), OK);
     EXPECT_EQ(VLONG_increment(wrong, nullptr), OK);
     const Number zero(Unit{0}), huge(bignumtest::Units(4000, 1));
@@ -87,66 +83,49 @@ TEST_F(DsaExample, Verifies) {
                  {m_, aboveQ, s_, kRange, false}, {m_, negative, s_, kRange, false}, {m_, r_, huge, kRange, false}};
     for (const auto& row : kRows) {
         bool isValid = !row.valid;
-        EXPECT_EQ(Dsa_Verify(key_.get(), row.m, row.r, row.s, &isValid, nullptr), row.status);
+        EXPECT_EQ(Dsa_Verify(&key_, row.m, row.r, row.s, &isValid, nullptr), row.status);
         EXPECT_EQ(isValid, row.valid);
     }
 }
 
-TEST_F(DsaExample, MissingValues) {
-    for (vlong** const value : {&key_->p, &key_->q, &key_->g, &key_->y, &key_->x}) {
-        vlong* const kept = std::exchange(*value, nullptr);
-        ByteSource source(nonce_);
-        Number r, s;
-        bool isValid = true;
-        const bool isY = value == &key_->y, isX = value == &key_->x;
-        EXPECT_EQ(Dsa_Verify(key_.get(), m_, r_, s_, &isValid, nullptr), isX ? OK : ERR_NULL_POINTER);
-        EXPECT_EQ(isValid, isX);
-        // Without y the fresh signature is made, and not verified.
-        EXPECT_EQ(Dsa_Sign(source.bytes(), key_.get(), m_, &isValid, r.out(), s.out(), nullptr),
-                  isY ? OK : ERR_NULL_POINTER);
-        EXPECT_FALSE(isValid);
-        EXPECT_EQ(s.text(), isY ? s_.text() : "none");
-        *value = kept;
-    }
-}
-
-// Whatever a foreign key holds: a status or a signature without meaning, and an end.
+// Whatever a foreign key holds, or lacks: a status or a signature without meaning, and an end.
 TEST_F(DsaExample, ForeignValues) {
-    const char* const kValues[] = {"0", "1", "2", "3", "10", "ffffffffffffffff", "1.0", "ffffffffffffffff*3", "8.0*15"};
-    for (vlong** const value : {&key_->p, &key_->q, &key_->g, &key_->y, &key_->x}) {
-        vlong* const kept = *value;
-        for (const char* const text : kValues) {
-            const Number foreign(text);
-            *value = foreign.get();
+    const char* const kValues[] = {"",      "0", "1", "2", "3", "10", "ffffffffffffffff", "1.0", "ffffffffffffffff*3",
+                                   "8.0*15"};
+    for (vlong** const value : {&key_.p, &key_.q, &key_.g, &key_.y, &key_.x}) {
+        for (const std::string text : kValues) {
+            Number foreign;
+            if (!text.empty()) {
+                Number given(text);
+                foreign.swap(given);
+            }
+            vlong* const kept = std::exchange(*value, foreign.get());
+            const bool isP = value == &key_.p, isQ = value == &key_.q, isY = value == &key_.y;
+            const Status expected = text.empty() && !isY ? ERR_NULL_POINTER
+                                    : text == "0" && isP ? ERR_BAD_MODULO
+                                    : text == "0" && isQ ? ERR_DIVIDE_BY_ZERO
+                                                         : OK;
             ByteSource source(9);
             Number r, s;
             bool isValid = true;
-            const Status status = Dsa_Sign(source.bytes(), key_.get(), m_, &isValid, r.out(), s.out(), nullptr);
-            const bool isZero = foreign.text() == "0";
-            const Status expected = isZero && value == &key_->p   ? ERR_BAD_MODULO
-                                    : isZero && value == &key_->q ? ERR_DIVIDE_BY_ZERO
-                                                                  : OK;
-            EXPECT_EQ(status, expected) << text;
-            EXPECT_EQ(s.get() == nullptr, status != OK);
-            const Status verification = Dsa_Verify(key_.get(), m_, Number(1), Number(1), &isValid, nullptr);
-            EXPECT_TRUE(verification == OK || verification == expected ||
-                        verification == ERR_CRYPTO_DSA_SIGN_VERIFY_RS_TEST);
+            EXPECT_EQ(Dsa_Sign(source.bytes(), &key_, m_, &isValid, r.out(), s.out(), nullptr), expected) << text;
+            EXPECT_EQ(s.get() == nullptr, expected != OK);
+            const Status status = Dsa_Verify(&key_, m_, r_, s_, &isValid, nullptr);
+            EXPECT_EQ(isValid, value == &key_.x);
+            EXPECT_EQ(text.empty() && !isValid, status == ERR_NULL_POINTER) << text;
+            *value = kept;
         }
-        *value = kept;
     }
-    // An x of less than 16 bits leaves no room for a random k: it is 0, then r is 1 and s is 0, which does not verify.
-    for (const char* const text : {"0", "7f", "80", "ffff"}) {
+    // An x of less than 16 bits leaves no room for a random k: it is 0, then r is 1 and s is 0.
+    for (const char* const text : {"0", "ff", "7fff", "ffff"}) {
         const Number x(text);
-        vlong* const kept = std::exchange(key_->x, x.get());
+        vlong* const kept = std::exchange(key_.x, x.get());
         ByteSource source(1);
         Number r, s;
-        bool isVerified = true;
-        EXPECT_EQ(Dsa_Sign(source.bytes(), key_.get(), m_, &isVerified, r.out(), s.out(), nullptr), OK);
-        key_->x = kept;
-        const bool isLongEnough = x.text() == "ffff";
-        EXPECT_EQ(source.draws, isLongEnough ? std::vector<std::uint32_t>{2} : std::vector<std::uint32_t>{});
-        EXPECT_EQ(r.text() == "1" && s.text() == "0", !isLongEnough);
-        EXPECT_FALSE(isVerified);
+        EXPECT_EQ(Dsa_Sign(source.bytes(), &key_, m_, nullptr, r.out(), s.out(), nullptr), OK);
+        key_.x = kept;
+        EXPECT_EQ(r.text() == "1" && s.text() == "0", x.text() != "ffff") << text;
+        EXPECT_EQ(source.draws.size(), x.text() == "ffff" ? 1U : 0U);
     }
 }
 
@@ -155,7 +134,7 @@ TEST_F(DsaExample, AllocationFailures) {
     testheap::failEach([&] {
         ByteSource source(nonce_);
         vlong *r = nullptr, *s = nullptr;
-        const Status status = Dsa_Sign(source.bytes(), key_.get(), m_, nullptr, &r, &s, nullptr);
+        const Status status = Dsa_Sign(source.bytes(), &key_, m_, nullptr, &r, &s, nullptr);
         EXPECT_EQ(r == nullptr, isError(status));
         EXPECT_EQ(s == nullptr, isError(status));
         (void)VLONG_free(&r, nullptr); // null after a refusal
@@ -164,32 +143,70 @@ TEST_F(DsaExample, AllocationFailures) {
     });
     for (const char* const p : {"", "fffffffffffffff6.0.0"}) { // by Montgomery's method and by Barrett's
         const Number even(*p == 0 ? "2" : p);
-        vlong* const kept = *p == 0 ? key_->p : std::exchange(key_->p, even.get());
+        vlong* const kept = *p == 0 ? key_.p : std::exchange(key_.p, even.get());
         testheap::failEach([&] {
             bool isValid = true;
-            const Status status = Dsa_Verify(key_.get(), m_, r_, s_, &isValid, nullptr);
+            const Status status = Dsa_Verify(&key_, m_, r_, s_, &isValid, nullptr);
             EXPECT_EQ(isValid, *p == 0 && !isError(status));
             return status;
         });
-        key_->p = kept;
+        key_.p = kept;
     }
     EXPECT_EQ(testheap::dirtyFrees(), dirty);
 }
 
+struct KnownKey {
+    std::uint64_t source;
+    std::uint32_t L, N;
+    DsaHash hash;
+    std::uint32_t counter;
+    std::size_t draws;
+    std::uint32_t drawn;
+    const char *seed, *p, *q, *x, *y;
+};
+
+void generateKnownKey(const KnownKey& known) {
+    SCOPED_TRACE(testing::Message() << known.L << ", " << known.N << ", hash " << known.hash);
+    ScopedDsaKey key("7", "3", "2", "1", "2"); // the old values go
+    ByteSource source(known.source);
+    std::uint32_t counter = 0;
+    std::vector<std::uint8_t> seed(known.N / 8);
+    Number h, r, s;
+    const bool isShortForm = known.N == 160 && known.hash == kDsaSha1;
+    ASSERT_EQ(isShortForm ? Dsa_GenerateKey(source.bytes(), &key, known.L, &counter, seed.data(), h.out(), nullptr)
+                          : Dsa_GenerateKeyEx(source.bytes(), &key, known.L, known.N, known.hash, &counter, seed.data(),
+                                              h.out(), nullptr),
+              OK);
+    EXPECT_EQ(textOf(key.p), known.p);
+    EXPECT_EQ(textOf(key.q), known.q);
+    EXPECT_EQ(textOf(key.x), known.x);
+    EXPECT_EQ(textOf(key.y), known.y);
+    EXPECT_EQ(counter, known.counter);
+    EXPECT_EQ(toHex(seed), known.seed);
+    EXPECT_EQ(source.draws.size(), known.draws);
+    EXPECT_EQ(std::accumulate(source.draws.begin(), source.draws.end(), 0U), known.drawn);
+    EXPECT_EQ(VLONG_addUnit(h, 2, nullptr), OK);
+    EXPECT_EQ(h.text(), known.p);
+    bool isVerified = false;
+    EXPECT_EQ(Dsa_Sign(source.bytes(), &key, h, &isVerified, r.out(), s.out(), nullptr), OK);
+    EXPECT_TRUE(isVerified);
+}
+
 TEST(Dsa, KnownKeys) {
-    const dsatest::KnownKey kKeys[] = {
+    const KnownKey kKeys[] = {
 #include "tests/core/pubkey/dsa_keys.inc"
     };
-    ScopedDsaKey key; // each key replaces the one before
-    for (const auto& known : kKeys) {
-        dsatest::generateKnownKey(known, *key.get());
-        ByteSource source(1);
-        Number r, s;
-        bool isVerified = false;
-        EXPECT_EQ(
-            Dsa_Sign(source.bytes(), key.get(), Number("123456789abcdef"), &isVerified, r.out(), s.out(), nullptr), OK);
-        EXPECT_TRUE(isVerified);
+    for (const KnownKey& known : kKeys) {
+        generateKnownKey(known);
     }
+}
+
+// 3072 bits, of which p is tested in fifty rounds: a ctest of its own runs it.
+TEST(Dsa, DISABLED_LongKnownKey) {
+    const KnownKey kKeys[] = {
+#include "tests/core/pubkey/dsa_long_keys.inc"
+    };
+    generateKnownKey(kKeys[0]);
 }
 
 TEST(Dsa, RefusedGeneration) {
@@ -203,15 +220,14 @@ TEST(Dsa, RefusedGeneration) {
                  {2048, 224, kDsaSha1, ERR_DSA_HASH_TOO_SMALL},     {3072, 256, kDsaSha224, ERR_DSA_HASH_TOO_SMALL}};
     ByteSource source(1);
     for (const auto& row : kRows) {
-        ScopedDsaKey key("7", "3", "2", "1", "2"); // the old values go
+        ScopedDsaKey key("7", "3", "2", "1", "2");
         Number h;
-        EXPECT_EQ(
-            Dsa_GenerateKeyEx(source.bytes(), key.get(), row.L, row.N, row.hash, nullptr, nullptr, h.out(), nullptr),
-            row.status);
-        EXPECT_TRUE(key->p == nullptr && key->x == nullptr && h.get() == nullptr);
+        EXPECT_EQ(Dsa_GenerateKeyEx(source.bytes(), &key, row.L, row.N, row.hash, nullptr, nullptr, h.out(), nullptr),
+                  row.status);
+        EXPECT_TRUE(key.p == nullptr && key.x == nullptr && h.get() == nullptr);
     }
     ScopedDsaKey key;
-    EXPECT_EQ(Dsa_GenerateKey(source.bytes(), key.get(), 2048, nullptr, nullptr, nullptr, nullptr),
+    EXPECT_EQ(Dsa_GenerateKey(source.bytes(), &key, 2048, nullptr, nullptr, nullptr, nullptr),
               ERR_DSA_INVALID_KEYLENGTH);
     EXPECT_EQ(Dsa_GenerateKey(source.bytes(), nullptr, 1024, nullptr, nullptr, nullptr, nullptr), ERR_NULL_POINTER);
     EXPECT_TRUE(source.draws.empty());
@@ -220,28 +236,21 @@ TEST(Dsa, RefusedGeneration) {
         ByteSource failing(1);
         failing.limit = limit;
         Number h;
-        EXPECT_EQ(Dsa_GenerateKey(failing.bytes(), key.get(), 1024, nullptr, nullptr, h.out(), nullptr),
+        EXPECT_EQ(Dsa_GenerateKey(failing.bytes(), &key, 1024, nullptr, nullptr, h.out(), nullptr),
                   ERR_RTOS_MUTEX_WAIT);
-        EXPECT_TRUE(key->p == nullptr && key->q == nullptr && key->g == nullptr && h.get() == nullptr);
+        EXPECT_TRUE(key.p == nullptr && key.q == nullptr && key.g == nullptr && h.get() == nullptr);
     }
-    // Allocations refused here and there, up to the last ones.
-    bool wasRefused = true;
-    for (std::uint64_t number = 1; wasRefused; number += 1 + number / 3) {
-        const std::uint64_t before = testheap::liveBlocks();
+    testheap::failSome([&] {
         ByteSource fresh(43);
         vlong* h = nullptr;
-        testheap::refuse(number);
         const Status status =
-            Dsa_GenerateKeyEx(fresh.bytes(), key.get(), 1024, 160, kDsaSha512, nullptr, nullptr, &h, nullptr);
-        wasRefused = testheap::refused();
-        testheap::refuse(0);
-        EXPECT_EQ(status, wasRefused ? ERR_MEM_ALLOC_FAIL : OK);
-        EXPECT_EQ(key->p == nullptr, wasRefused);
-        EXPECT_EQ(h == nullptr, wasRefused);
+            Dsa_GenerateKeyEx(fresh.bytes(), &key, 1024, 160, kDsaSha512, nullptr, nullptr, &h, nullptr);
+        EXPECT_EQ(key.p == nullptr, isError(status));
+        EXPECT_EQ(h == nullptr, isError(status));
         (void)VLONG_free(&h, nullptr); // null after a refusal
-        dsaKeyClear(key.get(), nullptr);
-        EXPECT_EQ(testheap::liveBlocks(), before) << number;
-    }
+        dsaKeyClear(&key, nullptr);
+        return status;
+    });
 }
 
 } // namespace
