@@ -1,4 +1,5 @@
 #include "bridge/java_exceptions.h"
+#include "bridge/native_info.h"
 #include "bridge/zel_object.h"
 #include "core/random/random.h"
 #include "platform/static_lock.h"
@@ -35,4 +36,8 @@ RandomContext* ZelObject::getRandomContext(JNIEnv* env) {
         return nullptr;
     }
     return sharedContext.load(std::memory_order_acquire);
+}
+
+bool isSharedRandomReady() {
+    return sharedContext.load(std::memory_order_acquire) != nullptr;
 }

@@ -27,9 +27,15 @@ if(NOT entry_points STREQUAL wanted)
   message(FATAL_ERROR "the exported entry points are not the expected ones:\n  ${found}")
 endif()
 
+# The hook that a VM calls when it loads the library: it registers the methods of NativeInfo, which need no export then.
+list(FIND names JNI_OnLoad hook)
+if(hook EQUAL -1)
+  message(FATAL_ERROR "JNI_OnLoad is not exported")
+endif()
+
 # Mangled names of members (_ZN, _ZNK), tables and type information (_ZT.) of the engine classes.
 set(others ${names})
-list(FILTER others EXCLUDE REGEX "^Java_|^_Z(N|NK|T[IVS])[0-9]+(Zel[A-Z]|ShaDigestEngine)")
+list(FILTER others EXCLUDE REGEX "^Java_|^JNI_OnLoad$|^_Z(N|NK|T[IVS])[0-9]+(Zel[A-Z]|ShaDigestEngine)")
 if(others)
   list(JOIN others "\n  " found)
   message(FATAL_ERROR "exported beside the entry points and engine classes:\n  ${found}")

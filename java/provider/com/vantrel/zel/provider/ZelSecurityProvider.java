@@ -5,6 +5,7 @@ import com.vantrel.zel.provider.internal.RandomStart;
 import com.vantrel.zel.provider.internal.Version;
 import java.security.Provider;
 import java.security.ProviderException;
+import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
 
@@ -74,17 +75,26 @@ public final class ZelSecurityProvider extends Provider {
         RandomStart.begin(ZelSecurityProvider::initRandomContext0);
     }
 
+    /** What the JCA knows of a service without trying it: with other keys a program is served by another provider at once. */
     private static Map<String, String> attributes(Row row) {
+        Map<String, String> attributes = new HashMap<>();
+        attributes.put("ImplementedIn", "Software");
         switch (row.type) {
             case "SecureRandom": // the generator behind it is one for all threads
-                return Map.of("ThreadSafe", "true");
-            case "Signature": // with other keys a program is served by another provider
+                attributes.put("ThreadSafe", "true");
+                break;
+            case "Cipher":
+                attributes.put("SupportedKeyFormats", "RAW");
+                break;
+            case "Signature":
                 String kind = row.algorithm.endsWith("RSA") ? "RSA" : "DSA";
-                return Map.of("SupportedKeyClasses", "java.security.interfaces." + kind + "PublicKey"
+                attributes.put("SupportedKeyClasses", "java.security.interfaces." + kind + "PublicKey"
                         + "|java.security.interfaces." + kind + "PrivateKey");
+                break;
             default:
-                return Map.of();
+                break;
         }
+        return attributes;
     }
 
     /**

@@ -36,10 +36,15 @@ final class ChildJvm {
 
     /** Runs java with the arguments and waits for its end. */
     static ChildJvm run(List<String> arguments) throws IOException, InterruptedException {
+        return run(Path.of(System.getProperty("java.home")), arguments);
+    }
+
+    /** The same with the JDK in a folder. */
+    static ChildJvm run(Path javaHome, List<String> arguments) throws IOException, InterruptedException {
         Path out = Files.createTempFile("child", ".out");
         Path err = Files.createTempFile("child", ".err");
         List<String> command = new ArrayList<>();
-        command.add(Path.of(System.getProperty("java.home"), "bin", "java").toString());
+        command.add(javaHome.resolve("bin/java").toString());
         command.addAll(arguments);
         Process process = new ProcessBuilder(command).redirectOutput(out.toFile()).redirectError(err.toFile()).start();
         try {

@@ -60,6 +60,14 @@ class LoadingTest {
         }
     }
 
+    /** Run in a child that has no class of the provider's: loads the library alone. */
+    public static final class BareLoad {
+        public static void main(String[] args) {
+            System.load(args[0]);
+            System.out.println("loaded");
+        }
+    }
+
     @BeforeEach
     void folders() throws IOException {
         temporary = Files.createDirectory(folder.resolve("tmp"));
@@ -144,6 +152,12 @@ class LoadingTest {
         assertTrue(said.startsWith("no native library for linux-"), said);
         assertTrue(said.contains("libzelspi.so in java.library.path (" + libraryPath + ")"), said);
         assertTrue(said.contains("/libzelspi.so in the provider's jar"), said);
+    }
+
+    /** The library registers methods of a class that other programs need not have. */
+    @Test
+    void theLibraryLoadsWithoutTheProvidersClasses() throws Exception {
+        assertEquals("loaded", run("-Xcheck:jni", "-cp", CLASSES, BareLoad.class.getName(), LIBRARY.toString()));
     }
 
     @Test

@@ -18,6 +18,9 @@ public final class NativeLibrary {
 
     private static volatile boolean loaded;
 
+    /** Where the loaded library comes from. */
+    private static String origin;
+
     private NativeLibrary() {}
 
     /**
@@ -31,6 +34,16 @@ public final class NativeLibrary {
         }
     }
 
+    /**
+     * Where the library was found, which is loaded unless it is already.
+     *
+     * @return its file, or the URL of its place in the provider's jar
+     */
+    public static synchronized String origin() {
+        load();
+        return origin;
+    }
+
     private static synchronized void loadOnce() {
         if (loaded) {
             return;
@@ -38,6 +51,7 @@ public final class NativeLibrary {
         Path installed = onLibraryPath();
         if (installed != null) {
             loadFile(installed, installed.toString());
+            origin = installed.toString();
         } else {
             loadFromJar();
         }
@@ -69,6 +83,7 @@ public final class NativeLibrary {
             }
             try (UnpackedLibrary unpacked = UnpackedLibrary.of(library, System.mapLibraryName(NAME))) {
                 loadFile(unpacked.file(), resource + " of the provider's jar");
+                origin = String.valueOf(NativeLibrary.class.getResource(resource));
             }
         } catch (IOException e) {
             throw new ProviderException("cannot unpack " + resource + " of the provider's jar into "

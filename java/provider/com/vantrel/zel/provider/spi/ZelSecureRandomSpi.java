@@ -21,7 +21,13 @@ public final class ZelSecureRandomSpi extends SecureRandomSpi {
         NativeLibrary.load();
     }
 
-    /** A stored object comes back as a view of the generator of the process that reads it. */
+    /**
+     * A stored object comes back as a view of the generator of the process that reads it.
+     *
+     * @param in what was stored
+     * @throws IOException if it cannot be read
+     * @throws ClassNotFoundException if it is of another kind
+     */
     private void readObject(ObjectInputStream in) throws IOException, ClassNotFoundException {
         in.defaultReadObject();
         NativeLibrary.load();

@@ -1,0 +1,47 @@
+package com.vantrel.zel.tool;
+
+import com.vantrel.zel.provider.ZelSecurityProvider;
+import com.vantrel.zel.provider.internal.NativeInfo;
+import java.security.GeneralSecurityException;
+import java.security.Provider;
+import java.security.Provider.Service;
+import java.security.SecureRandom;
+import java.util.stream.Collectors;
+
+/** The provider's engines. */
+final class Engines {
+    static final String TRANSFORMATION = "AES/CBC/PKCS5Padding";
+    static final String GENERATOR = "FIPS186PRNG";
+
+    /** The provider; the virtual machine's own list of providers stays as it is. */
+    static final Provider ZEL = new ZelSecurityProvider();
+
+    private Engines() {}
+
+    /** The provider's generator, ready; on a terminal says why nothing seems to happen while it is being seeded. */
+    static SecureRandom random() throws GeneralSecurityException {
+        SecureRandom random = SecureRandom.getInstance(GENERATOR, ZEL);
+        if (!NativeInfo.isRandomReady()) {
+            Progress.sayOnTerminal("zel: seeding the random generator, some six seconds ...");
+            random.nextBytes(new byte[1]);
+            Progress.sayOnTerminal("");
+        }
+        return random;
+    }
+
+    /** Makes sure that the provider has the algorithm, so that a wrong name becomes a helpful message. */
+    static void require(String type, String algorithm) {
+        if (ZEL.getService(type, algorithm) == null) {
+            throw new Failures.UserError("unknown algorithm '" + algorithm + "'; there are " + algorithms(type));
+        }
+    }
+
+    /** The algorithms of a type. */
+    static String algorithms(String type) {
+        return ZEL.getServices().stream()
+                .filter(service -> service.getType().equals(type))
+                .map(Service::getAlgorithm)
+                .sorted()
+                .collect(Collectors.joining(", "));
+    }
+}

@@ -1,0 +1,49 @@
+package com.vantrel.zel.tool;
+
+import java.nio.file.AccessDeniedException;
+import java.nio.file.FileAlreadyExistsException;
+import java.nio.file.FileSystemException;
+import java.nio.file.InvalidPathException;
+import java.nio.file.NoSuchFileException;
+
+/** What went wrong, in one line for people. */
+final class Failures {
+    private Failures() {}
+
+    /** Something that a user can mend; its message says all. */
+    static class UserError extends RuntimeException {
+        private static final long serialVersionUID = 1L;
+
+        UserError(String message) {
+            super(message);
+        }
+    }
+
+    /** The question that a command asks was answered with no. */
+    static final class AnswerIsNo extends UserError {
+        private static final long serialVersionUID = 1L;
+
+        AnswerIsNo(String message) {
+            super(message);
+        }
+    }
+
+    static String describe(Exception e) {
+        if (e instanceof NoSuchFileException) {
+            return ((FileSystemException) e).getFile() + ": no such file";
+        }
+        if (e instanceof AccessDeniedException) {
+            return ((FileSystemException) e).getFile() + ": permission denied";
+        }
+        if (e instanceof FileAlreadyExistsException) {
+            return ((FileSystemException) e).getFile() + ": exists already; --force overwrites it";
+        }
+        if (e instanceof FileSystemException && ((FileSystemException) e).getReason() != null) {
+            return ((FileSystemException) e).getFile() + ": " + ((FileSystemException) e).getReason();
+        }
+        if (e instanceof InvalidPathException) {
+            return "not a file name in this locale: " + e.getMessage();
+        }
+        return e.getMessage() != null ? e.getMessage() : e.toString();
+    }
+}

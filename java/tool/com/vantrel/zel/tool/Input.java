@@ -1,0 +1,83 @@
+package com.vantrel.zel.tool;
+
+import java.io.IOException;
+import java.io.InputStream;
+import java.nio.file.FileSystemException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.security.GeneralSecurityException;
+import java.util.Arrays;
+
+/** What a command reads: a file, or standard input for the name "-". Read in pieces, so that its size does not matter. */
+final class Input implements AutoCloseable {
+    static final String STANDARD = "-";
+
+    private static final int PIECE_BYTES = 1 << 20;
+
+    private final InputStream in;
+    private final Progress progress;
+
+    /** Takes what was read. */
+    interface Sink {
+        void take(byte[] bytes, int count) throws IOException, GeneralSecurityException;
+    }
+
+    /** Opens the input and shows how far it has been read, once that takes a while. */
+    Input(String name) throws IOException {
+        if (name.equals(STANDARD)) {
+            in = System.in;
+            progress = new Progress(name, -1);
+        } else {
+            Path file = Path.of(name);
+            if (Files.isDirectory(file)) {
+                throw new FileSystemException(name, null, "is a directory");
+            }
+            in = Files.newInputStream(file);
+            progress = new Progress(file.getFileName().toString(), Files.size(file));
+        }
+    }
+
+    /** Reads up to so many bytes: fewer only at the end. */
+    byte[] head(int count) throws IOException {
+        byte[] head = in.readNBytes(count);
+        progress.advance(head.length);
+        return head;
+    }
+
+    /**
+     * Hands on all that is left.
+     *
+     * @return how many bytes that was
+     */
+    long forEachPiece(Sink sink) throws IOException, GeneralSecurityException {
+        byte[] piece = new byte[PIECE_BYTES];
+        long total = 0;
+        try {
+            for (int read = in.read(piece); read >= 0; read = in.read(piece)) {
+                sink.take(piece, read);
+                total += read;
+                progress.advance(read);
+            }
+            return total;
+        } finally {
+            Arrays.fill(piece, (byte) 0);
+        }
+    }
+
+    @Override
+    public void close() throws IOException {
+        progress.close();
+        in.close();
+    }
+
+    /** Reads a small file, such as a key, whole. */
+    static byte[] small(String name, int atMostBytes) throws IOException {
+        try (Input input = new Input(name)) {
+            byte[] bytes = input.head(atMostBytes + 1);
+            if (bytes.length > atMostBytes) {
+                throw new FileSystemException(name, null, "is too large to be what is expected there");
+            }
+            return bytes;
+        }
+    }
+}

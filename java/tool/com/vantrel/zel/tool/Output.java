@@ -1,0 +1,121 @@
+package com.vantrel.zel.tool;
+
+import java.io.IOException;
+import java.io.OutputStream;
+import java.nio.channels.Channels;
+import java.nio.file.FileAlreadyExistsException;
+import java.nio.file.FileSystemException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.StandardCopyOption;
+import java.nio.file.StandardOpenOption;
+import java.nio.file.attribute.FileAttribute;
+import java.util.Set;
+
+/**
+ * A file that a command writes: under a temporary name beside it until it is whole, and never over another one unless that
+ * is asked for. The name "-" is standard output; a device is written to as it is.
+ */
+final class Output implements AutoCloseable {
+    private final Path target;
+    private final Path temporary;
+    private final boolean mayOverwrite;
+    private final OutputStream out;
+    private final Thread cleaning;
+    private boolean isWhole;
+
+    /**
+     * Begins a file.
+     *
+     * @param ownerOnly whether nobody but its owner may read it
+     * @throws FileAlreadyExistsException if there is one of that name, which may not be overwritten
+     */
+    Output(String name, boolean mayOverwrite, boolean ownerOnly) throws IOException {
+        this.mayOverwrite = mayOverwrite;
+        if (name.equals(Input.STANDARD)) {
+            target = null;
+            temporary = null;
+            out = System.out;
+        } else {
+            Path file = Path.of(name);
+            checkTarget(file, mayOverwrite);
+            target = Files.exists(file) ? file.toRealPath() : file.toAbsolutePath();
+            boolean isDevice = Files.exists(target) && !Files.isRegularFile(target);
+            temporary = isDevice ? target : target.resolveSibling(temporaryName());
+            out = isDevice ? Files.newOutputStream(target) : create(temporary, ownerOnly);
+        }
+        boolean isTemporary = temporary != null && !temporary.equals(target);
+        cleaning = isTemporary ? new Thread(this::deleteTemporary) : null; // for a program that is interrupted
+        if (isTemporary) {
+            Runtime.getRuntime().addShutdownHook(cleaning);
+        }
+    }
+
+    /** Fails for a name that could not be written in the end, before any work is done for it. */
+    static void checkTarget(Path file, boolean mayOverwrite) throws IOException {
+        if (Files.isDirectory(file)) {
+            throw new FileSystemException(file.toString(), null, "is a directory");
+        }
+        if (!mayOverwrite && Files.isRegularFile(file)) {
+            throw new FileAlreadyExistsException(file.toString());
+        }
+    }
+
+    /** Not drawn from a random generator: that would wait for one to be seeded. */
+    private static String temporaryName() {
+        return ".zel-" + ProcessHandle.current().pid() + "-" + Long.toHexString(System.nanoTime()) + ".tmp";
+    }
+
+    private static OutputStream create(Path file, boolean ownerOnly) throws IOException {
+        FileAttribute<?>[] attributes = ownerOnly ? OwnerOnly.attributes(file) : new FileAttribute<?>[0];
+        return Channels.newOutputStream(Files.newByteChannel(file,
+                Set.of(StandardOpenOption.CREATE_NEW, StandardOpenOption.WRITE), attributes));
+    }
+
+    void write(byte[] bytes, int count) throws IOException {
+        out.write(bytes, 0, count);
+    }
+
+    void write(byte[] bytes) throws IOException {
+        write(bytes, bytes.length);
+    }
+
+    /** Gives the file its name: all of it has been written. */
+    void finish() throws IOException {
+        out.flush();
+        if (cleaning != null) {
+            out.close();
+            if (mayOverwrite) {
+                Files.move(temporary, target, StandardCopyOption.REPLACE_EXISTING);
+            } else {
+                Files.move(temporary, target);
+            }
+        }
+        isWhole = true;
+    }
+
+    @Override
+    public void close() throws IOException {
+        if (target != null) {
+            out.close();
+        }
+        if (cleaning != null) {
+            try {
+                Runtime.getRuntime().removeShutdownHook(cleaning);
+            } catch (IllegalStateException e) {
+                return; // the hook is at work already
+            }
+            deleteTemporary();
+        }
+    }
+
+    private void deleteTemporary() {
+        try {
+            if (!isWhole) {
+                Files.deleteIfExists(temporary);
+            }
+        } catch (IOException e) {
+            Zel.err().println("zel: cannot delete " + temporary);
+        }
+    }
+}

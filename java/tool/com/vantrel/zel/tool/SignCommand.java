@@ -1,0 +1,68 @@
+package com.vantrel.zel.tool;
+
+import java.io.IOException;
+import java.security.GeneralSecurityException;
+import java.security.Key;
+import java.security.PrivateKey;
+import java.security.Signature;
+import java.util.Locale;
+import java.util.concurrent.Callable;
+import picocli.CommandLine.Command;
+import picocli.CommandLine.Mixin;
+import picocli.CommandLine.Option;
+import picocli.CommandLine.Parameters;
+
+/** {@code zel sign}: a detached signature beside a file. */
+@Command(
+        name = "sign",
+        description = "Signs FILE; the bare signature goes to FILE.sig.",
+        footer = {
+            "%nExamples:",
+            "  zel sign --key my.key letter.txt",
+            "  zel sign --key my.key --algorithm SHA1withRSA --output old.sig letter.txt",
+            "%nOthers check it with: openssl dgst -sha256 -verify my.key.pub -signature letter.txt.sig letter.txt"
+        })
+final class SignCommand implements Callable<Integer> {
+    @Option(names = {"-k", "--key"}, required = true, paramLabel = "KEY", description = "The private key: PKCS#8, PEM or DER.")
+    private String keyFile;
+
+    @Option(names = {"-a", "--algorithm"}, description = "SHA256withRSA is the default for RSA keys; SHA1withRSA;"
+            + " SHA1withDSA for DSA keys.")
+    private String algorithm;
+
+    @Parameters(paramLabel = "FILE", description = "The file; - is standard input.")
+    private String file;
+
+    @Mixin private OutputOptions output;
+    @Mixin private Json json;
+
+    /** The signature engine for a key, by the algorithm that was asked for or by the usual one. */
+    static Signature engine(String algorithm, Key key) throws GeneralSecurityException {
+        String name = algorithm != null ? algorithm : key.getAlgorithm().equals("DSA") ? "SHA1withDSA" : "SHA256withRSA";
+        Engines.require("Signature", name);
+        return Signature.getInstance(name, Engines.ZEL);
+    }
+
+    @Override
+    public Integer call() throws IOException, GeneralSecurityException {
+        PrivateKey key = KeyFiles.readPrivate(keyFile);
+        Signature signature = engine(algorithm, key);
+        signature.initSign(key);
+        String target = output.nameOr(file.equals(Input.STANDARD) ? Input.STANDARD : file + ".sig");
+        try (Output out = output.open(target, false); Input input = new Input(file)) {
+            input.forEachPiece((bytes, count) -> signature.update(bytes, 0, count));
+            long start = System.nanoTime();
+            byte[] signed = signature.sign();
+            double millis = (System.nanoTime() - start) / 1e6;
+            out.write(signed);
+            out.finish();
+            if (!target.equals(Input.STANDARD)) {
+                json.print(Json.object("file", file, "algorithm", signature.getAlgorithm(), "signature", target,
+                                "bytes", signed.length, "milliseconds", millis),
+                        String.format(Locale.ROOT, "%s signature of %d bytes in %.1f ms: %s", signature.getAlgorithm(),
+                                signed.length, millis, target));
+            }
+        }
+        return 0;
+    }
+}

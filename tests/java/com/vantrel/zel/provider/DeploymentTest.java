@@ -1,0 +1,82 @@
+package com.vantrel.zel.provider;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.vantrel.zel.probe.ServiceProbe;
+import java.io.IOException;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.stream.Collectors;
+import java.util.stream.Stream;
+import org.junit.jupiter.api.io.TempDir;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.MethodSource;
+
+/** The ways in which programs come by the provider, with every JDK from 11 on that this machine has. */
+class DeploymentTest {
+    private static final Path JDKS = Path.of("/usr/lib/jvm");
+    private static final int FIRST_VERSION = 11;
+    private static final int FIRST_VERSION_THAT_WARNS_OF_NATIVE_CODE = 22;
+
+    @TempDir Path folder;
+
+    static List<Path> jdks() throws IOException {
+        try (Stream<Path> homes = Files.list(JDKS)) {
+            List<Path> found = new ArrayList<>();
+            for (Path home : homes.filter(home -> Files.isExecutable(home.resolve("bin/java")))
+                    .collect(Collectors.toList())) {
+                Path real = home.toRealPath();
+                if (!found.contains(real) && version(real) >= FIRST_VERSION) {
+                    found.add(real);
+                }
+            }
+            return found;
+        }
+    }
+
+    private static int version(Path home) throws IOException {
+        return Files.readAllLines(home.resolve("release")).stream().filter(line -> line.startsWith("JAVA_VERSION="))
+                .map(line -> Integer.valueOf(line.replaceAll("[^\"]*\"(\\d+).*", "$1"))).findFirst().orElse(0);
+    }
+
+    private String probe(Path jdk, String access, String... arguments) throws Exception {
+        List<String> all = new ArrayList<>();
+        if (version(jdk) >= FIRST_VERSION_THAT_WARNS_OF_NATIVE_CODE) {
+            all.add("--enable-native-access=" + access);
+        }
+        all.addAll(List.of(arguments));
+        ChildJvm child = ChildJvm.run(jdk, all);
+        assertEquals("", child.err);
+        return child.out.strip();
+    }
+
+    @ParameterizedTest
+    @MethodSource("jdks")
+    void onTheClassPathAndOnTheModulePath(Path jdk) throws Exception {
+        String jar = ChildJvm.providerJar();
+        String classes = ChildJvm.testClasses();
+        String probe = ServiceProbe.class.getName();
+        String byName = Files.writeString(folder.resolve("byName"), "security.provider.1=Zel\nsecurity.provider.2=SUN\n")
+                .toString();
+        String classPath = jar + ":" + classes;
+        String module = "com.vantrel.zel.provider";
+        assertEquals("null 32", probe(jdk, "ALL-UNNAMED", "-cp", classPath, probe, "loader"));
+        assertEquals("null 32", probe(jdk, "ALL-UNNAMED", "-cp", classPath, "-Djava.security.properties=" + byName,
+                probe, "registered"));
+        assertEquals(module + " 32", probe(jdk, module, "-p", jar, "-cp", classes, probe, "loader"));
+        assertEquals(module + " 32", probe(jdk, module, "-p", jar, "-cp", classes,
+                "-Djava.security.properties=" + byName, probe, "registered"));
+    }
+
+    /** The tool's jar says in its manifest that it loads native code, so no VM warns of it. */
+    @ParameterizedTest
+    @MethodSource("jdks")
+    void theTool(Path jdk) throws Exception {
+        ChildJvm child = ChildJvm.run(jdk, List.of("-jar", System.getProperty("zel.tool.jar"), "info"));
+        assertEquals("", child.err);
+        assertTrue(child.out.contains("java                " + version(jdk)), child.out);
+    }
+}

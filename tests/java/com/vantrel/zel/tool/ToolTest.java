@@ -1,0 +1,247 @@
+package com.vantrel.zel.tool;
+
+import static org.junit.jupiter.api.Assertions.assertArrayEquals;
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import java.io.ByteArrayInputStream;
+import java.io.ByteArrayOutputStream;
+import java.io.IOException;
+import java.io.InputStream;
+import java.io.PrintStream;
+import java.io.RandomAccessFile;
+import java.nio.charset.StandardCharsets;
+import java.nio.file.Files;
+import java.nio.file.Path;
+import java.nio.file.attribute.PosixFilePermissions;
+import java.util.Arrays;
+import java.util.stream.Stream;
+import org.junit.jupiter.api.BeforeEach;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.io.TempDir;
+
+/** The program zel: what it prints and writes, its exit codes, and what openssl makes of its files. */
+class ToolTest {
+    private static final String ABC_SHA256 = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+
+    @TempDir Path folder;
+    private String file;
+    private byte[] stdin = new byte[0];
+    private byte[] rawOut;
+    private String out;
+    private String err;
+
+    @BeforeEach
+    void oneFile() throws IOException {
+        file = Files.writeString(folder.resolve("abc"), "abc").toString();
+    }
+
+    private String path(String name) {
+        return folder.resolve(name).toString();
+    }
+
+    private byte[] bytesOf(String name) throws IOException {
+        return Files.readAllBytes(folder.resolve(name));
+    }
+
+    /** Runs zel with a command line that has no spaces inside its words. */
+    private int zel(String format, Object... values) {
+        PrintStream realOut = System.out;
+        PrintStream realErr = System.err;
+        InputStream realIn = System.in;
+        ByteArrayOutputStream outBytes = new ByteArrayOutputStream();
+        ByteArrayOutputStream errBytes = new ByteArrayOutputStream();
+        try {
+            System.setOut(new PrintStream(outBytes, true, StandardCharsets.UTF_8));
+            System.setErr(new PrintStream(errBytes, true, StandardCharsets.UTF_8));
+            System.setIn(new ByteArrayInputStream(stdin));
+            return Zel.run(String.format(format, values).split(" "));
+        } finally {
+            System.setOut(realOut);
+            System.setErr(realErr);
+            System.setIn(realIn);
+            rawOut = outBytes.toByteArray();
+            out = outBytes.toString(StandardCharsets.UTF_8).strip();
+            err = errBytes.toString(StandardCharsets.UTF_8).strip();
+        }
+    }
+
+    private void assertFails(int exitCode, String message, String commandLine) {
+        assertEquals(exitCode, zel("%s", commandLine), err);
+        assertTrue(err.startsWith("zel: ") && err.contains(message), err);
+        assertEquals("", out);
+    }
+
+    /** Runs a shell command in the folder and gives its output. */
+    private byte[] shell(String command) throws Exception {
+        Process process = new ProcessBuilder("sh", "-c", command).directory(folder.toFile()).redirectErrorStream(true).start();
+        process.getOutputStream().close();
+        byte[] output = process.getInputStream().readAllBytes();
+        assertEquals(0, process.waitFor(), () -> new String(output, StandardCharsets.UTF_8));
+        return output;
+    }
+
+    private void assertNothingLeftBehind() throws IOException {
+        try (Stream<Path> files = Files.list(folder)) {
+            assertFalse(files.anyMatch(left -> left.getFileName().toString().endsWith(".tmp")));
+        }
+    }
+
+    @Test
+    void digests() throws Exception {
+        assertEquals(0, zel("digest %s", file));
+        assertEquals(ABC_SHA256 + "  " + file, out);
+        Path odd = Files.writeString(folder.resolve("a\\b\nc\u00e4"), "abc");
+        assertEquals(0, zel("digest --json -a SHA-1 %s", odd));
+        assertEquals("[{\"file\": \"" + folder + "/a\\\\b\\u000ac\u00e4\", \"algorithm\": \"SHA-1\", "
+                + "\"digest\": \"a9993e364706816aba3e25717850c26c9cd0d89d\"}]", out);
+        stdin = "abc".getBytes(StandardCharsets.US_ASCII);
+        assertEquals(0, zel("digest -"));
+        assertEquals(ABC_SHA256 + "  -", out);
+
+        assertEquals(0, zel("digest %s %s", file, odd));
+        Files.write(folder.resolve("sums"), rawOut);
+        shell("sha256sum --check sums");
+        assertEquals(0, zel("digest --check %s", path("sums")), err);
+        Files.writeString(odd, "abd");
+        assertEquals(1, zel("digest --check %s", path("sums")));
+        assertEquals(file + ": OK\n" + folder + "/a\\\\b\\nc\u00e4: FAILED", out);
+    }
+
+    @Test
+    void randomBytesInEachFormat() throws Exception {
+        assertEquals(0, zel("random"));
+        assertTrue(out.matches("[0-9a-f]{64}"), out);
+        assertEquals(0, zel("random 100000 --format base64"));
+        assertEquals(100000, java.util.Base64.getDecoder().decode(out).length);
+        assertEquals(0, zel("random 100000 -f raw -o %s", path("noise")));
+        byte[] noise = bytesOf("noise");
+        assertEquals(100000, noise.length);
+        assertFalse(Arrays.equals(Arrays.copyOf(noise, 32), Arrays.copyOfRange(noise, 49152, 49184))); // across pieces
+    }
+
+    @Test
+    void encryptsAsOpensslDecrypts() throws Exception {
+        byte[] message = new byte[3_000_001];
+        Arrays.fill(message, (byte) 'z');
+        Files.write(Path.of(file), message);
+        assertEquals(0, zel("keygen aes -o %s", path("key")), err);
+        assertEquals(0, zel("encrypt -k %s %s", path("key"), file), err);
+        assertEquals(16 + 3_000_016, Files.size(folder.resolve("abc.enc")));
+        assertArrayEquals(message, shell("tail -c +17 abc.enc | openssl enc -d -aes-256-cbc -K $(cat key)"
+                + " -iv $(head -c 16 abc.enc | od -An -v -tx1 | tr -d ' \\n')"));
+        Files.delete(Path.of(file));
+        assertEquals(0, zel("decrypt -k %s %s.enc", path("key"), file), err);
+        assertArrayEquals(message, bytesOf("abc"));
+
+        stdin = "abc".getBytes(StandardCharsets.US_ASCII);
+        assertEquals(0, zel("encrypt -k %s -", path("key")), err);
+        stdin = rawOut;
+        assertEquals(0, zel("decrypt -k %s -", path("key")), err);
+        assertEquals("abc", out);
+        assertNothingLeftBehind();
+    }
+
+    @Test
+    void signaturesAndKeysGoBothWaysWithOpenssl() throws Exception {
+        String[][] kinds = {{"rsa", "pem", "-sha256"}, {"rsa", "der", "-sha256"}, {"dsa", "pem", "-sha1"}, {"dsa", "der", "-sha1"}};
+        for (String[] kind : kinds) {
+            assertEquals(0, zel("keygen %s --force --form %s -o %s", kind[0], kind[1], path("key")), err);
+            assertEquals(0, zel("sign --force -k %s %s", path("key"), file), err);
+            shell("openssl pkey -pubin -inform " + kind[1] + " -in key.pub -out pub.pem && openssl dgst " + kind[2]
+                    + " -verify pub.pem -signature abc.sig abc");
+            shell("openssl pkey -inform " + kind[1] + " -in key -out key.pem && openssl dgst " + kind[2]
+                    + " -sign key.pem -out abc.sig abc");
+            assertEquals(0, zel("verify -k %s %s", path("key.pub"), file), err);
+            stdin = "abd".getBytes(StandardCharsets.US_ASCII);
+            assertEquals(1, zel("verify --json -k %s -s %s.sig -", path("key.pub"), file), err);
+            assertTrue(out.contains("\"valid\": false"), out);
+            Files.write(Path.of(file + ".sig"), new byte[1]);
+            assertEquals(1, zel("verify -k %s %s", path("key.pub"), file), err);
+            assertTrue(out.startsWith(file + ": NOT VALID (SHA"), out);
+        }
+        assertEquals("rw-------", PosixFilePermissions.toString(Files.getPosixFilePermissions(folder.resolve("key"))));
+
+        shell("openssl req -x509 -newkey rsa:2048 -nodes -keyout own.key -out own.crt -subj /CN=me"
+                + " && openssl dgst -sha1 -sign own.key -out abc.sig abc");
+        assertEquals(0, zel("verify -a SHA1withRSA -k %s %s", path("own.crt"), file), err);
+        shell("openssl pkcs8 -topk8 -in own.key -passout pass:x -out locked.key"
+                + " && openssl rsa -traditional -in own.key -out old.key");
+        assertFails(2, "decrypt it with: openssl pkcs8", "sign -k " + path("locked.key") + " " + file);
+        assertFails(2, "convert it with: openssl pkcs8", "sign -k " + path("old.key") + " " + file);
+        assertEquals(0, zel("keygen rsa --bits 1024 -o %s --pkcs1 %s --json", path("small"), path("small.der")), err);
+        shell("openssl rsa -RSAPublicKey_in -inform der -in small.der -pubout -out 1.pem && cmp 1.pem small.pub");
+        assertFails(2, "1000", "keygen rsa -b 1000 -o " + path("x"));
+    }
+
+    @Test
+    void theAnswerNoAndTroubleAreToldApart() throws Exception {
+        Files.write(folder.resolve("key"), "0123456789abcdef".repeat(4).getBytes(StandardCharsets.US_ASCII));
+        Files.write(folder.resolve("other"), new byte[32]);
+        assertEquals(0, zel("encrypt -k %s %s", path("key"), file));
+        assertFails(1, "does not decrypt", "decrypt -k " + path("other") + " -o " + path("x") + " " + file + ".enc");
+        Files.write(folder.resolve("short"), new byte[15]);
+        assertFails(1, "too short", "decrypt -k " + path("key") + " -o " + path("x") + " " + path("short"));
+        assertFalse(Files.exists(folder.resolve("x")));
+
+        assertFails(2, "Try 'zel --help'", "--nonsense");
+        assertFails(2, "Missing required option: '--key=KEY'", "encrypt " + file);
+        assertFails(2, "there are SHA-1, SHA-256", "digest -a MD5 " + file);
+        assertFails(2, "none: no such file", "digest " + path("none"));
+        assertFails(2, "is a directory", "digest " + folder);
+        assertFails(2, "abc.enc: exists already; --force", "encrypt -k " + path("key") + " " + file);
+        assertFails(2, "no AES-256 key", "encrypt -k " + file + " " + file);
+        assertFails(2, "no RSA or DSA private key", "sign -k " + file + " " + file);
+        assertFails(2, "AES keys have 256 bits", "keygen aes -b 128 -o " + path("x"));
+        assertFails(2, "--output is needed", "decrypt -k " + path("key") + " " + file);
+        assertFails(2, "not a line of digests", "digest --check " + file);
+        assertEquals(0, zel("encrypt --force --json -k %s %s", path("key"), file));
+        assertTrue(out.startsWith("{\"file\": \"" + file + "\", \"output\": \"" + file + ".enc\", \"bytes\": 3, "), out);
+        assertNothingLeftBehind();
+    }
+
+    @Test
+    void secretsAreTheirOwnersOnly() throws Exception {
+        assertEquals(0, zel("keygen aes -o %s", path("key")));
+        assertEquals(0, zel("encrypt -k %s %s", path("key"), file));
+        assertEquals(0, zel("decrypt -k %s -o %s %s.enc", path("key"), path("plain"), file));
+        for (String secret : new String[] {"key", "plain"}) {
+            assertEquals("rw-------",
+                    PosixFilePermissions.toString(Files.getPosixFilePermissions(folder.resolve(secret))));
+        }
+    }
+
+    @Test
+    void infoNamesWhatIsAtWork() {
+        assertEquals(0, zel("info --json"));
+        for (String part : new String[] {"\"version\": \"", "\"library\": \"jar:file:", "\"randomReady\": ",
+            "\"kernels\": {\"SHA-1\": \"", "\"exponentiation\": \"", "\"MessageDigest\": \"SHA-1, SHA-256\""}) {
+            assertTrue(out.contains(part), out);
+        }
+        assertEquals(0, zel("--version"));
+        assertTrue(out.matches("zel \\d+\\.\\d+\\.\\d+"), out);
+    }
+
+    @Test
+    void everyCommandHasHelpWithExamples() {
+        for (String command : "digest random keygen sign verify encrypt decrypt speed info".split(" ")) {
+            assertEquals(0, zel("%s --help", command));
+            assertTrue(out.contains("Examples:\n  zel " + command) || out.contains("Examples:\n  zel keygen"), out);
+            assertTrue(out.contains("Exit codes:"), out);
+        }
+    }
+
+    /** A real terminal, made by the program script; the file is all hole. */
+    @Test
+    void longFilesShowTheirProgressOnATerminalOnly() throws Exception {
+        try (RandomAccessFile hole = new RandomAccessFile(path("hole"), "rw")) {
+            hole.setLength(Progress.SHOWN_ABOVE_BYTES * 3);
+        }
+        String command = Path.of(System.getProperty("zel.tool.jar")).resolveSibling("zel") + " digest hole";
+        String watched = new String(shell("script -qec '" + command + "' /dev/null"), StandardCharsets.UTF_8);
+        assertTrue(watched.matches("(?s).*hole +\\d+% \\[#*\\.*\\] \\d+ MB/s, \\d+ s left.*"), watched);
+        String unwatched = new String(shell(command), StandardCharsets.UTF_8);
+        assertTrue(unwatched.matches("[0-9a-f]{64}  hole\n"), unwatched);
+    }
+}
