@@ -66,11 +66,12 @@ Status aesInitKey(AesContext* context, std::uint32_t keyBits, const std::uint8_t
     context->mode = mode;
     context->keyBits = keyBits;
     context->rounds = static_cast<std::int32_t>(keyBits / 32 + 6);
-    aesExpandEncryptionKey(key, keyBits, context->encryptRoundKeys);
+    const AesModes& kernel = aesKernel().run;
+    kernel.expandKey(key, keyBits, context->encryptRoundKeys);
     if (encrypt != 0 || isFeedbackMode(mode)) {
         std::copy(std::begin(context->encryptRoundKeys), std::end(context->encryptRoundKeys), context->roundKeys);
     } else {
-        aesDecryptionSchedule(context->encryptRoundKeys, context->rounds, context->roundKeys);
+        kernel.invertSchedule(context->encryptRoundKeys, context->rounds, context->roundKeys);
     }
     return OK;
 }

@@ -12,13 +12,24 @@
 // Shapes:  roundKeys[4 * (rounds + 1)] words as in AesContext, those of the decryption schedule for ecbDecrypt and
 //          cbcDecrypt; iv[16], read and written, outside the data; the two of ECB never touch it. input and output[16 *
 //          blockCount] are the same buffer or do not overlap, without alignment.
-// Secrets: the portable kernel's time depends on key and data (table look-ups).
+// Secrets: the portable kernel's time depends on key and data (table look-ups); those by AES instructions are constant
+//          time, and leave no key behind in registers or on the stack.
 // Source:  FIPS-197, section 5; SP 800-38A, sections 6.1 to 6.4.
 using AesModeRun = void (*)(const std::uint32_t* roundKeys, std::int32_t rounds, std::uint8_t* iv,
                             const std::uint8_t* input, std::uint8_t* output, std::size_t blockCount);
 
-// AesModes: what one kernel offers; OFB is the same in both directions.
+// AesExpandKey: the encryption schedule of key[keyBits / 8], and AesInvertSchedule: the decryption schedule that belongs
+// to it. Both in roundKeys[4 * (rounds + 1)]; keyBits is 128, 192 or 256; rounds is keyBits / 32 + 6.
+// Secrets: the portable kernel's time depends on the key (table look-ups).
+// Source:  FIPS-197, sections 5.2 and 5.3.5.
+using AesExpandKey = void (*)(const std::uint8_t* key, std::uint32_t keyBits, std::uint32_t* roundKeys);
+using AesInvertSchedule = void (*)(const std::uint32_t* encryptRoundKeys, std::int32_t rounds,
+                                   std::uint32_t* roundKeys);
+
+// AesModes: what one kernel offers; OFB is the same in both directions. The schedules of all kernels are the same.
 struct AesModes {
+    AesExpandKey expandKey;
+    AesInvertSchedule invertSchedule;
     AesModeRun ecbEncrypt, ecbDecrypt;
     AesModeRun cbcEncrypt, cbcDecrypt;
     AesModeRun cfbEncrypt, cfbDecrypt;
@@ -34,10 +45,12 @@ const Kernel<AesModes>& aesKernel();
 // aesModesPortable: the portable kernel, by tables.
 extern const AesModes aesModesPortable;
 
-// aesExpandEncryptionKey: the encryption schedule of key[keyBits / 8], and aesDecryptionSchedule: the decryption
-// schedule that belongs to it. Both in roundKeys[4 * (rounds + 1)]; keyBits is 128, 192 or 256; rounds is keyBits / 32
-// + 6.
-void aesExpandEncryptionKey(const std::uint8_t* key, std::uint32_t keyBits, std::uint32_t* roundKeys);
-void aesDecryptionSchedule(const std::uint32_t* encryptRoundKeys, std::int32_t rounds, std::uint32_t* roundKeys);
+// aesExpandKeyPortable, aesInvertSchedulePortable: the schedules of the portable kernel.
+void aesExpandKeyPortable(const std::uint8_t* key, std::uint32_t keyBits, std::uint32_t* roundKeys);
+void aesInvertSchedulePortable(const std::uint32_t* encryptRoundKeys, std::int32_t rounds, std::uint32_t* roundKeys);
+
+// aesExpandKeyBy: AesExpandKey with the S-box, over the four bytes of a word, as the kernel has it.
+void aesExpandKeyBy(std::uint32_t (*substituteWord)(std::uint32_t), const std::uint8_t* key, std::uint32_t keyBits,
+                    std::uint32_t* roundKeys);
 
 #endif

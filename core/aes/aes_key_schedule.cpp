@@ -20,7 +20,8 @@ std::uint32_t inverseMixColumn(std::uint32_t word) {
 
 } // namespace
 
-void aesExpandEncryptionKey(const std::uint8_t* key, std::uint32_t keyBits, std::uint32_t* roundKeys) {
+void aesExpandKeyBy(std::uint32_t (*substitute)(std::uint32_t), const std::uint8_t* key, std::uint32_t keyBits,
+                    std::uint32_t* roundKeys) {
     const std::uint32_t keyWords = keyBits / 32;
     const std::uint32_t wordCount = 4 * (keyWords + 7);
     for (std::size_t i = 0; i < keyWords; ++i) {
@@ -30,17 +31,21 @@ void aesExpandEncryptionKey(const std::uint8_t* key, std::uint32_t keyBits, std:
     for (std::uint32_t i = keyWords, inKey = 0; i < wordCount; ++i) {
         std::uint32_t word = roundKeys[i - 1];
         if (inKey == 0) {
-            word = substituteWord(std::rotl(word, 8)) ^ roundConstant << 24;
+            word = substitute(std::rotl(word, 8)) ^ roundConstant << 24;
             roundConstant = roundConstant << 1 ^ (roundConstant >= 0x80 ? 0x11Bu : 0u);
         } else if (keyWords == 8 && inKey == 4) {
-            word = substituteWord(word);
+            word = substitute(word);
         }
         roundKeys[i] = roundKeys[i - keyWords] ^ word;
         inKey = inKey + 1 == keyWords ? 0 : inKey + 1;
     }
 }
 
-void aesDecryptionSchedule(const std::uint32_t* encryptRoundKeys, std::int32_t rounds, std::uint32_t* roundKeys) {
+void aesExpandKeyPortable(const std::uint8_t* key, std::uint32_t keyBits, std::uint32_t* roundKeys) {
+    aesExpandKeyBy(substituteWord, key, keyBits, roundKeys);
+}
+
+void aesInvertSchedulePortable(const std::uint32_t* encryptRoundKeys, std::int32_t rounds, std::uint32_t* roundKeys) {
     const auto last = static_cast<std::size_t>(rounds);
     for (std::size_t round = 0; round <= last; ++round) {
         const std::uint32_t* const from = encryptRoundKeys + 4 * (last - round);

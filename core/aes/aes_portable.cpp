@@ -191,5 +191,14 @@ void ofb(const std::uint32_t* keys, std::int32_t rounds, std::uint8_t* iv, const
 
 } // namespace
 
-constinit const AesModes aesModesPortable = {ecb<Encryption>, ecb<Decryption>, cbcEncrypt, cbcDecrypt,
-                                             cfbEncrypt,      cfbDecrypt,      ofb};
+constinit const AesModes aesModesPortable = {
+    aesExpandKeyPortable,
+    aesInvertSchedulePortable,
+    ecb<Encryption>,
+    ecb<Decryption>,
+    cbcEncrypt,
+    cbcDecrypt,
+    cfbEncrypt,
+    cfbDecrypt,
+    ofb,
+};

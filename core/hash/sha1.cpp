@@ -8,7 +8,7 @@ namespace {
 struct Sha1 {
     using Context = Sha1Context;
     static constexpr std::uint32_t kDigestBytes = kSha1DigestBytes;
-    static constexpr std::uint32_t kInitialState[] = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476, 0xC3D2E1F0};
+    static constexpr auto& kInitialState = kSha1InitialState;
 
     static void compress(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount) {
         sha1Kernel().run(state, blocks, blockCount);
@@ -42,17 +42,13 @@ Status sha1Digest(const std::uint8_t* data, std::uint32_t length, std::uint8_t* 
     return sha::digest<Sha1>(data, length, out);
 }
 
-void sha1GWords(const std::uint8_t* block, std::uint32_t* out) {
-    std::copy(std::begin(Sha1::kInitialState), std::end(Sha1::kInitialState), out);
-    Sha1::compress(out, block, 1);
-}
-
 Status sha1G(const std::uint8_t* block, std::uint8_t* out) {
     if (block == nullptr || out == nullptr) {
         return ERR_NULL_POINTER;
     }
     SecretArray<std::uint32_t, kSha1StateWords> state;
-    sha1GWords(block, state.data());
+    std::copy(std::begin(kSha1InitialState), std::end(kSha1InitialState), state.data());
+    Sha1::compress(state.data(), block, 1);
     // Written only now: the random generator's seed pool takes a result into the block it was made from.
     for (std::size_t i = 0; i < state.size(); ++i) {
         storeBigEndian(out + 4 * i, state[i]);

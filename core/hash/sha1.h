@@ -46,13 +46,12 @@ Status sha1Final(Sha1Context* context, std::uint8_t* out);
 // Secrets: its own context is wiped on every path.
 Status sha1Digest(const std::uint8_t* data, std::uint32_t length, std::uint8_t* out);
 
-// sha1GWords: one compression of block[64] from the standard initial value, into the five words of out. Neither is null.
 inline constexpr std::size_t kSha1StateWords = 5;
-void sha1GWords(const std::uint8_t* block, std::uint32_t* out);
 
 // sha1G: one compression of block[64] from the standard initial value, without padding and length.
 // Shapes:  out[20], the five words big-endian; out may overlap block.
 // Errors:  ERR_NULL_POINTER.
+// See also sha1GKernel in sha_kernels.h, which takes and gives words.
 Status sha1G(const std::uint8_t* block, std::uint8_t* out);
 
 #endif

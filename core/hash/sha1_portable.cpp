@@ -2,7 +2,9 @@
 #include "core/memory/endian.h"
 #include "core/memory/secret.h"
 
+#include <algorithm>
 #include <bit>
+#include <iterator>
 #include <utility>
 
 namespace {
@@ -57,4 +59,17 @@ void sha1CompressPortable(std::uint32_t* state, const std::uint8_t* blocks, std:
             state[i] += v[i];
         }
     }
+}
+
+void sha1GPortable(const std::uint64_t* block, std::uint64_t* out) {
+    SecretArray<std::uint8_t, 64> bytes;
+    SecretArray<Word, 5> state;
+    for (std::size_t i = 0; i < 8; ++i) {
+        storeBigEndian(bytes.data() + 8 * i, block[7 - i]);
+    }
+    std::copy(std::begin(kSha1InitialState), std::end(kSha1InitialState), state.data());
+    sha1CompressPortable(state.data(), bytes.data(), 1);
+    out[0] = std::uint64_t{state[3]} << 32 | state[4];
+    out[1] = std::uint64_t{state[1]} << 32 | state[2];
+    out[2] = state[0];
 }

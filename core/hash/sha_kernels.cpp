@@ -1,15 +1,61 @@
 #include "core/hash/sha_kernels.h"
 
+#if defined(ZEL_X86_KERNELS)
+#include "core/cpu/cpu_features.h"
+#include "core/hash/x86/sha_x86.h"
+#endif
+
 namespace {
 
-constexpr Kernel<Sha1Compress> kSha1Kernels[] = {{"portable", alwaysSupported, sha1CompressPortable}};
-constexpr Kernel<Sha256Compress> kSha256Kernels[] = {{"portable", alwaysSupported, sha256CompressPortable}};
-constexpr Kernel<Sha512Compress> kSha512Kernels[] = {{"portable", alwaysSupported, sha512CompressPortable}};
+#if defined(ZEL_X86_KERNELS)
+bool hasSha() {
+    return cpuFeatures().sha;
+}
+
+bool hasShaAndAvx512() {
+    return cpuFeatures().sha && cpuFeatures().avx512;
+}
+
+bool hasAvx2() {
+    return cpuFeatures().avx2 && cpuFeatures().bmi2;
+}
+#endif
+
+constexpr Kernel<Sha1Compress> kSha1Kernels[] = {
+#if defined(ZEL_X86_KERNELS)
+    {"sha-avx512", hasShaAndAvx512, sha1CompressAvx512},
+    {"sha-ni", hasSha, sha1CompressNi},
+#endif
+    {"portable", alwaysSupported, sha1CompressPortable},
+};
+constexpr Kernel<Sha1G> kSha1GKernels[] = {
+#if defined(ZEL_X86_KERNELS)
+    {"sha-avx512", hasShaAndAvx512, sha1GAvx512},
+    {"sha-ni", hasSha, sha1GNi},
+#endif
+    {"portable", alwaysSupported, sha1GPortable},
+};
+constexpr Kernel<Sha256Compress> kSha256Kernels[] = {
+#if defined(ZEL_X86_KERNELS)
+    {"sha-ni", hasSha, sha256CompressNi},
+#endif
+    {"portable", alwaysSupported, sha256CompressPortable},
+};
+constexpr Kernel<Sha512Compress> kSha512Kernels[] = {
+#if defined(ZEL_X86_KERNELS)
+    {"avx2", hasAvx2, sha512CompressAvx2},
+#endif
+    {"portable", alwaysSupported, sha512CompressPortable},
+};
 
 } // namespace
 
 std::span<const Kernel<Sha1Compress>> sha1Kernels() {
     return kSha1Kernels;
+}
+
+std::span<const Kernel<Sha1G>> sha1GKernels() {
+    return kSha1GKernels;
 }
 
 std::span<const Kernel<Sha256Compress>> sha256Kernels() {
@@ -22,6 +68,11 @@ std::span<const Kernel<Sha512Compress>> sha512Kernels() {
 
 const Kernel<Sha1Compress>& sha1Kernel() {
     static const Kernel<Sha1Compress>& chosen = chooseKernel(sha1Kernels());
+    return chosen;
+}
+
+const Kernel<Sha1G>& sha1GKernel() {
+    static const Kernel<Sha1G>& chosen = chooseKernel(sha1GKernels());
     return chosen;
 }
 

@@ -1,6 +1,7 @@
 #include "core/random/fips186.h"
 
 #include "core/hash/sha1.h"
+#include "core/hash/sha_kernels.h"
 #include "core/memory/endian.h"
 #include "core/memory/secret.h"
 
@@ -8,6 +9,7 @@
 #include <atomic>
 #include <cstring>
 #include <iterator>
+#include <utility>
 
 namespace {
 
@@ -15,15 +17,8 @@ constexpr std::size_t kKeyWords = kMaxKeyBytes / 8;
 
 // What a round works in; kept over many rounds, and wiped once.
 struct RoundScratch {
-    SecretArray<std::uint8_t, std::size_t{2} * kMaxKeyBytes> room; // xval is its second half
-    SecretArray<std::uint32_t, kSha1StateWords> x;
-
-    RoundScratch() {
-        std::memset(room.data(), 0, room.size()); // xval stays zero beyond keyBytes
-    }
-    std::uint8_t* xval() {
-        return room.data() + kMaxKeyBytes;
-    }
+    SecretArray<std::uint64_t, kKeyWords> xval; // as integers, the lowest word first
+    SecretArray<std::uint64_t, 3> x;
 };
 
 template <typename Word> Word load(Word& word) {
@@ -56,12 +51,32 @@ void addXseed(Fips186State* state, std::uint8_t* xval) {
     }
 }
 
-// xval[keyBytes] := XKEY. What the words have beyond keyBytes lands in front of xval.
-void keyToXval(Fips186State* state, std::uint8_t* xval) {
+// xval := XKEY + XSEED, for keys of any length and with an XSEED: by way of bytes.
+void makeXvalOfBytes(Fips186State* state, std::uint64_t* words) {
+    SecretArray<std::uint8_t, std::size_t{2} * kMaxKeyBytes> room;
+    std::memset(room.data(), 0, room.size()); // xval stays zero beyond keyBytes
+    std::uint8_t* const xval = room.data() + kMaxKeyBytes;
     std::uint8_t* const end = xval + state->keyBytes;
-    for (std::size_t i = 0; i < kKeyWords; ++i) {
+    for (std::size_t i = 0; i < kKeyWords; ++i) { // what the words have beyond keyBytes lands in front of xval
         storeBigEndian(end - 8 * (i + 1), load(state->xkey[i]));
     }
+    addXseed(state, xval);
+    for (std::size_t i = 0; i < kKeyWords; ++i) {
+        words[kKeyWords - 1 - i] = loadBigEndian<std::uint64_t>(xval + 8 * i);
+    }
+}
+
+template <std::size_t... i> void copyKey(Fips186State* state, std::uint64_t* words, std::index_sequence<i...>) {
+    ((words[i] = load(state->xkey[i])), ...);
+}
+
+// xval := XKEY + XSEED.
+void makeXval(Fips186State* state, std::uint64_t* words) {
+    if (state->keyBytes != kMaxKeyBytes || state->xseedRemaining > 0) {
+        makeXvalOfBytes(state, words);
+        return;
+    }
+    copyKey(state, words, std::make_index_sequence<kKeyWords>());
 }
 
 // XKEY word i += addend + carry; carry := what goes over.
@@ -72,13 +87,15 @@ void addToWord(std::uint64_t& keyWord, std::uint64_t addend, std::uint64_t& carr
     store(keyWord, word);
 }
 
-// XKEY += 1 + x. Straight-line: this is most of what a round costs beside G.
-void addToKey(Fips186State* state, const std::uint32_t* x) {
+// XKEY += 1 + x. The next round waits for this. A carry goes beyond word 2 once in some 2^32 rounds; the branch on it
+// tells nothing else, and lets the processor begin the next round, which starts with the upper words, before this one
+// has ended.
+void addToKey(Fips186State* state, const std::uint64_t* x) {
     std::uint64_t carry = 1;
-    addToWord(state->xkey[0], std::uint64_t{x[3]} << 32 | x[4], carry);
-    addToWord(state->xkey[1], std::uint64_t{x[1]} << 32 | x[2], carry);
-    addToWord(state->xkey[2], x[0], carry);
-    for (std::size_t i = 3; i < kKeyWords; ++i) {
+    addToWord(state->xkey[0], x[0], carry);
+    addToWord(state->xkey[1], x[1], carry);
+    addToWord(state->xkey[2], x[2], carry);
+    for (std::size_t i = 3; carry != 0 && i < kKeyWords; ++i) {
         addToWord(state->xkey[i], 0, carry);
     }
 }
@@ -86,13 +103,15 @@ void addToKey(Fips186State* state, const std::uint32_t* x) {
 // Round j (0 or 1) of a block. xval is the caller's own: two threads may be here at once, and G must see a block of one
 // piece.
 void runRound(Fips186State* state, std::size_t j, RoundScratch& scratch) {
-    keyToXval(state, scratch.xval());
-    addXseed(state, scratch.xval());
-    sha1GWords(scratch.xval(), scratch.x.data());
-    for (std::size_t i = 0; i < kSha1StateWords; ++i) {
-        store(state->block[kSha1StateWords * j + i], scratch.x[i]);
-    }
+    makeXval(state, scratch.xval.data());
+    sha1GKernel().run(scratch.xval.data(), scratch.x.data());
     addToKey(state, scratch.x.data());
+    std::uint32_t* const block = state->block + kSha1StateWords * j;
+    store(block[0], static_cast<std::uint32_t>(scratch.x[2]));
+    store(block[1], static_cast<std::uint32_t>(scratch.x[1] >> 32));
+    store(block[2], static_cast<std::uint32_t>(scratch.x[1]));
+    store(block[3], static_cast<std::uint32_t>(scratch.x[0] >> 32));
+    store(block[4], static_cast<std::uint32_t>(scratch.x[0]));
 }
 
 void runRounds(Fips186State* state, RoundScratch& scratch) {
@@ -100,8 +119,15 @@ void runRounds(Fips186State* state, RoundScratch& scratch) {
     runRound(state, 1, scratch);
 }
 
-// Hands the next `length` bytes to put(position, bytes, count), piece by piece as they are produced.
-template <typename Put> Status generate(Fips186State* state, std::uint32_t length, Put put) {
+void writeBlock(Fips186State* state, std::uint8_t* bytes) {
+    for (std::size_t i = 0; i < std::size(state->block); ++i) {
+        storeBigEndian(bytes + 4 * i, load(state->block[i]));
+    }
+}
+
+// Hands the next `length` bytes to put(position, bytes, count), piece by piece as they are produced; whole blocks go
+// straight into buffer, unless it is null.
+template <typename Put> Status generate(Fips186State* state, std::uint8_t* buffer, std::uint32_t length, Put put) {
     RETURN_IF_ERROR(rtosMutexWait(state->mutex));
     SecretArray<std::uint8_t, kGeneratorBlockBytes> block;
     RoundScratch scratch;
@@ -110,12 +136,14 @@ template <typename Put> Status generate(Fips186State* state, std::uint32_t lengt
             runRounds(state, scratch);
             state->blockRemaining = kGeneratorBlockBytes;
         }
-        for (std::size_t i = 0; i < std::size(state->block); ++i) {
-            storeBigEndian(block.data() + 4 * i, load(state->block[i]));
-        }
         const std::uint32_t remaining = static_cast<std::uint8_t>(state->blockRemaining); // 0 to 40
         const std::uint32_t count = std::min(length - done, remaining);
-        put(done, block.data() + kGeneratorBlockBytes - remaining, count);
+        if (buffer != nullptr && count == kGeneratorBlockBytes) {
+            writeBlock(state, buffer + done);
+        } else {
+            writeBlock(state, block.data());
+            put(done, block.data() + kGeneratorBlockBytes - remaining, count);
+        }
         state->blockRemaining = static_cast<std::int8_t>(remaining - count);
         done += count;
     }
@@ -160,7 +188,7 @@ Status fips186Generate(Fips186State* state, std::uint8_t* buffer, std::uint32_t 
     if (state == nullptr || buffer == nullptr) {
         return ERR_NULL_POINTER;
     }
-    return generate(state, length, [buffer](std::uint32_t at, const std::uint8_t* bytes, std::uint32_t count) {
+    return generate(state, buffer, length, [buffer](std::uint32_t at, const std::uint8_t* bytes, std::uint32_t count) {
         std::memcpy(buffer + at, bytes, count);
     });
 }
@@ -169,11 +197,12 @@ Status fips186GenerateOverKey(Fips186State* state) {
     if (state == nullptr) {
         return ERR_NULL_POINTER;
     }
-    return generate(state, state->keyBytes, [state](std::uint32_t at, const std::uint8_t* bytes, std::uint32_t count) {
-        for (std::uint32_t i = 0; i < count; ++i) {
-            setKeyByte(state, at + i, bytes[i]);
-        }
-    });
+    return generate(state, nullptr, state->keyBytes,
+                    [state](std::uint32_t at, const std::uint8_t* bytes, std::uint32_t count) {
+                        for (std::uint32_t i = 0; i < count; ++i) {
+                            setKeyByte(state, at + i, bytes[i]);
+                        }
+                    });
 }
 
 void fips186Stir(Fips186State* state) {

@@ -2,11 +2,11 @@
 // kernel; and the choice among the kernels.
 #include "core/aes/aes.h"
 #include "core/aes/aes_kernels.h"
+#include "tests/support/kernel_choice.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <iostream>
 #include <random>
 #include <vector>
 
@@ -79,7 +79,7 @@ protected:
 
     // In place and apart, at an odd address, between guards that must stay.
     void expectByDefinition(AesModeRun run, const AesContext& context, std::size_t blockCount) {
-        const std::size_t length = 16 * blockCount, misaligned = blockCount % 5;
+        const std::size_t length = 16 * blockCount, misaligned = blockCount % 17;
         const Bytes iv = randomBytes(16), input = randomBytes(length);
         Bytes chain = iv, expected;
         for (std::size_t at = 0; at < length; at += 16) {
@@ -125,15 +125,27 @@ TEST_F(AesKernels, DoWhatTheModesSay) {
     }
 }
 
-TEST_F(AesKernels, TheBestSupportedOneIsChosen) {
-    const std::span<const Kernel<AesModes>> kernels = aesKernels();
-    const Kernel<AesModes>& chosen = aesKernel();
-    std::cout << "AES runs on the kernel " << chosen.name << "\n";
-    EXPECT_TRUE(chosen.isSupported());
-    for (const Kernel<AesModes>* better = kernels.data(); better != &chosen; ++better) {
-        EXPECT_FALSE(better->isSupported()) << better->name;
+TEST_F(AesKernels, MakeTheSameSchedules) {
+    for (const Kernel<AesModes>& kernel : aesKernels()) {
+        for (int i = 0; kernel.isSupported() && i < 60; ++i) {
+            const auto rounds = static_cast<std::int32_t>(10 + 2 * (i % 3));
+            const auto keyBits = static_cast<std::uint32_t>(128 + 64 * (i % 3));
+            const Bytes key = randomBytes(keyBits / 8);
+            std::vector<std::uint32_t> expected(kAesMaxScheduleWords), actual = expected;
+            aesExpandKeyPortable(key.data(), keyBits, expected.data());
+            kernel.run.expandKey(key.data(), keyBits, actual.data());
+            EXPECT_EQ(actual, expected) << kernel.name << ", " << keyBits << " bits";
+            std::vector<std::uint32_t> expectedInverse(kAesMaxScheduleWords), inverse = expectedInverse;
+            aesInvertSchedulePortable(expected.data(), rounds, expectedInverse.data());
+            kernel.run.invertSchedule(expected.data(), rounds, inverse.data());
+            EXPECT_EQ(inverse, expectedInverse) << kernel.name << ", " << keyBits << " bits";
+        }
     }
-    EXPECT_STREQ(kernels.back().name, "portable");
+}
+
+TEST_F(AesKernels, TheBestSupportedOneIsChosen) {
+    const CpuFeatures& f = cpuFeatures();
+    expectChosen("AES", aesKernels(), aesKernel(), {{"vaes", f.vaes}, {"aes-ni", f.aes && f.sse41 && f.ssse3}});
 }
 
 } // namespace

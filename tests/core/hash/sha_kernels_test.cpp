@@ -1,11 +1,12 @@
-// Every kernel that this CPU supports against the portable one, and the choice among them.
+// Every kernel that this CPU supports against the portable one and a published digest, and the choice among them.
 #include "core/hash/sha_kernels.h"
+#include "tests/support/kernel_choice.h"
 
 #include <gtest/gtest.h>
 
-#include <iostream>
+#include <algorithm>
+#include <cstring>
 #include <random>
-#include <string_view>
 #include <vector>
 
 namespace {
@@ -22,7 +23,7 @@ void expectSameBits(std::span<const Kernel<Run>> kernels, std::size_t stateWords
         }
         SCOPED_TRACE(kernel.name);
         for (std::size_t blockCount = 0; blockCount <= kMaxBlocks; ++blockCount) {
-            for (const unsigned misalignment : {0u, 1u, 7u, 31u}) {
+            for (unsigned misalignment = 0; misalignment <= 32; ++misalignment) {
                 for (std::uint8_t& byte : bytes) {
                     byte = static_cast<std::uint8_t>(random());
                 }
@@ -45,20 +46,66 @@ TEST(ShaKernels, GiveTheSameBits) {
     expectSameBits<std::uint64_t>(sha512Kernels(), 8, &sha512CompressPortable);
 }
 
-template <typename Run>
-void expectFirstSupported(std::string_view primitive, std::span<const Kernel<Run>> kernels, const Kernel<Run>& chosen) {
-    std::cout << primitive << " runs on the kernel " << chosen.name << "\n";
-    EXPECT_TRUE(chosen.isSupported());
-    for (const Kernel<Run>* better = kernels.data(); better != &chosen; ++better) {
-        EXPECT_FALSE(better->isSupported()) << better->name;
+TEST(ShaKernels, GGivesTheSameBits) {
+    std::mt19937_64 random(20021);
+    for (const Kernel<Sha1G>& kernel : sha1GKernels()) {
+        for (int round = 0; kernel.isSupported() && round < 200; ++round) {
+            std::uint64_t words[8], actual[3];
+            std::uint8_t bytes[64];
+            for (std::size_t i = 0; i < 8; ++i) {
+                words[i] = random();
+                for (std::size_t k = 0; k < 8; ++k) {
+                    bytes[63 - 8 * i - k] = static_cast<std::uint8_t>(words[i] >> (8 * k));
+                }
+            }
+            std::uint32_t state[5];
+            std::copy(std::begin(kSha1InitialState), std::end(kSha1InitialState), state);
+            sha1CompressPortable(state, bytes, 1);
+            kernel.run(words, actual);
+            EXPECT_EQ(actual[2], state[0]) << kernel.name;
+            EXPECT_EQ(actual[1], std::uint64_t{state[1]} << 32 | state[2]) << kernel.name;
+            EXPECT_EQ(actual[0], std::uint64_t{state[3]} << 32 | state[4]) << kernel.name;
+        }
     }
-    EXPECT_STREQ(kernels.back().name, "portable");
+}
+
+// The padded message "abc" of FIPS 180-2, appendices A to C.
+template <typename Word, typename Run> void expectDigestOfAbc(std::span<const Kernel<Run>> kernels,
+                                                              const std::vector<Word>& initial,
+                                                              const std::vector<Word>& digest) {
+    std::vector<std::uint8_t> block(16 * sizeof(Word));
+    std::memcpy(block.data(), "abc\x80", 4);
+    block.back() = 24;
+    for (const Kernel<Run>& kernel : kernels) {
+        if (kernel.isSupported()) {
+            std::vector<Word> state = initial;
+            kernel.run(state.data(), block.data(), 1);
+            EXPECT_EQ(state, digest) << kernel.name;
+        }
+    }
+}
+
+TEST(ShaKernels, GiveThePublishedDigest) {
+    expectDigestOfAbc<std::uint32_t>(sha1Kernels(), {std::begin(kSha1InitialState), std::end(kSha1InitialState)},
+                                     {0xA9993E36, 0x4706816A, 0xBA3E2571, 0x7850C26C, 0x9CD0D89D});
+    expectDigestOfAbc<std::uint32_t>(
+        sha256Kernels(),
+        {0x6A09E667, 0xBB67AE85, 0x3C6EF372, 0xA54FF53A, 0x510E527F, 0x9B05688C, 0x1F83D9AB, 0x5BE0CD19},
+        {0xBA7816BF, 0x8F01CFEA, 0x414140DE, 0x5DAE2223, 0xB00361A3, 0x96177A9C, 0xB410FF61, 0xF20015AD});
+    expectDigestOfAbc<std::uint64_t>(sha512Kernels(),
+                                     {0x6A09E667F3BCC908, 0xBB67AE8584CAA73B, 0x3C6EF372FE94F82B, 0xA54FF53A5F1D36F1,
+                                      0x510E527FADE682D1, 0x9B05688C2B3E6C1F, 0x1F83D9ABFB41BD6B, 0x5BE0CD19137E2179},
+                                     {0xDDAF35A193617ABA, 0xCC417349AE204131, 0x12E6FA4E89A97EA2, 0x0A9EEEE64B55D39A,
+                                      0x2192992A274FC1A8, 0x36BA3C23A3FEEBBD, 0x454D4423643CE80E, 0x2A9AC94FA54CA49F});
 }
 
 TEST(ShaKernels, TheBestSupportedOneIsChosen) {
-    expectFirstSupported("SHA-1", sha1Kernels(), sha1Kernel());
-    expectFirstSupported("SHA-256", sha256Kernels(), sha256Kernel());
-    expectFirstSupported("SHA-512", sha512Kernels(), sha512Kernel());
+    printCpuFeatures();
+    const CpuFeatures& f = cpuFeatures();
+    expectChosen("SHA-1", sha1Kernels(), sha1Kernel(), {{"sha-avx512", f.sha && f.avx512}, {"sha-ni", f.sha}});
+    expectChosen("G", sha1GKernels(), sha1GKernel(), {{"sha-avx512", f.sha && f.avx512}, {"sha-ni", f.sha}});
+    expectChosen("SHA-256", sha256Kernels(), sha256Kernel(), {{"sha-ni", f.sha}});
+    expectChosen("SHA-512", sha512Kernels(), sha512Kernel(), {{"avx2", f.avx2 && f.bmi2}});
 }
 
 // A table whose best kernel is not supported.

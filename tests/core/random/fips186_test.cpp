@@ -1,4 +1,5 @@
 // The generator in known states against an independent model.
+#include "core/hash/sha1.h"
 #include "core/random/fips186.h"
 #include "core/random/random.h"
 #include "tests/support/faults.h"
@@ -7,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace {
@@ -62,6 +64,20 @@ TEST(Fips186, KnownAnswers) {
         EXPECT_EQ(toHex(output), c.output);
         EXPECT_EQ(randomReleaseContext(&context), OK);
     }
+}
+
+// The first round adds 1 + x0 to an XKEY of all ones: the carry runs through all of it, and x0 alone is left.
+TEST(Fips186, CarryRunsThroughTheWholeKey) {
+    const std::vector<std::uint8_t> key(kMaxKeyBytes, 0xFF);
+    std::vector<std::uint8_t> expected(40), actual(40), next(kMaxKeyBytes);
+    ASSERT_EQ(sha1G(key.data(), expected.data()), OK);
+    std::copy(expected.begin(), expected.begin() + 20, next.end() - 20);
+    ASSERT_EQ(sha1G(next.data(), expected.data() + 20), OK);
+    RandomContext* context = nullptr;
+    ASSERT_EQ(fips186NewContext(&context, kMaxKeyBytes, key.data(), 0, nullptr), OK);
+    EXPECT_EQ(randomGenerate(context, actual.data(), 40), OK);
+    EXPECT_EQ(toHex(actual), toHex(expected));
+    EXPECT_EQ(randomReleaseContext(&context), OK);
 }
 
 // The carry through every width, against additions byte by byte.

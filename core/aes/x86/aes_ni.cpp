@@ -1,0 +1,199 @@
+#include "core/aes/x86/aes_ni_keys.h"
+#include "core/aes/x86/aes_x86.h"
+#include "core/memory/endian.h"
+
+namespace {
+
+constexpr std::size_t kBlockBytes = 16;
+constexpr std::size_t kWide =
+    6; // blocks in flight where the mode allows it; with what they are combined with, they fill the registers
+
+ZEL_TARGET_AES inline __m128i load(const std::uint8_t* bytes) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes));
+}
+
+ZEL_TARGET_AES inline void store(std::uint8_t* bytes, __m128i block) {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), block);
+}
+
+// No register keeps a key or a block.
+inline void clearRegisters() {
+    __asm__ volatile(
+        "pxor %%xmm0, %%xmm0\n\tpxor %%xmm1, %%xmm1\n\tpxor %%xmm2, %%xmm2\n\tpxor %%xmm3, %%xmm3\n\t"
+        "pxor %%xmm4, %%xmm4\n\tpxor %%xmm5, %%xmm5\n\tpxor %%xmm6, %%xmm6\n\tpxor %%xmm7, %%xmm7\n\t"
+        "pxor %%xmm8, %%xmm8\n\tpxor %%xmm9, %%xmm9\n\tpxor %%xmm10, %%xmm10\n\tpxor %%xmm11, %%xmm11\n\t"
+        "pxor %%xmm12, %%xmm12\n\tpxor %%xmm13, %%xmm13\n\tpxor %%xmm14, %%xmm14\n\tpxor %%xmm15, %%xmm15" ::
+            : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10", "xmm11", "xmm12",
+              "xmm13", "xmm14", "xmm15");
+}
+
+// Keeps the compiler from holding the keys in registers across blocks: there are too few, and it would spill some to
+// places that nobody wipes.
+inline void leaveKeysInMemory() {
+    __asm__ volatile("" ::: "memory");
+}
+
+enum class Direction { encryption, decryption };
+
+template <Direction direction, std::size_t width>
+ZEL_TARGET_AES inline void oneRound(__m128i (&x)[width], __m128i key) {
+    for (std::size_t i = 0; i < width; ++i) {
+        x[i] = direction == Direction::encryption ? _mm_aesenc_si128(x[i], key) : _mm_aesdec_si128(x[i], key);
+    }
+}
+
+// All rounds but the last.
+template <Direction direction, std::size_t width>
+ZEL_TARGET_AES inline void innerRounds(const AesNiKeys& keys, __m128i (&x)[width]) {
+    oneRound<direction>(x, keys[1]);
+    oneRound<direction>(x, keys[2]);
+    oneRound<direction>(x, keys[3]);
+    oneRound<direction>(x, keys[4]);
+    oneRound<direction>(x, keys[5]);
+    oneRound<direction>(x, keys[6]);
+    oneRound<direction>(x, keys[7]);
+    oneRound<direction>(x, keys[8]);
+    oneRound<direction>(x, keys[9]);
+    if (keys.hasTwelve()) {
+        oneRound<direction>(x, keys[10]);
+        oneRound<direction>(x, keys[11]);
+    }
+    if (keys.hasFourteen()) {
+        oneRound<direction>(x, keys[12]);
+        oneRound<direction>(x, keys[13]);
+    }
+}
+
+// The modes whose blocks are independent: the cipher's input is the text, or the ciphertext before it, which in the
+// other case is what its output is combined with.
+
+enum class Parallel { ecb, cbc, cfb };
+
+template <Parallel mode, Direction direction, std::size_t width> ZEL_TARGET_AES inline void
+someBlocks(const AesNiKeys& keys, __m128i& before, const std::uint8_t* input, std::uint8_t* output) {
+    __m128i x[width], other[width]; // other: what the result is combined with
+    for (std::size_t i = 0; i < width; ++i) {
+        const __m128i text = load(input + kBlockBytes * i);
+        x[i] = _mm_xor_si128(mode == Parallel::cfb ? before : text, keys[0]);
+        other[i] = mode == Parallel::cfb ? text : before;
+        before = text;
+    }
+    innerRounds<direction>(keys, x);
+    for (std::size_t i = 0; i < width; ++i) {
+        const __m128i key = mode == Parallel::ecb ? keys.last() : _mm_xor_si128(keys.last(), other[i]);
+        x[i] = direction == Direction::encryption ? _mm_aesenclast_si128(x[i], key) : _mm_aesdeclast_si128(x[i], key);
+    }
+    for (std::size_t i = 0; i < width; ++i) {
+        store(output + kBlockBytes * i, x[i]);
+    }
+}
+
+template <Parallel mode, Direction direction>
+ZEL_TARGET_AES void parallel(const std::uint32_t* roundKeys, std::int32_t rounds, std::uint8_t* iv,
+                             const std::uint8_t* input, std::uint8_t* output, std::size_t blockCount) {
+    if (blockCount == 0) {
+        return;
+    }
+    const AesNiKeys keys(roundKeys, rounds);
+    __m128i before = mode == Parallel::ecb ? _mm_setzero_si128() : load(iv);
+    for (; blockCount >= kWide; blockCount -= kWide, input += kWide * kBlockBytes, output += kWide * kBlockBytes) {
+        leaveKeysInMemory();
+        someBlocks<mode, direction, kWide>(keys, before, input, output);
+    }
+    for (; blockCount > 0; --blockCount, input += kBlockBytes, output += kBlockBytes) {
+        leaveKeysInMemory();
+        someBlocks<mode, direction, 1>(keys, before, input, output);
+    }
+    if (mode != Parallel::ecb) {
+        store(iv, before);
+    }
+    clearRegisters();
+}
+
+// All four columns alike stay where they are when the rows shift, so that only the S-box is left of the last round.
+ZEL_TARGET_AES std::uint32_t substituteWord(std::uint32_t word) {
+    const __m128i columns = _mm_set1_epi32(static_cast<int>(word));
+    return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_aesenclast_si128(columns, _mm_setzero_si128())));
+}
+
+// The modes whose blocks wait for each other. The last round adds its key as it is told, so it is told a key that
+// already holds what the next block's first step would add: x goes from block to block through AES rounds alone.
+
+enum class Chain { cbc, cfb, ofb };
+
+template <Chain chain> ZEL_TARGET_AES void chained(const std::uint32_t* roundKeys, std::int32_t rounds,
+                                                   std::uint8_t* iv, const std::uint8_t* input, std::uint8_t* output,
+                                                   std::size_t blockCount) {
+    if (blockCount == 0) {
+        return;
+    }
+    const AesNiKeys keys(roundKeys, rounds);
+    __m128i x[1] = {_mm_xor_si128(load(iv), keys[0])};
+    __m128i text = load(input); // CBC: of this block, else of the block to come
+    if (chain == Chain::cbc) {
+        x[0] = _mm_xor_si128(x[0], text);
+    }
+    for (; blockCount > 0; --blockCount, input += kBlockBytes, output += kBlockBytes) {
+        leaveKeysInMemory();
+        if (chain == Chain::cbc) {
+            text = blockCount > 1 ? load(input + kBlockBytes) : _mm_setzero_si128();
+        } else {
+            text = load(input);
+        }
+        const __m128i toNext = _mm_xor_si128(keys.last(), keys[0]);
+        innerRounds<Direction::encryption>(keys, x);
+        const __m128i beforeLast = x[0];
+        x[0] = _mm_aesenclast_si128(beforeLast, chain == Chain::ofb ? toNext : _mm_xor_si128(toNext, text));
+        const __m128i lastKey = chain == Chain::cbc ? keys.last() : _mm_xor_si128(keys.last(), text);
+        store(output, _mm_aesenclast_si128(beforeLast, lastKey));
+    }
+    store(iv, _mm_xor_si128(x[0], keys[0]));
+    clearRegisters();
+}
+
+} // namespace
+
+void aesNiCbcEncrypt(const std::uint32_t* roundKeys, std::int32_t rounds, std::uint8_t* iv, const std::uint8_t* input,
+                     std::uint8_t* output, std::size_t blockCount) {
+    chained<Chain::cbc>(roundKeys, rounds, iv, input, output, blockCount);
+}
+
+void aesNiCfbEncrypt(const std::uint32_t* roundKeys, std::int32_t rounds, std::uint8_t* iv, const std::uint8_t* input,
+                     std::uint8_t* output, std::size_t blockCount) {
+    chained<Chain::cfb>(roundKeys, rounds, iv, input, output, blockCount);
+}
+
+void aesNiOfb(const std::uint32_t* roundKeys, std::int32_t rounds, std::uint8_t* iv, const std::uint8_t* input,
+              std::uint8_t* output, std::size_t blockCount) {
+    chained<Chain::ofb>(roundKeys, rounds, iv, input, output, blockCount);
+}
+
+void aesNiExpandKey(const std::uint8_t* key, std::uint32_t keyBits, std::uint32_t* roundKeys) {
+    aesExpandKeyBy(substituteWord, key, keyBits, roundKeys);
+    clearRegisters();
+}
+
+ZEL_TARGET_AES void aesNiDecryptionSchedule(const std::uint32_t* encryptRoundKeys, std::int32_t rounds,
+                                            std::uint32_t* roundKeys) {
+    const __m128i* from = reinterpret_cast<const __m128i*>(encryptRoundKeys) + rounds;
+    __m128i* to = reinterpret_cast<__m128i*>(roundKeys);
+    _mm_storeu_si128(to++, _mm_loadu_si128(from--));
+    for (std::int32_t round = 1; round < rounds; ++round) {
+        const __m128i mixed = _mm_aesimc_si128(AesNiKeys::byteOrder(_mm_loadu_si128(from--)));
+        _mm_storeu_si128(to++, AesNiKeys::byteOrder(mixed));
+    }
+    _mm_storeu_si128(to, _mm_loadu_si128(from));
+    clearRegisters();
+}
+
+constinit const AesModes aesModesNi = {
+    aesNiExpandKey,
+    aesNiDecryptionSchedule,
+    parallel<Parallel::ecb, Direction::encryption>,
+    parallel<Parallel::ecb, Direction::decryption>,
+    aesNiCbcEncrypt,
+    parallel<Parallel::cbc, Direction::decryption>,
+    aesNiCfbEncrypt,
+    parallel<Parallel::cfb, Direction::encryption>,
+    aesNiOfb,
+};

@@ -1,0 +1,20 @@
+// The hash kernels for x86-64. Contracts as in core/hash/sha_kernels.h; each runs only where its CPU features are.
+#ifndef ZELSPI_CORE_HASH_X86_SHA_X86_H
+#define ZELSPI_CORE_HASH_X86_SHA_X86_H
+
+#include <cstddef>
+#include <cstdint>
+
+// By the SHA extensions: cpuFeatures().sha.
+void sha1CompressNi(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount);
+void sha1GNi(const std::uint64_t* block, std::uint64_t* out);
+void sha256CompressNi(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount);
+
+// As sha1CompressNi, with AVX-512's rotations and three-way logic: also cpuFeatures().avx512.
+void sha1CompressAvx512(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount);
+void sha1GAvx512(const std::uint64_t* block, std::uint64_t* out);
+
+// The schedule in AVX2 registers, the rounds with BMI2's rotations: cpuFeatures().avx2 and bmi2.
+void sha512CompressAvx2(std::uint64_t* state, const std::uint8_t* blocks, std::size_t blockCount);
+
+#endif
