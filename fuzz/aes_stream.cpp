@@ -24,8 +24,8 @@ struct Model {
     void init(bool isEncryption, const Bytes& iv, const Bytes& key) {
         encrypts = isEncryption;
         chaining = iv;
-        aesExpandEncryptionKey(key.data(), 256, schedule);
-        aesDecryptionSchedule(schedule, 14, decryption);
+        aesExpandKeyPortable(key.data(), 256, schedule);
+        aesInvertSchedulePortable(schedule, 14, decryption);
     }
 
     Bytes message(const Bytes& input, std::size_t offset, std::size_t length) const {
