@@ -228,7 +228,7 @@ public final class HostileCalls {
         Path jar = Path.of(ZelSecurityProvider.class.getProtectionDomain().getCodeSource().getLocation().toURI());
         try (JarFile file = new JarFile(jar.toFile())) {
             for (String name : Collections.list(file.entries()).stream().map(e -> e.getName()).sorted()
-                    .filter(n -> n.endsWith(".class")).collect(Collectors.toList())) {
+                    .filter(n -> n.endsWith(".class") && !n.equals("module-info.class")).collect(Collectors.toList())) {
                 Class<?> type = Class.forName(name.substring(0, name.length() - 6).replace('/', '.'));
                 if (!natives(type).isEmpty()) {
                     classes.add(type);
