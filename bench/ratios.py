@@ -12,24 +12,27 @@ import sys
 OURS = "zelspi"
 
 
-def rows(program, arguments):
+def measure(program, arguments):
+    """What the program says of itself, and its rows as (who, work, time in ns, bytes per second or None)."""
     command = [program, "--benchmark_format=json", "--benchmark_repetitions=5", "--benchmark_report_aggregates_only=true",
                "--benchmark_enable_random_interleaving=true", "--benchmark_min_time=0.05", *arguments]
     report = json.loads(subprocess.run(command, check=True, stdout=subprocess.PIPE).stdout)
-    context = report["context"]
-    print("; ".join(f"{key}: {value}" for key, value in context.items() if "kernel" in key or key in ("CPU", "compiler")))
+    found = []
     for row in report["benchmarks"]:
         if row.get("error_occurred"):
             raise SystemExit(f"{row['name']}: {row.get('error_message')}")
         if row.get("aggregate_name") == "median":
             who, _, work = row["run_name"].partition("/")
-            yield who, work, row["cpu_time"], row.get("bytes_per_second")
+            scale = {"ns": 1, "us": 1e3, "ms": 1e6, "s": 1e9}[row["time_unit"]]
+            found.append((who, work, row["cpu_time"] * scale, row.get("bytes_per_second")))
+    return report["context"], found
 
 
 def main():
     if len(sys.argv) < 2:
         raise SystemExit(__doc__)
-    measured = list(rows(sys.argv[1], sys.argv[2:]))
+    context, measured = measure(sys.argv[1], sys.argv[2:])
+    print("; ".join(f"{key}: {value}" for key, value in context.items() if "kernel" in key or key in ("CPU", "compiler")))
     ours = {work: (time, rate) for who, work, time, rate in measured if who == OURS}
     for who, work, time, _ in sorted(measured, key=lambda row: [int(x) if x.isdigit() else x for x in row[1].split("/")]):
         if who != OURS and work in ours and not who.startswith("kernel-"):

@@ -17,9 +17,10 @@ public:
     //          as many bytes as the modulus.
     // In/out:  prints its progress to standard output when debug output is enabled. Moduli of up to 3888 bits fit the
     //          limit of the key (with the exponent 65537): a 4096-bit key is refused.
-    // Oddity:  of the 51 bytes that an honest signature opens to, the first 32 are compared, which are 13 bytes of the
-    //          digest. What is missing from a signature file that is too short counts as zeros; what is too much is not
-    //          looked at.
+    // Oddity:  of what a signature opens to, the first 32 bytes are compared, which are 13 bytes of the digest, and what
+    //          stands behind them is not looked at. With a public exponent of 3 anybody can make such a signature without
+    //          the private key: give keys with 65537 only. What is missing from a signature file that is too short counts
+    //          as zeros; what is too much does not count.
     // Errors:  in this order:
     //          -6103 (ERR_MEM_ALLOC_SIZE)         filePath null, pathLength not within 1 to 255
     //          -7701 (ERR_RSA_INVALID_KEY)        key null, keyLength not within 0 to 500

@@ -1,7 +1,7 @@
 // zelverify KEY FILE: whether FILE.sig is a signature of FILE with SHA256withRSA. See kUsage.
 //
-// The library's check compares 13 bytes of the digest and always will, for the sake of what depends on it. People need
-// a better answer: FILE is called valid only when the whole encoded message agrees as well.
+// The library's check compares 13 bytes of the digest and nothing behind them, for the sake of what depends on it. People
+// need a better answer: FILE is called valid only when the whole encoded message agrees as well.
 #include "bridge/zel_util.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"

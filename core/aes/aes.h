@@ -7,8 +7,9 @@
 //
 // A context is read-only once it is made: several threads may use one, each with an IV buffer of its own.
 //
-// Secrets: the portable kernel and the key expansion look up tables at places that depend on key and data, so their
-//          time may tell of both through the caches. See aes_kernels.h.
+// Secrets: the kernels by the processor's AES instructions are constant time. The portable kernel and its key expansion
+//          look up tables at places that depend on key and data, so their time may tell of both through the caches. See
+//          aes_kernels.h.
 #ifndef ZELSPI_CORE_AES_AES_H
 #define ZELSPI_CORE_AES_AES_H
 

@@ -2,14 +2,24 @@
 #include "core/bignum/kernels.h"
 
 #include "core/bignum/portable/portable_kernels.h"
+#if defined(ZEL_X86_KERNELS)
+#include "core/bignum/x86/x86_kernels.h"
+#endif
 
 namespace {
 
 constexpr Kernel<BignumKernels> kBignumTable[] = {
+#if defined(ZEL_X86_KERNELS)
+    {"adx", adxIsSupported, kAdxBignumKernels},
+#endif
     {"portable", alwaysSupported, kPortableBignumKernels},
 };
 
 constexpr Kernel<ModExpKernel> kModExpTable[] = {
+#if defined(ZEL_X86_KERNELS)
+    {"ifma", ifmaIsSupported, kIfmaModExpKernel},
+    {"adx", adxIsSupported, kAdxModExpKernel},
+#endif
     {"portable", alwaysSupported, kPortableModExpKernel},
 };
 

@@ -36,8 +36,8 @@ static_assert(kPrimes.back() == 8191);
 // Batch: four groups of primes, each with as many as fit one remainder. A last batch may have empty groups.
 struct Batch {
     static constexpr std::size_t kGroups = 4;
-    std::array<std::uint32_t, kGroups> products;
-    std::array<std::size_t, kGroups + 1> bounds; // group i is bounds[i] to bounds[i + 1]
+    std::uint32_t products[kGroups];
+    std::size_t bounds[kGroups + 1]; // group i is bounds[i] to bounds[i + 1]
 
     explicit Batch(std::size_t first) {
         for (std::size_t group = 0, end = first; group < kGroups; ++group) {
@@ -55,7 +55,7 @@ struct Batch {
     }
 };
 
-using Remainders = std::array<std::uint32_t, Batch::kGroups>;
+using Remainders = SecretArray<Unit, Batch::kGroups>;
 
 // 1/value modulo the prime p, for value between 0 and p.
 std::uint32_t inverseModulo(std::uint32_t value, std::uint32_t p) {
@@ -118,7 +118,8 @@ Status CandidateSieve::fill(const vlong* start, const vlong* step, std::uint32_t
         wordRemainders(step, batch.products, steps);
         for (std::size_t group = 0; group < Batch::kGroups; ++group) {
             for (std::size_t i = batch.bounds[group]; i < batch.bounds[group + 1]; ++i) {
-                mark(factors, count, kPrimes[i], starts[group] % kPrimes[i], steps[group] % kPrimes[i]);
+                mark(factors, count, kPrimes[i], static_cast<std::uint32_t>(starts[group] % kPrimes[i]),
+                     static_cast<std::uint32_t>(steps[group] % kPrimes[i]));
             }
         }
         first = batch.end();

@@ -59,7 +59,7 @@ Status candidateX(const DsaSizes& sizes, const std::uint8_t* seed, std::uint32_t
         RETURN_IF_ERROR(
             sizes.hash(input.data(), seedBytes, stream.data() + std::size_t{count - 1 - j} * sizes.hashBytes));
     }
-    std::uint8_t* const low = stream.data() + count * sizes.hashBytes - sizes.L / 8;
+    std::uint8_t* const low = stream.data() + std::size_t{count} * sizes.hashBytes - sizes.L / 8;
     low[0] |= 0x80;
     return VLONG_fromBytes(low, static_cast<std::int32_t>(sizes.L / 8), x.out(), queue);
 }

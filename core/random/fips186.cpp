@@ -87,7 +87,7 @@ void addToWord(std::uint64_t& keyWord, std::uint64_t addend, std::uint64_t& carr
     store(keyWord, word);
 }
 
-// XKEY += 1 + x. The next round waits for this. A carry goes beyond word 2 once in some 2^32 rounds; the branch on it
+// XKEY += 1 + x. The next round waits for this. A carry goes beyond word 2 once in some 2^33 rounds; the branch on it
 // tells nothing else, and lets the processor begin the next round, which starts with the upper words, before this one
 // has ended.
 void addToKey(Fips186State* state, const std::uint64_t* x) {

@@ -1,8 +1,6 @@
 // The DSA signature engine through its entry points, and the DER that it reads and writes. The known answer is the
 // example of FIPS 186-2, appendix 5.
-#include "bridge/dsa_der.h"
 #include "bridge/zel_object.h"
-#include "core/memory/memory.h"
 #include "core/random/random.h"
 #include "tests/bridge/signature_fixture.h"
 #include "tests/support/faults.h"
@@ -85,7 +83,7 @@ TEST_F(DsaSignature, VerifiesTheExample) {
     for (const jint length : {10, -1, INT_MAX}) {
         initVerify();
         updateAbc();
-        EXPECT_EQ(entries->verifySlice(env, object, array(right), length + 5, length), JNI_TRUE);
+        EXPECT_EQ(entries->verifySlice(env, object, array(right), length / 2, length), JNI_TRUE);
     }
     initVerify();
     EXPECT_EQ(verdict(right + "ff"), "true");
@@ -119,7 +117,7 @@ TEST_F(DsaSignature, BadSignatures) {
         std::string signature;
         std::string raised;
     };
-    const std::string right = kDsa.signature, body = right.substr(4), ones(40, '1'), zeros(88, '0');
+    const std::string right = kDsa.signature, body = right.substr(4), ones(40, '1');
     const std::string size = kSignature + "invalid signature size", parsing = kSignature + "error parsing signature : ";
     const std::string verifying = kSignature + "error verifying signature";
     const std::string range = verifying + " : ERR_CRYPTO_DSA_SIGN_VERIFY_RS_TEST";
@@ -127,34 +125,23 @@ TEST_F(DsaSignature, BadSignatures) {
         {right.substr(0, 86), size},
         {right + "00000000", size},
         {"302c0214" + ones + "0214" + ones, verifying},
-        {"302c0214" + zeros.substr(0, 40) + "0214" + ones, range},
-        {"302c0214" + ones + "0214" + zeros.substr(0, 40), range},
-        {"302d0215008bac1ab66410435cb7181f95b16ab97c92b341c00214" + std::string(40, 'f'), range},
+        {"302c0214" + std::string(40, '0') + "0214" + ones, range},
+        {"302c0214" + ones + "0214" + std::string(40, 'f'), range},
         {"312d" + body, parsing + "ERR_PKCS7_INVALID_STRUCT"},
         {"302d04" + body.substr(2), parsing + "ERR_PKCS7_INVALID_STRUCT"},
         {"302d022b" + body.substr(4), parsing + "ERR_PKCS7_INVALID_STRUCT"}, // no s
-        {"302c0214" + ones + "0414" + ones, parsing + "ERR_PKCS7_INVALID_STRUCT"},
-        {"302f" + body, parsing + "ERR_FALSE"},
-        {"302d02007f" + body.substr(6), parsing + "ERR_ASN_INCONSISTENT_LENGTH"},
+        {"302d028f" + body.substr(4), parsing + "ERR_ASN_BAD_LENGTH_FIELD"},
     };
-    initVerify();
     for (const Case& c : cases) {
         SCOPED_TRACE(c.signature);
-        updateAbc();
-        EXPECT_EQ(entries->verify(env, object, array(c.signature)), JNI_FALSE);
-        const std::string raised = jni.takePending();
-        if (c.raised == parsing + "ERR_FALSE" || c.raised == parsing + "ERR_ASN_INCONSISTENT_LENGTH") {
-            EXPECT_EQ(raised.substr(0, parsing.size()), parsing); // with whatever the parser says
-        } else {
-            EXPECT_EQ(raised, c.raised);
-        }
-        if (c.raised != size) {
-            continue;
-        }
-        EXPECT_EQ(entries->verify(env, object, array(right)), JNI_TRUE) << "the hash is untouched";
         initVerify();
+        EXPECT_EQ(verdict(c.signature), c.raised);
+        if (c.raised == size) {
+            EXPECT_EQ(entries->verify(env, object, array(right)), JNI_TRUE) << "the hash is untouched";
+        } else {
+            EXPECT_EQ(verdict(right), "true") << "the key is still there";
+        }
     }
-    EXPECT_EQ(verdict(right), "true") << "the key is still there";
     initVerify();
     EXPECT_EQ(entries->verify(env, object, nullptr), JNI_FALSE);
     EXPECT_EQ(jni.takePending(), kNullArray);
@@ -203,28 +190,17 @@ TEST_F(DsaSignature, KeysThatCannotBeRead) {
         EXPECT_EQ(jni.takePending(), failedSign("error signing message : ERR_NULL_POINTER", "ERR_INTERNAL_ERROR"));
     }
     const std::string structure = "ERR_CERT_INVALID_STRUCT", algorithm = "06072a8648ce380401";
-    const std::string parameters = "3009020107020103020104"; // p = 7, q = 3, g = 4
-    struct Case {
-        std::string key, status;
-    };
-    const Case cases[] = {
-        {"", "ERR_EOF"},
-        {"020100", structure},
-        {"3000", structure},
-        {"300b3009" + algorithm, structure}, // no parameters
-        {"30153013" + algorithm +
-             "3008020107020103"
-             "0500",
-         structure},                                                   // no g
-        {"30163014" + algorithm + parameters, structure},              // no key
-        {"301a3014" + algorithm + parameters + "04020102", structure}, // not a BIT STRING
-        {"301b3014" + algorithm + parameters + "0303000102", "ERR_"},  // not an INTEGER in it, or cut
-        {"30193014" + algorithm + parameters + "030100", "ERR_EOF"},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.key);
-        entries->initVerify(env, object, array(c.key));
-        EXPECT_EQ(jni.takePending().find(kProvider + "unable to read dsa public key : " + c.status), 0u);
+    const std::string info = "3014" + algorithm + "3009020107020103020104"; // p = 7, q = 3, g = 4
+    for (const auto& [key, status] : {std::pair{std::string("020100"), structure},
+                                      {"300b3009" + algorithm, structure},                      // no parameters
+                                      {"30133011" + algorithm + "3006020107020103", structure}, // no g
+                                      {"3016" + info, structure},                               // no key
+                                      {"301a" + info + "04020102", structure},                  // not a BIT STRING
+                                      {"301b" + info + "0303000400", structure},                // not an INTEGER in it
+                                      {"3019" + info + "030100", "ERR_EOF"}}) {
+        SCOPED_TRACE(key);
+        entries->initVerify(env, object, array(key));
+        EXPECT_EQ(jni.takePending(), kProvider + "unable to read dsa public key : " + status);
         expectRefused(kSignature + "signature not initialized", kNotForSigning, kNotForVerifying, JNI_FALSE);
     }
 }
@@ -252,48 +228,7 @@ TEST_F(DsaSignature, OddPublicKeys) {
 }
 
 TEST_F(DsaSignature, ShortOfMemory) {
-    testheap::failEach([&]() -> Status {
-        const auto run = [&]() -> Status {
-            initSign();
-            if (!jni.takePending().empty()) {
-                return ERR_MEM_ALLOC_FAIL;
-            }
-            updateAbc();
-            const jbyteArray signature = entries->sign(env, object);
-            if (!jni.takePending().empty()) {
-                return ERR_MEM_ALLOC_FAIL;
-            }
-            initVerify();
-            if (!jni.takePending().empty()) {
-                return ERR_MEM_ALLOC_FAIL;
-            }
-            return verdict(hexOf(signature)) == "true" ? OK : ERR_MEM_ALLOC_FAIL;
-        };
-        const Status status = run();
-        entries->destroy(env, object);
-        return status;
-    });
-}
-
-TEST(DsaDer, WritesMinimalIntegers) {
-    for (const auto& [hex, der] : {std::pair{"00", "3006020100020100"}, std::pair{"7f", "300602017f02017f"},
-                                   std::pair{"80", "300802020080"
-                                                   "02020080"},
-                                   std::pair{"0100", "3008020201000202"
-                                                     "0100"}}) {
-        const std::vector<std::uint8_t> bytes = fromHex(der);
-        vlong* r = nullptr;
-        vlong* s = nullptr;
-        ASSERT_EQ(parseDSASignature(bytes.data(), static_cast<std::uint32_t>(bytes.size()), &r, &s), OK) << hex;
-        std::uint8_t* written = nullptr;
-        std::uint32_t length = 0;
-        EXPECT_EQ(createDSASignature(r, s, &written, &length), OK);
-        EXPECT_EQ(toHex({written, length}), der);
-        void* block = written;
-        EXPECT_EQ(memWipeAndFree(&block, length), OK);
-        EXPECT_EQ(VLONG_free(&r, nullptr), OK);
-        EXPECT_EQ(VLONG_free(&s, nullptr), OK);
-    }
+    expectMemoryIsReported(kDsa.privateKey, kDsa.publicKey);
 }
 
 } // namespace

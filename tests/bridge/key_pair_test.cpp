@@ -6,6 +6,8 @@
 #include "tests/bridge/fake_jni_test.h"
 #include "tests/support/faults.h"
 
+#include <algorithm>
+
 extern "C" {
 #define RSA_ENTRY(name) Java_com_vantrel_zel_provider_spi_ZelRsaKeyPairGeneratorSpi_##name
 #define DSA_ENTRY(name) Java_com_vantrel_zel_provider_spi_ZelDsaKeyPairGeneratorSpi_##name
@@ -58,13 +60,8 @@ TEST_F(KeyPairs, RsaExponentIsTheCoresOwn) {
 TEST_F(KeyPairs, DsaParametersAreFresh) {
     const std::vector<jbyte> first = FakeJni::of(dsa(1024)).bytes;
     const std::vector<jbyte> second = FakeJni::of(DSA_ENTRY(generateDsaKeyPair0__I)(env, dsaObject, 1024)).bytes;
-    ASSERT_GT(first.size(), 400u);
-    const auto firstOf = [](const std::vector<jbyte>& der) {
-        return std::vector<jbyte>(der.begin(), der.begin() + 140);
-    };
-    EXPECT_NE(firstOf(first), firstOf(second));
-    EXPECT_EQ(first[0], 0x30);
-    EXPECT_EQ((std::vector<jbyte>(first.begin() + 4, first.begin() + 7)), (std::vector<jbyte>{2, 1, 0}));
+    ASSERT_GT(std::min(first.size(), second.size()), 400u);
+    EXPECT_FALSE(std::equal(first.begin() + 7, first.begin() + 140, second.begin() + 7)); // p
 }
 
 TEST_F(KeyPairs, Refusals) {

@@ -107,32 +107,21 @@ TEST_F(RsaSignature, WithoutAnEngineOrAKey) {
 }
 
 TEST_F(RsaSignature, UnreadableKeys) {
-    struct Case {
-        std::string key;
-        const char* status;
-    };
-    const std::string cut = std::string(kRsa512.privateKey).substr(0, 100);
-    const Case privateKeys[] = {{"", "ERR_EOF"},
-                                {cut, "ERR_EOF"},
-                                {kDsaPrivateKey, "ERR_BAD_KEY_TYPE"},
-                                {kRsa512.publicKey, "ERR_RSA_INVALID_PKCS8"}};
-    const Case publicKeys[] = {{"", "ERR_EOF"}, {"3000", "ERR_RSA_INVALID_PKCS1"}};
     use(kinds[0]);
-    for (const Case& c : privateKeys) {
+    for (const auto& [key, status] : {std::pair{std::string(), "ERR_EOF"},
+                                      {kDsaPrivateKey, "ERR_BAD_KEY_TYPE"},
+                                      {kRsa512.publicKey, "ERR_RSA_INVALID_PKCS8"}}) {
         initVerify(kRsa512); // the engine has had a key before
-        entries->initSign(env, object, array(c.key));
-        EXPECT_EQ(jni.takePending(), kProvider + "unable to read rsa private key : " + c.status);
+        entries->initSign(env, object, array(key));
+        EXPECT_EQ(jni.takePending(), kProvider + "unable to read rsa private key : " + status);
         expectRefused(kSignature + "signature not initialized", kNotForSigning, kNotForVerifying, JNI_FALSE);
     }
-    for (const Case& c : publicKeys) {
-        entries->initVerify(env, object, array(c.key));
-        EXPECT_EQ(jni.takePending(), kProvider + "unable to read rsa public key : " + c.status);
-        expectRefused(kSignature + "signature not initialized", kNotForSigning, kNotForVerifying, JNI_FALSE);
-    }
+    entries->initVerify(env, object, array("3000"));
+    EXPECT_EQ(jni.takePending(), kProvider + "unable to read rsa public key : ERR_RSA_INVALID_PKCS1");
+    expectRefused(kSignature + "signature not initialized", kNotForSigning, kNotForVerifying, JNI_FALSE);
     // A public key where a private one belongs is read, and then cannot sign.
-    const std::string algorithm = "300d06092a864886f70d0101010500";
-    entries->initSign(env, object, array("305e020100" + algorithm + "044a" + kRsa512.publicKey));
-    EXPECT_EQ(jni.pending(), "");
+    entries->initSign(env, object,
+                      array("305e020100300d06092a864886f70d0101010500044a" + std::string(kRsa512.publicKey)));
     entries->sign(env, object);
     EXPECT_EQ(jni.takePending(),
               kSignature + "error generating integer representative signature : ERR_RSA_KEY_NOT_READY");
@@ -191,28 +180,22 @@ TEST_F(RsaSignature, RefusalsOfVerify) {
     EXPECT_EQ(entries->verifySlice(env, object, array("ff" + right), 1, 64), JNI_TRUE) << "the hash is untouched";
 }
 
-// Modulus values that only strangers have: a status or a verdict, and nothing outside a buffer.
+// Moduli of 1, 0, 1, 33 and 36 bytes: a status or a verdict, and nothing outside a buffer.
 TEST_F(RsaSignature, OddModuli) {
-    const struct {
-        std::string key;
-        int k;
-    } cases[] = {{"300602010b020103", 1},
-                 {"3006020100020103", 0},
-                 {"3006020101020103", 1},
-                 {"3027022200" + std::string(66, 'f') + "020103", 33},
-                 {"302a022500" + std::string(72, 'e') + "020103", 36}};
     for (const Kind& kind : kinds) {
         use(kind);
-        for (const auto& c : cases) {
-            SCOPED_TRACE(c.key);
-            const std::string signature(static_cast<std::size_t>(2 * c.k), '1');
-            entries->initVerify(env, object, array(c.key));
-            EXPECT_EQ(jni.pending(), "");
-            EXPECT_NE(verdict(signature), "true");
-            const std::vector<std::uint8_t> key = fromHex(c.key), bytes = fromHex(signature + "00");
+        for (const auto& [der, k] : {std::pair{std::string("300602010b020103"), 1},
+                                     {"3006020100020103", 0},
+                                     {"3006020101020103", 1},
+                                     {"3027022200" + std::string(66, 'f') + "020103", 33},
+                                     {"302a022500" + std::string(72, 'e') + "020103", 36}}) {
+            SCOPED_TRACE(der);
+            entries->initVerify(env, object, array(der));
+            EXPECT_NE(verdict(std::string(static_cast<std::size_t>(2 * k), '1')), "true");
+            const std::vector<std::uint8_t> key = fromHex(der), signature(40, 0x11);
             ZelShaWithRsaSignature engine(kind.type);
             ASSERT_EQ(engine.nativeInitVerify(static_cast<int>(key.size()), key.data()), OK);
-            EXPECT_LT(engine.nativeVerify(bytes.data(), 0, c.k), OK);
+            EXPECT_LT(engine.nativeVerify(signature.data(), 0, k), OK);
         }
     }
 }
@@ -258,41 +241,15 @@ TEST_F(RsaSignature, NativePaths) {
     }
 }
 
-// No refused allocation passes for a signature, or for a verdict other than the right one.
 TEST_F(RsaSignature, ShortOfMemory) {
     use(kinds[0]);
-    testheap::failEach([&]() -> Status {
-        const auto failed = [&] {
-            return !jni.takePending().empty();
-        };
-        const auto run = [&]() -> Status {
-            initSign(kRsa512);
-            if (failed()) {
-                return ERR_MEM_ALLOC_FAIL;
-            }
-            updateAbc();
-            const jbyteArray signature = entries->sign(env, object);
-            if (failed()) {
-                return ERR_MEM_ALLOC_FAIL;
-            }
-            EXPECT_EQ(hexOf(signature), kRsa512.sha1.right);
-            initVerify(kRsa512);
-            if (failed()) {
-                return ERR_MEM_ALLOC_FAIL;
-            }
-            const std::string result = verdict(kRsa512.sha1.right);
-            return result == "true" ? OK : ERR_MEM_ALLOC_FAIL;
-        };
-        const Status status = run();
-        entries->destroy(env, object);
-        return status;
-    });
-    for (const bool newFails : {true, false}) { // and Java's heap
+    expectMemoryIsReported(kRsa512.privateKey, kRsa512.publicKey);
+    for (bool FakeJni::*const refusal : {&FakeJni::newByteArrayGivesNull, &FakeJni::criticalFails}) { // Java's heap
         initSign(kRsa512);
-        (newFails ? jni.newByteArrayGivesNull : jni.criticalFails) = true;
+        jni.*refusal = true;
         entries->sign(env, object);
         EXPECT_EQ(jni.takePending(), kNoMemory);
-        jni.newByteArrayGivesNull = jni.criticalFails = false;
+        jni.*refusal = false;
     }
 }
 

@@ -79,6 +79,26 @@ protected:
         const std::string raised = jni.takePending();
         return raised.empty() ? isValid ? "true" : "false" : raised;
     }
+    // Signs "abc" and verifies it, with each allocation refused in turn: none passes for a signature or a wrong verdict.
+    void expectMemoryIsReported(const char* privateKey, const char* publicKey) {
+        const auto failed = [&] {
+            return !jni.takePending().empty();
+        };
+        testheap::failEach([&]() -> Status {
+            std::string result;
+            entries->initSign(env, object, array(privateKey));
+            if (!failed()) {
+                updateAbc();
+                const jbyteArray signature = entries->sign(env, object);
+                if (!failed()) {
+                    entries->initVerify(env, object, array(publicKey));
+                    result = failed() ? "" : verdict(hexOf(signature));
+                }
+            }
+            entries->destroy(env, object);
+            return result == "true" ? OK : ERR_MEM_ALLOC_FAIL;
+        });
+    }
     // Every entry point that needs an engine, without one or without an initialisation.
     void expectRefused(const std::string& update, const std::string& sign, const std::string& verify,
                        jboolean verifyResult) {

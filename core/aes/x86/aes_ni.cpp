@@ -29,8 +29,8 @@ inline void clearRegisters() {
 
 // Keeps the compiler from holding the keys in registers across blocks: there are too few, and it would spill some to
 // places that nobody wipes.
-inline void leaveKeysInMemory() {
-    __asm__ volatile("" ::: "memory");
+inline void leaveInMemory(const AesNiKeys& keys) {
+    __asm__ volatile("" ::"r"(&keys) : "memory");
 }
 
 enum class Direction { encryption, decryption };
@@ -97,11 +97,11 @@ ZEL_TARGET_AES void parallel(const std::uint32_t* roundKeys, std::int32_t rounds
     const AesNiKeys keys(roundKeys, rounds);
     __m128i before = mode == Parallel::ecb ? _mm_setzero_si128() : load(iv);
     for (; blockCount >= kWide; blockCount -= kWide, input += kWide * kBlockBytes, output += kWide * kBlockBytes) {
-        leaveKeysInMemory();
+        leaveInMemory(keys);
         someBlocks<mode, direction, kWide>(keys, before, input, output);
     }
     for (; blockCount > 0; --blockCount, input += kBlockBytes, output += kBlockBytes) {
-        leaveKeysInMemory();
+        leaveInMemory(keys);
         someBlocks<mode, direction, 1>(keys, before, input, output);
     }
     if (mode != Parallel::ecb) {
@@ -134,7 +134,7 @@ template <Chain chain> ZEL_TARGET_AES void chained(const std::uint32_t* roundKey
         x[0] = _mm_xor_si128(x[0], text);
     }
     for (; blockCount > 0; --blockCount, input += kBlockBytes, output += kBlockBytes) {
-        leaveKeysInMemory();
+        leaveInMemory(keys);
         if (chain == Chain::cbc) {
             text = blockCount > 1 ? load(input + kBlockBytes) : _mm_setzero_si128();
         } else {

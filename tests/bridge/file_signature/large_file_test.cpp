@@ -20,11 +20,12 @@ TEST(LargeFile, TwoGibibytesInConstantMemory) {
     const struct {
         std::uintmax_t size;
         const char* signature;
-    } large =
-#define LARGE_FILE(...) {__VA_ARGS__};
+    } large = {
+#define LARGE_FILE(...) __VA_ARGS__
 #include "tests/bridge/file_signature/vectors.inc"
 #undef LARGE_FILE
-        const std::string path = testing::TempDir() + "zel_large_file";
+    };
+    const std::string path = testing::TempDir() + "zel_large_file";
     ASSERT_TRUE(writeFile(path, {}) && writeFile(path + ".sig", fromHex(large.signature)));
     std::filesystem::resize_file(path, large.size);
     const long before = peakKilobytes();

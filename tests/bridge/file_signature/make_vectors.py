@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes what the tests of the file signature check compare with, into the folder of this script:
 
-    vectors.inc      keys and signatures made by openssl, and two signatures that this model forges with openssl's key
+    vectors.inc      keys and signatures made by openssl, and signatures that this model forges, with the key and without it
     output.txt       the debug output of output_main.cpp, by this model
     ../../tools/...  key.der, good, good.sig, forged, forged.sig: the same kind of things as files, for the command-line tool
 
@@ -30,8 +30,8 @@ def content(size):
 
 
 class Key:
-    def __init__(self, bits):
-        self.pem = openssl("genrsa", "-traditional", str(bits))
+    def __init__(self, bits, *options):
+        self.pem = openssl("genrsa", "-traditional", *options, str(bits))
         self.public = openssl("rsa", "-RSAPublicKey_out", "-outform", "DER", data=self.pem)
         text = openssl("rsa", "-noout", "-text", data=self.pem).decode()
         self.n = self.number(text, "modulus")
@@ -54,6 +54,18 @@ class Key:
         info = PREFIX + digest
         block = b"\0\1" + b"\xff" * (self.k - len(info) - 3) + b"\0" + info
         return pow(int.from_bytes(block, "big"), self.d, self.n).to_bytes(self.k, "big")
+
+
+def forge(digest, k):
+    """A number whose cube begins with the block of a digest: the bytes behind it are anything, which nobody compares."""
+    start = b"\0\1" + b"\xff" * 9 + b"\0" + PREFIX + digest
+    block = int.from_bytes(start.ljust(k, b"\0"), "big")
+    low, high = 0, 1 << 8 * k // 3 + 1
+    while low < high:
+        middle = (low + high) // 2
+        low, high = (middle + 1, high) if middle**3 < block else (low, middle)
+    assert (low**3).to_bytes(k, "big").startswith(start)
+    return low.to_bytes(k, "big")
 
 
 def sha256(data):
@@ -124,6 +136,7 @@ def main():
         size = ends_in_zero(key)
         put(file, "ENDS_IN_ZERO", size, key.sign(content(size)))
         put(file, "FORGED", 5, forged_signature)
+        put(file, "FORGED_WITHOUT_KEY", Key(2048, "-3").public, 5, forge(sha256(content(5)), 256))
         put(file, "LARGE_FILE", LARGE, key.power(digest_of_large()))
         put(file, "LARGEST_KEY", large_key.public, 5, large_key.sign(content(5)))
     files = {"key.der": key.public, "good": content(5), "good.sig": key.sign(content(5)), "forged": content(5),

@@ -12,12 +12,13 @@ namespace filetest {
 
 using Octets = std::vector<std::uint8_t>;
 
-inline const Octets kPublicKey =
-#define PUBLIC_KEY(hex) fromHex(hex);
+inline const Octets kPublicKey = fromHex(
+#define PUBLIC_KEY(hex) hex
 #include "tests/bridge/file_signature/vectors.inc"
 #undef PUBLIC_KEY
+);
 
-    struct SignedFile {
+struct SignedFile {
     unsigned size;
     const char* signature;
 };

@@ -2,9 +2,11 @@
 #include "core/bignum/kernels.h"
 #include "core/bignum/modexp.h"
 #include "core/bignum/vlong_math.h"
+#include "core/cpu/cpu_features.h"
 #include "tests/core/bignum/bignum_support.h"
 
 #include <algorithm>
+#include <memory>
 
 namespace {
 
@@ -175,6 +177,149 @@ TEST(BignumKernels, MontgomeryProducts) {
             }
         }
     });
+}
+
+// Power: an exponentiation with its operands, and the answer of the portable kernel.
+struct Power {
+    Power(Units m, Units b, Units e, std::uint32_t bits)
+        : modulus(m), base(b), exponent(std::move(e)), result(m.size()) {
+        const auto k = sizeOf(modulus);
+        const Number number(modulus);
+        Number square(1), reduced;
+        EXPECT_EQ(VLONG_shiftLeft(square, 128 * k), OK);
+        EXPECT_EQ(VLONG_mod(square, number, reduced.out(), nullptr), OK);
+        radixSquared.assign(reduced.get()->units, reduced.get()->units + reduced.get()->length);
+        radixSquared.resize(k);
+        task = {result.data(),
+                base.data(),
+                exponent.data(),
+                bits,
+                {modulus.data(), radixSquared.data(), VLONG_montNegInverse64(number), k}};
+        const ModExpKernel& portable = modExpKernelTable().back().run;
+        Units scratch(portable.scratchUnits(k, bits));
+        portable.one(task, scratch.data());
+        expected = result;
+    }
+    Power(const Power&) = delete;
+    Power& operator=(const Power&) = delete;
+
+    // Whether the result is right; it is overwritten.
+    bool isRight() {
+        const bool right = result == expected;
+        std::fill(result.begin(), result.end(), kGuard);
+        return right;
+    }
+
+    Units modulus, base, exponent, result, radixSquared, expected;
+    ModExpTask task{};
+};
+
+// Operands whose digits and carries are all zeros, all ones, or nearly so, and random ones, by turns.
+std::unique_ptr<Power> extremePower(std::uint32_t k, std::uint32_t bits, std::uint32_t round, Random& random) {
+    Units modulus(k), base = random.units(k, round % 2 == 0), exponent = random.units((bits + 63) / 64, round % 3 == 0);
+    switch (round % 5) {
+    case 0: // just below the radix
+        modulus.assign(k, ~Unit{0});
+        break;
+    case 1: // a lone top bit
+        modulus[k - 1] = Unit{1} << 63;
+        break;
+    case 2: // the shortest
+        modulus[k - 1] = 1;
+        break;
+    default:
+        modulus = random.units(k, round % 5 == 3);
+        modulus[k - 1] |= 2;
+        break;
+    }
+    modulus[0] |= k == 1 ? 3 : 1;
+    if (round % 7 == 0) { // m - 1
+        base = modulus;
+        base[0] -= 1;
+    } else if (round % 7 == 1) {
+        base.assign(k, 0);
+    } else {
+        base[k - 1] %= modulus[k - 1]; // below m
+    }
+    exponent.back() &= ~Unit{0} >> (63 - (bits - 1) % 64);
+    exponent.back() |= Unit{1} << (bits - 1) % 64;
+    return std::make_unique<Power>(modulus, base, exponent, bits);
+}
+
+TEST(ModExpKernels, AgreeWithThePortableOneAloneAndInPairs) {
+    for (const Kernel<ModExpKernel>& kernel : modExpKernelTable()) {
+        SCOPED_TRACE(kernel.name);
+        Random random(20261121);
+        for (const std::uint32_t k : {1U, 2U, 8U, 9U, 16U, 24U, 32U, 33U}) {
+            for (std::uint32_t round = 0; kernel.isSupported() && kernel.run.takes(k) && round < 70; ++round) {
+                constexpr std::uint32_t kBits[] = {17, 64, 65, 160, 1, 2, 66, 3, 161, 10};
+                const std::uint32_t bits = round == 3 ? 64 * k : kBits[round % 10], otherBits = kBits[(round + 1) % 10];
+                const auto power = extremePower(k, bits, round, random),
+                           other = extremePower(k, otherBits, round / 5 + 1, random);
+                const std::size_t units = kernel.run.scratchUnits(k, std::max(bits, otherBits));
+                Units scratch(units + 2, kGuard);
+                Unit* const unaligned = scratch.data() + round % 2;
+                kernel.run.one(power->task, unaligned);
+                ASSERT_TRUE(power->isRight()) << k << " units, " << bits << " bits, round " << round;
+                if (kernel.run.pair != nullptr) {
+                    kernel.run.pair(power->task, other->task, unaligned);
+                    ASSERT_TRUE(power->isRight()) << k << " units, " << bits << " bits, round " << round;
+                    ASSERT_TRUE(other->isRight()) << k << " units, " << otherBits << " bits, round " << round;
+                }
+                power->task.result = power->base.data(); // in place
+                kernel.run.one(power->task, unaligned);
+                ASSERT_EQ(power->base, power->expected);
+                ASSERT_EQ(unaligned[units], kGuard);
+            }
+        }
+    }
+}
+
+TEST(ModExpKernels, AFactorOfTheModulusRaisedToZero) {
+    for (const Kernel<ModExpKernel>& kernel : modExpKernelTable()) {
+        SCOPED_TRACE(kernel.name);
+        Random random(1);
+        for (std::uint32_t k = 8; kernel.isSupported() && k <= 32; k += 8) {
+            Units root = random.units(k / 2), square(k);
+            root[0] |= 1;
+            root[k / 2 - 1] |= Unit{1} << 63;
+            bignumKernels().squareColumns(square.data(), root.data(), k / 2, k);
+            root.resize(k);
+            for (const std::uint32_t bits : {2U, 65U}) {
+                Power power(square, root, Units{2, 1}, bits);
+                EXPECT_EQ(power.expected, Units(k));
+                Units scratch(kernel.run.scratchUnits(k, bits));
+                kernel.run.one(power.task, scratch.data());
+                EXPECT_TRUE(power.isRight()) << k;
+            }
+        }
+    }
+}
+
+TEST(BignumKernels, TheBestForThisCpuIsActive) {
+    const CpuFeatures& cpu = cpuFeatures();
+#if defined(ZEL_X86_KERNELS)
+    const bool isAdx = cpu.bmi2 && cpu.adx, isIfma = cpu.ifma && cpu.bmi2;
+#else
+    const bool isAdx = false, isIfma = false;
+#endif
+    const auto nameOf = [](std::uint32_t k, Unit low) {
+        Units units(k, low);
+        const ModExpKernel& chosen = modExpKernelFor({units.data(), nullptr, 0, k});
+        for (const Kernel<ModExpKernel>& kernel : modExpKernelTable()) {
+            if (&kernel.run == &chosen) {
+                return kernel.name;
+            }
+        }
+        return "none";
+    };
+    const char* const general = isAdx ? "adx" : "portable";
+    EXPECT_STREQ(chooseKernel(bignumKernelTable()).name, general);
+    for (const std::uint32_t k : {8U, 16U, 24U, 32U}) {
+        EXPECT_STREQ(nameOf(k, 1), isIfma ? "ifma" : general);
+    }
+    EXPECT_STREQ(nameOf(17, 1), general);
+    EXPECT_STREQ(nameOf(16, 2), "portable"); // an even modulus
 }
 
 } // namespace

@@ -7,23 +7,26 @@ namespace {
 
 using namespace keytest;
 
-const Octets kOpensslKey =
-#define OPENSSL_RSA(der) fromHex(der);
+const Octets kOpensslKey = fromHex(
+#define OPENSSL_RSA(hex) hex
 #include "tests/core/pubkey/key_vectors.inc"
 #undef OPENSSL_RSA
-    const Octets kJdkKey =
-#define PKCS8_RSA(der) fromHex(der);
+);
+const Octets kJdkKey = fromHex(
+#define PKCS8_RSA(hex) hex
 #include "tests/core/pubkey/key_vectors.inc"
 #undef PKCS8_RSA
-        struct DsaNumbers {
+);
+struct DsaNumbers {
     const char *pkcs8, *p, *q, *g, *y, *x;
 };
-constexpr DsaNumbers kDsaKey =
-#define DSA_KEY(...) {__VA_ARGS__};
+constexpr DsaNumbers kDsaKey = {
+#define DSA_KEY(...) __VA_ARGS__
 #include "tests/core/pubkey/key_vectors.inc"
 #undef DSA_KEY
+};
 
-    void expectNumbers(const RSAKey* key, const RsaNumbers& numbers, bool isPrivate) {
+void expectNumbers(const RSAKey* key, const RsaNumbers& numbers, bool isPrivate) {
     ASSERT_NE(key, nullptr);
     EXPECT_EQ(key->privateKey, isPrivate ? 1U : 0U);
     EXPECT_EQ(hexOf(key->n), numbers.n);

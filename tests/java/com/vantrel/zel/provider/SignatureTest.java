@@ -8,6 +8,7 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 import static org.junit.jupiter.api.Assumptions.assumeTrue;
 
 import java.io.ByteArrayOutputStream;
+import java.lang.reflect.Proxy;
 import java.math.BigInteger;
 import java.nio.file.Files;
 import java.nio.file.Path;
@@ -21,6 +22,7 @@ import java.security.KeyPairGenerator;
 import java.security.PrivateKey;
 import java.security.Provider;
 import java.security.PublicKey;
+import java.security.Security;
 import java.security.Signature;
 import java.security.SignatureException;
 import java.security.interfaces.DSAPrivateKey;
@@ -60,32 +62,33 @@ class SignatureTest {
         return bytes;
     }
 
-    private static KeyPair keyPair(String algorithm, int bits, Object provider) throws Exception {
-        KeyPairGenerator generator = provider == ZEL ? KeyPairGenerator.getInstance(algorithm, ZEL)
-                : KeyPairGenerator.getInstance(algorithm, (String) provider);
+    private static KeyPair keyPair(String algorithm, int bits, Provider provider) throws Exception {
+        KeyPairGenerator generator = KeyPairGenerator.getInstance(algorithm, provider);
         generator.initialize(bits);
         return generator.generateKeyPair();
     }
 
-    private static String jdkOf(String algorithm) {
-        return algorithm.endsWith("DSA") ? "SUN" : "SunRsaSign";
+    private static Provider jdkOf(String algorithm) {
+        return Security.getProvider(algorithm.endsWith("DSA") ? "SUN" : "SunRsaSign");
+    }
+
+    private static KeyPair jdkPair(String keys, int bits) throws Exception {
+        return keyPair(keys, bits, jdkOf(keys));
     }
 
     private static String keysOf(String algorithm) {
         return algorithm.substring(algorithm.length() - 3);
     }
 
-    private static Signature signing(String algorithm, PrivateKey key, boolean byZel) throws Exception {
-        Signature signature = byZel ? Signature.getInstance(algorithm, ZEL)
-                : Signature.getInstance(algorithm, jdkOf(algorithm));
-        signature.initSign(key);
+    private static Signature signing(String algorithm, KeyPair pair, Provider provider) throws Exception {
+        Signature signature = Signature.getInstance(algorithm, provider);
+        signature.initSign(pair.getPrivate());
         return signature;
     }
 
-    private static Signature verifying(String algorithm, PublicKey key, boolean byZel) throws Exception {
-        Signature signature = byZel ? Signature.getInstance(algorithm, ZEL)
-                : Signature.getInstance(algorithm, jdkOf(algorithm));
-        signature.initVerify(key);
+    private static Signature verifying(String algorithm, KeyPair pair, Provider provider) throws Exception {
+        Signature signature = Signature.getInstance(algorithm, provider);
+        signature.initVerify(pair.getPublic());
         return signature;
     }
 
@@ -96,7 +99,7 @@ class SignatureTest {
             boolean isDsa = algorithm.endsWith("DSA");
             keys.add(Arguments.of(algorithm, "of Zel", keyPair(keysOf(algorithm), 1024, ZEL)));
             for (int bits : isDsa ? new int[] {1024} : new int[] {512, 777, 1025, 2048, 4096}) {
-                keys.add(Arguments.of(algorithm, bits + " of the JDK", keyPair(keysOf(algorithm), bits, jdkOf(algorithm))));
+                keys.add(Arguments.of(algorithm, bits + " of the JDK", jdkPair(keysOf(algorithm), bits)));
             }
         }
         KeyPairGenerator generator = KeyPairGenerator.getInstance("RSA", "SunRsaSign");
@@ -111,10 +114,10 @@ class SignatureTest {
     @ParameterizedTest(name = "{0}, {1}")
     @MethodSource("keys")
     void agreesWithTheJdkAgainAndAgain(String algorithm, String described, KeyPair pair) throws Exception {
-        Signature ourSigning = signing(algorithm, pair.getPrivate(), true);
-        Signature ourVerifying = verifying(algorithm, pair.getPublic(), true);
-        Signature theirSigning = signing(algorithm, pair.getPrivate(), false);
-        Signature theirVerifying = verifying(algorithm, pair.getPublic(), false);
+        Signature ourSigning = signing(algorithm, pair, ZEL);
+        Signature ourVerifying = verifying(algorithm, pair, ZEL);
+        Signature theirSigning = signing(algorithm, pair, jdkOf(algorithm));
+        Signature theirVerifying = verifying(algorithm, pair, jdkOf(algorithm));
         int rounds = algorithm.endsWith("DSA") ? 500 : 20;
         for (int round = 0; round < rounds; ++round) {
             byte[] message = randomBytes(round == 7 ? 3 << 20 : RANDOM.nextInt(300));
@@ -144,9 +147,9 @@ class SignatureTest {
     @ParameterizedTest
     @ValueSource(strings = {"SHA1withRSA", "SHA256withRSA", "SHA1withDSA"})
     void judgesAsTheJdkDoes(String algorithm) throws Exception {
-        KeyPair pair = keyPair(keysOf(algorithm), 1024, jdkOf(algorithm));
+        KeyPair pair = jdkPair(keysOf(algorithm), 1024);
         byte[] message = randomBytes(100);
-        Signature signing = signing(algorithm, pair.getPrivate(), false);
+        Signature signing = signing(algorithm, pair, jdkOf(algorithm));
         signing.update(message);
         byte[] right = signing.sign();
         List<byte[]> bent = new ArrayList<>(List.of(right, new byte[0], new byte[right.length], Arrays.copyOf(right, 4),
@@ -180,8 +183,8 @@ class SignatureTest {
             bent.add(derOf(r, s, s));
             bent.add(derOf(r));
         }
-        Signature ours = verifying(algorithm, pair.getPublic(), true);
-        Signature theirs = verifying(algorithm, pair.getPublic(), false);
+        Signature ours = verifying(algorithm, pair, ZEL);
+        Signature theirs = verifying(algorithm, pair, jdkOf(algorithm));
         for (byte[] signature : bent) {
             assertEquals(verdict(theirs, message, signature), verdict(ours, message, signature),
                     () -> new BigInteger(1, signature).toString(16));
@@ -219,53 +222,24 @@ class SignatureTest {
         }
     }
 
-    /** A key as a program might make one: any numbers, or an encoding of its own. */
-    private static class OddKey implements RSAPublicKey {
-        private static final long serialVersionUID = 1L;
-        private final String format;
-        private final byte[] encoded;
-
-        OddKey(String format, byte[] encoded) {
-            this.format = format;
-            this.encoded = encoded;
-        }
-
-        @Override
-        public String getAlgorithm() {
-            return "RSA";
-        }
-
-        @Override
-        public String getFormat() {
-            return format;
-        }
-
-        @Override
-        public byte[] getEncoded() {
-            return encoded;
-        }
-
-        @Override
-        public BigInteger getModulus() {
-            return BigInteger.TEN;
-        }
-
-        @Override
-        public BigInteger getPublicExponent() {
-            return BigInteger.ONE;
-        }
+    /** A key with an encoding of its own. */
+    private static PublicKey oddKey(String format, byte[] encoded) {
+        return (PublicKey) Proxy.newProxyInstance(SignatureTest.class.getClassLoader(),
+                new Class<?>[] {RSAPublicKey.class}, (proxy, method, arguments) -> {
+                    return method.getName().equals("getFormat") ? format : method.getName().equals("getEncoded") ? encoded : null;
+                });
     }
 
     /** A key that the JDK would not make. */
     private static PublicKey oddRsa(BigInteger n, BigInteger e) {
         byte[] rsaEncryption = {6, 9, 0x2A, (byte) 0x86, 0x48, (byte) 0x86, (byte) 0xF7, 0x0D, 1, 1, 1};
-        return new OddKey("X.509", item(0x30, item(0x30, rsaEncryption), item(3, new byte[1], derOf(n, e))));
+        return oddKey("X.509", item(0x30, item(0x30, rsaEncryption), item(3, new byte[1], derOf(n, e))));
     }
 
     static Stream<Arguments> badKeys() throws Exception {
-        KeyPair rsa = keyPair("RSA", 1024, "SunRsaSign");
-        KeyPair dsa = keyPair("DSA", 1024, "SUN");
-        KeyPair dsa2048 = keyPair("DSA", 2048, "SUN");
+        KeyPair rsa = jdkPair("RSA", 1024);
+        KeyPair dsa = jdkPair("DSA", 1024);
+        KeyPair dsa2048 = jdkPair("DSA", 2048);
         DSAPublicKey y = (DSAPublicKey) dsa.getPublic();
         RSAPrivateCrtKey crt = (RSAPrivateCrtKey) rsa.getPrivate();
         BigInteger n = crt.getModulus();
@@ -278,7 +252,7 @@ class SignatureTest {
                 crt.getCrtCoefficient()));
         PublicKey yOfOne = dsaKeys.generatePublic(new DSAPublicKeySpec(BigInteger.ONE, y.getParams().getP(),
                 y.getParams().getQ(), y.getParams().getG()));
-        PrivateKey pss = keyPair("RSASSA-PSS", 1024, "SunRsaSign").getPrivate();
+        PrivateKey pss = keyPair("RSASSA-PSS", 1024, jdkOf("RSA")).getPrivate();
         byte[] x509 = rsa.getPublic().getEncoded();
         String range = "RSA keys must have 512 to 16384 bits, not ";
         return Stream.of(
@@ -287,11 +261,11 @@ class SignatureTest {
                 Arguments.of("RSA", dsa.getPublic(), "not a RSAPublicKey: DSA"),
                 Arguments.of("DSA", rsa.getPrivate(), "not a DSAPrivateKey: RSA"),
                 Arguments.of("RSA", pss, "the key is not for the algorithm RSA"),
-                Arguments.of("RSA", new OddKey("X.509", null), "the key has no encoding in the format X.509"),
-                Arguments.of("RSA", new OddKey("RAW", x509), "the key has no encoding in the format X.509"),
-                Arguments.of("RSA", new OddKey("X.509", Arrays.copyOf(x509, 40)),
+                Arguments.of("RSA", oddKey("X.509", null), "the key has no encoding in the format X.509"),
+                Arguments.of("RSA", oddKey("RAW", x509), "the key has no encoding in the format X.509"),
+                Arguments.of("RSA", oddKey("X.509", Arrays.copyOf(x509, 40)),
                         "the key's encoding cannot be read: an element that runs past the end"),
-                Arguments.of("RSA", new OddKey("X.509", new byte[0]), "the key's encoding cannot be read: ends too early"),
+                Arguments.of("RSA", oddKey("X.509", new byte[0]), "the key's encoding cannot be read: ends too early"),
                 Arguments.of("RSA", oddRsa(BigInteger.ONE.shiftLeft(16384).add(BigInteger.ONE), f4), range + "16385"),
                 Arguments.of("RSA", oddRsa(BigInteger.ONE.shiftLeft(510).add(BigInteger.ONE), f4), range + "511"),
                 Arguments.of("RSA", oddRsa(n.add(BigInteger.ONE), f4), "the RSA modulus is even"),
@@ -329,7 +303,7 @@ class SignatureTest {
         Signature signature = Signature.getInstance(algorithm, ZEL);
         assertThrows(SignatureException.class, () -> signature.update(new byte[1]));
         assertThrows(SignatureException.class, signature::sign);
-        KeyPair pair = keyPair(keysOf(algorithm), 1024, jdkOf(algorithm));
+        KeyPair pair = jdkPair(keysOf(algorithm), 1024);
         signature.initSign(pair.getPrivate());
         assertThrows(SignatureException.class, () -> signature.sign(new byte[200], 0, 20));
         assertThrows(InvalidAlgorithmParameterException.class, () -> signature.setParameter(PSSParameterSpec.DEFAULT));
@@ -357,7 +331,7 @@ class SignatureTest {
     @CsvSource({"1.2.840.113549.1.1.5,RSA", "1.3.14.3.2.29,RSA", "1.2.840.113549.1.1.11,RSA", "DSA,DSA", "SHAwithDSA,DSA",
         "1.2.840.10040.4.3,DSA"})
     void goesByItsNames(String name, String keys) throws Exception {
-        KeyPair pair = keyPair(keys, 1024, jdkOf(keys));
+        KeyPair pair = jdkPair(keys, 1024);
         Signature theirs = Signature.getInstance(name);
         theirs.initSign(pair.getPrivate());
         Signature ours = Signature.getInstance(name, ZEL);
@@ -450,13 +424,13 @@ class SignatureTest {
         }
         byte[] message = randomBytes(1000);
         Files.write(folder.resolve("message"), message);
-        Signature signing = signing(algorithm, pair.getPrivate(), true);
+        Signature signing = signing(algorithm, pair, ZEL);
         signing.update(message);
         Files.write(folder.resolve("ours"), signing.sign());
         String hash = algorithm.startsWith("SHA1") ? "-sha1" : "-sha256";
         assertEquals("Verified OK", openssl(folder, "dgst", hash, "-verify", "public.pem", "-signature", "ours", "message"));
         openssl(folder, "dgst", hash, "-sign", "private.pem", "-out", "theirs", "message");
-        Signature verifying = verifying(algorithm, pair.getPublic(), true);
+        Signature verifying = verifying(algorithm, pair, ZEL);
         verifying.update(message);
         assertTrue(verifying.verify(Files.readAllBytes(folder.resolve("theirs"))));
     }
