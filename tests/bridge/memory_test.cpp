@@ -3,6 +3,8 @@
 #include "core/random/random.h"
 #include "tests/bridge/engine_uses.h"
 
+#include <ostream>
+
 namespace {
 
 struct Use {
@@ -10,6 +12,10 @@ struct Use {
     std::string (EngineUses::*run)();
     bool takesEveryAllocation; // otherwise they are too many, and are taken ever more sparsely
 };
+
+void PrintTo(const Use& use, std::ostream* out) { // otherwise its bytes are printed, with the padding in it
+    *out << use.name;
+}
 
 class ShortOfMemory : public testing::TestWithParam<Use> {};
 
