@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Prints which share of the lines and branches of each layer the native tests have run, and with --missing the lines with
-a branch that was never taken. Reads what a build of the preset "coverage" has left behind:
+"""Prints which share of the lines and branches of each layer the native tests have run, and with --missing the lines that
+were never run or have a branch that was never taken. Reads what a build of the preset "coverage" has left behind:
 
     cmake --preset coverage && cmake --build --preset coverage && ctest --preset coverage -LE long
     tests/coverage.py [--missing]
@@ -49,5 +49,9 @@ for layer in layers:
     of_layer = lambda counts: [count for where, count in counts.items() if where[0].startswith(layer + "/")]
     print(f"{layer:9} lines {share(of_layer(lines)):24} branches {share(of_layer(branches))}")
 if "--missing" in sys.argv:
-    for name, line in sorted({where[:2] for where, count in branches.items() if count == 0}):
-        print(f"{name}:{line}: {(root / name).read_text().splitlines()[line - 1].strip()}")
+    missing = {where: "line" for where, count in lines.items() if count == 0}
+    for where, count in branches.items():
+        if count == 0:
+            missing.setdefault(where[:2], "branch")
+    for (name, line), what in sorted(missing.items()):
+        print(f"{name}:{line}: {what}: {(root / name).read_text().splitlines()[line - 1].strip()}")
