@@ -10,8 +10,8 @@
 // parseDSAPublicKey: makes the container the DSA public key of der[length], an X.509 SubjectPublicKeyInfo.
 // In/out:  the algorithm's OBJECT IDENTIFIER may be any: what counts is that p, q and g stand behind it. On failure the
 //          container is empty.
-// Errors:  ERR_NULL_POINTER; those of the parser; ERR_CERT_INVALID_STRUCT another structure; ERR_MEM_ALLOC_FAIL; those
-//          of Dsa_SetPublicKey.
+// Errors:  ERR_NULL_POINTER; those of the parser; ERR_CERT_INVALID_STRUCT another structure; ERR_DSA_INVALID_KEYLENGTH p
+//          above 16384 bits or q above 4096; ERR_MEM_ALLOC_FAIL; those of Dsa_SetPublicKey.
 Status parseDSAPublicKey(const std::uint8_t* der, std::uint32_t length, AsymmetricKey* key);
 
 // parseDERInteger: *content, *contentLength := the content octets, inside der, of the INTEGER that der[length] begins

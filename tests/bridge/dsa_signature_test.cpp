@@ -202,6 +202,27 @@ TEST_F(DsaSignature, OddPublicKeys) {
     }
 }
 
+// Parameters with which a check would never end, and the largest that are taken.
+TEST_F(DsaSignature, LargePublicKeys) {
+    const auto item = [](const char* tag, const std::string& content) {
+        const std::size_t size = content.size() / 2;
+        return tag + std::string("82") +
+               toHex(std::vector{static_cast<std::uint8_t>(size >> 8), static_cast<std::uint8_t>(size)}) + content;
+    };
+    const auto integer = [&](std::size_t octets) {
+        return item("02", "00" + std::string(2 * octets - 2, '7'));
+    };
+    for (const auto& [p, q, status] : {std::tuple{2049u, 513u, ""},
+                                       {2050u, 2u, "ERR_DSA_INVALID_KEYLENGTH"},
+                                       {2u, 514u, "ERR_DSA_INVALID_KEYLENGTH"}}) {
+        const std::string algorithm =
+            item("30", "06072a8648ce380401" + item("30", integer(p) + integer(q) + integer(2)));
+        entries->initVerify(env, object, array(item("30", algorithm + item("03", "00" + integer(2)))));
+        const std::string raised = jni.takePending();
+        EXPECT_EQ(raised, *status == 0 ? "" : kProvider + "unable to read dsa public key : " + status);
+    }
+}
+
 TEST_F(DsaSignature, ShortOfMemory) {
     expectMemoryIsReported(kDsa.privateKey, kDsa.publicKey);
 }

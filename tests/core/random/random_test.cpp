@@ -137,7 +137,7 @@ TEST_F(Random, AFailingWaitWritesNothing) {
 TEST_F(Random, ManyThreadsOnOneContext) {
     const Owned context = acquired();
     std::vector<std::thread> threads;
-    for (unsigned thread = 0; thread < 8; ++thread) {
+    for (unsigned thread = 0; thread < 16; ++thread) {
         threads.emplace_back([&context, thread] {
             std::uint8_t bytes[100];
             for (int i = 0; i < 400; ++i) {
@@ -154,7 +154,7 @@ TEST_F(Random, ManyThreadsOnOneContext) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(context->entropyBitCount, 800u);
+    EXPECT_EQ(context->entropyBitCount, 1600u);
     EXPECT_LT(context->state.bitPosition, 512u);
 }
 

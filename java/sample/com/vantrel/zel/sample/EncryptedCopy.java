@@ -3,7 +3,6 @@ package com.vantrel.zel.sample;
 import com.vantrel.zel.provider.ZelSecurityProvider;
 import java.io.IOException;
 import java.io.InputStream;
-import java.io.OutputStream;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.security.GeneralSecurityException;
@@ -55,16 +54,18 @@ final class EncryptedCopy {
     }
 
     private static void encrypt(Path file, Path copy, Cipher cipher) throws IOException, GeneralSecurityException {
-        try (InputStream in = Files.newInputStream(file); OutputStream out = Files.newOutputStream(copy)) {
-            byte[] buffer = new byte[BUFFER_BYTES];
-            for (int read = in.read(buffer); read >= 0; read = in.read(buffer)) {
-                byte[] encrypted = cipher.update(buffer, 0, read);
-                if (encrypted != null) {
-                    out.write(encrypted);
+        WholeFile.write(copy, out -> {
+            try (InputStream in = Files.newInputStream(file)) {
+                byte[] buffer = new byte[BUFFER_BYTES];
+                for (int read = in.read(buffer); read >= 0; read = in.read(buffer)) {
+                    byte[] encrypted = cipher.update(buffer, 0, read);
+                    if (encrypted != null) {
+                        out.write(encrypted);
+                    }
                 }
+                out.write(cipher.doFinal());
             }
-            out.write(cipher.doFinal());
-        }
+        });
     }
 
     private static boolean decryptsTo(Path copy, Path file, Cipher cipher) throws IOException, GeneralSecurityException {

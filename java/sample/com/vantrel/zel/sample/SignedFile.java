@@ -42,7 +42,8 @@ final class SignedFile {
         byte[] bytes = signature.sign();
         String signed = milliseconds(start);
         if (signatureFile != null) {
-            Files.write(signatureFile, bytes);
+            byte[] written = bytes;
+            WholeFile.write(signatureFile, out -> out.write(written));
             bytes = Files.readAllBytes(signatureFile);
         }
 

@@ -4,10 +4,12 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.vantrel.zel.sample.Sample;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.List;
 import java.util.regex.Pattern;
+import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 
@@ -58,5 +60,24 @@ class SampleTest {
         Path file = Files.writeString(folder.resolve("file"), "");
         assertRefused(file + "/below", file + "/below: Not a directory");
         assertRefused("", "usage: Sample FILE");
+    }
+
+    /** No room: a limit on the size of files stands in for a full disk. What was there before stays, nothing is left over. */
+    @Test
+    void withoutRoomNothingChanges() throws Exception {
+        Path file = Files.write(folder.resolve("large"), new byte[300_000]);
+        Path old = Files.writeString(folder.resolve("large.enc"), "old");
+        Process process = new ProcessBuilder("sh", "-c", "ulimit -f 200; exec \"$@\"", "sh",
+                Path.of(System.getProperty("java.home"), "bin", "java").toString(), "-XX:-UsePerfData",
+                "-Djava.library.path=" + Path.of(System.getProperty("zel.library")).getParent(), "-cp",
+                ChildJvm.providerJar() + ":" + System.getProperty("zel.sample.jar"), "com.vantrel.zel.sample.Sample",
+                file.toString()).redirectOutput(ProcessBuilder.Redirect.DISCARD).start();
+        String said = new String(process.getErrorStream().readAllBytes(), StandardCharsets.UTF_8);
+        assertEquals("zel-sample: " + file + ": File too large\n", said);
+        assertEquals(2, process.waitFor());
+        assertEquals("old", Files.readString(old));
+        try (Stream<Path> files = Files.list(folder)) {
+            assertEquals(2, files.count());
+        }
     }
 }

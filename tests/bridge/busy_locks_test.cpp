@@ -1,0 +1,54 @@
+// A thread that holds a lock and sleeps: who waits for it is told after five seconds, and nothing has happened.
+#include "bridge/zel_object.h"
+#include "core/bignum/scoped_vlong.h"
+#include "core/pubkey/key_der.h"
+#include "core/pubkey/rsa.h"
+#include "core/random/fips186.h"
+#include "tests/bridge/engine_uses.h"
+
+#include <latch>
+#include <thread>
+
+namespace {
+
+TEST(BusyLocks, AreWaitedForNoLongerThanTheLimit) {
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
+    EngineUses engines;
+    ASSERT_EQ(engines.draws(), "right");
+    RandomContext* const random = ZelObject::getRandomContext(engines.jni.env());
+
+    ScopedKey key;
+    const std::vector<std::uint8_t> der = fromHex(EngineUses::keys().rsaPrivate);
+    ASSERT_EQ(AsymKey_FromPkcs8Der(der.data(), static_cast<std::uint32_t>(der.size()), key.get()), OK);
+    RSAKey* const rsa = asymKeyRsa(key.get());
+    ScopedVlong input(nullptr), output(nullptr);
+    ASSERT_EQ(VLONG_newValue(2, input.out(), nullptr), OK);
+    const auto blinded = [&] {
+        return Rsa_PrivateOp(rsa, input.get(), randomGenerateCallback, random, output.out(), nullptr);
+    };
+
+    std::latch held(2), done(2);
+    std::thread holder([&] {
+        EXPECT_EQ(rtosMutexWait(random->state.mutex), OK);
+        EXPECT_EQ(rtosMutexWait(rsa->blinding.mutex), OK);
+        held.arrive_and_wait();
+        done.arrive_and_wait(); // asleep
+        EXPECT_EQ(rtosMutexRelease(rsa->blinding.mutex), OK);
+        EXPECT_EQ(rtosMutexRelease(random->state.mutex), OK);
+    });
+    held.arrive_and_wait();
+    std::thread signer([&] { // beside the other, so that both wait the same five seconds
+        EXPECT_EQ(blinded(), ERR_RTOS_MUTEX_WAIT);
+        EXPECT_EQ(output.get(), nullptr);
+    });
+    EXPECT_EQ(engines.draws(),
+              "java/security/ProviderException: error generating random numbers : ERR_RTOS_MUTEX_WAIT");
+    signer.join();
+    done.arrive_and_wait();
+    holder.join();
+
+    EXPECT_EQ(engines.draws(), "right");
+    EXPECT_EQ(blinded(), OK);
+}
+
+} // namespace
