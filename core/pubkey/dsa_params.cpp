@@ -101,7 +101,7 @@ Status searchP(const RandomBytes& random, const DsaSizes& sizes, const std::uint
 } // namespace
 
 Status dsaChooseSizes(std::uint32_t L, std::uint32_t N, DsaHash hash, DsaSizes* sizes) {
-    if (std::ranges::find(kAllowedSizes, std::pair{L, N}) == std::ranges::end(kAllowedSizes)) {
+    if (std::find(std::begin(kAllowedSizes), std::end(kAllowedSizes), std::pair{L, N}) == std::end(kAllowedSizes)) {
         return ERR_DSA_INVALID_KEYLENGTH;
     }
     if (hash >= std::size(kHashes)) {

@@ -109,10 +109,11 @@ public:
     if (bits == 512) {                                                                                                 \
         keys.rsaPublic = publicKey, keys.rsaPrivate = privateKey, keys.rsaSignature = sha256;                          \
     }
+#include "tests/bridge/rsa_vectors.inc"
+#undef RSA_KEY
 #define DSA_KEY(publicKey, otherAlgorithm, privateKey, signature)                                                      \
     keys.dsaPublic = publicKey, keys.dsaPrivate = privateKey;
-#include "tests/bridge/signature_vectors.inc"
-#undef RSA_KEY
+#include "tests/bridge/dsa_example.inc"
 #undef DSA_KEY
             return keys;
         }();
