@@ -29,6 +29,7 @@ import java.security.interfaces.DSAParams;
 import java.security.interfaces.DSAPrivateKey;
 import java.security.interfaces.DSAPublicKey;
 import java.security.interfaces.RSAPrivateCrtKey;
+import java.security.interfaces.RSAPrivateKey;
 import java.security.interfaces.RSAPublicKey;
 import java.security.spec.DSAParameterSpec;
 import java.security.spec.DSAPublicKeySpec;
@@ -42,6 +43,8 @@ import java.util.List;
 import java.util.Random;
 import java.util.concurrent.TimeUnit;
 import java.util.stream.Stream;
+import javax.crypto.Cipher;
+import javax.crypto.SecretKey;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -222,12 +225,18 @@ class SignatureTest {
         }
     }
 
-    /** A key with an encoding of its own. */
+    /** A key that gives the same array at every call. */
+    private static <K extends Key> K oddKey(Class<K> type, String format, byte[] encoded) {
+        return type.cast(Proxy.newProxyInstance(SignatureTest.class.getClassLoader(), new Class<?>[] {type},
+                (proxy, method, arguments) -> {
+                    return method.getName().equals("getFormat") ? format
+                            : method.getName().equals("getEncoded") ? encoded
+                            : method.getName().equals("getAlgorithm") ? "AES" : null;
+                }));
+    }
+
     private static PublicKey oddKey(String format, byte[] encoded) {
-        return (PublicKey) Proxy.newProxyInstance(SignatureTest.class.getClassLoader(),
-                new Class<?>[] {RSAPublicKey.class}, (proxy, method, arguments) -> {
-                    return method.getName().equals("getFormat") ? format : method.getName().equals("getEncoded") ? encoded : null;
-                });
+        return oddKey(RSAPublicKey.class, format, encoded);
     }
 
     /** A key that the JDK would not make. */
@@ -320,6 +329,39 @@ class SignatureTest {
         signature.update(new byte[3]);
         assertThrows(SignatureException.class, () -> signature.verify(new byte[3]));
         assertTrue(signature.verify(area, 9, length), "a failed verify ends its message");
+    }
+
+    /** Keys need not give copies: what is zeroed and what is rewritten for the engine is never the caller's array. */
+    @Test
+    void leavesTheCallersKeysAsTheyAre() throws Exception {
+        KeyPairGenerator generator = KeyPairGenerator.getInstance("RSA", "SunRsaSign");
+        generator.initialize(new RSAKeyGenParameterSpec(1024, new BigInteger("FFFFFFFB", 16)));
+        for (KeyPair pair : List.of(generator.generateKeyPair(), jdkPair("DSA", 1024))) {
+            boolean isRsa = pair.getPublic() instanceof RSAPublicKey;
+            byte[] privateBytes = pair.getPrivate().getEncoded();
+            byte[] publicBytes = pair.getPublic().getEncoded();
+            Class<? extends PrivateKey> privateType = isRsa ? RSAPrivateKey.class : DSAPrivateKey.class;
+            Class<? extends PublicKey> publicType = isRsa ? RSAPublicKey.class : DSAPublicKey.class;
+            PrivateKey privateKey = oddKey(privateType, "PKCS#8", privateBytes);
+            PublicKey publicKey = oddKey(publicType, "X.509", publicBytes);
+            Signature signature = Signature.getInstance(isRsa ? "SHA256withRSA" : "SHA1withDSA", ZEL);
+            for (int round = 0; round < 2; ++round) {
+                signature.initSign(privateKey);
+                signature.initSign(privateKey);
+                byte[] signed = signature.sign();
+                signature.initVerify(publicKey);
+                signature.initVerify(publicKey);
+                assertTrue(signature.verify(signed));
+            }
+            assertArrayEquals(pair.getPrivate().getEncoded(), privateBytes);
+            assertArrayEquals(pair.getPublic().getEncoded(), publicBytes);
+        }
+        byte[] bytes = randomBytes(32);
+        byte[] before = bytes.clone();
+        Cipher cipher = Cipher.getInstance("AES/CBC/PKCS5Padding", ZEL);
+        cipher.init(Cipher.WRAP_MODE, oddKey(SecretKey.class, "RAW", bytes));
+        cipher.wrap(oddKey(SecretKey.class, "RAW", bytes));
+        assertArrayEquals(before, bytes);
     }
 
     @SuppressWarnings("deprecation")
