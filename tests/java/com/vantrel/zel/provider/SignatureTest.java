@@ -263,6 +263,10 @@ class SignatureTest {
                 y.getParams().getQ(), y.getParams().getG()));
         PrivateKey pss = keyPair("RSASSA-PSS", 1024, jdkOf("RSA")).getPrivate();
         byte[] x509 = rsa.getPublic().getEncoded();
+        Object destroyed = Proxy.newProxyInstance(SignatureTest.class.getClassLoader(), new Class<?>[] {RSAPublicKey.class},
+                (proxy, method, arguments) -> {
+                    throw new IllegalStateException("destroyed");
+                });
         String range = "RSA keys must have 512 to 16384 bits, not ";
         return Stream.of(
                 Arguments.of("RSA", null, "key is null"),
@@ -271,6 +275,7 @@ class SignatureTest {
                 Arguments.of("DSA", rsa.getPrivate(), "not a DSAPrivateKey: RSA"),
                 Arguments.of("RSA", pss, "the key is not for the algorithm RSA"),
                 Arguments.of("RSA", oddKey("X.509", null), "the key has no encoding in the format X.509"),
+                Arguments.of("RSA", destroyed, "the key does not give its encoding: destroyed"),
                 Arguments.of("RSA", oddKey("RAW", x509), "the key has no encoding in the format X.509"),
                 Arguments.of("RSA", oddKey("X.509", Arrays.copyOf(x509, 40)),
                         "the key's encoding cannot be read: an element that runs past the end"),

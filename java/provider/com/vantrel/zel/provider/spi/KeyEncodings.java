@@ -20,7 +20,7 @@ final class KeyEncodings {
      *
      * @param type what the key must be an instance of
      * @param format its format, X.509 or PKCS#8
-     * @param check is given a copy of the encoding, to change as it likes; if it returns another array, the copy is zeroed afterwards
+     * @param check is given a copy of the encoding, to change as it likes; if it returns another array, the copy is zeroed
      */
     static byte[] checked(Key key, Class<? extends Key> type, String format, Check check) throws InvalidKeyException {
         if (key == null) {
@@ -47,17 +47,19 @@ final class KeyEncodings {
     }
 
     /**
-     * A copy of a key's encoding for the caller alone, or null. A key may give its own array, which must stay as it is; what a secret
-     * key copies at every call is zeroed.
+     * A copy of a key's encoding for the caller alone, or null. A key may give its own array, which must stay as it is; what a
+     * secret key copies at every call is zeroed.
+     *
+     * @throws InvalidKeyException if the key does not answer, as one that has been destroyed
      */
-    static byte[] copy(Key key) {
-        byte[] given = key.getEncoded();
+    static byte[] copy(Key key) throws InvalidKeyException {
+        byte[] given = given(key);
         if (given == null) {
             return null;
         }
         byte[] copy = given.clone();
         if (!(key instanceof PublicKey)) {
-            byte[] again = key.getEncoded();
+            byte[] again = given(key);
             if (again != given) { // a new array at every call
                 Arrays.fill(given, (byte) 0);
                 if (again != null) {
@@ -66,5 +68,13 @@ final class KeyEncodings {
             }
         }
         return copy;
+    }
+
+    private static byte[] given(Key key) throws InvalidKeyException {
+        try {
+            return key.getEncoded();
+        } catch (RuntimeException e) {
+            throw new InvalidKeyException("the key does not give its encoding: " + e.getMessage(), e);
+        }
     }
 }
