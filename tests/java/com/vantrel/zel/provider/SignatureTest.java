@@ -369,6 +369,28 @@ class SignatureTest {
         assertArrayEquals(before, bytes);
     }
 
+    /** A key that is refused leaves the object as it was, as with the JDK's; one that the engine fails with, uninitialised. */
+    @ParameterizedTest
+    @ValueSource(strings = {"SHA1withRSA", "SHA256withRSA", "SHA1withDSA"})
+    void standsFailedInits(String algorithm) throws Exception {
+        boolean isDsa = algorithm.endsWith("DSA");
+        KeyPair pair = jdkPair(keysOf(algorithm), 1024);
+        PrivateKey ofAnotherKind = jdkPair(isDsa ? "RSA" : "DSA", 1024).getPrivate();
+        Signature signature = signing(algorithm, pair, ZEL);
+        signature.update((byte) 1);
+        assertThrows(InvalidKeyException.class, () -> signature.initSign(ofAnotherKind));
+        signature.update((byte) 2);
+        Signature theirs = verifying(algorithm, pair, jdkOf(algorithm));
+        theirs.update(new byte[] {1, 2});
+        assertTrue(theirs.verify(signature.sign()));
+        byte[] ofVersion5 = pair.getPrivate().getEncoded();
+        ofVersion5[6] = 5; // behind the heads of a SEQUENCE with a length of two bytes and of the INTEGER
+        Class<? extends PrivateKey> type = isDsa ? DSAPrivateKey.class : RSAPrivateKey.class;
+        PrivateKey forTheEngine = oddKey(type, "PKCS#8", ofVersion5);
+        assertThrows(InvalidKeyException.class, () -> signature.initSign(forTheEngine));
+        assertThrows(SignatureException.class, signature::sign);
+    }
+
     @SuppressWarnings("deprecation")
     private static void setParameter(Signature signature) {
         signature.setParameter("name", "value");
