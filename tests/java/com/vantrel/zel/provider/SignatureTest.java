@@ -2,6 +2,7 @@ package com.vantrel.zel.provider;
 
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertNull;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
@@ -19,6 +20,7 @@ import java.security.Key;
 import java.security.KeyFactory;
 import java.security.KeyPair;
 import java.security.KeyPairGenerator;
+import java.security.MessageDigest;
 import java.security.PrivateKey;
 import java.security.Provider;
 import java.security.PublicKey;
@@ -389,6 +391,62 @@ class SignatureTest {
         PrivateKey forTheEngine = oddKey(type, "PKCS#8", ofVersion5);
         assertThrows(InvalidKeyException.class, () -> signature.initSign(forTheEngine));
         assertThrows(SignatureException.class, signature::sign);
+    }
+
+    /** Two threads at one object are a mistake that may cost a program its signatures, but never the virtual machine. */
+    @ParameterizedTest
+    @ValueSource(strings = {"SHA256withRSA", "SHA1withDSA"})
+    void survivesManyThreadsAtOneObject(String algorithm) throws Exception {
+        KeyPair pair = jdkPair(keysOf(algorithm), 1024);
+        Signature shared = signing(algorithm, pair, ZEL);
+        byte[] signed = shared.sign();
+        ManyThreads.run(4, (thread, random) -> {
+            for (int i = 0; i < 500; ++i) {
+                try {
+                    switch (random.nextInt(5)) {
+                        case 0:
+                            shared.initSign(pair.getPrivate());
+                            break;
+                        case 1:
+                            shared.initVerify(pair.getPublic());
+                            break;
+                        case 2:
+                            shared.sign();
+                            break;
+                        case 3:
+                            shared.verify(signed);
+                            break;
+                        default:
+                            shared.update(new byte[random.nextInt(5000)]);
+                    }
+                } catch (SignatureException e) {
+                    continue; // another thread has made something else of the object
+                }
+            }
+        });
+        shared.initSign(pair.getPrivate());
+        assertTrue(verifying(algorithm, pair, jdkOf(algorithm)).verify(shared.sign()));
+        assertThrows(CloneNotSupportedException.class, shared::clone);
+    }
+
+    /** The longest key; since making one takes minutes, the modulus is made for a given signature: s^3 less its message. */
+    @Test
+    void verifiesWithKeysOf16384Bits() throws Exception {
+        byte[] message = randomBytes(50);
+        String hash = String.format("%064x", new BigInteger(1, MessageDigest.getInstance("SHA-256", "SUN").digest(message)));
+        BigInteger encoded = new BigInteger( // RFC 8017, 9.2
+                "0001" + "ff".repeat(2048 - 54) + "00" + "3031300d060960864801650304020105000420" + hash, 16);
+        BigInteger s = BigInteger.ONE.shiftLeft(5461).setBit(5458).add(encoded.not().and(BigInteger.ONE)); // for an odd modulus
+        BigInteger n = s.pow(3).subtract(encoded);
+        assertEquals(16384, n.bitLength());
+        byte[] signed = new byte[2048];
+        byte[] bytes = s.toByteArray();
+        System.arraycopy(bytes, 0, signed, signed.length - bytes.length, bytes.length);
+        Signature signature = Signature.getInstance("SHA256withRSA", ZEL);
+        signature.initVerify(oddRsa(n, BigInteger.valueOf(3)));
+        signature.update(message);
+        assertTrue(signature.verify(signed));
+        assertFalse(signature.verify(signed), "the signature of another message");
     }
 
     @SuppressWarnings("deprecation")
