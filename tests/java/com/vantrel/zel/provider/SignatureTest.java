@@ -9,6 +9,7 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 import static org.junit.jupiter.api.Assumptions.assumeTrue;
 
 import java.io.ByteArrayOutputStream;
+import java.io.File;
 import java.lang.reflect.Proxy;
 import java.math.BigInteger;
 import java.nio.file.Files;
@@ -495,6 +496,11 @@ class SignatureTest {
         assertThrows(InvalidAlgorithmParameterException.class, () -> rsa.initialize(exponent3));
     }
 
+    private static void assumeOpenssl() {
+        assumeTrue(Stream.of(System.getenv("PATH").split(File.pathSeparator))
+                .anyMatch(path -> Files.exists(Path.of(path, "openssl"))), "there is no openssl command");
+    }
+
     private static String openssl(Path folder, String... arguments) throws Exception {
         List<String> command = new ArrayList<>(List.of("openssl"));
         command.addAll(List.of(arguments));
@@ -510,8 +516,7 @@ class SignatureTest {
     @ParameterizedTest
     @ValueSource(strings = {"SHA1withRSA", "SHA256withRSA", "SHA1withDSA"})
     void agreesWithOpenssl(String algorithm, @TempDir Path folder) throws Exception {
-        assumeTrue(Stream.of(System.getenv("PATH").split(":")).anyMatch(path -> Files.exists(Path.of(path, "openssl"))),
-                "there is no openssl command");
+        assumeOpenssl();
         KeyPair pair = keyPair(keysOf(algorithm), 1024, ZEL);
         Files.write(folder.resolve("private"), pair.getPrivate().getEncoded());
         Files.write(folder.resolve("public"), pair.getPublic().getEncoded());
@@ -528,5 +533,41 @@ class SignatureTest {
         Signature verifying = verifying(algorithm, pair, ZEL);
         verifying.update(message);
         assertTrue(verifying.verify(Files.readAllBytes(folder.resolve("theirs"))));
+    }
+
+    /** Keys as it makes and writes them, which the JDK does not get to see. */
+    @ParameterizedTest
+    @ValueSource(strings = {"RSA", "DSA"})
+    void takesKeysOfOpenssl(String kind, @TempDir Path folder) throws Exception {
+        assumeOpenssl();
+        if (kind.equals("RSA")) {
+            openssl(folder, "genpkey", "-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048", "-out", "key");
+        } else {
+            openssl(folder, "genpkey", "-genparam", "-algorithm", "DSA", "-pkeyopt", "dsa_paramgen_bits:1024", "-pkeyopt",
+                    "dsa_paramgen_q_bits:160", "-out", "params");
+            openssl(folder, "genpkey", "-paramfile", "params", "-out", "key");
+        }
+        openssl(folder, "pkcs8", "-topk8", "-nocrypt", "-in", "key", "-outform", "DER", "-out", "private");
+        openssl(folder, "pkey", "-inform", "DER", "-in", "private", "-pubout", "-outform", "DER", "-out", "public");
+        Class<? extends PrivateKey> privateType = kind.equals("RSA") ? RSAPrivateKey.class : DSAPrivateKey.class;
+        Class<? extends PublicKey> publicType = kind.equals("RSA") ? RSAPublicKey.class : DSAPublicKey.class;
+        Signature signature = Signature.getInstance("SHA1with" + kind, ZEL);
+        signature.initSign(oddKey(privateType, "PKCS#8", Files.readAllBytes(folder.resolve("private"))));
+        byte[] signed = signature.sign();
+        signature.initVerify(oddKey(publicType, "X.509", Files.readAllBytes(folder.resolve("public"))));
+        assertTrue(signature.verify(signed));
+        Files.write(folder.resolve("ours"), signed);
+        Files.write(folder.resolve("message"), new byte[0]);
+        assertEquals("Verified OK", openssl(folder, "dgst", "-sha1", "-keyform", "DER", "-verify", "public", "-signature", "ours",
+                "message"));
+    }
+
+    @Test
+    void opensslFindsNoFaultInGeneratedKeys(@TempDir Path folder) throws Exception {
+        assumeOpenssl();
+        for (int i = 0; i < 10; ++i) {
+            Files.write(folder.resolve("private"), keyPair("RSA", 1024, ZEL).getPrivate().getEncoded());
+            assertEquals("RSA key ok", openssl(folder, "rsa", "-inform", "DER", "-in", "private", "-check", "-noout"));
+        }
     }
 }
