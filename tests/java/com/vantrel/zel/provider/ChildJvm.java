@@ -2,14 +2,16 @@ package com.vantrel.zel.provider;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
 
+import java.io.File;
 import java.io.IOException;
+import java.net.URI;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.concurrent.TimeUnit;
 
-/** A Java program run in a virtual machine of its own. */
+/** A Java program run in a virtual machine of its own. Its lines end with a line feed, whatever the system writes. */
 final class ChildJvm {
     final int exitCode;
     final String out;
@@ -27,7 +29,7 @@ final class ChildJvm {
 
     /** The folder of the tests' own classes. */
     static String testClasses() {
-        return ChildJvm.class.getProtectionDomain().getCodeSource().getLocation().getPath();
+        return new File(URI.create(ChildJvm.class.getProtectionDomain().getCodeSource().getLocation().toString())).getPath();
     }
 
     /** What a program prints that ends well and has nothing to complain of. */
@@ -41,7 +43,7 @@ final class ChildJvm {
     /** Runs a program to its end. It sees the provider's jar and the tests, unless the options name another class path. */
     static ChildJvm run(Class<?> program, List<String> options, String... arguments)
             throws IOException, InterruptedException {
-        List<String> all = new ArrayList<>(List.of("-cp", providerJar() + ":" + testClasses()));
+        List<String> all = new ArrayList<>(List.of("-cp", providerJar() + File.pathSeparator + testClasses()));
         all.addAll(options);
         all.add(program.getName());
         all.addAll(List.of(arguments));
@@ -66,10 +68,14 @@ final class ChildJvm {
                 process.destroyForcibly();
                 throw new AssertionError("the child did not end: " + command);
             }
-            return new ChildJvm(process.exitValue(), Files.readString(out), Files.readString(err));
+            return new ChildJvm(process.exitValue(), lines(out), lines(err));
         } finally {
             Files.delete(out);
             Files.delete(err);
         }
+    }
+
+    private static String lines(Path file) throws IOException {
+        return Files.readString(file).replace(System.lineSeparator(), "\n");
     }
 }

@@ -14,8 +14,11 @@ import javax.crypto.Cipher;
 import javax.crypto.spec.IvParameterSpec;
 import javax.crypto.spec.SecretKeySpec;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.condition.EnabledOnOs;
+import org.junit.jupiter.api.condition.OS;
 
-/** Native memory comes back when Java objects are dropped. */
+/** Native memory comes back when Java objects are dropped. Linux says how much a process has. */
+@EnabledOnOs(OS.LINUX)
 class EngineLifetimeTest {
     private static final int DIGESTS = 1_000_000;
 

@@ -5,6 +5,7 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import java.io.File;
 import java.io.IOException;
 import java.math.BigInteger;
 import java.nio.charset.StandardCharsets;
@@ -24,6 +25,8 @@ import javax.crypto.Mac;
 import javax.crypto.spec.SecretKeySpec;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.condition.DisabledOnOs;
+import org.junit.jupiter.api.condition.OS;
 import org.junit.jupiter.api.io.TempDir;
 
 /** How a virtual machine finds the native library and the provider. */
@@ -67,7 +70,7 @@ class LoadingTest {
     }
 
     private String probe(String classPath, Path temporaryFolder) throws Exception {
-        return ChildJvm.outputOf(Probe.class, List.of("-cp", classPath + ":" + ChildJvm.testClasses(),
+        return ChildJvm.outputOf(Probe.class, List.of("-cp", classPath + File.pathSeparator + ChildJvm.testClasses(),
                 "-Djava.io.tmpdir=" + temporaryFolder, "-Djava.library.path=" + libraryPath)).strip();
     }
 
@@ -93,6 +96,7 @@ class LoadingTest {
     }
 
     @Test
+    @DisabledOnOs(value = OS.WINDOWS, disabledReason = "cannot delete a library that is loaded")
     void fromTheJarOrTheLibraryPath() throws Exception {
         assertLoads(ChildJvm.providerJar());
         Files.copy(LIBRARY, libraryPath.resolve(LIBRARY.getFileName()));
@@ -107,6 +111,7 @@ class LoadingTest {
     }
 
     @Test
+    @DisabledOnOs(value = OS.WINDOWS, disabledReason = "the build is on Linux")
     void theJarCarriesTheLibraryOfEachPlatformBuilt() throws Exception {
         Path windows = LIBRARY.resolveSibling("../windows/zelspi.dll");
         try (ZipFile jar = new ZipFile(ChildJvm.providerJar())) {
@@ -122,6 +127,7 @@ class LoadingTest {
     }
 
     @Test
+    @DisabledOnOs(value = OS.WINDOWS, disabledReason = "the library is no ELF file")
     void theLibraryPathIsPreferredEvenWhenItsLibraryIsForAnotherMachine() throws Exception {
         byte[] library = Files.readAllBytes(LIBRARY);
         library[ELF_MACHINE] = ELF_MACHINE_AARCH64;
@@ -131,6 +137,7 @@ class LoadingTest {
     }
 
     @Test
+    @DisabledOnOs(value = OS.WINDOWS, disabledReason = "the names are those of Linux")
     void whatIsMissingIsNamed() throws Exception {
         String said = probe(classesOnly(), temporary);
         assertTrue(said.startsWith("no native library for linux-"), said);
@@ -144,6 +151,7 @@ class LoadingTest {
     }
 
     @Test
+    @DisabledOnOs(value = OS.WINDOWS, disabledReason = "symbolic links want a privilege")
     void staleFoldersAreSweptAndFreshOnesAreNot() throws Exception {
         Path stale = Files.createDirectory(temporary.resolve("zelspi-1-a-0"));
         Files.copy(LIBRARY, stale.resolve(LIBRARY.getFileName()));

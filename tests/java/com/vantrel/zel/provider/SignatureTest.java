@@ -2,12 +2,14 @@ package com.vantrel.zel.provider;
 
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertNull;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 import static org.junit.jupiter.api.Assumptions.assumeTrue;
 
 import java.io.ByteArrayOutputStream;
+import java.io.File;
 import java.lang.reflect.Proxy;
 import java.math.BigInteger;
 import java.nio.file.Files;
@@ -19,6 +21,7 @@ import java.security.Key;
 import java.security.KeyFactory;
 import java.security.KeyPair;
 import java.security.KeyPairGenerator;
+import java.security.MessageDigest;
 import java.security.PrivateKey;
 import java.security.Provider;
 import java.security.PublicKey;
@@ -29,6 +32,7 @@ import java.security.interfaces.DSAParams;
 import java.security.interfaces.DSAPrivateKey;
 import java.security.interfaces.DSAPublicKey;
 import java.security.interfaces.RSAPrivateCrtKey;
+import java.security.interfaces.RSAPrivateKey;
 import java.security.interfaces.RSAPublicKey;
 import java.security.spec.DSAParameterSpec;
 import java.security.spec.DSAPublicKeySpec;
@@ -42,6 +46,8 @@ import java.util.List;
 import java.util.Random;
 import java.util.concurrent.TimeUnit;
 import java.util.stream.Stream;
+import javax.crypto.Cipher;
+import javax.crypto.SecretKey;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
@@ -222,12 +228,18 @@ class SignatureTest {
         }
     }
 
-    /** A key with an encoding of its own. */
+    /** A key that gives the same array at every call. */
+    private static <K extends Key> K oddKey(Class<K> type, String format, byte[] encoded) {
+        return type.cast(Proxy.newProxyInstance(SignatureTest.class.getClassLoader(), new Class<?>[] {type},
+                (proxy, method, arguments) -> {
+                    return method.getName().equals("getFormat") ? format
+                            : method.getName().equals("getEncoded") ? encoded
+                            : method.getName().equals("getAlgorithm") ? "AES" : null;
+                }));
+    }
+
     private static PublicKey oddKey(String format, byte[] encoded) {
-        return (PublicKey) Proxy.newProxyInstance(SignatureTest.class.getClassLoader(),
-                new Class<?>[] {RSAPublicKey.class}, (proxy, method, arguments) -> {
-                    return method.getName().equals("getFormat") ? format : method.getName().equals("getEncoded") ? encoded : null;
-                });
+        return oddKey(RSAPublicKey.class, format, encoded);
     }
 
     /** A key that the JDK would not make. */
@@ -254,6 +266,10 @@ class SignatureTest {
                 y.getParams().getQ(), y.getParams().getG()));
         PrivateKey pss = keyPair("RSASSA-PSS", 1024, jdkOf("RSA")).getPrivate();
         byte[] x509 = rsa.getPublic().getEncoded();
+        Object destroyed = Proxy.newProxyInstance(SignatureTest.class.getClassLoader(), new Class<?>[] {RSAPublicKey.class},
+                (proxy, method, arguments) -> {
+                    throw new IllegalStateException("destroyed");
+                });
         String range = "RSA keys must have 512 to 16384 bits, not ";
         return Stream.of(
                 Arguments.of("RSA", null, "key is null"),
@@ -262,6 +278,7 @@ class SignatureTest {
                 Arguments.of("DSA", rsa.getPrivate(), "not a DSAPrivateKey: RSA"),
                 Arguments.of("RSA", pss, "the key is not for the algorithm RSA"),
                 Arguments.of("RSA", oddKey("X.509", null), "the key has no encoding in the format X.509"),
+                Arguments.of("RSA", destroyed, "the key does not give its encoding: destroyed"),
                 Arguments.of("RSA", oddKey("RAW", x509), "the key has no encoding in the format X.509"),
                 Arguments.of("RSA", oddKey("X.509", Arrays.copyOf(x509, 40)),
                         "the key's encoding cannot be read: an element that runs past the end"),
@@ -322,6 +339,117 @@ class SignatureTest {
         assertTrue(signature.verify(area, 9, length), "a failed verify ends its message");
     }
 
+    /** Keys need not give copies: what is zeroed and what is rewritten for the engine is never the caller's array. */
+    @Test
+    void leavesTheCallersKeysAsTheyAre() throws Exception {
+        KeyPairGenerator generator = KeyPairGenerator.getInstance("RSA", "SunRsaSign");
+        generator.initialize(new RSAKeyGenParameterSpec(1024, new BigInteger("FFFFFFFB", 16)));
+        for (KeyPair pair : List.of(generator.generateKeyPair(), jdkPair("DSA", 1024))) {
+            boolean isRsa = pair.getPublic() instanceof RSAPublicKey;
+            byte[] privateBytes = pair.getPrivate().getEncoded();
+            byte[] publicBytes = pair.getPublic().getEncoded();
+            Class<? extends PrivateKey> privateType = isRsa ? RSAPrivateKey.class : DSAPrivateKey.class;
+            Class<? extends PublicKey> publicType = isRsa ? RSAPublicKey.class : DSAPublicKey.class;
+            PrivateKey privateKey = oddKey(privateType, "PKCS#8", privateBytes);
+            PublicKey publicKey = oddKey(publicType, "X.509", publicBytes);
+            Signature signature = Signature.getInstance(isRsa ? "SHA256withRSA" : "SHA1withDSA", ZEL);
+            for (int round = 0; round < 2; ++round) {
+                signature.initSign(privateKey);
+                signature.initSign(privateKey);
+                byte[] signed = signature.sign();
+                signature.initVerify(publicKey);
+                signature.initVerify(publicKey);
+                assertTrue(signature.verify(signed));
+            }
+            assertArrayEquals(pair.getPrivate().getEncoded(), privateBytes);
+            assertArrayEquals(pair.getPublic().getEncoded(), publicBytes);
+        }
+        byte[] bytes = randomBytes(32);
+        byte[] before = bytes.clone();
+        Cipher cipher = Cipher.getInstance("AES/CBC/PKCS5Padding", ZEL);
+        cipher.init(Cipher.WRAP_MODE, oddKey(SecretKey.class, "RAW", bytes));
+        cipher.wrap(oddKey(SecretKey.class, "RAW", bytes));
+        assertArrayEquals(before, bytes);
+    }
+
+    /** A key that is refused leaves the object as it was, as with the JDK's; one that the engine fails with, uninitialised. */
+    @ParameterizedTest
+    @ValueSource(strings = {"SHA1withRSA", "SHA256withRSA", "SHA1withDSA"})
+    void standsFailedInits(String algorithm) throws Exception {
+        boolean isDsa = algorithm.endsWith("DSA");
+        KeyPair pair = jdkPair(keysOf(algorithm), 1024);
+        PrivateKey ofAnotherKind = jdkPair(isDsa ? "RSA" : "DSA", 1024).getPrivate();
+        Signature signature = signing(algorithm, pair, ZEL);
+        signature.update((byte) 1);
+        assertThrows(InvalidKeyException.class, () -> signature.initSign(ofAnotherKind));
+        signature.update((byte) 2);
+        Signature theirs = verifying(algorithm, pair, jdkOf(algorithm));
+        theirs.update(new byte[] {1, 2});
+        assertTrue(theirs.verify(signature.sign()));
+        byte[] ofVersion5 = pair.getPrivate().getEncoded();
+        ofVersion5[6] = 5; // behind the heads of a SEQUENCE with a length of two bytes and of the INTEGER
+        Class<? extends PrivateKey> type = isDsa ? DSAPrivateKey.class : RSAPrivateKey.class;
+        PrivateKey forTheEngine = oddKey(type, "PKCS#8", ofVersion5);
+        assertThrows(InvalidKeyException.class, () -> signature.initSign(forTheEngine));
+        assertThrows(SignatureException.class, signature::sign);
+    }
+
+    /** Two threads at one object are a mistake that may cost a program its signatures, but never the virtual machine. */
+    @ParameterizedTest
+    @ValueSource(strings = {"SHA256withRSA", "SHA1withDSA"})
+    void survivesManyThreadsAtOneObject(String algorithm) throws Exception {
+        KeyPair pair = jdkPair(keysOf(algorithm), 1024);
+        Signature shared = signing(algorithm, pair, ZEL);
+        byte[] signed = shared.sign();
+        ManyThreads.run(4, (thread, random) -> {
+            for (int i = 0; i < 500; ++i) {
+                try {
+                    switch (random.nextInt(5)) {
+                        case 0:
+                            shared.initSign(pair.getPrivate());
+                            break;
+                        case 1:
+                            shared.initVerify(pair.getPublic());
+                            break;
+                        case 2:
+                            shared.sign();
+                            break;
+                        case 3:
+                            shared.verify(signed);
+                            break;
+                        default:
+                            shared.update(new byte[random.nextInt(5000)]);
+                    }
+                } catch (SignatureException e) {
+                    continue; // another thread has made something else of the object
+                }
+            }
+        });
+        shared.initSign(pair.getPrivate());
+        assertTrue(verifying(algorithm, pair, jdkOf(algorithm)).verify(shared.sign()));
+        assertThrows(CloneNotSupportedException.class, shared::clone);
+    }
+
+    /** The longest key; since making one takes minutes, the modulus is made for a given signature: s^3 less its message. */
+    @Test
+    void verifiesWithKeysOf16384Bits() throws Exception {
+        byte[] message = randomBytes(50);
+        String hash = String.format("%064x", new BigInteger(1, MessageDigest.getInstance("SHA-256", "SUN").digest(message)));
+        BigInteger encoded = new BigInteger( // RFC 8017, 9.2
+                "0001" + "ff".repeat(2048 - 54) + "00" + "3031300d060960864801650304020105000420" + hash, 16);
+        BigInteger s = BigInteger.ONE.shiftLeft(5461).setBit(5458).add(encoded.not().and(BigInteger.ONE)); // for an odd modulus
+        BigInteger n = s.pow(3).subtract(encoded);
+        assertEquals(16384, n.bitLength());
+        byte[] signed = new byte[2048];
+        byte[] bytes = s.toByteArray();
+        System.arraycopy(bytes, 0, signed, signed.length - bytes.length, bytes.length);
+        Signature signature = Signature.getInstance("SHA256withRSA", ZEL);
+        signature.initVerify(oddRsa(n, BigInteger.valueOf(3)));
+        signature.update(message);
+        assertTrue(signature.verify(signed));
+        assertFalse(signature.verify(signed), "the signature of another message");
+    }
+
     @SuppressWarnings("deprecation")
     private static void setParameter(Signature signature) {
         signature.setParameter("name", "value");
@@ -368,6 +496,11 @@ class SignatureTest {
         assertThrows(InvalidAlgorithmParameterException.class, () -> rsa.initialize(exponent3));
     }
 
+    private static void assumeOpenssl() {
+        assumeTrue(Stream.of(System.getenv("PATH").split(File.pathSeparator))
+                .anyMatch(path -> Files.exists(Path.of(path, "openssl"))), "there is no openssl command");
+    }
+
     private static String openssl(Path folder, String... arguments) throws Exception {
         List<String> command = new ArrayList<>(List.of("openssl"));
         command.addAll(List.of(arguments));
@@ -383,8 +516,7 @@ class SignatureTest {
     @ParameterizedTest
     @ValueSource(strings = {"SHA1withRSA", "SHA256withRSA", "SHA1withDSA"})
     void agreesWithOpenssl(String algorithm, @TempDir Path folder) throws Exception {
-        assumeTrue(Stream.of(System.getenv("PATH").split(":")).anyMatch(path -> Files.exists(Path.of(path, "openssl"))),
-                "there is no openssl command");
+        assumeOpenssl();
         KeyPair pair = keyPair(keysOf(algorithm), 1024, ZEL);
         Files.write(folder.resolve("private"), pair.getPrivate().getEncoded());
         Files.write(folder.resolve("public"), pair.getPublic().getEncoded());
@@ -401,5 +533,41 @@ class SignatureTest {
         Signature verifying = verifying(algorithm, pair, ZEL);
         verifying.update(message);
         assertTrue(verifying.verify(Files.readAllBytes(folder.resolve("theirs"))));
+    }
+
+    /** Keys as it makes and writes them, which the JDK does not get to see. */
+    @ParameterizedTest
+    @ValueSource(strings = {"RSA", "DSA"})
+    void takesKeysOfOpenssl(String kind, @TempDir Path folder) throws Exception {
+        assumeOpenssl();
+        if (kind.equals("RSA")) {
+            openssl(folder, "genpkey", "-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048", "-out", "key");
+        } else {
+            openssl(folder, "genpkey", "-genparam", "-algorithm", "DSA", "-pkeyopt", "dsa_paramgen_bits:1024", "-pkeyopt",
+                    "dsa_paramgen_q_bits:160", "-out", "params");
+            openssl(folder, "genpkey", "-paramfile", "params", "-out", "key");
+        }
+        openssl(folder, "pkcs8", "-topk8", "-nocrypt", "-in", "key", "-outform", "DER", "-out", "private");
+        openssl(folder, "pkey", "-inform", "DER", "-in", "private", "-pubout", "-outform", "DER", "-out", "public");
+        Class<? extends PrivateKey> privateType = kind.equals("RSA") ? RSAPrivateKey.class : DSAPrivateKey.class;
+        Class<? extends PublicKey> publicType = kind.equals("RSA") ? RSAPublicKey.class : DSAPublicKey.class;
+        Signature signature = Signature.getInstance("SHA1with" + kind, ZEL);
+        signature.initSign(oddKey(privateType, "PKCS#8", Files.readAllBytes(folder.resolve("private"))));
+        byte[] signed = signature.sign();
+        signature.initVerify(oddKey(publicType, "X.509", Files.readAllBytes(folder.resolve("public"))));
+        assertTrue(signature.verify(signed));
+        Files.write(folder.resolve("ours"), signed);
+        Files.write(folder.resolve("message"), new byte[0]);
+        assertEquals("Verified OK", openssl(folder, "dgst", "-sha1", "-keyform", "DER", "-verify", "public", "-signature", "ours",
+                "message"));
+    }
+
+    @Test
+    void opensslFindsNoFaultInGeneratedKeys(@TempDir Path folder) throws Exception {
+        assumeOpenssl();
+        for (int i = 0; i < 10; ++i) {
+            Files.write(folder.resolve("private"), keyPair("RSA", 1024, ZEL).getPrivate().getEncoded());
+            assertEquals("RSA key ok", openssl(folder, "rsa", "-inform", "DER", "-in", "private", "-check", "-noout"));
+        }
     }
 }

@@ -46,12 +46,12 @@ final class AesKeys {
     }
 
     /**
-     * The encoded form of any key, to be zeroed by the caller.
+     * A copy of the encoded form of any key, to be zeroed by the caller.
      *
      * @throws InvalidKeyException if it has none
      */
     static byte[] encoded(Key key) throws InvalidKeyException {
-        byte[] encoded = key.getEncoded();
+        byte[] encoded = KeyEncodings.copy(key);
         if (encoded == null || encoded.length == 0) {
             throw new InvalidKeyException("the key has no encoded form");
         }

@@ -3,6 +3,7 @@ package com.vantrel.zel.provider.spi;
 import java.io.IOException;
 import java.security.InvalidKeyException;
 import java.security.Key;
+import java.security.PublicKey;
 import java.util.Arrays;
 
 /** The encoded forms of keys, on their way into the native engines. */
@@ -19,7 +20,7 @@ final class KeyEncodings {
      *
      * @param type what the key must be an instance of
      * @param format its format, X.509 or PKCS#8
-     * @param check is given an array of its own; if it returns another one, that is zeroed afterwards
+     * @param check is given a copy of the encoding, to change as it likes; if it returns another array, the copy is zeroed
      */
     static byte[] checked(Key key, Class<? extends Key> type, String format, Check check) throws InvalidKeyException {
         if (key == null) {
@@ -28,7 +29,7 @@ final class KeyEncodings {
         if (!type.isInstance(key)) {
             throw new InvalidKeyException("not a " + type.getSimpleName() + ": " + key.getAlgorithm());
         }
-        byte[] encoded = key.getEncoded();
+        byte[] encoded = copy(key);
         if (encoded == null || !format.equals(key.getFormat())) {
             throw new InvalidKeyException("the key has no encoding in the format " + format);
         }
@@ -42,6 +43,38 @@ final class KeyEncodings {
             if (result != encoded) {
                 Arrays.fill(encoded, (byte) 0);
             }
+        }
+    }
+
+    /**
+     * A copy of a key's encoding for the caller alone, or null. A key may give its own array, which must stay as it is; what a
+     * secret key copies at every call is zeroed.
+     *
+     * @throws InvalidKeyException if the key does not answer, as one that has been destroyed
+     */
+    static byte[] copy(Key key) throws InvalidKeyException {
+        byte[] given = given(key);
+        if (given == null) {
+            return null;
+        }
+        byte[] copy = given.clone();
+        if (!(key instanceof PublicKey)) {
+            byte[] again = given(key);
+            if (again != given) { // a new array at every call
+                Arrays.fill(given, (byte) 0);
+                if (again != null) {
+                    Arrays.fill(again, (byte) 0);
+                }
+            }
+        }
+        return copy;
+    }
+
+    private static byte[] given(Key key) throws InvalidKeyException {
+        try {
+            return key.getEncoded();
+        } catch (RuntimeException e) {
+            throw new InvalidKeyException("the key does not give its encoding: " + e.getMessage(), e);
         }
     }
 }

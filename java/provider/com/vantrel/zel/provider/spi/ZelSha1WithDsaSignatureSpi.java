@@ -7,7 +7,10 @@ import java.security.PrivateKey;
 import java.security.PublicKey;
 import java.security.SignatureException;
 
-/** The signature SHA1withDSA with keys of 1024 and 160 bits, computed by the native library. */
+/**
+ * The signature SHA1withDSA with keys of 1024 and 160 bits, computed by the native library. Its random numbers come from the
+ * library's own generator, also where {@code initSign} is given a SecureRandom.
+ */
 public final class ZelSha1WithDsaSignatureSpi extends ZelSignatureSpi {
     /** What the engine says of a well-formed signature that is wrong. */
     private static final String WRONG = "error verifying signature";

@@ -16,7 +16,8 @@ import java.util.function.LongConsumer;
 
 /**
  * What the signatures have in common. The native engine forgets its key with every signature; this class keeps the key's
- * encoding and initialises the engine again for the next message, so that the object stays usable, as every Signature does.
+ * encoding and initialises the engine again for the next message, so that the object stays usable, as every Signature does. A
+ * key that is refused leaves the object as it was; one that the engine fails with leaves it uninitialised.
  *
  * <p>A signature is not made for two threads at once. The locks turn that mistake of a program into wrong signatures, where
  * it would be the end of the whole virtual machine.
@@ -94,9 +95,12 @@ abstract class ZelSignatureSpi extends SignatureSpi {
         try {
             makeReady();
         } catch (ProviderException e) {
-            mode = Mode.NONE;
-            key.forget();
             throw new InvalidKeyException(e.getMessage(), e);
+        } finally {
+            if (!isReady) { // whatever was thrown: no message is to begin half initialised
+                mode = Mode.NONE;
+                key.forget();
+            }
         }
     }
 

@@ -12,6 +12,8 @@ import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.PosixFilePermissions;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.condition.DisabledOnOs;
+import org.junit.jupiter.api.condition.OS;
 import org.junit.jupiter.api.io.TempDir;
 
 /** The private copy of the library, while it is there. */
@@ -26,6 +28,7 @@ class UnpackedLibraryTest {
     }
 
     @Test
+    @DisabledOnOs(OS.WINDOWS) // has other permissions
     void isItsOwnersAloneAndThenGone(@TempDir Path temporary) throws Exception {
         byte[] library = {1, 2};
         try (UnpackedLibrary first = of(new ByteArrayInputStream(library), temporary);
