@@ -85,6 +85,8 @@ TEST(Prime, LucasTest) {
     std::uint32_t flag = 9;
     EXPECT_EQ(PRIME_lucasTest(Number(Unit{0}), &flag, nullptr), ERR_EVEN_NUMBER);
     EXPECT_EQ(flag, 0U);
+    // 4096 units, whose squared radix has no room.
+    EXPECT_EQ(PRIME_lucasTest(nearPower(64 * 4096 - 1, 1), &flag, nullptr), ERR_BAD_LENGTH);
 }
 
 // The smallest numbers that are strong pseudoprimes to the first n prime bases (Jaeschke; Jiang and Deng; Sorenson and
