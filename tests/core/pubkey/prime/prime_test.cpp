@@ -57,6 +57,11 @@ TEST(Prime, JacobiSymbolAndDiscriminant) {
         EXPECT_EQ(PRIME_jacobi(Number(row.a), Number(row.n), &symbol, nullptr), OK);
         EXPECT_EQ(symbol, row.symbol) << row.a << " over " << row.n;
     }
+    Number longZero(Unit{1}); // as Montgomery products give it: of length 1
+    longZero.get()->units[0] = 0;
+    std::int32_t symbol = 9;
+    EXPECT_EQ(PRIME_jacobi(longZero, Number(3), &symbol, nullptr), OK);
+    EXPECT_EQ(symbol, 0);
     const std::pair<Number, const char*> kDiscriminants[] = {
         {Number(19), "-7"}, {Number(23), "5"}, {nearPower(127, -1), "5"}, {nearPower(521, -1), "-7"}};
     for (const auto& [n, expected] : kDiscriminants) {
