@@ -1,5 +1,5 @@
 // The key pair generators through their entry points.
-#include "bridge/zel_object.h"
+#include "bridge/key_pair_steps.h"
 #include "core/bignum/vlong_math.h"
 #include "core/pubkey/key_der.h"
 #include "core/random/random.h"
@@ -85,6 +85,10 @@ TEST_F(KeyPairs, Refusals) {
         EXPECT_EQ(dsa(size), nullptr);
         EXPECT_EQ(jni.takePending(), provider + "error generating dsa key pair : ERR_DSA_INVALID_KEYLENGTH");
     }
+    const KeyPairSteps nothingMade = {
+        "", "", AsymKey_MakeRsa, [](const RandomBytes&, AsymmetricKey*, jint) -> Status { return OK; }, RsaKey_ToDer};
+    EXPECT_EQ(refused(newKeyPair(env, 1024, nothingMade)),
+              provider + "error generating DER from key : ERR_RSA_KEY_NOT_READY");
     for (const bool isRsa : {true, false}) {
         const std::string name = isRsa ? "rsa" : "dsa";
         const auto generate = [&] {
