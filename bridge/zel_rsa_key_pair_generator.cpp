@@ -8,10 +8,11 @@ namespace {
 
 constexpr jint kMaxKeySize = 16384;
 constexpr jint kKeySizeStep = 128;
+constexpr jint kTooSmallForCore = 896; // this and less is below 1024 also when rounded: the core refuses it at once
 
 Status generate(const RandomBytes& random, AsymmetricKey* key, jint keySize) {
     // Refused here because the core would search for ever, or for days.
-    if (keySize <= 0 || keySize > kMaxKeySize || keySize % kKeySizeStep != 0) {
+    if (keySize < 0 || keySize > kMaxKeySize || (keySize > kTooSmallForCore && keySize % kKeySizeStep != 0)) {
         return ERR_INVALID_ARG;
     }
     return Rsa_GenerateKey(random, asymKeyRsa(key), static_cast<std::uint32_t>(keySize), nullptr);

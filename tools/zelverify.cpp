@@ -128,8 +128,11 @@ Verdict verify(const RSAKey& key, const Digest& digest, const Bytes& signature) 
         return {kUnknown, "the key has no modulus"};
     }
     if (signature.size() != k) {
-        return {kBad, "the signature has " + std::to_string(signature.size()) + " bytes, the key's have " +
-                          std::to_string(k)};
+        const bool isCut = signature.size() > kMaxSignatureBytes; // as smallFile reads it
+        return {kBad,
+                "the signature has " +
+                    (isCut ? "more than " + std::to_string(kMaxSignatureBytes) : std::to_string(signature.size())) +
+                    " bytes, the key's have " + std::to_string(k)};
     }
     if (const Status status = Rsa_BytesToVlong(signature.data(), k, s.out()); isError(status)) {
         return {kUnknown, textOf(status)};

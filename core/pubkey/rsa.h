@@ -5,8 +5,10 @@
 // as they were, except that the blinding pair may have been replaced. "Errors: growth" as in vlong.h.
 // Threads: one private key may be used from several threads at once: the blinding pair has its lock, and the rest of
 // the key is only read. Preparation and generation need the key for themselves.
-// Secrets: an unblinded private operation takes time that depends on the input where no constant-time exponentiation
-// kernel runs (core/bignum/kernels.h).
+// Secrets: an unblinded private operation takes time that depends on the input and the primes: the reduction of the input
+// by each prime and the recombination of the two halves divide, compare and multiply in time that depends on the values,
+// also where a constant-time exponentiation kernel runs (core/bignum/modexp.h); where none does so do the powers.
+// Blinding makes that time independent of the input.
 #ifndef ZELSPI_CORE_PUBKEY_RSA_H
 #define ZELSPI_CORE_PUBKEY_RSA_H
 

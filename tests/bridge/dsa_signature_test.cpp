@@ -142,6 +142,11 @@ TEST_F(DsaSignature, RefusalsOfSign) {
         EXPECT_EQ(entries->sign(env, object), nullptr) << "the signature is lost, and the key is gone";
         EXPECT_EQ(jni.takePending(), kNotForSigning);
     }
+    // x = 1 leaves no room for a random k: it is 0, and s is.
+    const std::string privateKey = kDsa.privateKey;
+    entries->initSign(env, object, array(privateKey.substr(0, privateKey.size() - 40) + std::string(39, '0') + '1'));
+    EXPECT_EQ(refused(entries->sign(env, object)),
+              failedSign("error signing message, failed to verify", "ERR_PKCS7_INVALID_SIGNATURE"));
     initSign();
     EXPECT_EQ(entries->signInto(env, object, nullptr, 0, 60), 0);
     EXPECT_EQ(jni.takePending(), kNullArray);
@@ -224,7 +229,18 @@ TEST_F(DsaSignature, LargePublicKeys) {
 }
 
 TEST_F(DsaSignature, ShortOfMemory) {
-    expectMemoryIsReported(kDsa.privateKey, kDsa.publicKey);
+    const char* const internal = "ERR_INTERNAL_ERROR";
+    expectMemoryIsReported(
+        kDsa.privateKey, kDsa.publicKey,
+        {"sign: " + failedSign(kNoDigest.substr(kSignature.size()), internal),
+         "sign: " + failedSign("converting message to vlong" + kRefused, internal),
+         "sign: " + failedSign("error signing message" + kRefused, internal),
+         "sign: " + failedSign("error creating dsa signature" + kRefused, internal),
+         // Memory that the check of the fresh signature lacks counts as a signature that does not hold.
+         "sign: " + failedSign("error signing message, failed to verify", "ERR_PKCS7_INVALID_SIGNATURE"),
+         "verify: " + kNoDigest, "verify: " + kSignature + "converting message to vlong" + kRefused,
+         "verify: " + kSignature + "error parsing signature" + kRefused,
+         "verify: " + kSignature + "error verifying signature" + kRefused});
 }
 
 } // namespace

@@ -1,5 +1,5 @@
 // The key pair generators through their entry points.
-#include "bridge/zel_object.h"
+#include "bridge/key_pair_steps.h"
 #include "core/bignum/vlong_math.h"
 #include "core/pubkey/key_der.h"
 #include "core/random/random.h"
@@ -66,15 +66,17 @@ TEST_F(KeyPairs, DsaParametersAreFresh) {
 
 TEST_F(KeyPairs, Refusals) {
     const std::string provider = "java/security/ProviderException: ";
-    for (const auto& [size, status] : {std::pair{0, "ERR_INVALID_ARG"},
-                                       {-1, "ERR_INVALID_ARG"},
+    for (const auto& [size, status] : {std::pair{-1, "ERR_INVALID_ARG"},
                                        {-1024, "ERR_INVALID_ARG"},
-                                       {1000, "ERR_INVALID_ARG"},
+                                       {897, "ERR_INVALID_ARG"},
+                                       {1023, "ERR_INVALID_ARG"},
                                        {1100, "ERR_INVALID_ARG"},
                                        {16512, "ERR_INVALID_ARG"},
                                        {INT32_MAX, "ERR_INVALID_ARG"},
                                        {INT32_MIN, "ERR_INVALID_ARG"},
-                                       {128, "ERR_RSA_KEY_LENGTH_TOO_SMALL"},
+                                       {0, "ERR_RSA_KEY_LENGTH_TOO_SMALL"},
+                                       {1, "ERR_RSA_KEY_LENGTH_TOO_SMALL"},
+                                       {895, "ERR_RSA_KEY_LENGTH_TOO_SMALL"},
                                        {896, "ERR_RSA_KEY_LENGTH_TOO_SMALL"}}) {
         EXPECT_EQ(rsa(size), nullptr);
         EXPECT_EQ(jni.takePending(), provider + "error generating rsa key pair : " + status);
@@ -83,6 +85,10 @@ TEST_F(KeyPairs, Refusals) {
         EXPECT_EQ(dsa(size), nullptr);
         EXPECT_EQ(jni.takePending(), provider + "error generating dsa key pair : ERR_DSA_INVALID_KEYLENGTH");
     }
+    const KeyPairSteps nothingMade = {
+        "", "", AsymKey_MakeRsa, [](const RandomBytes&, AsymmetricKey*, jint) -> Status { return OK; }, RsaKey_ToDer};
+    EXPECT_EQ(refused(newKeyPair(env, 1024, nothingMade)),
+              provider + "error generating DER from key : ERR_RSA_KEY_NOT_READY");
     for (const bool isRsa : {true, false}) {
         const std::string name = isRsa ? "rsa" : "dsa";
         const auto generate = [&] {

@@ -184,14 +184,14 @@ TEST_F(RsaSignature, RefusalsOfVerify) {
 TEST_F(RsaSignature, OddModuli) {
     for (const Kind& kind : kinds) {
         use(kind);
-        for (const auto& [der, k] : {std::pair{std::string("300602010b020103"), 1},
-                                     {"3006020100020103", 0},
-                                     {"3006020101020103", 1},
-                                     {"3027022200" + std::string(66, 'f') + "020103", 33},
-                                     {"302a022500" + std::string(72, 'e') + "020103", 36}}) {
+        for (const auto& [der, k, expected] : {std::tuple{std::string("300602010b020103"), 1, std::string("false")},
+                                               {"3006020100020103", 0, kInvalid + " : ERR_BAD_MODULO"},
+                                               {"3006020101020103", 1, "false"},
+                                               {"3027022200" + std::string(66, 'f') + "020103", 33, "false"},
+                                               {"302a022500" + std::string(72, 'e') + "020103", 36, "false"}}) {
             SCOPED_TRACE(der);
             entries->initVerify(env, object, array(der));
-            EXPECT_NE(verdict(std::string(static_cast<std::size_t>(2 * k), '1')), "true");
+            EXPECT_EQ(verdict(std::string(static_cast<std::size_t>(2 * k), '1')), expected);
             const std::vector<std::uint8_t> key = fromHex(der), signature(40, 0x11);
             ZelShaWithRsaSignature engine(kind.type);
             ASSERT_EQ(engine.nativeInitVerify(static_cast<int>(key.size()), key.data()), OK);
@@ -243,7 +243,12 @@ TEST_F(RsaSignature, NativePaths) {
 
 TEST_F(RsaSignature, ShortOfMemory) {
     use(kinds[0]);
-    expectMemoryIsReported(kRsa512.privateKey, kRsa512.publicKey);
+    expectMemoryIsReported(kRsa512.privateKey, kRsa512.publicKey,
+                           {"sign: " + kNoDigest, "sign: " + kSignature + "error generating signature array" + kRefused,
+                            "sign: " + kSignature + "error generating integer representative message" + kRefused,
+                            "sign: " + kSignature + "error generating integer representative signature" + kRefused,
+                            "verify: " + kNoDigest, "verify: " + kInvalid + kRefused,
+                            "verify: " + kSignature + "error generating integer representative signature" + kRefused});
     for (bool FakeJni::*const refusal : {&FakeJni::newByteArrayGivesNull, &FakeJni::criticalFails}) { // Java's heap
         initSign(kRsa512);
         jni.*refusal = true;

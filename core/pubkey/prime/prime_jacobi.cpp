@@ -26,7 +26,7 @@ Status PRIME_jacobi(const vlong* a, const vlong* n, std::int32_t* symbol, vlong*
     bool isNegative = upper.get()->negative != 0 && lowBits(lower.get(), 3) == 3;
     upper.get()->negative = 0;
     while (VLONG_cmpUnit(lower.get(), 1) > 0) {
-        if (VLONG_isZero(upper.get())) {
+        if (VLONG_bitLength(upper.get()) == 0) { // a Montgomery product that is zero has length 1
             return OK;
         }
         const Unit lowerMod8 = lowBits(lower.get(), 7);

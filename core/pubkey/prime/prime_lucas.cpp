@@ -92,6 +92,9 @@ private:
 Status primeLucasTest(const MontgomeryCtx& context, std::uint32_t* flag, vlong** queue) {
     *flag = 0;
     const vlong* const n = context.modulus;
+    if (2 * n->length + 2 > kMaxUnits) { // the context has no radixSquared to read
+        return ERR_BAD_LENGTH;
+    }
     ScopedVlong d(queue), q(queue), inverse(queue), index(queue);
     RETURN_IF_ERROR(PRIME_selfridgeD(n, d.out(), queue));
     const bool isDNegative = d.get()->negative != 0;

@@ -57,6 +57,11 @@ TEST(Prime, JacobiSymbolAndDiscriminant) {
         EXPECT_EQ(PRIME_jacobi(Number(row.a), Number(row.n), &symbol, nullptr), OK);
         EXPECT_EQ(symbol, row.symbol) << row.a << " over " << row.n;
     }
+    Number longZero(Unit{1}); // as Montgomery products give it: of length 1
+    longZero.get()->units[0] = 0;
+    std::int32_t symbol = 9;
+    EXPECT_EQ(PRIME_jacobi(longZero, Number(3), &symbol, nullptr), OK);
+    EXPECT_EQ(symbol, 0);
     const std::pair<Number, const char*> kDiscriminants[] = {
         {Number(19), "-7"}, {Number(23), "5"}, {nearPower(127, -1), "5"}, {nearPower(521, -1), "-7"}};
     for (const auto& [n, expected] : kDiscriminants) {
@@ -85,6 +90,8 @@ TEST(Prime, LucasTest) {
     std::uint32_t flag = 9;
     EXPECT_EQ(PRIME_lucasTest(Number(Unit{0}), &flag, nullptr), ERR_EVEN_NUMBER);
     EXPECT_EQ(flag, 0U);
+    // 4096 units, whose squared radix has no room.
+    EXPECT_EQ(PRIME_lucasTest(nearPower(64 * 4096 - 1, 1), &flag, nullptr), ERR_BAD_LENGTH);
 }
 
 // The smallest numbers that are strong pseudoprimes to the first n prime bases (Jaeschke; Jiang and Deng; Sorenson and
