@@ -22,11 +22,12 @@ struct RsaVector {
 };
 
 const RsaVector kKeys[] = {
-#define RSA_KEY(...) {__VA_ARGS__},
+#define RSA_KEY(bits, publicKey, privateKey, right1, tail1, head1, right256, tail256, head256)                         \
+    {bits, publicKey, privateKey, {right1, tail1, head1}, {right256, tail256, head256}},
 #include "tests/bridge/rsa_vectors.inc"
 #undef RSA_KEY
 };
-const RsaVector &kRsa488 = kKeys[0], &kRsa512 = kKeys[1], &kRsa1024 = kKeys[2];
+const RsaVector &kRsa512 = kKeys[1], &kRsa1024 = kKeys[2];
 
 const char* const kDsaPrivateKey =
 #define DSA_KEY(publicKey, otherAlgorithm, privateKey, signature) privateKey;
