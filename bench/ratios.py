@@ -28,13 +28,18 @@ def measure(program, arguments):
     return report["context"], found
 
 
+def order(work):
+    """A key that sorts rows by name and by their numbers."""
+    return [int(part) if part.isdigit() else part for part in work.split("/")]
+
+
 def main():
     if len(sys.argv) < 2:
         raise SystemExit(__doc__)
     context, measured = measure(sys.argv[1], sys.argv[2:])
     print("; ".join(f"{key}: {value}" for key, value in context.items() if "kernel" in key or key in ("CPU", "compiler")))
     ours = {work: (time, rate) for who, work, time, rate in measured if who == OURS}
-    for who, work, time, _ in sorted(measured, key=lambda row: [int(x) if x.isdigit() else x for x in row[1].split("/")]):
+    for who, work, time, _ in sorted(measured, key=lambda row: order(row[1])):
         if who != OURS and work in ours and not who.startswith("kernel-"):
             our_time, rate = ours[work]
             speed = f"{rate / 1e6:9.1f} MB/s" if rate else f"{our_time:12.1f} ns"

@@ -18,14 +18,15 @@ KEPT = ROOT / "build" / "performance.json"
 # Programs of the preset `bench` and the rows that count.
 NATIVE = {
     "hash": r"/SHA-(1|256|512)/(64|16384)$",
-    "aes": r"/CBC-256-(encrypt|decrypt)/(1024|16384)$",
-    "random": r".",
-    "rsa": r".",
-    "prime": r".",
+    "aes": r"/(CBC|CFB)-256/(encrypt|decrypt)/16384$",
+    "random": r"/random/16384$",
+    "rsa": r"/(sign|verify|load)/",
+    "prime": r"/(rsa|dsa)-",
 }
+CALLED = {"rsa": "RSA "} # what a program's rows leave out
 # Rows of the Java comparison that count.
-JAVA = re.compile(r"^(digest SHA-(1|256) (64|16384)|cipher \w+ 16384|random 16384|RSA|DSA|signature|keypair)")
-JAVA_ROW = re.compile(r"^(?P<work>.+?)\s+(?P<nanos>[\d.]+) ns\s+(?:[\d.]+ MB/s)?\s*(?P<peers>.*)$")
+JAVA = re.compile(r"^(digest SHA-(1|256) (64|16384)|cipher \w+ 16384|random 16384|SHA\d+with\w+ \d+ (sign|verify)|.* key pair)\s")
+JAVA_ROW = re.compile(r"^(?P<work>.+?)\s+(?:median\s+)?(?P<time>[\d.]+) (?P<unit>ns|ms)(?P<peers>.*)$")
 JAVA_PEER = re.compile(r"([\d.]+) of (\S+)")
 
 
@@ -43,12 +44,13 @@ def native_rows():
         times = {}
         for who, work, time, rate in measured:
             times.setdefault(work, {})[who] = (time, rate)
-        for work, by_whom in times.items():
+        for work, by_whom in sorted(times.items(), key=lambda item: ratios.order(item[0])):
             if ratios.OURS in by_whom:
                 ours, rate = by_whom[ratios.OURS]
                 peers = {who: time / ours for who, (time, _) in by_whom.items()
                          if who != ratios.OURS and not who.startswith("kernel-")}
-                found.append((work.replace("/", " "), ours, rate, peers))
+                label = CALLED.get(name, "") + re.sub("/iterations:.*", "", work).replace("/", " ")
+                found.append((label, ours, rate, peers))
     return said, found
 
 
@@ -60,7 +62,7 @@ def java_rows():
         row = JAVA_ROW.match(line)
         if row and JAVA.match(line):
             peers = {peer: float(ratio) for ratio, peer in JAVA_PEER.findall(row["peers"])}
-            found.append((row["work"], float(row["nanos"]), None, peers))
+            found.append((row["work"], float(row["time"]) * (1e6 if row["unit"] == "ms" else 1), None, peers))
     return version, found
 
 
