@@ -127,6 +127,28 @@ TEST_F(FileSignature, ArgumentsInTheirOrder) {
     EXPECT_EQ(check(kPublicKey, path_), kNotOpened);
 }
 
+// Narrow paths as they come: with a space, with a byte that is a letter in Windows' western code page, of 255 characters.
+TEST_F(FileSignature, Names) {
+    const SignedFile& file = kSignedFiles[1];
+    for (const std::string& name :
+         {std::string("with space"), std::string("caf\xE9"), std::string(255 - folder_.size() - 1, 'x')}) {
+        const std::string path = folder_ + "/" + name;
+        ASSERT_TRUE(writeFile(path, content(file.size)) && writeFile(path + ".sig", fromHex(file.signature))) << name;
+        EXPECT_EQ(check(kPublicKey, path), 0) << name;
+        EXPECT_EQ(std::remove(path.c_str()) + std::remove((path + ".sig").c_str()), 0) << name;
+    }
+}
+
+TEST_F(FileSignature, ReadOnlyFiles) {
+    using std::filesystem::perms;
+    ASSERT_EQ(verdict(kSignedFiles[1]), 0);
+    for (const std::string& path : {path_, path_ + ".sig"}) {
+        std::filesystem::permissions(path, perms::owner_read);
+        EXPECT_EQ(check(kPublicKey, path_), 0) << path;
+        std::filesystem::permissions(path, perms::owner_all);
+    }
+}
+
 // The path is used to its NUL, however long that is; what the system opens is its affair.
 TEST_F(FileSignature, LongPaths) {
     const SignedFile& file = kSignedFiles[1];
