@@ -8,8 +8,8 @@
 #include "core/bignum/kernels.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
-#include "core/pubkey/prime/prime.h"
 #include "core/pubkey/dsa.h"
+#include "core/pubkey/prime/prime.h"
 #include "core/pubkey/rsa.h"
 
 #include <benchmark/benchmark.h>
