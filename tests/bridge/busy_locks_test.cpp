@@ -6,7 +6,7 @@
 #include "core/random/fips186.h"
 #include "tests/bridge/engine_uses.h"
 
-#include <latch>
+#include <future>
 #include <thread>
 
 namespace {
@@ -27,16 +27,16 @@ TEST(BusyLocks, AreWaitedForNoLongerThanTheLimit) {
         return Rsa_PrivateOp(rsa, input.get(), randomGenerateCallback, random, output.out(), nullptr);
     };
 
-    std::latch held(2), done(2);
+    std::promise<void> held, done; // not std::latch, which has hung under wine
     std::thread holder([&] {
         EXPECT_EQ(rtosMutexWait(random->state.mutex), OK);
         EXPECT_EQ(rtosMutexWait(rsa->blinding.mutex), OK);
-        held.arrive_and_wait();
-        done.arrive_and_wait(); // asleep
+        held.set_value();
+        done.get_future().wait(); // asleep
         EXPECT_EQ(rtosMutexRelease(rsa->blinding.mutex), OK);
         EXPECT_EQ(rtosMutexRelease(random->state.mutex), OK);
     });
-    held.arrive_and_wait();
+    held.get_future().wait();
     std::thread signer([&] { // beside the other, so that both wait the same five seconds
         EXPECT_EQ(blinded(), ERR_RTOS_MUTEX_WAIT);
         EXPECT_EQ(output.get(), nullptr);
@@ -44,7 +44,7 @@ TEST(BusyLocks, AreWaitedForNoLongerThanTheLimit) {
     EXPECT_EQ(engines.draws(),
               "java/security/ProviderException: error generating random numbers : ERR_RTOS_MUTEX_WAIT");
     signer.join();
-    done.arrive_and_wait();
+    done.set_value();
     holder.join();
 
     EXPECT_EQ(engines.draws(), "right");

@@ -4,7 +4,7 @@
 #include "core/random/random.h"
 #include "tests/bridge/engine_uses.h"
 
-#include <latch>
+#include <future>
 #include <thread>
 
 namespace {
@@ -18,18 +18,20 @@ TEST(Threads, EveryEngineInSixtyFour) {
                                                       &EngineUses::signsRsa, &EngineUses::signsDsa};
     (void)EngineUses::keys();
     const std::uint64_t live = testheap::liveBlocks(), dirty = testheap::dirtyFrees();
-    std::latch start(kThreads);
+    std::promise<void> opener; // not std::latch, which has hung under wine
+    const std::shared_future<void> start = opener.get_future().share();
     std::vector<std::thread> threads;
     for (unsigned thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&, thread] {
             EngineUses engines;
-            start.arrive_and_wait();
+            start.wait();
             for (unsigned i = 0; i < kRounds * std::size(kUses); ++i) { // each kind is the first of some threads
                 EXPECT_EQ((engines.*kUses[(thread + i) % std::size(kUses)])(), "right");
             }
             EXPECT_EQ(engines.jni.violations, std::vector<std::string>());
         });
     }
+    opener.set_value();
     for (std::thread& thread : threads) {
         thread.join();
     }
