@@ -5,8 +5,8 @@
 #include "core/pubkey/rsa.h"
 #include "core/random/fips186.h"
 #include "tests/bridge/engine_uses.h"
+#include "tests/support/gate.h"
 
-#include <future>
 #include <thread>
 
 namespace {
@@ -27,16 +27,16 @@ TEST(BusyLocks, AreWaitedForNoLongerThanTheLimit) {
         return Rsa_PrivateOp(rsa, input.get(), randomGenerateCallback, random, output.out(), nullptr);
     };
 
-    std::promise<void> held, done; // not std::latch, which has hung under wine
+    Gate held, done;
     std::thread holder([&] {
         EXPECT_EQ(rtosMutexWait(random->state.mutex), OK);
         EXPECT_EQ(rtosMutexWait(rsa->blinding.mutex), OK);
-        held.set_value();
-        done.get_future().wait(); // asleep
+        held.open();
+        done.wait(); // asleep
         EXPECT_EQ(rtosMutexRelease(rsa->blinding.mutex), OK);
         EXPECT_EQ(rtosMutexRelease(random->state.mutex), OK);
     });
-    held.get_future().wait();
+    held.wait();
     std::thread signer([&] { // beside the other, so that both wait the same five seconds
         EXPECT_EQ(blinded(), ERR_RTOS_MUTEX_WAIT);
         EXPECT_EQ(output.get(), nullptr);
@@ -44,7 +44,7 @@ TEST(BusyLocks, AreWaitedForNoLongerThanTheLimit) {
     EXPECT_EQ(engines.draws(),
               "java/security/ProviderException: error generating random numbers : ERR_RTOS_MUTEX_WAIT");
     signer.join();
-    done.set_value();
+    done.open();
     holder.join();
 
     EXPECT_EQ(engines.draws(), "right");

@@ -3,8 +3,8 @@
 // sanitizer above all.
 #include "core/random/random.h"
 #include "tests/bridge/engine_uses.h"
+#include "tests/support/gate.h"
 
-#include <future>
 #include <thread>
 
 namespace {
@@ -18,8 +18,7 @@ TEST(Threads, EveryEngineInSixtyFour) {
                                                       &EngineUses::signsRsa, &EngineUses::signsDsa};
     (void)EngineUses::keys();
     const std::uint64_t live = testheap::liveBlocks(), dirty = testheap::dirtyFrees();
-    std::promise<void> opener; // not std::latch, which has hung under wine
-    const std::shared_future<void> start = opener.get_future().share();
+    Gate start;
     std::vector<std::thread> threads;
     for (unsigned thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&, thread] {
@@ -31,7 +30,7 @@ TEST(Threads, EveryEngineInSixtyFour) {
             EXPECT_EQ(engines.jni.violations, std::vector<std::string>());
         });
     }
-    opener.set_value();
+    start.open();
     for (std::thread& thread : threads) {
         thread.join();
     }
