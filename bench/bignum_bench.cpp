@@ -3,6 +3,7 @@
 //
 // build/bench/bench/bignum_bench; the arguments are units of 64 bits, for inverse and modExp bits. The context that the
 // program prints names the kernels in use; GMP always uses the best it has for this CPU.
+#include "bench/bench_check.h"
 #include "core/bignum/kernels.h"
 #include "core/bignum/modexp.h"
 #include "core/bignum/scoped_vlong.h"
@@ -12,21 +13,12 @@
 #include <gmp.h>
 #include <openssl/bn.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <random>
 #include <vector>
 
 namespace {
 
 using Units = std::vector<Unit>;
-
-void require(bool condition, const char* what) {
-    if (!condition) {
-        std::fprintf(stderr, "%s: wrong result\n", what);
-        std::exit(1);
-    }
-}
 
 // Random units with the top bit set.
 Units randomUnits(std::size_t count) {

@@ -5,6 +5,7 @@
 // takes as long as its luck has it: each row of one is the mean of 20 keys, and ratios.py takes the median of five rows.
 // The tests of a prime differ: ours and GMP's are Miller-Rabin rounds and a Lucas test, of which GMP does one round;
 // OpenSSL does 64 rounds and no Lucas test.
+#include "bench/bench_check.h"
 #include "core/bignum/kernels.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
@@ -20,21 +21,12 @@
 #include <openssl/evp.h>
 #include <openssl/rsa.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-void require(bool condition, const char* what) {
-    if (!condition) {
-        std::fprintf(stderr, "%s: failed or wrong\n", what);
-        std::exit(1);
-    }
-}
 
 // The library's own generator, as key generation uses it.
 RandomBytes ownRandom() {

@@ -3,6 +3,7 @@
 // compared before it is timed.
 //
 // build/bench/bench/rsa_bench, or bench/ratios.py build/bench/bench/rsa_bench; the argument is the modulus in bits.
+#include "bench/bench_check.h"
 #include "core/bignum/kernels.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
@@ -16,8 +17,6 @@
 #include <openssl/x509.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
 #include <memory>
 #include <vector>
@@ -25,13 +24,6 @@
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
-
-void require(bool condition, const char* what) {
-    if (!condition) {
-        std::fprintf(stderr, "%s: failed or wrong\n", what);
-        std::exit(1);
-    }
-}
 
 Status systemRandom(void* /*context*/, std::uint32_t length, std::uint8_t* buffer) {
     return RAND_bytes(buffer, static_cast<int>(length)) == 1 ? OK : ERR_RTOS;

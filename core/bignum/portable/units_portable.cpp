@@ -1,6 +1,7 @@
 // Sums, differences and rows of unit arrays.
 #include "core/bignum/portable/portable_kernels.h"
 #include "core/bignum/portable/wide.h"
+#include "core/bignum/unit_rows.h"
 
 namespace {
 
@@ -31,33 +32,11 @@ std::int32_t VLONG_cmpUnits(const Unit* a, const Unit* b, std::uint32_t n) {
 }
 
 Unit VLONG_addUnits(Unit* r, const Unit* a, const Unit* b, std::uint32_t n) {
-    Unit carry = 0;
-    std::uint32_t i = 0;
-    for (; i + 4 <= n; i += 4) {
-        r[i] = addUnit(a[i], b[i], carry);
-        r[i + 1] = addUnit(a[i + 1], b[i + 1], carry);
-        r[i + 2] = addUnit(a[i + 2], b[i + 2], carry);
-        r[i + 3] = addUnit(a[i + 3], b[i + 3], carry);
-    }
-    for (; i < n; ++i) {
-        r[i] = addUnit(a[i], b[i], carry);
-    }
-    return carry;
+    return combineUnits<Unit, addUnit>(r, a, b, n);
 }
 
 Unit VLONG_subUnits(Unit* r, const Unit* a, const Unit* b, std::uint32_t n) {
-    Unit borrow = 0;
-    std::uint32_t i = 0;
-    for (; i + 4 <= n; i += 4) {
-        r[i] = subUnit(a[i], b[i], borrow);
-        r[i + 1] = subUnit(a[i + 1], b[i + 1], borrow);
-        r[i + 2] = subUnit(a[i + 2], b[i + 2], borrow);
-        r[i + 3] = subUnit(a[i + 3], b[i + 3], borrow);
-    }
-    for (; i < n; ++i) {
-        r[i] = subUnit(a[i], b[i], borrow);
-    }
-    return borrow;
+    return combineUnits<Unit, subUnit>(r, a, b, n);
 }
 
 Unit VLONG_mulAddUnit(Unit* r, const Unit* a, std::uint32_t n, Unit w) {

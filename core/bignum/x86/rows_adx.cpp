@@ -6,6 +6,7 @@
 //
 // Secrets: time depends on unit counts only, but for div128by64.
 #include "core/bignum/karatsuba.h"
+#include "core/bignum/unit_rows.h"
 #include "core/bignum/x86/x86_kernels.h"
 
 #include "core/cpu/cpu_features.h"
@@ -113,33 +114,11 @@ inline Unit subUnit(Unit a, Unit b, unsigned char& borrow) {
 } // namespace
 
 Unit adxAddUnits(Unit* r, const Unit* a, const Unit* b, std::uint32_t n) {
-    unsigned char carry = 0;
-    std::uint32_t i = 0;
-    for (; i + 4 <= n; i += 4) {
-        r[i] = addUnit(a[i], b[i], carry);
-        r[i + 1] = addUnit(a[i + 1], b[i + 1], carry);
-        r[i + 2] = addUnit(a[i + 2], b[i + 2], carry);
-        r[i + 3] = addUnit(a[i + 3], b[i + 3], carry);
-    }
-    for (; i < n; ++i) {
-        r[i] = addUnit(a[i], b[i], carry);
-    }
-    return carry;
+    return combineUnits<unsigned char, addUnit>(r, a, b, n);
 }
 
 Unit adxSubUnits(Unit* r, const Unit* a, const Unit* b, std::uint32_t n) {
-    unsigned char borrow = 0;
-    std::uint32_t i = 0;
-    for (; i + 4 <= n; i += 4) {
-        r[i] = subUnit(a[i], b[i], borrow);
-        r[i + 1] = subUnit(a[i + 1], b[i + 1], borrow);
-        r[i + 2] = subUnit(a[i + 2], b[i + 2], borrow);
-        r[i + 3] = subUnit(a[i + 3], b[i + 3], borrow);
-    }
-    for (; i < n; ++i) {
-        r[i] = subUnit(a[i], b[i], borrow);
-    }
-    return borrow;
+    return combineUnits<unsigned char, subUnit>(r, a, b, n);
 }
 
 Unit adxMulAddUnit(Unit* r, const Unit* a, std::uint32_t n, Unit w) {
