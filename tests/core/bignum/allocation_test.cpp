@@ -128,6 +128,16 @@ TEST_F(BignumAllocation, Exponentiation) {
         failNewRecord([&](vlong** out, vlong** queue) {
             return checked(VLONG_modExpBarrett(base, exponent, m, out, queue), out);
         });
+        Number mu;
+        ASSERT_EQ(VLONG_barrettMu(m, mu.out(), nullptr), OK);
+        failNewRecord([&](vlong** out, vlong** queue) { return VLONG_barrettMu(m, out, queue); });
+        failNewRecord([&](vlong** out, vlong** queue) { return VLONG_barrettMulMod(m, m, m, mu, out, queue); });
+        MontgomeryCtx whole{};
+        ASSERT_EQ(VLONG_initMontgomeryCtx(&whole, m, nullptr), OK);
+        failNewRecord([&](vlong** out, vlong** queue) {
+            return checked(VLONG_montExpBinary(&whole, base, exponent, out, queue), out);
+        });
+        ASSERT_EQ(VLONG_clearMontgomeryCtx(&whole, nullptr), OK);
         testheap::failEach([&] {
             MontgomeryCtx *context = nullptr, *clone = nullptr;
             Status status = VLONG_newMontgomeryCtx(&context, m, nullptr);

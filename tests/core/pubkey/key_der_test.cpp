@@ -70,9 +70,11 @@ TEST(KeyDer, PrivateKeysAreComputedFromFourValues) {
     for (const RsaNumbers& key : kRsaKeys) {
         const Octets wrong = integer("07"), version = integer("01");
         for (const auto& [p, q] : {std::pair(key.p, key.q), std::pair(key.q, key.p)}) {
-            FilledKey read(sequence(
-                {version, integer(key.n), integer(key.e), wrong, integer(p), integer(q), wrong, wrong, wrong}));
-            expectNumbers(read.rsa(), key, true);
+            for (const Octets& qInv : {wrong, integer(key.n)}) { // below p and above
+                FilledKey read(sequence(
+                    {version, integer(key.n), integer(key.e), wrong, integer(p), integer(q), wrong, wrong, qInv}));
+                expectNumbers(read.rsa(), key, true);
+            }
         }
     }
 }
