@@ -207,8 +207,8 @@ TEST_F(DsaSignature, OddPublicKeys) {
     }
 }
 
-// Parameters with which a check would never end, and the largest that are taken.
-TEST_F(DsaSignature, LargePublicKeys) {
+// Values with which a check, or the making of y, would never end, and the largest that are taken.
+TEST_F(DsaSignature, LargeKeys) {
     const auto item = [](const char* tag, const std::string& content) {
         const std::size_t size = content.size() / 2;
         return tag + std::string("82") +
@@ -217,14 +217,21 @@ TEST_F(DsaSignature, LargePublicKeys) {
     const auto integer = [&](std::size_t octets) {
         return item("02", "00" + std::string(2 * octets - 2, '7'));
     };
-    for (const auto& [p, q, status] : {std::tuple{2049u, 513u, ""},
-                                       {2050u, 2u, "ERR_DSA_INVALID_KEYLENGTH"},
-                                       {2u, 514u, "ERR_DSA_INVALID_KEYLENGTH"}}) {
+    const auto raised = [&](const char* kind, const char* status) {
+        EXPECT_EQ(jni.takePending(), *status == 0 ? "" : kProvider + "unable to read dsa " + kind + " key : " + status);
+    };
+    constexpr const char *kTaken = "", *kTooLong = "ERR_DSA_INVALID_KEYLENGTH";
+    for (const auto& [p, q, x, forVerify, forSign] : {std::tuple{2049u, 513u, 2u, kTaken, kTaken},
+                                                      {2u, 2u, 513u, kTaken, kTaken},
+                                                      {2050u, 2u, 2u, kTooLong, kTooLong},
+                                                      {2u, 514u, 2u, kTooLong, kTooLong},
+                                                      {2u, 2u, 514u, kTaken, kTooLong}}) {
         const std::string algorithm =
             item("30", "06072a8648ce380401" + item("30", integer(p) + integer(q) + integer(2)));
-        entries->initVerify(env, object, array(item("30", algorithm + item("03", "00" + integer(2)))));
-        const std::string raised = jni.takePending();
-        EXPECT_EQ(raised, *status == 0 ? "" : kProvider + "unable to read dsa public key : " + status);
+        entries->initVerify(env, object, array(item("30", algorithm + item("03", "00" + integer(x)))));
+        raised("public", forVerify);
+        entries->initSign(env, object, array(item("30", "020100" + algorithm + item("04", integer(x)))));
+        raised("private", forSign);
     }
 }
 

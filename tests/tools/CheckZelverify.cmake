@@ -1,5 +1,6 @@
 # Runs zelverify on good, bad and missing files, and on what openssl makes. Arguments: program (with its emulator, a list),
-# openssl (or empty), folder to work in (made anew), files (the stored ones), version.
+# openssl (or empty), folder to work in (made anew), files (the stored ones), version,
+# windows (whether paths may have backslashes).
 file(REMOVE_RECURSE "${folder}")
 file(MAKE_DIRECTORY "${folder}")
 file(COPY "${files}/" DESTINATION "${folder}" PATTERN "*.cmake" EXCLUDE PATTERN "*.txt" EXCLUDE)
@@ -20,6 +21,10 @@ expect(2 "^usage: ")
 expect(2 "^usage: " key.der)
 expect(2 "^usage: " key.der good good)
 expect(0 "^good: valid\r?\n$" key.der good)
+if(windows)
+  file(COPY "${folder}/good" "${folder}/good.sig" DESTINATION "${folder}/a folder")
+  expect(0 "^a folder.good: valid\r\n$" ".\\key.der" "a folder\\good")
+endif()
 expect(1 "^zelverify: forged: bad signature: the signature is of another file" key.der forged) # the library's check takes it
 expect(2 "no-key: cannot be read" no-key good)
 expect(2 "good: is no RSA public key in DER" good good)
