@@ -1,5 +1,6 @@
 // The DSA signature engine through its entry points, and the DER that it reads and writes. The known answer is the
 // example of FIPS 186-2, appendix 5.
+#include "bridge/dsa_der.h"
 #include "bridge/zel_object.h"
 #include "core/random/random.h"
 #include "tests/bridge/signature_fixture.h"
@@ -248,6 +249,14 @@ TEST_F(DsaSignature, ShortOfMemory) {
          "verify: " + kNoDigest, "verify: " + kSignature + "converting message to vlong" + kRefused,
          "verify: " + kSignature + "error parsing signature" + kRefused,
          "verify: " + kSignature + "error verifying signature" + kRefused});
+    const std::vector<std::uint8_t> der = fromHex(kDsa.publicKey);
+    testheap::failEach([&] {
+        AsymmetricKey key{};
+        const Status status = parseDSAPublicKey(der.data(), static_cast<std::uint32_t>(der.size()), &key);
+        EXPECT_EQ(key.type, isError(status) ? kKeyEmpty : kKeyDsa);
+        (void)AsymKey_Uninit(&key, nullptr); // there may be none
+        return status;
+    });
 }
 
 } // namespace
