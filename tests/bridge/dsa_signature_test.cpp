@@ -72,7 +72,7 @@ TEST_F(DsaSignature, SignsWhatVerifies) {
         initSign();
         updateAbc();
         const jbyteArray output = jni.newBytes(Bytes(60, 0x55));
-        const auto end = static_cast<std::size_t>(9 + entries->signInto(env, object, output, 9, 57));
+        const auto end = 9 + static_cast<std::size_t>(entries->signInto(env, object, output, 9, 57));
         const Bytes& area = FakeJni::of(output).bytes;
         EXPECT_EQ(Bytes(area.begin(), area.begin() + 9), Bytes(9, 0x55));
         EXPECT_EQ(Bytes(area.begin() + static_cast<std::ptrdiff_t>(end), area.end()), Bytes(60 - end, 0x55));
