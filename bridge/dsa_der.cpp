@@ -33,11 +33,6 @@ constexpr Asn1WalkStep kFromGToKey[] = {kParent, kParent, isOf(kAsn1Sequence), k
 constexpr Asn1WalkStep kToInteger[] = {kFirstChild, isOf(kAsn1Integer), kEnd};
 constexpr Asn1WalkStep kToR[] = {kFirstChild, isOf(kAsn1Sequence), kFirstChild, isOf(kAsn1Integer), kEnd};
 
-// The largest parameters of a stranger's key: 16384 and 4096 bits, with an octet for the sign. A check takes time in
-// proportion to q times the square of p, which without a limit could be days.
-constexpr std::uint32_t kMaxPOctets = 2049;
-constexpr std::uint32_t kMaxQOctets = 513;
-
 // Content octets inside the input.
 struct Content {
     const std::uint8_t* octets = nullptr;
@@ -97,7 +92,7 @@ Status loadPublicKey(const std::uint8_t* der, std::uint32_t length, AsymmetricKe
     RETURN_IF_ERROR(info.walk(kToNextInteger, &g));
     RETURN_IF_ERROR(info.walk(kFromGToKey, &encodedY));
     RETURN_IF_ERROR(parseDERInteger(encodedY.octets, encodedY.length, &y.octets, &y.length));
-    if (p.length > kMaxPOctets || q.length > kMaxQOctets) {
+    if (p.length > kDsaMaxPOctets || q.length > kDsaMaxQOctets) {
         return ERR_DSA_INVALID_KEYLENGTH;
     }
     RETURN_IF_ERROR(AsymKey_MakeDsa(key, nullptr));

@@ -20,6 +20,11 @@ inline constexpr DsaHash kDsaSha256 = 2;
 inline constexpr DsaHash kDsaSha384 = 3;
 inline constexpr DsaHash kDsaSha512 = 4;
 
+// The longest values of a stranger's key in big-endian octets, one being for the sign: p of 16384 bits, q and x of 4096. The
+// work on a key grows with the length of q or x times the square of that of p: without a limit it could be days.
+inline constexpr std::uint32_t kDsaMaxPOctets = 2049;
+inline constexpr std::uint32_t kDsaMaxQOctets = 513;
+
 // Dsa_CreateKey: a new empty record. Dsa_FreeKey: wipes and frees a record and its values; *dsaKey becomes null.
 // Errors:  ERR_NULL_POINTER dsaKey (or, for freeing, *dsaKey) null; ERR_MEM_ALLOC_FAIL.
 Status Dsa_CreateKey(DSAKey** dsaKey);

@@ -23,8 +23,8 @@ Status RsaKey_FromPublicDer(const std::uint8_t* der, std::uint32_t derLength, As
 // AsymKey_FromPkcs8Der: reads der[derLength], a PrivateKeyInfo of an RSA or a DSA key: look at the container's type
 // afterwards. An RSAPublicKey in place of the RSA private key is accepted and gives a public key.
 // Errors:  ERR_NULL_POINTER; those of the parser; ERR_RSA_INVALID_PKCS8; ERR_RSA_UNKNOWN_PKCS8_ALGOID; for RSA as
-//          RsaKey_FromPublicDer; for DSA ERR_CERT_INVALID_STRUCT, ERR_WALKER_VERIFY_FAILED, those of
-//          AsymKey_SetDsaParameters.
+//          RsaKey_FromPublicDer; for DSA ERR_CERT_INVALID_STRUCT, ERR_WALKER_VERIFY_FAILED,
+//          ERR_DSA_INVALID_KEYLENGTH p above 16384 bits, q or x above 4096, those of AsymKey_SetDsaParameters.
 Status AsymKey_FromPkcs8Der(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key);
 
 // RsaKey_ToDer: *der[*derLength] := the key, public or private as its record says; the caller wipes and frees it

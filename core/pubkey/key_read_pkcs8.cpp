@@ -1,6 +1,7 @@
 // Reading PrivateKeyInfo of PKCS#8 (RFC 5208 section 5) with an RSA key (RFC 8017) or a DSA key (RFC 3279 section
 // 2.3.2).
 #include "core/asn1/asn1_walk.h"
+#include "core/pubkey/dsa.h"
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/key_read.h"
 
@@ -48,6 +49,10 @@ Status readDsaKey(const KeyInput& input, const Asn1Node& algorithm, Asn1Node* x,
     RETURN_IF_ERROR(parametersOf(asn1NextSibling(&algorithm), parameters));
     Asn1Node* integer = nullptr;
     RETURN_IF_ERROR(Asn1_WalkPath(x, input.stream(), kIsInteger, &integer));
+    if (parameters[0]->length > kDsaMaxPOctets || parameters[1]->length > kDsaMaxQOctets ||
+        integer->length > kDsaMaxQOctets) {
+        return ERR_DSA_INVALID_KEYLENGTH; // y is computed from them
+    }
     const std::uint8_t* octets[kParameterCount] = {};
     for (std::uint32_t i = 0; i < kParameterCount; ++i) {
         RETURN_IF_ERROR(input.content(*parameters[i], &octets[i]));

@@ -1,5 +1,6 @@
 // The DSA signature engine through its entry points, and the DER that it reads and writes. The known answer is the
 // example of FIPS 186-2, appendix 5.
+#include "bridge/dsa_der.h"
 #include "bridge/zel_object.h"
 #include "core/random/random.h"
 #include "tests/bridge/signature_fixture.h"
@@ -71,7 +72,7 @@ TEST_F(DsaSignature, SignsWhatVerifies) {
         initSign();
         updateAbc();
         const jbyteArray output = jni.newBytes(Bytes(60, 0x55));
-        const auto end = static_cast<std::size_t>(9 + entries->signInto(env, object, output, 9, 57));
+        const auto end = 9 + static_cast<std::size_t>(entries->signInto(env, object, output, 9, 57));
         const Bytes& area = FakeJni::of(output).bytes;
         EXPECT_EQ(Bytes(area.begin(), area.begin() + 9), Bytes(9, 0x55));
         EXPECT_EQ(Bytes(area.begin() + static_cast<std::ptrdiff_t>(end), area.end()), Bytes(60 - end, 0x55));
@@ -207,8 +208,8 @@ TEST_F(DsaSignature, OddPublicKeys) {
     }
 }
 
-// Parameters with which a check would never end, and the largest that are taken.
-TEST_F(DsaSignature, LargePublicKeys) {
+// Values with which a check, or the making of y, would never end, and the largest that are taken.
+TEST_F(DsaSignature, LargeKeys) {
     const auto item = [](const char* tag, const std::string& content) {
         const std::size_t size = content.size() / 2;
         return tag + std::string("82") +
@@ -217,14 +218,21 @@ TEST_F(DsaSignature, LargePublicKeys) {
     const auto integer = [&](std::size_t octets) {
         return item("02", "00" + std::string(2 * octets - 2, '7'));
     };
-    for (const auto& [p, q, status] : {std::tuple{2049u, 513u, ""},
-                                       {2050u, 2u, "ERR_DSA_INVALID_KEYLENGTH"},
-                                       {2u, 514u, "ERR_DSA_INVALID_KEYLENGTH"}}) {
+    const auto raised = [&](const char* kind, const char* status) {
+        EXPECT_EQ(jni.takePending(), *status == 0 ? "" : kProvider + "unable to read dsa " + kind + " key : " + status);
+    };
+    constexpr const char *kTaken = "", *kTooLong = "ERR_DSA_INVALID_KEYLENGTH";
+    for (const auto& [p, q, x, forVerify, forSign] : {std::tuple{2049u, 513u, 2u, kTaken, kTaken},
+                                                      {2u, 2u, 513u, kTaken, kTaken},
+                                                      {2050u, 2u, 2u, kTooLong, kTooLong},
+                                                      {2u, 514u, 2u, kTooLong, kTooLong},
+                                                      {2u, 2u, 514u, kTaken, kTooLong}}) {
         const std::string algorithm =
             item("30", "06072a8648ce380401" + item("30", integer(p) + integer(q) + integer(2)));
-        entries->initVerify(env, object, array(item("30", algorithm + item("03", "00" + integer(2)))));
-        const std::string raised = jni.takePending();
-        EXPECT_EQ(raised, *status == 0 ? "" : kProvider + "unable to read dsa public key : " + status);
+        entries->initVerify(env, object, array(item("30", algorithm + item("03", "00" + integer(x)))));
+        raised("public", forVerify);
+        entries->initSign(env, object, array(item("30", "020100" + algorithm + item("04", integer(x)))));
+        raised("private", forSign);
     }
 }
 
@@ -241,6 +249,14 @@ TEST_F(DsaSignature, ShortOfMemory) {
          "verify: " + kNoDigest, "verify: " + kSignature + "converting message to vlong" + kRefused,
          "verify: " + kSignature + "error parsing signature" + kRefused,
          "verify: " + kSignature + "error verifying signature" + kRefused});
+    const std::vector<std::uint8_t> der = fromHex(kDsa.publicKey);
+    testheap::failEach([&] {
+        AsymmetricKey key{};
+        const Status status = parseDSAPublicKey(der.data(), static_cast<std::uint32_t>(der.size()), &key);
+        EXPECT_EQ(key.type, isError(status) ? kKeyEmpty : kKeyDsa);
+        (void)AsymKey_Uninit(&key, nullptr); // there may be none
+        return status;
+    });
 }
 
 } // namespace

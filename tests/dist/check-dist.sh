@@ -23,6 +23,13 @@ has() { # has LISTING TEXT...: whether the listing names all of them
 }
 has "$(jar tf zel-provider-*.jar)" native/linux-x86_64/libzelspi.so native/windows-x86_64/zelspi.dll module-info.class
 has "$(dpkg-deb -c libzelspi-dev_*.deb)" /libzelspi.so /include/zelspi/zel_util.h /bin/zelverify zelspiConfig.cmake
-has "$(jar tf zelspi-*-windows.zip)" zelspi.dll zel.cmd zel-tool.jar native/include/zelspi/zel_util.h native/bin/zelverify.exe
+jar xf zelspi-*-windows.zip try-zelspi.cmd zel.cmd
+names=$(sed 's/%here%/\n&/g' try-zelspi.cmd | sed -n 's/^%here%\([^;"*]*\).*/\1/p' | tr '\\' /) # what the script wants beside it
+has "$(jar tf zelspi-*-windows.zip)" $names picocli.jar try-zelspi.ps1 docs/windows.md native/include/zelspi/zel_util.h \
+  native/bin/zelverify.exe
+if grep -qv $'\r$' try-zelspi.cmd zel.cmd; then
+  echo "a .cmd file with other line ends than Windows'" >&2
+  exit 1
+fi
 tar xzf zel-*-linux.tar.gz
 has "$(printf abc | zel-*/zel digest)" ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad

@@ -1,5 +1,6 @@
 # Runs zelverify on good, bad and missing files, and on what openssl makes. Arguments: program (with its emulator, a list),
-# openssl (or empty), folder to work in (made anew), files (the stored ones), version.
+# openssl (or empty), folder to work in (made anew), files (the stored ones), version,
+# windows (whether paths may have backslashes).
 file(REMOVE_RECURSE "${folder}")
 file(MAKE_DIRECTORY "${folder}")
 file(COPY "${files}/" DESTINATION "${folder}" PATTERN "*.cmake" EXCLUDE PATTERN "*.txt" EXCLUDE)
@@ -20,6 +21,12 @@ expect(2 "^usage: ")
 expect(2 "^usage: " key.der)
 expect(2 "^usage: " key.der good good)
 expect(0 "^good: valid\r?\n$" key.der good)
+if(windows)
+  file(COPY "${folder}/good" "${folder}/good.sig" DESTINATION "${folder}/a folder")
+  expect(0 "^a folder.good: valid\r?\n$" ".\\key.der" "a folder\\good")
+elseif(EXISTS /proc/self/mem) # which opens
+  expect(2 "^zelverify: /proc/self/mem: cannot be read" key.der /proc/self/mem)
+endif()
 expect(1 "^zelverify: forged: bad signature: the signature is of another file" key.der forged) # the library's check takes it
 expect(2 "no-key: cannot be read" no-key good)
 expect(2 "good: is no RSA public key in DER" good good)
@@ -37,6 +44,10 @@ foreach(size IN ITEMS 0 255 257 500 "more than 500")
   file(WRITE "${folder}/empty.sig" "${text}")
   expect(1 "bad signature: the signature has ${size} bytes, the key's have 256" key.der empty)
 endforeach()
+string(ASCII 255 octet)
+string(REPEAT "${octet}" 256 above)
+file(WRITE "${folder}/empty.sig" "${above}")
+expect(1 "bad signature: the signature is above the key's modulus" key.der empty)
 set(ENV{zel_debug} 1)
 expect(0 "INFO .ZelUtil::checkFileSignature. file signature verification succeeded.*good: valid" key.der good)
 unset(ENV{zel_debug})

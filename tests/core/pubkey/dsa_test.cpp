@@ -1,6 +1,6 @@
 // DSA: generation against a model in Python, signatures against the example of the standard.
 #include "core/bignum/vlong_math.h"
-#include "core/pubkey/dsa.h"
+#include "core/pubkey/dsa_params.h"
 #include "tests/core/bignum/bignum_support.h"
 #include "tests/support/byte_source.h"
 #include "tests/support/hex.h"
@@ -199,6 +199,26 @@ TEST(Dsa, KnownKeys) {
     for (const KnownKey& known : kKeys) {
         generateKnownKey(known);
     }
+}
+
+// A hash that gives the prime q of the example first and then zeros, with which every p is a bit too short: for each seed
+// 4 L - 1 candidates of seven hashes are tried.
+TEST(Dsa, CandidatesOfOneSeed) {
+    static ByteSource source(1);
+    static std::uint32_t hashes = 0;
+    static std::size_t draws = 0; // at the last hash
+    const auto hash = [](const std::uint8_t*, std::uint32_t, std::uint8_t* out) -> Status {
+        const std::size_t before = std::exchange(draws, source.draws.size());
+        const auto bytes = fromHex(hashes == 0 ? "c773218c737ec8ee993b4f2ded30f48edace915f" : std::string(40, '0'));
+        std::copy(bytes.begin(), bytes.end(), out);
+        return ++hashes > 2 && draws != before ? ERR_GENERAL : OK; // at the second seed
+    };
+    Number p, q;
+    std::uint32_t counter = 0;
+    std::uint8_t seed[20];
+    EXPECT_EQ(dsaGeneratePrimes(source.bytes(), {1024, 160, 20, hash}, p.out(), q.out(), &counter, seed, nullptr),
+              ERR_GENERAL);
+    EXPECT_EQ(hashes, 1 + (4 * 1024 - 1) * 7 + 1);
 }
 
 // 3072 bits, of which p is tested in fifty rounds: a ctest of its own runs it.

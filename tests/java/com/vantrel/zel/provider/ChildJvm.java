@@ -13,6 +13,8 @@ import java.util.concurrent.TimeUnit;
 
 /** A Java program run in a virtual machine of its own. Its lines end with a line feed, whatever the system writes. */
 final class ChildJvm {
+    private static final int FIRST_VERSION_THAT_WARNS = 22;
+
     final int exitCode;
     final String out;
     final String err;
@@ -32,6 +34,11 @@ final class ChildJvm {
         return new File(URI.create(ChildJvm.class.getProtectionDomain().getCodeSource().getLocation().toString())).getPath();
     }
 
+    /** What keeps a virtual machine of that version from warning of native code in the module. */
+    static List<String> nativeAccess(int version, String module) {
+        return version < FIRST_VERSION_THAT_WARNS ? List.of() : List.of("--enable-native-access=" + module);
+    }
+
     /** What a program prints that ends well and has nothing to complain of. */
     static String outputOf(Class<?> program, List<String> options, String... arguments) throws Exception {
         ChildJvm child = run(program, options, arguments);
@@ -44,6 +51,7 @@ final class ChildJvm {
     static ChildJvm run(Class<?> program, List<String> options, String... arguments)
             throws IOException, InterruptedException {
         List<String> all = new ArrayList<>(List.of("-cp", providerJar() + File.pathSeparator + testClasses()));
+        all.addAll(nativeAccess(Runtime.version().feature(), "ALL-UNNAMED"));
         all.addAll(options);
         all.add(program.getName());
         all.addAll(List.of(arguments));

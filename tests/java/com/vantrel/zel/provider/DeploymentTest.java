@@ -23,7 +23,6 @@ import org.junit.jupiter.params.provider.MethodSource;
 class DeploymentTest {
     private static final Path JDKS = Path.of("/usr/lib/jvm");
     private static final int FIRST_VERSION = 11;
-    private static final int FIRST_VERSION_THAT_WARNS_OF_NATIVE_CODE = 22;
 
     @TempDir Path folder;
 
@@ -50,10 +49,7 @@ class DeploymentTest {
     }
 
     private String probe(Path jdk, String access, String... arguments) throws Exception {
-        List<String> all = new ArrayList<>();
-        if (version(jdk) >= FIRST_VERSION_THAT_WARNS_OF_NATIVE_CODE) {
-            all.add("--enable-native-access=" + access);
-        }
+        List<String> all = new ArrayList<>(ChildJvm.nativeAccess(version(jdk), access));
         all.addAll(List.of(arguments));
         ChildJvm child = ChildJvm.run(jdk, all);
         assertEquals("", child.err);

@@ -242,7 +242,7 @@ class ToolTest {
         try (RandomAccessFile hole = new RandomAccessFile(path("hole"), "rw")) {
             hole.setLength(Progress.SHOWN_ABOVE_BYTES * 3);
         }
-        String command = Path.of(System.getProperty("zel.tool.jar")).resolveSibling("zel") + " digest hole";
+        String command = '"' + Path.of(System.getProperty("zel.tool.jar")).resolveSibling("zel").toString() + "\" digest hole";
         String watched = new String(shell("script -qec '" + command + "' /dev/null"), StandardCharsets.UTF_8);
         assertTrue(watched.matches("(?s).*hole +\\d+% \\[#*\\.*\\] \\d+ MB/s, \\d+ s left.*"), watched);
         String unwatched = new String(shell(command), StandardCharsets.UTF_8);
