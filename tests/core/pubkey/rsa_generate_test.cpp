@@ -103,6 +103,7 @@ TEST(RsaGenerate, AConstructedPrime) {
         // The same auxiliary prime twice, a lower bound without a prime above it: start again.
         ASSERT_EQ(rsaConstructPrime(source.bytes(), {x, x1, x1}, 3, prime.out(), nullptr), OK);
         EXPECT_EQ(prime.get(), nullptr);
+        EXPECT_EQ(source.draws.back(), 13U); // without a test of any longer number
         const Number top("ffffffffffffffff*8");
         ASSERT_EQ(rsaConstructPrime(source.bytes(), {top, x1, x2}, 3, prime.out(), nullptr), OK);
         EXPECT_EQ(prime.get(), nullptr);
