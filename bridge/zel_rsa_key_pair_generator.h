@@ -13,8 +13,8 @@ public:
     // In/out:  publicExponent is not looked at: the exponent is always 65537.
     // Errors:  null after raising "java/security/ProviderException", with the status: "Unable to acquire secure random
     //          context"; "error initializing asymmetric key"; "error creating rsa key pair"; "error generating rsa key
-    //          pair", with ERR_INVALID_ARG for a size that is not positive, above 16384 or no multiple of 128; "error
-    //          generating DER from key".
+    //          pair", with ERR_INVALID_ARG for a size that is negative, above 16384, or above 896 and no multiple
+    //          of 128, and ERR_RSA_KEY_LENGTH_TOO_SMALL from 0 to 896; "error generating DER from key".
     jbyteArray generateKeyPair(JNIEnv* env, jobject object, jint keySize, jint publicExponent);
 };
 

@@ -75,7 +75,8 @@ Status Rsa_PrepareKey(RSAKey* rsaKey, vlong** queue);
 
 // Rsa_GenerateKey: makes rsaKey a new private key whose modulus has exactly `bits` bits, with e = 65537.
 // In/out:  sizes that are not a multiple of 128 are rounded up for the search and so never reached: the call does not
-//          return until random fails. Callers ask for multiples of 128 only.
+//          return until random fails. One less than a multiple alone is met, by a modulus that comes out a bit short, as
+//          one in twenty does. Callers ask for multiples of 128 only.
 // Errors:  ERR_RSA_INVALID_KEY rsaKey null; ERR_RSA_KEY_LENGTH_TOO_SMALL below 1024 when rounded; those of random;
 //          growth.
 // Source:  FIPS 186-4 B.3.6 and C.9.

@@ -84,7 +84,7 @@ Status Rsa_GenerateKey(const RandomBytes& random, RSAKey* rsaKey, std::uint32_t 
     }
     LocalQueue local(queue);
     RSAKey made{};
-    do { // against the bits as given: a size that is no multiple of 128 is never met. Meant.
+    do { // against the bits as given: a size that is no multiple of 128 is never met, or by a short modulus. Meant.
         rsaKeyClear(&made, local.get());
         const Status status = makeKey(random, &made, static_cast<std::uint32_t>(rounded), local.get());
         if (isError(status)) {

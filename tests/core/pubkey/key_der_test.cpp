@@ -1,4 +1,5 @@
 // The byte formats of keys: read, refused, written, and written as others write them.
+#include "core/bignum/vlong_math.h"
 #include "core/pubkey/dsa.h"
 #include "tests/core/pubkey/key_support.h"
 #include "tests/support/test_heap.h"
@@ -65,16 +66,22 @@ TEST(KeyDer, RsaKeysOfOthersReadAndWrittenAgain) {
     EXPECT_EQ(asymKeyRsa(key.get())->privateKey, 1U);
 }
 
-// What a key says of d, dP, dQ and qInv is not read, nor the order of its primes.
+// What a key says of d, dP, dQ and qInv is not read, nor the order of its primes, nor signs: without an octet 00 in front
+// these numbers are negative. A qInv that is right, but too large, is none.
 TEST(KeyDer, PrivateKeysAreComputedFromFourValues) {
     for (const RsaNumbers& key : kRsaKeys) {
+        const auto negative = [](const char* hex) {
+            return item(0x02, fromHex(hex));
+        };
         const Octets wrong = integer("07"), version = integer("01");
-        for (const auto& [p, q] : {std::pair(key.p, key.q), std::pair(key.q, key.p)}) {
-            for (const Octets& qInv : {wrong, integer(key.n)}) { // below p and above
-                FilledKey read(sequence(
-                    {version, integer(key.n), integer(key.e), wrong, integer(p), integer(q), wrong, wrong, qInv}));
-                expectNumbers(read.rsa(), key, true);
-            }
+        Number inverse(key.qInv);
+        ASSERT_EQ(VLONG_add(inverse.get(), Number(key.p).get(), nullptr), OK);
+        const Octets tooLarge = integer(hexOf(inverse.get()).c_str());
+        for (const auto& [p, q, qInv] :
+             {std::tuple(key.p, key.q, wrong), {key.q, key.p, wrong}, {key.p, key.q, tooLarge}}) {
+            FilledKey read(sequence(
+                {version, negative(key.n), integer(key.e), wrong, negative(p), negative(q), wrong, wrong, qInv}));
+            expectNumbers(read.rsa(), key, true);
         }
     }
 }
@@ -82,7 +89,9 @@ TEST(KeyDer, PrivateKeysAreComputedFromFourValues) {
 TEST(KeyDer, Shapes) {
     const RsaNumbers& key = kRsaKeys[0];
     const Octets N = integer(key.n), E = integer(key.e), P = integer(key.p), Q = integer(key.q), ONE = integer("01"),
-                 ZERO = integer(""), TEXT = item(0x04, fromHex("68 69")), RSA = kRsaAlgorithm;
+                 ZERO = integer(""), TEXT = item(0x04, fromHex("68 69")), RSA = kRsaAlgorithm,
+                 HUGE_N = integer(std::string(64000, 'f').c_str()), HUGE_P = integer(std::string(8000, 'f').c_str()),
+                 HUGE_Q = integer(std::string(7990, '7').c_str());
     const auto DSA = [](const Octets& parameters) {
         return sequence({fromHex("06 07 2a 86 48 ce 38 04 01"), parameters});
     };

@@ -30,7 +30,10 @@ TEST(RsaGenerate, KnownKeys) {
     } kRows[] = {
 #include "tests/core/pubkey/rsa_keys.inc"
     };
-    RSAKey key{}; // each key replaces the one before
+    ScopedKey container; // each key replaces the one before, under the same lock
+    ASSERT_EQ(AsymKey_MakeRsa(container.get(), nullptr), OK);
+    RSAKey& key = *asymKeyRsa(container.get());
+    const RtosMutex lock = key.blinding.mutex;
     for (const auto& row : kRows) {
         ByteSource source(row.seed);
         ASSERT_EQ(Rsa_GenerateKey(source.bytes(), &key, row.bits, nullptr), OK);
@@ -38,6 +41,7 @@ TEST(RsaGenerate, KnownKeys) {
         EXPECT_EQ(textOf(key.q), row.q);
         EXPECT_EQ(textOf(key.e), "10001");
         EXPECT_EQ(key.privateKey, 1U);
+        EXPECT_EQ(key.blinding.mutex, lock);
         EXPECT_EQ(VLONG_bitLength(key.n), row.bits);
         EXPECT_EQ(source.draws.size(), row.draws);
         EXPECT_EQ(std::accumulate(source.draws.begin(), source.draws.end(), 0U), row.drawn);
@@ -48,7 +52,25 @@ TEST(RsaGenerate, KnownKeys) {
         EXPECT_EQ(Rsa_PrivateCrt(&key, raised, back.out(), nullptr), OK);
         EXPECT_EQ(back, message);
     }
-    rsaKeyClear(&key, nullptr);
+}
+
+// A difference of as many bits as the limit has is drawn again, one of a bit more is followed by the 101-bit seeds.
+TEST(RsaGenerate, DistanceOfTheLowerBounds) {
+    RSAKey key{};
+    for (const auto& [bits, limit] : {std::pair{1024U, 412U}, {1152U, 412U}, {1280U, 540U}, {2048U, 924U}}) {
+        const std::uint32_t size = bits / 16;
+        std::vector<std::uint8_t> script(4 * size); // bound after bound, big-endian
+        for (std::uint32_t bound = 0; bound < 4; ++bound) {
+            script[bound * size] = 0xC0;
+        }
+        const std::uint32_t near = limit - 1, far = limit; // the bit that differs
+        script[2 * size - 1 - near / 8] = static_cast<std::uint8_t>(1 << near % 8);
+        script[4 * size - 1 - far / 8] = static_cast<std::uint8_t>(1 << far % 8);
+        ByteSource source(script);
+        source.limit = 5;
+        EXPECT_EQ(Rsa_GenerateKey(source.bytes(), &key, bits, nullptr), ERR_RTOS_MUTEX_WAIT);
+        EXPECT_EQ(source.draws, (std::vector{size, size, size, size, 13U})) << bits;
+    }
 }
 
 // p >= x, p = 1 modulo p1, p = -1 modulo p2, with p1 and p2 found again from their seeds.
@@ -78,11 +100,15 @@ TEST(RsaGenerate, AConstructedPrime) {
         EXPECT_EQ(VLONG_increment(prime, nullptr), OK);
         EXPECT_EQ(remainder(prime, nextPrime(x2)).text(), "0");
 
-        // The same auxiliary prime twice, and a lower bound without a prime above it: start again.
+        // The same auxiliary prime twice, a lower bound without a prime above it: start again.
         ASSERT_EQ(rsaConstructPrime(source.bytes(), {x, x1, x1}, 3, prime.out(), nullptr), OK);
         EXPECT_EQ(prime.get(), nullptr);
+        EXPECT_EQ(source.draws.back(), 13U); // without a test of any longer number
         const Number top("ffffffffffffffff*8");
         ASSERT_EQ(rsaConstructPrime(source.bytes(), {top, x1, x2}, 3, prime.out(), nullptr), OK);
+        EXPECT_EQ(prime.get(), nullptr);
+        // p - 1 is even, and e as well: the search ends all the same.
+        ASSERT_EQ(rsaConstructPrime(source.bytes(), {x, x1, x2}, 2, prime.out(), nullptr), OK);
         EXPECT_EQ(prime.get(), nullptr);
     }
 }
@@ -97,13 +123,18 @@ TEST(RsaGenerate, Sizes) {
     EXPECT_EQ(Rsa_GenerateKey(source.bytes(), &key, ~0U, nullptr), ERR_BAD_LENGTH);
     EXPECT_TRUE(source.draws.empty());
     // Sizes that are no multiple of 128 go on until the source fails, which a key of 1024 bits asks some 200 times.
-    for (const std::uint32_t bits : {1000U, 1023U}) {
+    for (const std::uint32_t bits : {1000U, 1100U}) {
         ByteSource failing(1);
         failing.limit = 2000;
         EXPECT_EQ(Rsa_GenerateKey(failing.bytes(), &key, bits, nullptr), ERR_RTOS_MUTEX_WAIT);
         EXPECT_EQ(failing.draws.size(), failing.limit);
         EXPECT_EQ(key.n, nullptr);
     }
+    // One less than a multiple is met by a modulus that comes out a bit short, as in the first attempt from this seed.
+    ByteSource shortFirst(12);
+    EXPECT_EQ(Rsa_GenerateKey(shortFirst.bytes(), &key, 1023, nullptr), OK);
+    EXPECT_EQ(VLONG_bitLength(key.n), 1023U);
+    rsaKeyClear(&key, nullptr);
 }
 
 TEST(RsaGenerate, AllocationFailures) {

@@ -165,6 +165,14 @@ TEST(Prime, EdgesOfTheProbablePrimeTest) {
         EXPECT_EQ(flag, 0U) << row.n.text();
         EXPECT_EQ(source.draws.size(), row.draws) << row.n.text();
     }
+    // 2147484439 * 4294968877 passes all rounds with 2^62 + 3, the base that zeros give: the Lucas test alone refuses it.
+    for (const PrimePurpose purpose : {0U, 1U, 2U, 3U}) {
+        ByteSource zeros(std::vector<std::uint8_t>{});
+        std::uint32_t flag = 9;
+        EXPECT_EQ(PRIME_isProbablePrime(zeros.bytes(), Number("8000062d8013150b"), purpose, &flag, nullptr), OK);
+        EXPECT_EQ(flag, purpose == kPrimeForDsa || purpose == kPrimeForSearch ? 0U : 1U) << purpose;
+        EXPECT_EQ(zeros.draws.size(), 50U);
+    }
     // A range of table entries, and one that ends beyond the table.
     for (const auto& [n, first, end, expected] : {std::tuple{15U, 0U, 53U, 0U},
                                                   {15, 1, 2, 0},

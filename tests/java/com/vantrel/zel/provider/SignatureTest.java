@@ -42,6 +42,7 @@ import java.security.spec.RSAPrivateCrtKeySpec;
 import java.security.spec.RSAPrivateKeySpec;
 import java.util.ArrayList;
 import java.util.Arrays;
+import java.util.Collections;
 import java.util.List;
 import java.util.Random;
 import java.util.concurrent.TimeUnit;
@@ -153,7 +154,8 @@ class SignatureTest {
     @ParameterizedTest
     @ValueSource(strings = {"SHA1withRSA", "SHA256withRSA", "SHA1withDSA"})
     void judgesAsTheJdkDoes(String algorithm) throws Exception {
-        KeyPair pair = jdkPair(keysOf(algorithm), 1024);
+        // An RSA modulus whose top byte leaves room for s + n.
+        KeyPair pair = jdkPair(keysOf(algorithm), algorithm.endsWith("RSA") ? 1017 : 1024);
         byte[] message = randomBytes(100);
         Signature signing = signing(algorithm, pair, jdkOf(algorithm));
         signing.update(message);
@@ -242,10 +244,21 @@ class SignatureTest {
         return oddKey(RSAPublicKey.class, format, encoded);
     }
 
-    /** A key that the JDK would not make. */
+    private static final byte[] RSA_ALGORITHM =
+            item(0x30, item(6, new byte[] {0x2A, (byte) 0x86, 0x48, (byte) 0x86, (byte) 0xF7, 0x0D, 1, 1, 1}));
+
+    /** Keys that the JDK would not make; the private one has e = 65537 in place of d, dP, dQ and qInv. */
     private static PublicKey oddRsa(BigInteger n, BigInteger e) {
-        byte[] rsaEncryption = {6, 9, 0x2A, (byte) 0x86, 0x48, (byte) 0x86, (byte) 0xF7, 0x0D, 1, 1, 1};
-        return oddKey("X.509", item(0x30, item(0x30, rsaEncryption), item(3, new byte[1], derOf(n, e))));
+        return oddKey("X.509", item(0x30, RSA_ALGORITHM, item(3, new byte[1], derOf(n, e))));
+    }
+
+    private static PrivateKey oddRsa(int version, BigInteger n, BigInteger e, BigInteger p, BigInteger q, BigInteger... more) {
+        List<BigInteger> values = new ArrayList<>(List.of(BigInteger.valueOf(version), n, e));
+        values.addAll(List.of(RSAKeyGenParameterSpec.F4, p, q));
+        values.addAll(Collections.nCopies(3, RSAKeyGenParameterSpec.F4));
+        values.addAll(List.of(more));
+        return oddKey(RSAPrivateKey.class, "PKCS#8", item(0x30, item(2, new byte[1]), RSA_ALGORITHM,
+                item(4, derOf(values.toArray(new BigInteger[0])))));
     }
 
     static Stream<Arguments> badKeys() throws Exception {
@@ -270,7 +283,10 @@ class SignatureTest {
                 (proxy, method, arguments) -> {
                     throw new IllegalStateException("destroyed");
                 });
+        BigInteger p = crt.getPrimeP();
+        BigInteger q = crt.getPrimeQ();
         String range = "RSA keys must have 512 to 16384 bits, not ";
+        String notItsPrimes = "the primes of the RSA key do not make its modulus";
         return Stream.of(
                 Arguments.of("RSA", null, "key is null"),
                 Arguments.of("DSA", null, "key is null"),
@@ -291,7 +307,14 @@ class SignatureTest {
                 Arguments.of("RSA", oddRsa(n, BigInteger.ONE.shiftLeft(32).add(BigInteger.ONE)),
                         "public exponents of more than 32 bits are not supported"),
                 Arguments.of("RSA", withoutCrt, "the RSA key lacks the values of the Chinese remainder theorem"),
-                Arguments.of("RSA", otherPrimes, "the primes of the RSA key do not make its modulus"),
+                Arguments.of("RSA", otherPrimes, notItsPrimes),
+                Arguments.of("RSA", oddRsa(0, n, f4, n, BigInteger.ONE), notItsPrimes),
+                Arguments.of("RSA", oddRsa(0, p.pow(2), f4, p, p), notItsPrimes),
+                Arguments.of("RSA", oddRsa(0, p.clearBit(511), f4, p, q), range + p.clearBit(511).bitLength()),
+                Arguments.of("RSA", oddRsa(0, n, f4.shiftLeft(17), p, q),
+                        "public exponents of more than 32 bits are not supported"),
+                Arguments.of("RSA", oddRsa(1, n, f4, p, q), "RSA keys of more than two primes are not supported"),
+                Arguments.of("RSA", oddRsa(0, n, f4, p, q, f4), "the key's encoding cannot be read: bytes behind the end"),
                 Arguments.of("DSA", yOfOne, "the value y of the DSA key is out of range"),
                 Arguments.of("DSA", dsa2048.getPublic(),
                         "only DSA keys with a p of 1024 bits and a q of 160 bits are supported, not of 2048 and 224"),
@@ -565,7 +588,7 @@ class SignatureTest {
     @Test
     void opensslFindsNoFaultInGeneratedKeys(@TempDir Path folder) throws Exception {
         assumeOpenssl();
-        for (int i = 0; i < 10; ++i) {
+        for (int i = 0; i < 100; ++i) {
             Files.write(folder.resolve("private"), keyPair("RSA", 1024, ZEL).getPrivate().getEncoded());
             assertEquals("RSA key ok", openssl(folder, "rsa", "-inform", "DER", "-in", "private", "-check", "-noout"));
         }
