@@ -236,19 +236,7 @@ TEST_F(DsaSignature, LargeKeys) {
     }
 }
 
-TEST_F(DsaSignature, ShortOfMemory) {
-    const char* const internal = "ERR_INTERNAL_ERROR";
-    expectMemoryIsReported(
-        kDsa.privateKey, kDsa.publicKey,
-        {"sign: " + failedSign(kNoDigest.substr(kSignature.size()), internal),
-         "sign: " + failedSign("converting message to vlong" + kRefused, internal),
-         "sign: " + failedSign("error signing message" + kRefused, internal),
-         "sign: " + failedSign("error creating dsa signature" + kRefused, internal),
-         // Memory that the check of the fresh signature lacks counts as a signature that does not hold.
-         "sign: " + failedSign("error signing message, failed to verify", "ERR_PKCS7_INVALID_SIGNATURE"),
-         "verify: " + kNoDigest, "verify: " + kSignature + "converting message to vlong" + kRefused,
-         "verify: " + kSignature + "error parsing signature" + kRefused,
-         "verify: " + kSignature + "error verifying signature" + kRefused});
+TEST_F(DsaSignature, APublicKeyIsWholeOrAbsent) {
     const std::vector<std::uint8_t> der = fromHex(kDsa.publicKey);
     testheap::failEach([&] {
         AsymmetricKey key{};

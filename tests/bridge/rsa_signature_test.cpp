@@ -230,29 +230,12 @@ TEST_F(RsaSignature, NativePaths) {
         EXPECT_EQ(engine.nativeUpdate(abc.data(), 1, 3), ERR_GENERAL);
         EXPECT_EQ(engine.nativeInitSign(keyLength, key.data()), ERR_RSA_INVALID_PKCS8);
         EXPECT_EQ(engine.nativeSign(nullptr, 0, 0), ERR_INTERNAL_ERROR);
-        bool refused = true;
-        for (std::uint64_t number = 1; refused; ++number) { // no refused allocation makes a wrong signature right
-            const std::vector<std::uint8_t> wrong = fromHex(signatures.wrongHead);
-            ZelShaWithRsaSignature own(kind.type);
-            testheap::refuse(number);
-            (void)own.nativeInitVerify(keyLength, key.data());
-            (void)own.nativeUpdate(abc.data(), 1, 3);
-            EXPECT_LT(own.nativeVerify(wrong.data(), 0, 128), OK);
-            refused = testheap::refused();
-            testheap::refuse(0);
-        }
     }
 }
 
-TEST_F(RsaSignature, ShortOfMemory) {
+TEST_F(RsaSignature, RefusalsOfTheVm) {
     use(kinds[0]);
-    expectMemoryIsReported(kRsa512.privateKey, kRsa512.publicKey,
-                           {"sign: " + kNoDigest, "sign: " + kSignature + "error generating signature array" + kRefused,
-                            "sign: " + kSignature + "error generating integer representative message" + kRefused,
-                            "sign: " + kSignature + "error generating integer representative signature" + kRefused,
-                            "verify: " + kNoDigest, "verify: " + kInvalid + kRefused,
-                            "verify: " + kSignature + "error generating integer representative signature" + kRefused});
-    for (bool FakeJni::*const refusal : {&FakeJni::newByteArrayGivesNull, &FakeJni::criticalFails}) { // Java's heap
+    for (bool FakeJni::*const refusal : {&FakeJni::newByteArrayGivesNull, &FakeJni::criticalFails}) {
         initSign(kRsa512);
         jni.*refusal = true;
         entries->sign(env, object);

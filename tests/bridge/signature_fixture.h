@@ -5,8 +5,6 @@
 #include "tests/bridge/fake_jni_test.h"
 #include "tests/support/hex.h"
 
-#include <set>
-
 // The entry points of one Java class; DECLARE_SIGNATURE_ENTRIES(JavaClass) makes them, under the class's name.
 struct SignatureEntryPoints {
     void (*initVerify)(JNIEnv*, jobject, jbyteArray);
@@ -52,9 +50,6 @@ protected:
     const std::string kNotForVerifying = kSignature + "signature not initialized for verifying";
     const std::string kNullArray = "java/lang/NullPointerException: array is null";
     const std::string kOutside = "java/lang/ArrayIndexOutOfBoundsException: offset or length out of range";
-    const std::string kRefused = " : ERR_MEM_ALLOC_FAIL";
-    const std::string kNoDigest =
-        kSignature + "error calculating final digest < " + kProvider + "error resetting digest" + kRefused;
     const std::string kNoMemory = "java/lang/OutOfMemoryError: out of memory";
 
     void TearDown() override {
@@ -83,42 +78,6 @@ protected:
         const bool isValid = entries->verify(env, object, array(signature)) != JNI_FALSE;
         const std::string raised = jni.takePending();
         return raised.empty() ? isValid ? "true" : "false" : raised;
-    }
-    // Signs "abc" and verifies it, with each allocation refused in turn: none passes for a signature or a wrong verdict, and
-    // the SignatureExceptions are these, each behind what raises it.
-    void expectMemoryIsReported(const char* privateKey, const char* publicKey, const std::set<std::string>& expected) {
-        std::set<std::string> raised;
-        const auto failed = [&](const char* step) {
-            const std::string exception = jni.takePending();
-            if (exception.starts_with(kSignature)) {
-                raised.insert(step + exception);
-            }
-            return !exception.empty();
-        };
-        const auto signAndVerify = [&]() -> Status {
-            bool isVerified = false;
-            entries->initSign(env, object, array(privateKey));
-            if (!failed("initSign: ")) {
-                updateAbc();
-                const jbyteArray signature = entries->sign(env, object);
-                if (!failed("sign: ")) {
-                    entries->initVerify(env, object, array(publicKey));
-                    if (!failed("initVerify: ")) {
-                        updateAbc();
-                        const jboolean isValid = entries->verify(env, object, signature);
-                        isVerified = !failed("verify: ");
-                        EXPECT_TRUE(isValid != JNI_FALSE || !isVerified);
-                    }
-                }
-            }
-            entries->destroy(env, object);
-            return isVerified ? OK : ERR_MEM_ALLOC_FAIL;
-        };
-        // More than once, because the allocations vary with the nonce of a DSA signature and one can be stepped over.
-        for (int pass = 0; pass < 50 && raised != expected; ++pass) {
-            testheap::failEach(signAndVerify);
-        }
-        EXPECT_EQ(raised, expected);
     }
     // Every entry point that needs an engine, without one or without an initialisation.
     void expectRefused(const std::string& update, const std::string& sign, const std::string& verify,

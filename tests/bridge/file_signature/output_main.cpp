@@ -1,6 +1,8 @@
 // Goes through the check's outcomes in the working folder, with debug output on; output.txt says what that prints.
 #include "tests/bridge/file_signature/signed_file.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 
 using namespace filetest;
@@ -14,12 +16,25 @@ extern "C" int __wrap__ZN22ZelShaWithRsaSignature12nativeUpdateEPKhii(void* engi
                           : __real__ZN22ZelShaWithRsaSignature12nativeUpdateEPKhii(engine, input, offset, length);
 }
 
+// Nor does reading, which is to fail once, behind that many bytes. The end of the file is not reached then.
+static std::size_t readable = SIZE_MAX;
+extern "C" std::size_t __real_fread(void*, std::size_t, std::size_t, std::FILE*);
+extern "C" std::size_t __wrap_fread(void* to, std::size_t size, std::size_t count, std::FILE* file) {
+    const std::size_t allowed = std::min(count, readable);
+    readable = allowed < count || readable == SIZE_MAX ? SIZE_MAX : readable - count;
+    return __real_fread(to, size, allowed, file);
+}
+
 int main() {
     static char on[] = "zel_debug=1";
     const Octets noKey = fromHex("30 00"), data = content(5), signature = fromHex(kSignedFiles[1].signature);
+    const SignedFile& file = *std::rbegin(kSignedFiles);
+    bool fine = writeFile("data", content(file.size + 50000)) && writeFile("data.sig", fromHex(file.signature));
+    readable = file.size; // what has been read is checked as if it were the file
+    fine &= check(kPublicKey, "data") == 0 && readable == SIZE_MAX;
     (void)std::remove("data");
     (void)std::remove("data.sig");
-    bool fine = putenv(on) == 0;
+    fine &= putenv(on) == 0;
     fine &= ZelUtil::checkFileSignature(kPublicKey.data(), 270, "data", 256) == -6103;
     fine &= ZelUtil::checkFileSignature(kPublicKey.data(), 501, "data", 4) == -7701;
     fine &= check(noKey, "data") == -7703;

@@ -1,0 +1,115 @@
+// What stays on the stack of a thread when an engine or an operation has returned to it.
+#include "bridge/zel_object.h"
+#include "core/aes/aes.h"
+#include "core/bignum/scoped_vlong.h"
+#include "core/pubkey/key_der.h"
+#include "core/pubkey/rsa.h"
+#include "core/random/fips186.h"
+#include "core/random/random.h"
+#include "tests/bridge/engine_uses.h"
+
+#include <algorithm>
+#include <functional>
+#include <pthread.h>
+
+namespace {
+
+using Octets = std::vector<std::uint8_t>;
+
+// The stack of a thread of its own on which work() has run.
+std::vector<std::uint64_t> stackAfter(const std::function<void()>& work) {
+    work(); // the linker, which looks functions up at their first call, saves registers on the stack
+    std::vector<std::uint64_t> stack(1 << 17);
+    pthread_attr_t attributes;
+    pthread_t thread{};
+    EXPECT_EQ(pthread_attr_init(&attributes), 0);
+    EXPECT_EQ(pthread_attr_setstack(&attributes, stack.data(), stack.size() * sizeof stack[0]), 0);
+    const auto run = [](void* argument) -> void* {
+        (*static_cast<const std::function<void()>*>(argument))();
+        return nullptr;
+    };
+    EXPECT_EQ(pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&work)), 0);
+    EXPECT_EQ(pthread_join(thread, nullptr), 0);
+    return stack;
+}
+
+// No eight bytes in a row of any secret.
+void expectNone(const std::vector<std::uint64_t>& stack, const std::vector<Octets>& secrets) {
+    const auto* const first = reinterpret_cast<const std::uint8_t*>(stack.data());
+    const auto* const last = reinterpret_cast<const std::uint8_t*>(stack.data() + stack.size());
+    for (const Octets& secret : secrets) {
+        for (std::size_t i = 0; i + 8 <= secret.size(); ++i) {
+            EXPECT_EQ(std::search(first, last, &secret[i], &secret[i] + 8), last)
+                << "byte " << i << " of " << secret.size();
+        }
+    }
+}
+
+template <typename Word> Octets octetsOf(const Word* words, std::size_t count) {
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(words);
+    return Octets(bytes, bytes + count * sizeof(Word));
+}
+
+Octets reversed(Octets octets, std::size_t size) {
+    for (std::size_t i = 0; i < octets.size(); i += size) {
+        std::reverse(octets.begin() + static_cast<std::ptrdiff_t>(i),
+                     octets.begin() + static_cast<std::ptrdiff_t>(i + size));
+    }
+    return octets;
+}
+
+TEST(Stack, OfTheCipher) {
+    Octets key(32), message(1000);
+    auto fill = [n = std::uint8_t{0}](Octets& octets) mutable {
+        std::generate(octets.begin(), octets.end(), [&n] { return n = static_cast<std::uint8_t>(5 * n + 3); });
+    };
+    fill(key);
+    fill(message);
+    AesContext context;
+    ASSERT_EQ(aesInitKey(&context, 256, key.data(), 0, kAesModeCbc), OK);
+    const Octets encrypting = octetsOf(context.encryptRoundKeys, 60), decrypting = octetsOf(context.roundKeys, 60);
+    const auto stack = stackAfter([&] {
+        FakeJni jni;
+        const jobject cipher = jni.newEngineObject();
+        const auto array = [&jni](const Octets& octets) {
+            return jni.newBytes({octets.begin(), octets.end()});
+        };
+        const jbyteArray iv = jni.newBytes(std::vector<jbyte>(16));
+        AES_ENTRY(engineInit0)(jni.env(), cipher, 1, iv, array(key));
+        (void)AES_ENTRY(engineUpdate0___3BII)(jni.env(), cipher, array(message), 0, 5);
+        const jbyteArray sent = AES_ENTRY(engineDoFinal0___3BII)(jni.env(), cipher, array(message), 5, 995);
+        AES_ENTRY(deleteContext0)(jni.env(), cipher);
+        AES_ENTRY(engineInit0)(jni.env(), cipher, 2, iv, array(key));
+        EXPECT_NE(AES_ENTRY(engineDoFinal0___3BII)(jni.env(), cipher, sent, 0, 1008), nullptr);
+        AES_ENTRY(deleteContext0)(jni.env(), cipher);
+    });
+    expectNone(stack, {key, message, encrypting, reversed(encrypting, 4), decrypting, reversed(decrypting, 4)});
+}
+
+TEST(Stack, OfAnRsaSignature) {
+    EngineUses engines;
+    ScopedKey key;
+    const Octets der = fromHex(EngineUses::keys().rsaPrivate);
+    ASSERT_EQ(AsymKey_FromPkcs8Der(der.data(), static_cast<std::uint32_t>(der.size()), key.get()), OK);
+    const RSAKey& rsa = *asymKeyRsa(key.get());
+    std::vector<Octets> secrets;
+    for (const vlong* value : {rsa.p, rsa.q, rsa.dP, rsa.dQ, rsa.qInv}) {
+        secrets.push_back(octetsOf(value->units, value->length));
+        secrets.push_back(reversed(secrets.back(), secrets.back().size()));
+    }
+    expectNone(stackAfter([&] { EXPECT_EQ(engines.signsRsa(), "right"); }), secrets);
+}
+
+TEST(Stack, OfTheRandomGenerator) {
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
+    FakeJni jni;
+    RandomContext* const context = ZelObject::getRandomContext(jni.env());
+    const auto stack = stackAfter([&] {
+        std::uint8_t bytes[100];
+        EXPECT_EQ(randomGenerate(context, bytes, 100), OK);
+    });
+    const Octets key = octetsOf(context->state.xkey, 8); // its upper words are those of the last rounds
+    expectNone(stack, {key, reversed(key, 64)});
+}
+
+} // namespace
