@@ -22,30 +22,43 @@ bool refused();
 std::uint64_t liveBlocks();
 std::uint64_t dirtyFrees();
 
-// failEach: runs operation() with its first, second, third ... allocation refused, until a run asks for no more.
-// operation returns the status of one complete use that has given back whatever it took. Expects each refused run to
-// end in `refusal` and to leave no block behind, and the last, unhindered run to succeed.
-// failSome: the same with ever larger steps from one number to the next, for operations that allocate very often.
+// failOne: runs operation() with that allocation refused; whether it has asked for so many. operation returns the status
+// of one complete use that has given back whatever it took. Expects a refused run to end in `refusal`, any other in
+// success, and no block to be left behind.
 template <typename Operation>
-void failEach(Operation operation, Status refusal = ERR_MEM_ALLOC_FAIL, std::uint64_t slowness = ~std::uint64_t{0}) {
-    for (std::uint64_t number = 1;; number += 1 + number / slowness) {
-        SCOPED_TRACE(testing::Message() << "allocation " << number << " refused");
-        const std::uint64_t before = liveBlocks();
-        refuse(number);
-        const Status status = operation();
-        const bool wasRefused = refused();
-        refuse(0);
-        ASSERT_EQ(liveBlocks(), before) << "blocks left behind";
-        if (!wasRefused) {
-            ASSERT_GE(status, OK) << statusName(status);
-            return;
-        }
-        ASSERT_EQ(status, refusal);
+bool failOne(Operation& operation, std::uint64_t number, Status refusal = ERR_MEM_ALLOC_FAIL) {
+    SCOPED_TRACE(testing::Message() << "allocation " << number << " refused");
+    const std::uint64_t before = liveBlocks();
+    refuse(number);
+    const Status status = operation();
+    const bool wasRefused = refused();
+    refuse(0);
+    EXPECT_EQ(liveBlocks(), before) << "blocks left behind";
+    EXPECT_TRUE(wasRefused ? status == refusal : status >= OK) << statusName(status);
+    return wasRefused;
+}
+
+// failEach: the first, the second, the third ... until a run asks for no more.
+template <typename Operation> void failEach(Operation operation, Status refusal = ERR_MEM_ALLOC_FAIL) {
+    for (std::uint64_t number = 1; failOne(operation, number, refusal); ++number) {
     }
 }
 
+// failSome: for operations that allocate very often, and always the same: with ever larger steps from one number to the
+// next, and then the last ones.
 template <typename Operation> void failSome(Operation operation) {
-    failEach(operation, ERR_MEM_ALLOC_FAIL, 3);
+    constexpr std::uint64_t kLast = 48;
+    std::uint64_t asked = 0, end = 1;
+    for (; failOne(operation, end); end += 1 + end / 3) {
+        asked = end;
+    }
+    while (end - asked > 1) {
+        const std::uint64_t middle = asked + (end - asked) / 2;
+        (failOne(operation, middle) ? asked : end) = middle;
+    }
+    for (std::uint64_t number = end > kLast ? end - kLast : 1; number < end; ++number) {
+        EXPECT_TRUE(failOne(operation, number));
+    }
 }
 
 } // namespace testheap

@@ -132,6 +132,20 @@ TEST(Rsa, RefusedAllocations) {
     EXPECT_EQ(testheap::dirtyFrees(), dirtyFrees);
 }
 
+// Primes in the wrong order, with the derived values of the right one: all of it changes, or nothing does.
+TEST(Rsa, PreparingAgain) {
+    const RsaNumbers& numbers = kRsaKeys[1];
+    FilledKey key(privateDer(numbers));
+    std::swap(key->p, key->q);
+    testheap::failEach([&] {
+        const RSAKey before = *key.rsa();
+        const Status status = Rsa_PrepareKey(key.rsa(), nullptr);
+        EXPECT_EQ(key->p == before.p && key->dP == before.dP && key->contextQ == before.contextQ, isError(status));
+        return status;
+    });
+    EXPECT_EQ(privatePower(key.rsa(), Number(numbers.input).get()), numbers.power);
+}
+
 TEST(Rsa, OneKeyInManyThreads) {
     ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
     RandomContext* random = nullptr;

@@ -65,9 +65,20 @@ final class ChildJvm {
 
     /** The same with the JDK in a folder. */
     static ChildJvm run(Path javaHome, List<String> arguments) throws IOException, InterruptedException {
+        return runAfter(List.of(), javaHome, arguments);
+    }
+
+    /** Runs java where no file can be larger than 100 KiB, which stands in for a full disk. */
+    static ChildJvm runWithoutRoom(List<String> arguments) throws IOException, InterruptedException {
+        String limited = "ulimit -f 200; java=$1; shift; exec \"$java\" -XX:-UsePerfData \"$@\"";
+        return runAfter(List.of("sh", "-c", limited, "sh"), Path.of(System.getProperty("java.home")), arguments);
+    }
+
+    private static ChildJvm runAfter(List<String> words, Path javaHome, List<String> arguments)
+            throws IOException, InterruptedException {
         Path out = Files.createTempFile("child", ".out");
         Path err = Files.createTempFile("child", ".err");
-        List<String> command = new ArrayList<>();
+        List<String> command = new ArrayList<>(words);
         command.add(javaHome.resolve("bin/java").toString());
         command.addAll(arguments);
         Process process = new ProcessBuilder(command).redirectOutput(out.toFile()).redirectError(err.toFile()).start();

@@ -148,6 +148,11 @@ class LoadingTest {
         said = probe(ChildJvm.providerJar(), missing);
         assertTrue(said.startsWith("cannot unpack /native/linux-"), said);
         assertTrue(said.contains("into " + missing), said);
+
+        said = ChildJvm.runWithoutRoom(List.of("-cp", ChildJvm.providerJar() + File.pathSeparator
+                + ChildJvm.testClasses(), "-Djava.io.tmpdir=" + temporary, Probe.class.getName())).out;
+        assertTrue(said.contains("into " + temporary) && said.endsWith("File too large\n"), said);
+        assertEquals(0, temporary.toFile().list().length);
     }
 
     @Test
