@@ -56,7 +56,7 @@ grep -m1 'model name' /proc/cpuinfo || true
 # Windows first, so that the provider's jar of the release build carries its library too.
 build_preset windows
 run_tests windows --label-exclude long
-for preset in windows-clang asan tsan debug clang portable; do
+for preset in windows-clang asan asan-clang tsan debug clang portable; do
   build_preset "$preset"
   run_tests "$preset" --label-exclude long
 done

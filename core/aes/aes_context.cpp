@@ -3,9 +3,6 @@
 #include "core/aes/aes_kernels.h"
 #include "core/memory/memory.h"
 
-#include <algorithm>
-#include <iterator>
-
 namespace {
 
 bool isKeySize(std::uint32_t keyBits) {
@@ -69,7 +66,7 @@ Status aesInitKey(AesContext* context, std::uint32_t keyBits, const std::uint8_t
     const AesModes& kernel = aesKernel().run;
     kernel.expandKey(key, keyBits, context->encryptRoundKeys);
     if (encrypt != 0 || isFeedbackMode(mode)) {
-        std::copy(std::begin(context->encryptRoundKeys), std::end(context->encryptRoundKeys), context->roundKeys);
+        kernel.expandKey(key, keyBits, context->roundKeys); // a copy would leave the schedule in registers
     } else {
         kernel.invertSchedule(context->encryptRoundKeys, context->rounds, context->roundKeys);
     }

@@ -16,20 +16,23 @@ namespace {
 
 using Octets = std::vector<std::uint8_t>;
 
-// The stack of a thread of its own on which work() has run.
+// The stack of a thread of its own on which work() has run for the third time: the linker, which looks a function up
+// at its first call, saves the registers on the stack, and the first use does not yet free what an earlier one left.
 std::vector<std::uint64_t> stackAfter(const std::function<void()>& work) {
-    work(); // the linker, which looks functions up at their first call, saves registers on the stack
-    std::vector<std::uint64_t> stack(1 << 17);
-    pthread_attr_t attributes;
-    pthread_t thread{};
-    EXPECT_EQ(pthread_attr_init(&attributes), 0);
-    EXPECT_EQ(pthread_attr_setstack(&attributes, stack.data(), stack.size() * sizeof stack[0]), 0);
-    const auto run = [](void* argument) -> void* {
-        (*static_cast<const std::function<void()>*>(argument))();
-        return nullptr;
-    };
-    EXPECT_EQ(pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&work)), 0);
-    EXPECT_EQ(pthread_join(thread, nullptr), 0);
+    std::vector<std::uint64_t> stack;
+    for (int round = 0; round < 3; ++round) {
+        stack.assign(1 << 15, 0);
+        pthread_attr_t attributes;
+        pthread_t thread{};
+        EXPECT_EQ(pthread_attr_init(&attributes), 0);
+        EXPECT_EQ(pthread_attr_setstack(&attributes, stack.data(), stack.size() * sizeof stack[0]), 0);
+        const auto run = [](void* argument) -> void* {
+            (*static_cast<const std::function<void()>*>(argument))();
+            return nullptr;
+        };
+        EXPECT_EQ(pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&work)), 0);
+        EXPECT_EQ(pthread_join(thread, nullptr), 0);
+    }
     return stack;
 }
 
@@ -68,22 +71,35 @@ TEST(Stack, OfTheCipher) {
     AesContext context;
     ASSERT_EQ(aesInitKey(&context, 256, key.data(), 0, kAesModeCbc), OK);
     const Octets encrypting = octetsOf(context.encryptRoundKeys, 60), decrypting = octetsOf(context.roundKeys, 60);
-    const auto stack = stackAfter([&] {
-        FakeJni jni;
-        const jobject cipher = jni.newEngineObject();
-        const auto array = [&jni](const Octets& octets) {
-            return jni.newBytes({octets.begin(), octets.end()});
-        };
-        const jbyteArray iv = jni.newBytes(std::vector<jbyte>(16));
-        AES_ENTRY(engineInit0)(jni.env(), cipher, 1, iv, array(key));
-        (void)AES_ENTRY(engineUpdate0___3BII)(jni.env(), cipher, array(message), 0, 5);
-        const jbyteArray sent = AES_ENTRY(engineDoFinal0___3BII)(jni.env(), cipher, array(message), 5, 995);
-        AES_ENTRY(deleteContext0)(jni.env(), cipher);
-        AES_ENTRY(engineInit0)(jni.env(), cipher, 2, iv, array(key));
-        EXPECT_NE(AES_ENTRY(engineDoFinal0___3BII)(jni.env(), cipher, sent, 0, 1008), nullptr);
-        AES_ENTRY(deleteContext0)(jni.env(), cipher);
-    });
-    expectNone(stack, {key, message, encrypting, reversed(encrypting, 4), decrypting, reversed(decrypting, 4)});
+    FakeJni jni;
+    const jobject cipher = jni.newEngineObject(), decipher = jni.newEngineObject();
+    const auto array = [&jni](const Octets& octets) {
+        return jni.newBytes({octets.begin(), octets.end()});
+    };
+    const jbyteArray iv = jni.newBytes(std::vector<jbyte>(16)), keyArray = array(key), plain = array(message);
+    jbyteArray sent = nullptr;
+    const auto sentLength = [&sent] {
+        return static_cast<jint>(FakeJni::of(sent).bytes.size());
+    };
+    const auto init = [&](jobject object, jint mode) {
+        AES_ENTRY(engineInit0)(jni.env(), object, mode, iv, keyArray);
+    };
+    const std::function<void()> calls[] = {
+        [&] { init(cipher, 1); },
+        [&] { (void)AES_ENTRY(engineUpdate0___3BII)(jni.env(), cipher, plain, 0, 5); },
+        [&] { (void)AES_ENTRY(engineUpdate0___3BII)(jni.env(), cipher, plain, 0, 300); },
+        [&] { sent = AES_ENTRY(engineDoFinal0___3BII)(jni.env(), cipher, plain, 0, 1000); },
+        [&] { init(decipher, 2); },
+        [&] { (void)AES_ENTRY(engineDoFinal0___3BII)(jni.env(), decipher, sent, 0, sentLength()); },
+    };
+    for (const auto& call : calls) {
+        SCOPED_TRACE(&call - calls);
+        expectNone(stackAfter(call),
+                   {key, message, encrypting, reversed(encrypting, 4), decrypting, reversed(decrypting, 4)});
+    }
+    EXPECT_EQ(jni.pending(), "");
+    AES_ENTRY(deleteContext0)(jni.env(), cipher);
+    AES_ENTRY(deleteContext0)(jni.env(), decipher);
 }
 
 TEST(Stack, OfAnRsaSignature) {

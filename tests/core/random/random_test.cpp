@@ -3,6 +3,7 @@
 #include "core/random/random.h"
 #include "core/random/seed_pool.h"
 #include "tests/support/faults.h"
+#include "tests/support/gate.h"
 #include "tests/support/hex.h"
 #include "tests/support/test_heap.h"
 
@@ -41,6 +42,24 @@ std::vector<std::uint8_t> drawn(const Owned& context, std::uint32_t length) {
     std::vector<std::uint8_t> bytes(length);
     EXPECT_EQ(randomGenerate(context.get(), bytes.data(), length), OK);
     return bytes;
+}
+
+// First of all in this program: nobody has used the seed pool before.
+TEST_F(Random, FirstUsesAtOnce) {
+    const std::uint64_t live = testheap::liveBlocks();
+    Gate start;
+    std::vector<std::thread> threads;
+    for (unsigned thread = 0; thread < 8; ++thread) {
+        threads.emplace_back([&start] {
+            start.wait();
+            EXPECT_NE(acquired(), nullptr);
+        });
+    }
+    start.open();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_LE(testheap::liveBlocks(), live + 2) << "more than the pool's two mutexes";
 }
 
 TEST_F(Random, Arguments) {
