@@ -1,6 +1,6 @@
 // What stays on the stack of a thread when an engine or an operation has returned to it.
+#include "bridge/aes_cbc_stream.h"
 #include "bridge/zel_object.h"
-#include "core/aes/aes.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/rsa.h"
@@ -71,35 +71,27 @@ TEST(Stack, OfTheCipher) {
     AesContext context;
     ASSERT_EQ(aesInitKey(&context, 256, key.data(), 0, kAesModeCbc), OK);
     const Octets encrypting = octetsOf(context.encryptRoundKeys, 60), decrypting = octetsOf(context.roundKeys, 60);
-    FakeJni jni;
-    const jobject cipher = jni.newEngineObject(), decipher = jni.newEngineObject();
-    const auto array = [&jni](const Octets& octets) {
-        return jni.newBytes({octets.begin(), octets.end()});
-    };
-    const jbyteArray iv = jni.newBytes(std::vector<jbyte>(16)), keyArray = array(key), plain = array(message);
-    jbyteArray sent = nullptr;
-    const auto sentLength = [&sent] {
-        return static_cast<jint>(FakeJni::of(sent).bytes.size());
-    };
-    const auto init = [&](jobject object, jint mode) {
-        AES_ENTRY(engineInit0)(jni.env(), object, mode, iv, keyArray);
-    };
+    const std::uint8_t iv[kAesBlockBytes] = {}, *const from = message.data();
+    Octets sent(1008), output(1400);
+    AesCbcStream whole, encrypt, decrypt;
+    ASSERT_EQ(whole.init(AesCbcStream::kEncryptMode, iv, key.data()), OK);
+    ASSERT_EQ(whole.encryptFinal(from, 1000, sent.data()), OK);
     const std::function<void()> calls[] = {
-        [&] { init(cipher, 1); },
-        [&] { (void)AES_ENTRY(engineUpdate0___3BII)(jni.env(), cipher, plain, 0, 5); },
-        [&] { (void)AES_ENTRY(engineUpdate0___3BII)(jni.env(), cipher, plain, 0, 300); },
-        [&] { sent = AES_ENTRY(engineDoFinal0___3BII)(jni.env(), cipher, plain, 0, 1000); },
-        [&] { init(decipher, 2); },
-        [&] { (void)AES_ENTRY(engineDoFinal0___3BII)(jni.env(), decipher, sent, 0, sentLength()); },
+        [&] { EXPECT_EQ(encrypt.init(AesCbcStream::kEncryptMode, iv, key.data()), OK); },
+        [&] { EXPECT_EQ(encrypt.update(from, 0, 300, output.data()), OK); },
+        [&] { EXPECT_EQ(encrypt.encryptFinal(from, 1000, output.data()), OK); },
+        [&] { EXPECT_EQ(decrypt.init(AesCbcStream::kDecryptMode, iv, key.data()), OK); },
+        [&] {
+            AesCbcStream::Ending ending;
+            EXPECT_EQ(decrypt.decryptEnding(sent.data(), 1008, &ending), OK);
+            EXPECT_EQ(decrypt.decryptFinal(sent.data(), ending, output.data()), OK);
+        },
     };
     for (const auto& call : calls) {
         SCOPED_TRACE(&call - calls);
         expectNone(stackAfter(call),
                    {key, message, encrypting, reversed(encrypting, 4), decrypting, reversed(decrypting, 4)});
     }
-    EXPECT_EQ(jni.pending(), "");
-    AES_ENTRY(deleteContext0)(jni.env(), cipher);
-    AES_ENTRY(deleteContext0)(jni.env(), decipher);
 }
 
 TEST(Stack, OfAnRsaSignature) {
