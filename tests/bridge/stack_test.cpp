@@ -78,7 +78,7 @@ TEST(Stack, OfTheCipher) {
     ASSERT_EQ(whole.encryptFinal(from, 1000, sent.data()), OK);
     const std::function<void()> calls[] = {
         [&] { EXPECT_EQ(encrypt.init(AesCbcStream::kEncryptMode, iv, key.data()), OK); },
-        [&] { EXPECT_EQ(encrypt.update(from, 0, 300, output.data()), OK); },
+        [&] { EXPECT_EQ(encrypt.update(from, 0, 303, output.data()), OK); },
         [&] { EXPECT_EQ(encrypt.encryptFinal(from, 1000, output.data()), OK); },
         [&] { EXPECT_EQ(decrypt.init(AesCbcStream::kDecryptMode, iv, key.data()), OK); },
         [&] {
