@@ -110,6 +110,10 @@ class ToolTest {
         Files.writeString(odd, "abd");
         assertEquals(1, zel("digest --check %s", path("sums")));
         assertEquals(file + ": OK\n" + folder + "/a\\\\b\\nc\u00e4: FAILED", out);
+
+        assertEquals(2, zel("digest %s %s", path("none"), file));
+        assertEquals("zel: " + path("none") + ": no such file", err);
+        assertEquals(ABC_SHA256 + "  " + file, out);
     }
 
     @Test
@@ -184,17 +188,21 @@ class ToolTest {
         Files.write(folder.resolve("other"), new byte[32]);
         assertEquals(0, zel("encrypt -k %s %s", path("key"), file));
         assertFails(1, "does not decrypt", "decrypt -k " + path("other") + " -o " + path("x") + " " + file + ".enc");
-        Files.write(folder.resolve("short"), new byte[15]);
-        assertFails(1, "too short", "decrypt -k " + path("key") + " -o " + path("x") + " " + path("short"));
+        for (int length : new int[] {15, 16}) { // less than an IV, and an IV alone
+            Files.write(folder.resolve("short"), new byte[length]);
+            assertFails(1, "too short", "decrypt -k " + path("key") + " -o " + path("x") + " " + path("short"));
+        }
         assertFalse(Files.exists(folder.resolve("x")));
 
         assertFails(2, "Try 'zel --help'", "--nonsense");
         assertFails(2, "Missing required option: '--key=KEY'", "encrypt " + file);
         assertFails(2, "there are SHA-1, SHA-256", "digest -a MD5 " + file);
-        assertFails(2, "none: no such file", "digest " + path("none"));
+        assertFails(2, "no such command: sing", "sing " + file);
         assertFails(2, "is a directory", "digest " + folder);
         assertFails(2, "abc.enc: exists already; --force", "encrypt -k " + path("key") + " " + file);
         assertFails(2, path("no/x") + ": no such folder", "keygen aes -o " + path("no/x"));
+        assertFails(2, "takes two files", "keygen rsa -o -");
+        assertFails(2, "/dev/full: No space left", "keygen aes -o /dev/full");
         assertFails(2, "no AES-256 key", "encrypt -k " + file + " " + file);
         assertFails(2, "no RSA or DSA private key", "sign -k " + file + " " + file);
         assertFails(2, "AES keys have 256 bits", "keygen aes -b 128 -o " + path("x"));
