@@ -28,6 +28,8 @@ import org.junit.jupiter.api.io.TempDir;
 class ToolTest {
     private static final String ABC_SHA256 = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
 
+    private static final Path PROGRAM = Path.of(System.getProperty("zel.tool.jar")).resolveSibling("zel");
+
     @TempDir Path folder;
     private String file;
     private byte[] stdin = new byte[0];
@@ -213,6 +215,18 @@ class ToolTest {
         assertNothingLeftBehind();
     }
 
+    /** No room: a limit on the size of files stands in for a full disk. What was there before stays, nothing is left over. */
+    @Test
+    void withoutRoomNothingChanges() throws Exception {
+        Files.write(folder.resolve("large"), new byte[3_000_000]);
+        Files.write(folder.resolve("key"), new byte[32]);
+        Files.writeString(folder.resolve("large.enc"), "old");
+        shell("ulimit -f 4000; ! " + PROGRAM + " encrypt --force --key key large 2>said");
+        assertEquals("zel: large.enc: File too large\n", Files.readString(folder.resolve("said")));
+        assertEquals("old", Files.readString(folder.resolve("large.enc")));
+        assertNothingLeftBehind();
+    }
+
     @Test
     void secretsAreTheirOwnersOnly() throws Exception {
         assertEquals(0, zel("keygen aes -o %s", path("key")));
@@ -250,7 +264,7 @@ class ToolTest {
         try (RandomAccessFile hole = new RandomAccessFile(path("hole"), "rw")) {
             hole.setLength(Progress.SHOWN_ABOVE_BYTES * 3);
         }
-        String command = Path.of(System.getProperty("zel.tool.jar")).resolveSibling("zel") + " digest hole";
+        String command = PROGRAM + " digest hole";
         String watched = new String(shell("script -qec '" + command + "' /dev/null"), StandardCharsets.UTF_8);
         assertTrue(watched.matches("(?s).*hole +\\d+% \\[#*\\.*\\] \\d+ MB/s, \\d+ s left.*"), watched);
         String unwatched = new String(shell(command), StandardCharsets.UTF_8);
