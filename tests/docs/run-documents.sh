@@ -11,7 +11,7 @@ root=$2
 build=$3
 work=$(mktemp -d)
 trap 'rm -rf -- "$work"' EXIT
-documents=("$root"/*.md "$root"/docs/*.md)
+documents=("$root/README.md" "$root"/[!R]*.md "$root"/docs/*.md) # README begins with the clone
 
 # What stands after the marks, as files: DOCUMENT/commands, DOCUMENT/NAME, and "long".
 awk -v work="$work" '

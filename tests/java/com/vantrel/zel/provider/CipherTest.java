@@ -5,11 +5,9 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertNull;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 
-import java.io.ByteArrayInputStream;
 import java.io.ByteArrayOutputStream;
 import java.nio.ByteBuffer;
 import java.security.AlgorithmParameters;
-import java.security.GeneralSecurityException;
 import java.security.InvalidAlgorithmParameterException;
 import java.security.InvalidKeyException;
 import java.security.Key;
@@ -22,8 +20,6 @@ import java.util.Arrays;
 import java.util.Random;
 import javax.crypto.BadPaddingException;
 import javax.crypto.Cipher;
-import javax.crypto.CipherInputStream;
-import javax.crypto.CipherOutputStream;
 import javax.crypto.SecretKey;
 import javax.crypto.ShortBufferException;
 import javax.crypto.spec.IvParameterSpec;
@@ -274,43 +270,5 @@ class CipherTest {
         assertThrows(InvalidKeyException.class, () -> unwrapping.unwrap(new byte[48], "AES", Cipher.SECRET_KEY));
         assertThrows(InvalidKeyException.class, () -> unwrapping.unwrap(wrapped, "RSA", Cipher.PRIVATE_KEY));
         assertThrows(NoSuchAlgorithmException.class, () -> unwrapping.unwrap(wrapped, "None", Cipher.PUBLIC_KEY));
-    }
-
-    @Test
-    void streams() throws Exception {
-        byte[] message = randomBytes(100_000);
-        ByteArrayOutputStream back = new ByteArrayOutputStream();
-        try (CipherInputStream in = new CipherInputStream(new ByteArrayInputStream(message), zel(Cipher.ENCRYPT_MODE));
-                CipherOutputStream out = new CipherOutputStream(back, zel(Cipher.DECRYPT_MODE))) {
-            in.transferTo(out);
-        }
-        assertArrayEquals(message, back.toByteArray());
-        assertEquals(-1, new CipherInputStream(new ByteArrayInputStream(new byte[0]), zel(Cipher.DECRYPT_MODE)).read());
-    }
-
-    /** A program's mistake, and its messages are worthless; but the virtual machine lives on. */
-    @Test
-    void manyThreadsOnOneCipherDoNoHarm() throws Exception {
-        Cipher cipher = zel(Cipher.ENCRYPT_MODE);
-        SecretKeySpec key = new SecretKeySpec(new byte[32], "AES");
-        IvParameterSpec iv = new IvParameterSpec(new byte[16]);
-        ManyThreads.run(4, (thread, random) -> {
-            for (int round = 0; round < 3000; ++round) {
-                try {
-                    switch (random.nextInt(3)) {
-                        case 0:
-                            cipher.init(1 + random.nextInt(2), key, iv);
-                            break;
-                        case 1:
-                            cipher.update(new byte[random.nextInt(600)]);
-                            break;
-                        default:
-                            cipher.doFinal(new byte[random.nextInt(600)]);
-                    }
-                } catch (GeneralSecurityException | IllegalStateException e) {
-                    continue; // what a muddled cipher may say
-                }
-            }
-        });
     }
 }

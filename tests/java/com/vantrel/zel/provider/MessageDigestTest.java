@@ -83,35 +83,4 @@ class MessageDigestTest {
         assertThrows(CloneNotSupportedException.class, digest::clone);
         assertArrayEquals(expected("SHA-256", message), digest.digest());
     }
-
-    /** A program's mistake, and its digests are worthless; but the virtual machine lives on. */
-    @Test
-    void manyThreadsOnOneDigestDoNoHarm() throws Exception {
-        MessageDigest digest = zel("SHA-256");
-        ManyThreads.run(4, (thread, random) -> {
-            for (int round = 0; round < 5000; ++round) {
-                switch (random.nextInt(3)) {
-                    case 0:
-                        digest.update(new byte[random.nextInt(1000)]);
-                        break;
-                    case 1:
-                        digest.reset();
-                        break;
-                    default:
-                        assertEquals(32, digest.digest().length);
-                }
-            }
-        });
-    }
-
-    @Test
-    void sixtyFourThreadsWithDigestsOfTheirOwn() throws Exception {
-        ManyThreads.run(64, (thread, random) -> {
-            String algorithm = thread % 2 == 0 ? "SHA-1" : "SHA-256";
-            for (int round = 0; round < 30; ++round) {
-                byte[] message = randomBytes(random, random.nextInt(4000));
-                assertArrayEquals(expected(algorithm, message), zel(algorithm).digest(message));
-            }
-        });
-    }
 }
