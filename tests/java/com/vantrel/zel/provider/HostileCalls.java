@@ -3,7 +3,6 @@ package com.vantrel.zel.provider;
 import java.lang.reflect.Array;
 import java.lang.reflect.InvocationTargetException;
 import java.lang.reflect.Method;
-import java.nio.file.Path;
 import java.security.DigestException;
 import java.security.InvalidAlgorithmParameterException;
 import java.security.InvalidKeyException;
@@ -25,7 +24,7 @@ import javax.crypto.ShortBufferException;
  * one is covered as soon as it exists.
  *
  * <p>Each call has to end soon, with a result or with an exception of a documented class; it leaves every byte alone that is
- * not its result. Arguments: file with the expected entry points, number of random calls, and, to repeat a run, its seed.
+ * not its result. Arguments: number of random calls, and, to repeat a run, its seed.
  */
 public final class HostileCalls {
     private static final Set<Class<?>> DOCUMENTED = Set.of(ProviderException.class, SignatureException.class,
@@ -88,15 +87,14 @@ public final class HostileCalls {
     }
 
     public static void main(String[] args) throws Exception {
-        int randomCalls = Integer.parseInt(args[1]);
-        long seed = args.length > 2 ? Long.parseLong(args[2]) : System.nanoTime();
+        int randomCalls = Integer.parseInt(args[0]);
+        long seed = args.length > 1 ? Long.parseLong(args[1]) : System.nanoTime();
         System.out.println("seed " + seed);
         Thread watchdog = new Thread(HostileCalls::watch, "watchdog");
         watchdog.setDaemon(true);
         watchdog.start();
         new ZelSecurityProvider();
         List<Class<?>> classes = NativeMethods.classes();
-        NativeMethods.requireEntryPoints(classes, Path.of(args[0]));
         HostileCalls calls = new HostileCalls(seed, randomCalls);
         for (Class<?> type : classes) {
             calls.everyCombination(type);

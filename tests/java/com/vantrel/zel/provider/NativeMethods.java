@@ -3,14 +3,11 @@ package com.vantrel.zel.provider;
 import java.lang.reflect.Constructor;
 import java.lang.reflect.Method;
 import java.lang.reflect.Modifier;
-import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collections;
 import java.util.List;
-import java.util.Set;
-import java.util.TreeSet;
 import java.util.jar.JarFile;
 import java.util.stream.Collectors;
 
@@ -39,26 +36,6 @@ final class NativeMethods {
         return Arrays.stream(type.getDeclaredMethods()).filter(m -> Modifier.isNative(m.getModifiers()))
                 .peek(m -> m.setAccessible(true)).sorted((a, b) -> a.toString().compareTo(b.toString()))
                 .collect(Collectors.toList());
-    }
-
-    /** The names under which a library exports the methods; an overloaded one carries its parameters. */
-    static void requireEntryPoints(List<Class<?>> classes, Path expected) throws Exception {
-        Set<String> names = new TreeSet<>();
-        for (Class<?> type : classes) {
-            if (type.getPackageName().endsWith(".internal")) {
-                continue; // the library registers these itself
-            }
-            for (Method method : of(type)) {
-                String name = "Java_" + type.getName().replace('.', '_') + "_" + method.getName();
-                boolean isOverloaded = of(type).stream().filter(m -> m.getName().equals(method.getName())).count() > 1;
-                names.add(!isOverloaded ? name : name + "__" + Arrays.stream(method.getParameterTypes())
-                        .map(t -> t == byte[].class ? "_3B" : t == int.class ? "I" : t == byte.class ? "B" : "?")
-                        .collect(Collectors.joining()));
-            }
-        }
-        if (!names.equals(new TreeSet<>(Files.readAllLines(expected)))) {
-            throw new AssertionError("the native methods are not the library's entry points: " + names);
-        }
     }
 
     /** A new object of a class, or null where the native methods are static. */

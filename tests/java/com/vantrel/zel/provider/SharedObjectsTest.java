@@ -8,8 +8,12 @@ import java.security.KeyPair;
 import java.security.MessageDigest;
 import java.security.SecureRandom;
 import java.security.Signature;
+import java.util.ArrayList;
 import java.util.List;
 import java.util.Random;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+import java.util.concurrent.Future;
 import javax.crypto.Cipher;
 import javax.crypto.spec.IvParameterSpec;
 import javax.crypto.spec.SecretKeySpec;
@@ -19,20 +23,31 @@ import org.junit.jupiter.params.provider.ValueSource;
 
 /** Threads that share an object are a program's mistake and may cost it its results, but never the virtual machine. */
 class SharedObjectsTest {
+    private static final int THREADS = 4;
+
     private interface Use {
         void with(Random random) throws GeneralSecurityException;
     }
 
     private static void share(int rounds, List<Use> uses) throws Exception {
-        ManyThreads.run(4, (thread, random) -> {
-            for (int round = 0; round < rounds; ++round) {
-                try {
-                    uses.get(random.nextInt(uses.size())).with(random);
-                } catch (GeneralSecurityException | IllegalStateException e) {
-                    continue; // what a muddled object may say
+        ExecutorService threads = Executors.newFixedThreadPool(THREADS);
+        List<Future<?>> ends = new ArrayList<>();
+        for (int i = 0; i < THREADS; ++i) {
+            Random random = new Random(i);
+            ends.add(threads.submit(() -> {
+                for (int round = 0; round < rounds; ++round) {
+                    try {
+                        uses.get(random.nextInt(uses.size())).with(random);
+                    } catch (GeneralSecurityException | IllegalStateException e) {
+                        continue; // what a muddled object may say
+                    }
                 }
-            }
-        });
+            }));
+        }
+        threads.shutdown();
+        for (Future<?> end : ends) {
+            end.get(); // throws what the thread has thrown
+        }
     }
 
     @Test

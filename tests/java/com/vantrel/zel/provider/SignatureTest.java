@@ -24,7 +24,6 @@ import java.util.List;
 import java.util.stream.Stream;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
-import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.MethodSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
@@ -169,17 +168,5 @@ class SignatureTest {
     @SuppressWarnings("deprecation")
     private static void setParameter(Signature signature) {
         signature.setParameter("name", "value");
-    }
-
-    @ParameterizedTest
-    @CsvSource({"1.2.840.113549.1.1.5,RSA", "1.3.14.3.2.29,RSA", "1.2.840.113549.1.1.11,RSA", "DSA,DSA", "SHAwithDSA,DSA",
-        "1.2.840.10040.4.3,DSA"})
-    void goesByItsNames(String name, String keys) throws Exception {
-        KeyPair pair = jdkPair(keys, 1024);
-        Signature theirs = Signature.getInstance(name);
-        theirs.initSign(pair.getPrivate());
-        Signature ours = Signature.getInstance(name, ZEL);
-        ours.initVerify(pair.getPublic());
-        assertTrue(ours.verify(theirs.sign()));
     }
 }
