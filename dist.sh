@@ -51,6 +51,7 @@ cp "$work"/deb/*.deb dist/
 rm -rf "$work/zip" && mkdir "$work/zip"
 cmake --install "$windows" >>"$work/build.log"
 cp "$windows/zelspi.dll" "$linux"/{zel.cmd,zel-tool.jar,zel-provider.jar,picocli.jar} README.md LICENSE "$work/zip"
+cp -r docs "$work/zip"
 mkdir -p "$work/zip/tests/junit"
 cp "$linux/zel-tests.jar" "$work/zip/tests"
 cp -L $(sed 's/;/ /g' "$linux/junit-jars.txt") "$work/zip/tests/junit"
