@@ -95,7 +95,9 @@ final class Input implements AutoCloseable {
     @Override
     public void close() throws IOException {
         progress.close();
-        in.close();
+        if (in != System.in) { // which another input may ask again
+            in.close();
+        }
     }
 
     /** Reads a small file, such as a key, whole. */

@@ -11,6 +11,7 @@ import java.security.KeyPairGenerator;
 import java.security.SecureRandom;
 import java.security.interfaces.RSAPublicKey;
 import java.util.Arrays;
+import java.util.List;
 import java.util.Locale;
 import java.util.Map;
 import java.util.concurrent.Callable;
@@ -89,6 +90,9 @@ final class KeygenCommand implements Callable<Integer> {
         String publicName = output.name + ".pub";
         Output.checkTarget(Path.of(publicName), output.force);
         if (pkcs1File != null) {
+            if (List.of(output.name, publicName).contains(pkcs1File)) {
+                throw new Failures.UserError("--pkcs1 wants a file of its own");
+            }
             Output.checkTarget(Path.of(pkcs1File), output.force);
         }
         try (Output privateOut = output.open(null, true)) {

@@ -45,8 +45,8 @@ final class Output implements AutoCloseable {
         } else {
             Path file = Input.path(name);
             checkTarget(file, mayOverwrite);
-            target = Files.exists(file) ? file.toRealPath() : file.toAbsolutePath();
-            boolean isDevice = Files.exists(target) && !Files.isRegularFile(target);
+            boolean isDevice = Files.exists(file) && !Files.isRegularFile(file);
+            target = Files.isRegularFile(file) ? file.toRealPath() : file.toAbsolutePath();
             temporary = isDevice ? target : target.resolveSibling(temporaryName());
             out = isDevice ? Files.newOutputStream(target) : create(name, temporary, ownerOnly);
         }
@@ -82,6 +82,8 @@ final class Output implements AutoCloseable {
             throw new FileSystemException(name, null, "no such folder");
         } catch (AccessDeniedException e) {
             throw new AccessDeniedException(name);
+        } catch (FileSystemException e) {
+            throw new FileSystemException(name, null, e.getReason());
         }
     }
 
