@@ -47,7 +47,6 @@ if [ "$mode" = long ]; then
     -e 's|(ctest --preset [a-z]+).*|\1 --no-tests=error -R "^status$"|' -e 's|(fuzz/run-all\.sh) [0-9]+|\1 1|' \
     -e 's|(bench/run-java\.sh).*|\1 digest|' long >commands
   export BENCHMARK_FILTER='SHA-256/64$|CBC-256/encrypt/16$|2048'
-  "$root/cmake/install-packages.sh" libbenchmark-dev libssl-dev libgmp-dev clang git
   bash -euxo pipefail commands
   exit
 fi
