@@ -50,7 +50,7 @@ cp "$work"/deb/*.deb dist/
 # The zip for Windows: what a native caller needs, the program zel, and what tries all of it in a JVM there.
 rm -rf "$work/zip" && mkdir "$work/zip"
 cmake --install "$windows" >>"$work/build.log"
-cp "$windows/zelspi.dll" "$linux"/{zel.cmd,zel-tool.jar,zel-provider.jar,zel-sample.jar,picocli.jar} README.md LICENSE "$work/zip"
+cp "$windows/zelspi.dll" "$linux"/{zel.cmd,zel-tool.jar,zel-provider.jar,picocli.jar} README.md LICENSE "$work/zip"
 cp -r docs "$work/zip" # README names them
 mkdir -p "$work/zip/tests/junit"
 cp "$linux/zel-tests.jar" "$work/zip/tests"

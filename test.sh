@@ -13,7 +13,8 @@ esac
 
 packages=(cmake ninja-build g++ openjdk-17-jdk-headless junit5 libpicocli-java libgtest-dev openssl pkg-config)
 if $full; then
-  packages+=(clang g++-mingw-w64-x86-64-posix wine64 googletest valgrind)
+  packages+=(clang g++-mingw-w64-x86-64-posix wine64 googletest valgrind
+    libbenchmark-dev libssl-dev libgmp-dev dpkg-dev git zip) # these last for the benchmarks and ./dist.sh
 fi
 cmake/install-packages.sh "${packages[@]}"
 

@@ -4,7 +4,6 @@ find_program(ZEL_JAVA java HINTS "${ZEL_JAVA_HOME}/bin" REQUIRED)
 find_program(ZEL_JAR jar HINTS "${ZEL_JAVA_HOME}/bin" REQUIRED)
 find_program(ZEL_JAVADOC javadoc HINTS "${ZEL_JAVA_HOME}/bin" REQUIRED)
 set(ZEL_PROVIDER_JAR "${CMAKE_BINARY_DIR}/zel-provider.jar")
-set(ZEL_SAMPLE_JAR "${CMAKE_BINARY_DIR}/zel-sample.jar")
 set(ZEL_TOOL_JAR "${CMAKE_BINARY_DIR}/zel-tool.jar")
 set(ZEL_PICOCLI_JAR /usr/share/java/picocli.jar)
 

@@ -4,7 +4,8 @@
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME libzelspi-dev)
 set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
-set(CPACK_PACKAGE_CONTACT "the zelspi developers <zelspi@localhost>")
+# Debian wants an address; the project has none, and ".invalid" says so.
+set(CPACK_PACKAGE_CONTACT "zelspi maintainers <maintainers@zelspi.invalid>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "native cryptographic library in C++20, with headers")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)

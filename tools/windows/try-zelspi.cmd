@@ -1,8 +1,8 @@
 @echo off
-rem Tries the library in this machine's JVM: runs the sample program and the Java tests from the unpacked zip, beside this
+rem Tries the library in this machine's JVM: the program zel on a file, and the Java tests, from the unpacked zip beside this
 rem script. Needs a JDK or JRE, 11 or newer, in JAVA_HOME or on the path, and nothing else.
-rem Usage: try-zelspi.cmd [FILE]    FILE: what the sample program works on; else the library itself
-rem Exits with 0 when all went well, 1 when the sample or a test failed, 2 without Java.
+rem Usage: try-zelspi.cmd [FILE]    FILE: what zel works on, leaving it as it is; else the library itself
+rem Exits with 0 when all went well, 1 when zel or a test failed, 2 without Java.
 setlocal
 set "here=%~dp0"
 set "java=java.exe"
@@ -16,11 +16,16 @@ if errorlevel 1 (
     exit /b 2
 )
 
-echo == the sample program
-"%java%" -Xcheck:jni -cp "%here%zel-provider.jar;%here%zel-sample.jar" com.vantrel.zel.sample.Sample "%file%"
-if errorlevel 1 exit /b 1
+echo == the program zel
+set "work=%TEMP%\try-zelspi-%RANDOM%"
+mkdir "%work%"
+rem The signature of the file is held against the decrypted copy, so that nothing else need compare the two.
+"%java%" -Xcheck:jni -jar "%here%zel-tool.jar" info --then digest "%file%" --then random 32 --then keygen aes --output "%work%\aes.key" --then encrypt --key "%work%\aes.key" --output "%work%\encrypted" "%file%" --then decrypt --key "%work%\aes.key" --output "%work%\decrypted" "%work%\encrypted" --then keygen rsa --output "%work%\rsa.key" --then sign --key "%work%\rsa.key" --output "%work%\rsa.sig" "%file%" --then verify --key "%work%\rsa.key.pub" --signature "%work%\rsa.sig" "%work%\decrypted" --then keygen dsa --output "%work%\dsa.key" --then sign --key "%work%\dsa.key" --output "%work%\dsa.sig" "%file%" --then verify --key "%work%\dsa.key.pub" --signature "%work%\dsa.sig" "%work%\decrypted"
+set "result=%ERRORLEVEL%"
+rmdir /s /q "%work%"
+if not %result% == 0 exit /b 1
 
 echo == the Java tests
-"%java%" -Xcheck:jni -Xmx512m "-Dzel.provider.jar=%here%zel-provider.jar" "-Dzel.sample.jar=%here%zel-sample.jar" "-Dzel.tool.jar=%here%zel-tool.jar" "-Dzel.library=%here%zelspi.dll" -cp "%here%zel-provider.jar;%here%zel-sample.jar;%here%zel-tool.jar;%here%tests\zel-tests.jar;%here%tests\junit\*" org.junit.platform.console.ConsoleLauncher --disable-banner --details=tree --fail-if-no-tests --scan-classpath "%here%tests\zel-tests.jar"
+"%java%" -Xcheck:jni -Xmx512m "-Dzel.provider.jar=%here%zel-provider.jar" "-Dzel.tool.jar=%here%zel-tool.jar" "-Dzel.library=%here%zelspi.dll" -cp "%here%zel-provider.jar;%here%zel-tool.jar;%here%tests\zel-tests.jar;%here%tests\junit\*" org.junit.platform.console.ConsoleLauncher --disable-banner --details=tree --fail-if-no-tests --scan-classpath "%here%tests\zel-tests.jar"
 if errorlevel 1 exit /b 1
 echo == all went well

@@ -32,13 +32,13 @@ endfunction()
 
 set(launcher "<org.junit.platform.console.ConsoleLauncher>")
 try(0 "${home}" "" "my file.txt")
-expect_said("<-version>" "<com.vantrel.zel.sample.Sample>" "<my file.txt>" "${launcher}" "un packed\\tests\\zel-tests.jar>"
+expect_said("<-version>" "<digest>" "<my file.txt>" "${launcher}" "un packed\\tests\\zel-tests.jar>"
   "all went well")
 try(0 "${home}" "")
 expect_said("un packed\\zelspi.dll>")
-try(1 "${home}" com.vantrel.zel.sample.Sample)
+try(1 "${home}" digest)
 if(said MATCHES ConsoleLauncher)
-  message(FATAL_ERROR "the tests ran after the sample had failed")
+  message(FATAL_ERROR "the tests ran after zel had failed")
 endif()
 try(1 "${home}" org.junit.platform.console.ConsoleLauncher)
 try(2 "${work}/nowhere" "")

@@ -44,9 +44,10 @@ public final class ZelSecurityProvider extends Provider {
                     "SHA", "SHA1", "1.3.14.3.2.26", "OID.1.3.14.3.2.26"),
             new Row("MessageDigest", "SHA-256", "ZelSha256MessageDigestSpi",
                     "SHA256", "2.16.840.1.101.3.4.2.1", "OID.2.16.840.1.101.3.4.2.1"),
-            // No plain "AES": elsewhere that means ECB, so a program that asks for it had better be served elsewhere.
+            // No plain "AES" and no OID: elsewhere these mean ECB and CBC without padding, so a program that asks for them had
+            // better be served elsewhere.
             new Row("Cipher", "AES_256/CBC/PKCS5Padding", "ZelAes256CipherSpi",
-                    "AES/CBC/PKCS5Padding", "2.16.840.1.101.3.4.1.42", "OID.2.16.840.1.101.3.4.1.42"),
+                    "AES/CBC/PKCS5Padding"),
             new Row("Signature", "SHA1withRSA", "ZelSha1WithRsaSignatureSpi",
                     "1.2.840.113549.1.1.5", "OID.1.2.840.113549.1.1.5", "1.3.14.3.2.29", "OID.1.3.14.3.2.29"),
             new Row("Signature", "SHA256withRSA", "ZelSha256WithRsaSignatureSpi",

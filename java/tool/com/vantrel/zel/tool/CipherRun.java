@@ -22,6 +22,11 @@ final class CipherRun {
         seconds = (System.nanoTime() - start) / 1e9;
     }
 
+    /** Whether there was nothing left to run. */
+    boolean isEmpty() {
+        return bytes == 0;
+    }
+
     private static void write(Output out, byte[] piece) throws IOException {
         if (piece != null) {
             out.write(piece);

@@ -39,17 +39,24 @@ final class DecryptCommand implements Callable<Integer> {
         try (Output out = output.open(target, true); Input input = new Input(file)) {
             byte[] iv = input.head(IV_BYTES);
             if (iv.length < IV_BYTES) {
-                throw new Failures.AnswerIsNo(file + ": too short to be an encrypted file");
+                throw tooShort();
             }
             Cipher cipher = Cipher.getInstance(Engines.TRANSFORMATION, Engines.ZEL);
             cipher.init(Cipher.DECRYPT_MODE, key, new IvParameterSpec(iv));
             CipherRun run = new CipherRun(cipher, input, out);
+            if (run.isEmpty()) { // which a cipher takes for the end of nothing; even an empty file has a block
+                throw tooShort();
+            }
             out.finish();
             run.tell(json, file, target, "decrypted");
         } catch (BadPaddingException | IllegalBlockSizeException e) {
             throw new Failures.AnswerIsNo(file + ": does not decrypt with this key, or is damaged");
         }
         return 0;
+    }
+
+    private Failures.AnswerIsNo tooShort() {
+        return new Failures.AnswerIsNo(file + ": too short to be an encrypted file");
     }
 
     private String fallback() {

@@ -30,7 +30,8 @@ final class Failures {
 
     static String describe(Exception e) {
         if (e instanceof NoSuchFileException) {
-            return ((FileSystemException) e).getFile() + ": no such file";
+            String file = ((FileSystemException) e).getFile();
+            return file + ": no such file" + (file.indexOf('\uFFFD') < 0 ? "" : "; Java opens names in UTF-8 alone");
         }
         if (e instanceof AccessDeniedException) {
             return ((FileSystemException) e).getFile() + ": permission denied";

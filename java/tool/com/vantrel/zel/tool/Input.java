@@ -4,6 +4,7 @@ import java.io.IOException;
 import java.io.InputStream;
 import java.nio.file.FileSystemException;
 import java.nio.file.Files;
+import java.nio.file.NoSuchFileException;
 import java.nio.file.Path;
 import java.security.GeneralSecurityException;
 import java.util.Arrays;
@@ -14,6 +15,7 @@ final class Input implements AutoCloseable {
 
     private static final int PIECE_BYTES = 1 << 20;
 
+    private final String name;
     private final InputStream in;
     private final Progress progress;
 
@@ -24,11 +26,12 @@ final class Input implements AutoCloseable {
 
     /** Opens the input and shows how far it has been read, once that takes a while. */
     Input(String name) throws IOException {
+        this.name = name;
         if (name.equals(STANDARD)) {
             in = System.in;
             progress = new Progress(name, -1);
         } else {
-            Path file = Path.of(name);
+            Path file = path(name);
             if (Files.isDirectory(file)) {
                 throw new FileSystemException(name, null, "is a directory");
             }
@@ -37,11 +40,37 @@ final class Input implements AutoCloseable {
         }
     }
 
+    /** The file of a name. An empty one, as from a variable that is not set, is no name for the current folder. */
+    static Path path(String name) throws IOException {
+        if (name.isEmpty()) {
+            throw new NoSuchFileException("''");
+        }
+        return Path.of(name);
+    }
+
     /** Reads up to so many bytes: fewer only at the end. */
     byte[] head(int count) throws IOException {
-        byte[] head = in.readNBytes(count);
-        progress.advance(head.length);
-        return head;
+        try {
+            byte[] head = in.readNBytes(count);
+            progress.advance(head.length);
+            return head;
+        } catch (IOException e) {
+            throw failure(e);
+        }
+    }
+
+    private int read(byte[] piece) throws IOException {
+        try {
+            int read = in.read(piece);
+            progress.advance(Math.max(read, 0));
+            return read;
+        } catch (IOException e) {
+            throw failure(e);
+        }
+    }
+
+    private FileSystemException failure(IOException e) {
+        return new FileSystemException(name, null, e.getMessage());
     }
 
     /**
@@ -53,10 +82,9 @@ final class Input implements AutoCloseable {
         byte[] piece = new byte[PIECE_BYTES];
         long total = 0;
         try {
-            for (int read = in.read(piece); read >= 0; read = in.read(piece)) {
+            for (int read = read(piece); read >= 0; read = read(piece)) {
                 sink.take(piece, read);
                 total += read;
-                progress.advance(read);
             }
             return total;
         } finally {
@@ -67,7 +95,9 @@ final class Input implements AutoCloseable {
     @Override
     public void close() throws IOException {
         progress.close();
-        in.close();
+        if (in != System.in) { // which another input may ask again
+            in.close();
+        }
     }
 
     /** Reads a small file, such as a key, whole. */

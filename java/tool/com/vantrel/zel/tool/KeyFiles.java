@@ -68,8 +68,9 @@ final class KeyFiles {
             throw new Failures.UserError(file + ": the key is encrypted; decrypt it with: openssl pkcs8 -in " + file);
         }
         if (!content.isLabelled("PRIVATE KEY")) {
-            throw new Failures.UserError(file + ": holds a " + content.label + ", not a PKCS#8 PRIVATE KEY; convert it with:"
-                    + " openssl pkcs8 -topk8 -nocrypt -in " + file);
+            String help = content.label.endsWith(" PRIVATE KEY")
+                    ? "; convert it with: openssl pkcs8 -topk8 -nocrypt -in " + file : "";
+            throw new Failures.UserError(file + ": holds a " + content.label + ", not a PKCS#8 PRIVATE KEY" + help);
         }
         try {
             return firstThatReads(file, "private key in PKCS#8",

@@ -11,6 +11,7 @@ import java.security.KeyPairGenerator;
 import java.security.SecureRandom;
 import java.security.interfaces.RSAPublicKey;
 import java.util.Arrays;
+import java.util.List;
 import java.util.Locale;
 import java.util.Map;
 import java.util.concurrent.Callable;
@@ -41,11 +42,11 @@ final class KeygenCommand implements Callable<Integer> {
     @Parameters(paramLabel = "KIND", description = "${COMPLETION-CANDIDATES}.")
     private Kind kind;
 
-    @Option(names = {"-b", "--bits"}, description = "Size of the key: 2048 for rsa (the default; multiples of 128 from 1024"
+    @Option(names = {"-b", "--bits"}, paramLabel = "COUNT", description = "Size of the key: 2048 for rsa (the default; multiples of 128 from 1024"
             + " to 16384), 1024 for dsa, 256 for aes.")
     private Integer bits;
 
-    @Option(names = "--form", description = "${COMPLETION-CANDIDATES}; pem is the default. An AES key is always 64 hex"
+    @Option(names = "--form", paramLabel = "FORM", description = "${COMPLETION-CANDIDATES}; pem is the default. An AES key is always 64 hex"
             + " digits.")
     private Form form = Form.pem;
 
@@ -83,8 +84,17 @@ final class KeygenCommand implements Callable<Integer> {
     private int pair() throws IOException, GeneralSecurityException {
         String algorithm = kind.name().toUpperCase(Locale.ROOT);
         int size = bits != null ? bits : kind == Kind.rsa ? 2048 : 1024;
-        String publicName = output.nameOr(null) + ".pub";
+        if (output.nameOr(null).equals(Input.STANDARD)) {
+            throw new Failures.UserError("a key pair takes two files: name the first with --output");
+        }
+        String publicName = output.name + ".pub";
         Output.checkTarget(Path.of(publicName), output.force);
+        if (pkcs1File != null) {
+            if (List.of(output.name, publicName).contains(pkcs1File)) {
+                throw new Failures.UserError("--pkcs1 wants a file of its own");
+            }
+            Output.checkTarget(Path.of(pkcs1File), output.force);
+        }
         try (Output privateOut = output.open(null, true)) {
             SecureRandom random = Engines.random();
             long start = System.nanoTime();

@@ -19,6 +19,9 @@ import java.util.Set;
  * is asked for. The name "-" is standard output; a device is written to as it is.
  */
 final class Output implements AutoCloseable {
+    static final String NO_STANDARD_OUTPUT = "cannot write to standard output";
+
+    private final String name;
     private final Path target;
     private final Path temporary;
     private final boolean mayOverwrite;
@@ -33,16 +36,17 @@ final class Output implements AutoCloseable {
      * @throws FileAlreadyExistsException if there is one of that name, which may not be overwritten
      */
     Output(String name, boolean mayOverwrite, boolean ownerOnly) throws IOException {
+        this.name = name;
         this.mayOverwrite = mayOverwrite;
         if (name.equals(Input.STANDARD)) {
             target = null;
             temporary = null;
             out = System.out;
         } else {
-            Path file = Path.of(name);
+            Path file = Input.path(name);
             checkTarget(file, mayOverwrite);
-            target = Files.exists(file) ? file.toRealPath() : file.toAbsolutePath();
-            boolean isDevice = Files.exists(target) && !Files.isRegularFile(target);
+            boolean isDevice = Files.exists(file) && !Files.isRegularFile(file);
+            target = Files.isRegularFile(file) ? file.toRealPath() : file.toAbsolutePath();
             temporary = isDevice ? target : target.resolveSibling(temporaryName());
             out = isDevice ? Files.newOutputStream(target) : create(name, temporary, ownerOnly);
         }
@@ -78,11 +82,21 @@ final class Output implements AutoCloseable {
             throw new FileSystemException(name, null, "no such folder");
         } catch (AccessDeniedException e) {
             throw new AccessDeniedException(name);
+        } catch (FileSystemException e) {
+            throw new FileSystemException(name, null, e.getReason());
         }
     }
 
     void write(byte[] bytes, int count) throws IOException {
-        out.write(bytes, 0, count);
+        try {
+            out.write(bytes, 0, count);
+        } catch (IOException e) {
+            throw new FileSystemException(name, null, e.getMessage());
+        }
+        // A stream for printing tells of a full disk or a closed pipe only when it is asked.
+        if (target == null && System.out.checkError()) {
+            throw new IOException(NO_STANDARD_OUTPUT);
+        }
     }
 
     void write(byte[] bytes) throws IOException {

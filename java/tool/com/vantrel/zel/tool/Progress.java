@@ -21,9 +21,9 @@ final class Progress implements AutoCloseable {
     private final String name;
     private final long total;
     private final boolean isShown;
-    private final long start = System.nanoTime();
+    private long start;
     private long done;
-    private long lastDrawn = start;
+    private long lastDrawn;
 
     /**
      * A bar for so many bytes.
@@ -37,8 +37,12 @@ final class Progress implements AutoCloseable {
     }
 
     void advance(long bytes) {
-        done += bytes;
         long now = System.nanoTime();
+        if (done == 0) { // whatever was waited for before, such as the random generator, is not part of the rate
+            start = now;
+            lastDrawn = now;
+        }
+        done += bytes;
         if (isShown && now - lastDrawn >= INTERVAL_NANOS) {
             lastDrawn = now;
             draw(line(now - start));

@@ -32,7 +32,7 @@ final class RandomCommand implements Callable<Integer> {
     @Parameters(paramLabel = "COUNT", arity = "0..1", description = "How many bytes; ${DEFAULT-VALUE} by default.")
     private long count = 32;
 
-    @Option(names = {"-f", "--format"}, description = "${COMPLETION-CANDIDATES}; hex is the default.")
+    @Option(names = {"-f", "--format"}, paramLabel = "FORM", description = "${COMPLETION-CANDIDATES}; hex is the default.")
     private Format format = Format.hex;
 
     @Mixin private OutputOptions output;

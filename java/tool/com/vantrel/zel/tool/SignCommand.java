@@ -2,8 +2,10 @@ package com.vantrel.zel.tool;
 
 import java.io.IOException;
 import java.security.GeneralSecurityException;
+import java.security.InvalidKeyException;
 import java.security.Key;
 import java.security.PrivateKey;
+import java.security.PublicKey;
 import java.security.Signature;
 import java.util.Locale;
 import java.util.concurrent.Callable;
@@ -26,7 +28,7 @@ final class SignCommand implements Callable<Integer> {
     @Option(names = {"-k", "--key"}, required = true, paramLabel = "KEY", description = "The private key: PKCS#8, PEM or DER.")
     private String keyFile;
 
-    @Option(names = {"-a", "--algorithm"}, description = "SHA256withRSA is the default for RSA keys; SHA1withRSA;"
+    @Option(names = {"-a", "--algorithm"}, paramLabel = "NAME", description = "SHA256withRSA is the default for RSA keys; SHA1withRSA;"
             + " SHA1withDSA for DSA keys.")
     private String algorithm;
 
@@ -36,18 +38,27 @@ final class SignCommand implements Callable<Integer> {
     @Mixin private OutputOptions output;
     @Mixin private Json json;
 
-    /** The signature engine for a key, by the algorithm that was asked for or by the usual one. */
-    static Signature engine(String algorithm, Key key) throws GeneralSecurityException {
+    /** The signature engine, begun with the key of a file, by the algorithm that was asked for or by the usual one. */
+    static Signature engine(String algorithm, Key key, String keyFile) throws GeneralSecurityException {
         String name = algorithm != null ? algorithm : key.getAlgorithm().equals("DSA") ? "SHA1withDSA" : "SHA256withRSA";
         Engines.require("Signature", name);
-        return Signature.getInstance(name, Engines.ZEL);
+        Signature signature = Signature.getInstance(name, Engines.ZEL);
+        try {
+            if (key instanceof PrivateKey) {
+                signature.initSign((PrivateKey) key);
+            } else {
+                signature.initVerify((PublicKey) key);
+            }
+            return signature;
+        } catch (InvalidKeyException e) {
+            throw new Failures.UserError(keyFile + ": " + e.getMessage());
+        }
     }
 
     @Override
     public Integer call() throws IOException, GeneralSecurityException {
         PrivateKey key = KeyFiles.readPrivate(keyFile);
-        Signature signature = engine(algorithm, key);
-        signature.initSign(key);
+        Signature signature = engine(algorithm, key, keyFile);
         String target = output.nameOr(file.equals(Input.STANDARD) ? Input.STANDARD : file + ".sig");
         try (Output out = output.open(target, false); Input input = new Input(file)) {
             input.forEachPiece((bytes, count) -> signature.update(bytes, 0, count));

@@ -33,7 +33,7 @@ final class SpeedCommand implements Callable<Integer> {
     /** Until the JVM has compiled what it will. */
     private static final long WARMING_NANOS = 500_000_000;
 
-    @Option(names = "--seconds", description = "How long each algorithm is measured, ${DEFAULT-VALUE} by default.")
+    @Option(names = "--seconds", paramLabel = "SECONDS", description = "How long each algorithm is measured, ${DEFAULT-VALUE} by default.")
     private double seconds = 1;
 
     @Mixin private Json json;

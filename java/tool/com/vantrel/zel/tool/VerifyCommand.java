@@ -28,7 +28,7 @@ final class VerifyCommand implements Callable<Integer> {
             description = "The public key: X.509, PEM or DER, or a certificate in PEM.")
     private String keyFile;
 
-    @Option(names = {"-a", "--algorithm"}, description = "As for sign.")
+    @Option(names = {"-a", "--algorithm"}, paramLabel = "NAME", description = "As for sign.")
     private String algorithm;
 
     @Option(names = {"-s", "--signature"}, paramLabel = "FILE", description = "The signature; FILE.sig by default.")
@@ -45,8 +45,7 @@ final class VerifyCommand implements Callable<Integer> {
             throw new Failures.UserError("the option --signature is needed here");
         }
         PublicKey key = KeyFiles.readPublic(keyFile);
-        Signature signature = SignCommand.engine(algorithm, key);
-        signature.initVerify(key);
+        Signature signature = SignCommand.engine(algorithm, key, keyFile);
         byte[] signed = Input.small(signatureFile != null ? signatureFile : file + ".sig", SIGNATURE_AT_MOST_BYTES);
         try (Input input = new Input(file)) {
             input.forEachPiece((bytes, count) -> signature.update(bytes, 0, count));

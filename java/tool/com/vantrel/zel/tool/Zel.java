@@ -6,10 +6,12 @@ import java.nio.charset.StandardCharsets;
 import java.util.List;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
+import picocli.CommandLine.HelpCommand;
 import picocli.CommandLine.Model.CommandSpec;
 import picocli.CommandLine.ParameterException;
 import picocli.CommandLine.ScopeType;
 import picocli.CommandLine.Spec;
+import picocli.CommandLine.UnmatchedArgumentException;
 
 /**
  * The program {@code zel}: digests, random numbers, keys, signatures and encryption at a terminal.
@@ -24,10 +26,14 @@ import picocli.CommandLine.Spec;
         scope = ScopeType.INHERIT,
         subcommands = {
             DigestCommand.class, RandomCommand.class, KeygenCommand.class, SignCommand.class, VerifyCommand.class,
-            EncryptCommand.class, DecryptCommand.class, SpeedCommand.class, InfoCommand.class
+            EncryptCommand.class, DecryptCommand.class, SpeedCommand.class, InfoCommand.class, HelpCommand.class
         },
         description = "Digests, random numbers, keys, signatures and encryption with the library zelspi.",
         footer = {
+            "%nExamples:",
+            "  zel digest letter.txt",
+            "  zel keygen rsa --output my.key --then sign --key my.key letter.txt",
+            "  zel encrypt --help",
             "%nSeveral commands can share one process, in which the random generator is seeded once: zel COMMAND ... --then"
                 + " COMMAND ..."
         },
@@ -80,12 +86,13 @@ public final class Zel implements Runnable {
         CommandLine commandLine = new CommandLine(new Zel());
         commandLine.setOut(new PrintWriter(out(), true));
         commandLine.setErr(new PrintWriter(err(), true));
+        commandLine.setCaseInsensitiveEnumValuesAllowed(true);
         commandLine.setParameterExceptionHandler((e, arguments) -> usageError(e));
         commandLine.setExecutionExceptionHandler((e, command, result) -> failure(e));
         int exitCode = commandLine.execute(args);
         // A full disk or a closed pipe behind standard output shows only here.
         if (exitCode != TROUBLE && System.out.checkError()) {
-            err().println("zel: cannot write to standard output");
+            err().println("zel: " + Output.NO_STANDARD_OUTPUT);
             return TROUBLE;
         }
         return exitCode;
@@ -108,7 +115,10 @@ public final class Zel implements Runnable {
     }
 
     private static int usageError(ParameterException e) {
-        err().println("zel: " + e.getMessage());
+        boolean isNoCommand = e instanceof UnmatchedArgumentException && e.getCommandLine().getParent() == null
+                && !((UnmatchedArgumentException) e).isUnknownOption();
+        err().println("zel: " + (isNoCommand
+                ? "no such command: " + ((UnmatchedArgumentException) e).getUnmatched().get(0) : e.getMessage()));
         err().println("Try '" + e.getCommandLine().getCommandSpec().qualifiedName() + " --help'.");
         return TROUBLE;
     }

@@ -1,6 +1,7 @@
 package com.vantrel.zel.provider;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertSame;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import com.vantrel.zel.probe.ServiceProbe;
@@ -8,10 +9,13 @@ import java.io.File;
 import java.io.IOException;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.security.Provider;
+import java.security.Security;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.stream.Collectors;
 import java.util.stream.Stream;
+import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.MethodSource;
@@ -72,6 +76,25 @@ class DeploymentTest {
         assertEquals(module + " 32", probe(jdk, module, "-p", jar, "-cp", classes, probe, "loader"));
         assertEquals(module + " 32", probe(jdk, module, "-p", jar, "-cp", classes,
                 "-Djava.security.properties=" + byName, probe, "registered"));
+    }
+
+    /** For each of our services, whatever name the JDK's own provider knows it by. */
+    @Test
+    void answersToEveryNameThatTheJdkKnows() throws Exception {
+        Provider zel = new ZelSecurityProvider();
+        int names = 0;
+        for (String jdk : List.of("SUN", "SunRsaSign", "SunJCE")) {
+            Provider provider = Security.getProvider(jdk);
+            for (String entry : provider.stringPropertyNames()) {
+                String[] alias = entry.replaceFirst("^Alg\\.Alias\\.", "").split("\\.", 2);
+                Provider.Service ours = zel.getService(alias[0], provider.getProperty(entry));
+                if (ours != null && entry.startsWith("Alg.Alias.")) {
+                    assertSame(ours, zel.getService(alias[0], alias[1]), entry);
+                    ++names;
+                }
+            }
+        }
+        assertTrue(names > 20, names + " names");
     }
 
     /** The tool's jar says in its manifest that it loads native code, so no VM warns of it. */

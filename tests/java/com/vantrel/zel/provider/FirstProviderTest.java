@@ -61,7 +61,7 @@ class FirstProviderTest {
         run(joined(List.of("-m", "java.base/sun.security.tools.keytool.Main", "-genkeypair", "-alias", "me", "-keyalg", "RSA",
                 "-keysize", "2048", "-dname", "CN=localhost", "-ext", "san=ip:127.0.0.1,dns:localhost"), access));
 
-        Path jar = Files.copy(Path.of(System.getProperty("zel.sample.jar")), folder.resolve("signed.jar"));
+        Path jar = Files.copy(Path.of(System.getProperty("zel.tool.jar")), folder.resolve("signed.jar"));
         run(joined(List.of("-m", "jdk.jartool/sun.security.tools.jarsigner.Main"), access, jar.toString(), "me"));
         String verified = run("-m", "jdk.jartool/sun.security.tools.jarsigner.Main", "-verify", jar.toString());
         assertTrue(verified.contains("jar verified."), verified);

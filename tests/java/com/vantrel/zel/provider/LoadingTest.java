@@ -7,8 +7,6 @@ import static org.junit.jupiter.api.Assertions.assertTrue;
 
 import java.io.File;
 import java.io.IOException;
-import java.math.BigInteger;
-import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.FileTime;
@@ -21,8 +19,6 @@ import java.util.List;
 import java.util.stream.Stream;
 import java.util.zip.ZipEntry;
 import java.util.zip.ZipFile;
-import javax.crypto.Mac;
-import javax.crypto.spec.SecretKeySpec;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.condition.DisabledOnOs;
@@ -43,9 +39,7 @@ class LoadingTest {
     public static final class Probe {
         public static void main(String[] args) throws Exception {
             try {
-                if (args.length == 0) {
-                    Security.insertProviderAt(new ZelSecurityProvider(), 1);
-                }
+                Security.insertProviderAt(new ZelSecurityProvider(), 1);
                 MessageDigest digest = MessageDigest.getInstance("SHA-1");
                 digest.update((byte) 'a');
                 System.out.println(digest.getProvider().getName() + " " + digest.digest().length);
@@ -171,28 +165,5 @@ class LoadingTest {
         assertEquals("Zel 20", probe(ChildJvm.providerJar(), temporary));
         assertFalse(Files.exists(stale));
         assertTrue(Stream.of(fresh, foreign, link, library).allMatch(Files::exists));
-    }
-
-    /** The JDK's HMAC clones its digest, and makes do with another provider's where that is not possible. */
-    @Test
-    void macsWorkWithTheProviderInFront() throws Exception {
-        Security.insertProviderAt(new ZelSecurityProvider(), 1);
-        try {
-            Mac mac = Mac.getInstance("HmacSHA256");
-            mac.init(new SecretKeySpec("Jefe".getBytes(StandardCharsets.US_ASCII), "HmacSHA256"));
-            byte[] tag = mac.doFinal("what do ya want for nothing?".getBytes(StandardCharsets.US_ASCII));
-            assertEquals("5bdcc146bf60754e6a042426089575c75a003f089d2739839dec58b964ec3843", // RFC 4231, case 2
-                    new BigInteger(1, tag).toString(16));
-        } finally {
-            Security.removeProvider(ZelSecurityProvider.NAME);
-        }
-    }
-
-    @Test
-    void namedInTheSecurityProperties() throws Exception {
-        Path properties = Files.writeString(folder.resolve("java.security"),
-                "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\nsecurity.provider.2=SUN\n");
-        assertEquals("Zel 20\n",
-                ChildJvm.outputOf(Probe.class, List.of("-Djava.security.properties=" + properties), "registered"));
     }
 }

@@ -11,7 +11,6 @@ import java.util.Arrays;
 import java.util.Random;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
-import org.junit.jupiter.params.provider.CsvSource;
 import org.junit.jupiter.params.provider.ValueSource;
 
 /** The digests as a Java program sees them; the JDK's own provider is the oracle. */
@@ -32,23 +31,13 @@ class MessageDigestTest {
         return bytes;
     }
 
-    @ParameterizedTest
-    @CsvSource({
-        "SHA-1, 20", "SHA, 20", "SHA1, 20", "1.3.14.3.2.26, 20", "OID.1.3.14.3.2.26, 20",
-        "SHA-256, 32", "SHA256, 32", "2.16.840.1.101.3.4.2.1, 32", "OID.2.16.840.1.101.3.4.2.1, 32"
-    })
-    void goesByEveryNameThatTheJdkKnows(String name, int length) throws Exception {
-        MessageDigest digest = zel(name);
-        assertEquals(length, digest.getDigestLength());
-        assertArrayEquals(expected(name, new byte[] {1, 2, 3}), digest.digest(new byte[] {1, 2, 3}));
-    }
-
     /** Messages one after the other in pieces of every size, up to more than one native call takes; some are given up. */
     @ParameterizedTest
     @ValueSource(strings = {"SHA-1", "SHA-256"})
     void everySplitGivesTheSameDigest(String algorithm) throws Exception {
         Random random = new Random(1);
         MessageDigest digest = zel(algorithm);
+        assertEquals(algorithm.equals("SHA-1") ? 20 : 32, digest.getDigestLength());
         int[] longest = {1, 70, 258, 2000};
         for (int round = 0; round < 300; ++round) {
             digest.update(randomBytes(random, random.nextInt(600)));
@@ -82,36 +71,5 @@ class MessageDigestTest {
         assertThrows(ArrayIndexOutOfBoundsException.class, () -> digest.update(message, 1, -1));
         assertThrows(CloneNotSupportedException.class, digest::clone);
         assertArrayEquals(expected("SHA-256", message), digest.digest());
-    }
-
-    /** A program's mistake, and its digests are worthless; but the virtual machine lives on. */
-    @Test
-    void manyThreadsOnOneDigestDoNoHarm() throws Exception {
-        MessageDigest digest = zel("SHA-256");
-        ManyThreads.run(4, (thread, random) -> {
-            for (int round = 0; round < 5000; ++round) {
-                switch (random.nextInt(3)) {
-                    case 0:
-                        digest.update(new byte[random.nextInt(1000)]);
-                        break;
-                    case 1:
-                        digest.reset();
-                        break;
-                    default:
-                        assertEquals(32, digest.digest().length);
-                }
-            }
-        });
-    }
-
-    @Test
-    void sixtyFourThreadsWithDigestsOfTheirOwn() throws Exception {
-        ManyThreads.run(64, (thread, random) -> {
-            String algorithm = thread % 2 == 0 ? "SHA-1" : "SHA-256";
-            for (int round = 0; round < 30; ++round) {
-                byte[] message = randomBytes(random, random.nextInt(4000));
-                assertArrayEquals(expected(algorithm, message), zel(algorithm).digest(message));
-            }
-        });
     }
 }

@@ -126,16 +126,4 @@ class SecureRandomTest {
         assertArrayEquals(new byte[0], first.generateSeed(0));
         assertThrows(RuntimeException.class, () -> first.generateSeed(-1));
     }
-
-    @Test
-    void manyThreads() throws Exception {
-        SecureRandom shared = zel();
-        ManyThreads.run(16, (thread, unused) -> {
-            SecureRandom random = thread % 2 == 0 ? zel() : shared;
-            for (int i = 0; i < 200; ++i) {
-                random.nextBytes(new byte[1000]);
-                random.setSeed(i);
-            }
-        });
-    }
 }

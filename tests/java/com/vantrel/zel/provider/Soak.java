@@ -1,20 +1,17 @@
 package com.vantrel.zel.provider;
 
+import static com.vantrel.zel.provider.TestKeys.*;
+
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.security.GeneralSecurityException;
-import java.security.KeyFactory;
 import java.security.KeyPair;
-import java.security.KeyPairGenerator;
 import java.security.MessageDigest;
-import java.security.PrivateKey;
 import java.security.Provider;
-import java.security.PublicKey;
 import java.security.SecureRandom;
+import java.security.Security;
 import java.security.Signature;
 import java.security.SignatureException;
-import java.security.spec.PKCS8EncodedKeySpec;
-import java.security.spec.X509EncodedKeySpec;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
@@ -42,26 +39,15 @@ public final class Soak {
     private static final AtomicReference<Throwable> FAILURE = new AtomicReference<>();
     private static volatile boolean isOver;
 
-    private final Provider zel;
-    private final KeyPair rsa;
-    private final KeyPair dsa;
+    private final KeyPair rsa = jdkPair("RSA", 1024);
+    private final KeyPair dsa = jdkPair("DSA", 1024);
 
-    private Soak(Provider zel) throws GeneralSecurityException {
-        this.zel = zel;
-        rsa = newPair("RSA", "SunRsaSign");
-        dsa = newPair("DSA", "SUN");
-    }
-
-    private static KeyPair newPair(String algorithm, String provider) throws GeneralSecurityException {
-        KeyPairGenerator generator = KeyPairGenerator.getInstance(algorithm, provider);
-        generator.initialize(1024);
-        return generator.generateKeyPair();
-    }
+    private Soak() throws Exception {}
 
     public static void main(String[] args) throws Exception {
         String asked = System.getenv("ZEL_SOAK_SECONDS");
         long seconds = Long.parseLong(asked != null ? asked : args[0]);
-        Soak soak = new Soak(new ZelSecurityProvider());
+        Soak soak = new Soak();
         List<Thread> threads = new ArrayList<>();
         for (int i = 0; i < THREADS; ++i) {
             long seed = i;
@@ -134,10 +120,10 @@ public final class Soak {
                         break;
                     case 6:
                     case 7:
-                        sign(random, random.nextBoolean() ? "SHA1withRSA" : "SHA256withRSA", rsa, "SunRsaSign");
+                        sign(random, random.nextBoolean() ? "SHA1withRSA" : "SHA256withRSA", rsa);
                         break;
                     case 8:
-                        sign(random, "SHA1withDSA", dsa, "SUN");
+                        sign(random, "SHA1withDSA", dsa);
                         break;
                     default:
                         if (random.nextInt(200) == 0) {
@@ -167,16 +153,15 @@ public final class Soak {
 
     private void digest(Random random, String algorithm) throws GeneralSecurityException {
         byte[] message = bytes(random, 40_000);
-        MessageDigest digest = MessageDigest.getInstance(algorithm, zel);
+        MessageDigest digest = MessageDigest.getInstance(algorithm, ZEL);
         int split = random.nextInt(message.length + 1);
         digest.update(message, 0, split);
         digest.update(message, split, message.length - split);
         require(Arrays.equals(digest.digest(), MessageDigest.getInstance(algorithm, "SUN").digest(message)), algorithm);
     }
 
-    private Cipher cipher(Random random, Provider provider, int mode, byte[] seed) throws GeneralSecurityException {
-        Cipher cipher = provider == null ? Cipher.getInstance("AES/CBC/PKCS5Padding", "SunJCE")
-                : Cipher.getInstance("AES/CBC/PKCS5Padding", provider);
+    private static Cipher cipher(Provider provider, int mode, byte[] seed) throws GeneralSecurityException {
+        Cipher cipher = Cipher.getInstance("AES/CBC/PKCS5Padding", provider);
         cipher.init(mode, new SecretKeySpec(Arrays.copyOf(seed, 32), "AES"),
                 new IvParameterSpec(Arrays.copyOfRange(seed, 32, 48)));
         return cipher;
@@ -186,9 +171,9 @@ public final class Soak {
         byte[] message = bytes(random, 40_000);
         byte[] seed = new byte[48];
         random.nextBytes(seed);
-        byte[] sent = cipher(random, zel, Cipher.ENCRYPT_MODE, seed).doFinal(message);
-        require(Arrays.equals(sent, cipher(random, null, Cipher.ENCRYPT_MODE, seed).doFinal(message)), "ciphertext");
-        require(Arrays.equals(message, cipher(random, zel, Cipher.DECRYPT_MODE, seed).doFinal(sent)), "message");
+        byte[] sent = cipher(ZEL, Cipher.ENCRYPT_MODE, seed).doFinal(message);
+        require(Arrays.equals(sent, cipher(Security.getProvider("SunJCE"), Cipher.ENCRYPT_MODE, seed).doFinal(message)), "ciphertext");
+        require(Arrays.equals(message, cipher(ZEL, Cipher.DECRYPT_MODE, seed).doFinal(sent)), "message");
     }
 
     /** What others send that is wrong: a ciphertext, a signature, a key. */
@@ -196,11 +181,11 @@ public final class Soak {
         byte[] seed = new byte[48];
         random.nextBytes(seed);
         try {
-            cipher(random, zel, Cipher.DECRYPT_MODE, seed).doFinal(new byte[16 * random.nextInt(4) + random.nextInt(2)]);
+            cipher(ZEL, Cipher.DECRYPT_MODE, seed).doFinal(new byte[16 * random.nextInt(4) + random.nextInt(2)]);
         } catch (BadPaddingException e) {
             require(e.getMessage() != null, "a text");
         }
-        Signature verifier = Signature.getInstance("SHA256withRSA", zel);
+        Signature verifier = Signature.getInstance("SHA256withRSA", ZEL);
         verifier.initVerify(rsa.getPublic());
         try {
             require(!verifier.verify(new byte[120 + random.nextInt(16)]), "no signature");
@@ -210,7 +195,7 @@ public final class Soak {
     }
 
     private void draw(Random random) throws GeneralSecurityException {
-        SecureRandom generator = SecureRandom.getInstance("FIPS186PRNG", zel);
+        SecureRandom generator = SecureRandom.getInstance("FIPS186PRNG", ZEL);
         byte[] bytes = new byte[64 + random.nextInt(5000)];
         generator.nextBytes(bytes);
         generator.setSeed(bytes);
@@ -218,55 +203,42 @@ public final class Soak {
         generator.generateSeed(20);
     }
 
-    private void sign(Random random, String algorithm, KeyPair pair, String other) throws GeneralSecurityException {
+    private void sign(Random random, String algorithm, KeyPair pair) throws Exception {
         byte[] message = bytes(random, 2000);
-        byte[] signature = signed(Signature.getInstance(algorithm, zel), pair.getPrivate(), message);
-        require(verified(Signature.getInstance(algorithm, other), pair.getPublic(), message, signature), algorithm);
-        byte[] theirs = signed(Signature.getInstance(algorithm, other), pair.getPrivate(), message);
+        byte[] signature = signed(ZEL, algorithm, pair, message);
+        require(isValid(jdkOf(algorithm), algorithm, pair, message, signature), algorithm);
+        byte[] theirs = signed(jdkOf(algorithm), algorithm, pair, message);
         if (algorithm.equals("SHA1withDSA") && theirs.length < 44) {
             return; // short ones are refused by size
         }
-        require(verified(Signature.getInstance(algorithm, zel), pair.getPublic(), message, theirs), algorithm);
+        require(isValid(ZEL, algorithm, pair, message, theirs), algorithm);
     }
 
-    private static byte[] signed(Signature signer, PrivateKey key, byte[] message) throws GeneralSecurityException {
-        signer.initSign(key);
+    private static byte[] signed(Provider provider, String algorithm, KeyPair pair, byte[] message) throws Exception {
+        Signature signer = signing(algorithm, pair, provider);
         signer.update(message);
         return signer.sign();
     }
 
-    private static boolean verified(Signature verifier, PublicKey key, byte[] message, byte[] signature)
-            throws GeneralSecurityException {
-        verifier.initVerify(key);
+    private static boolean isValid(Provider provider, String algorithm, KeyPair pair, byte[] message, byte[] signature)
+            throws Exception {
+        Signature verifier = verifying(algorithm, pair, provider);
         verifier.update(message);
         return verifier.verify(signature);
     }
 
-    private void generate(Random random) throws GeneralSecurityException {
-        String algorithm = random.nextInt(4) == 0 ? "DSA" : "RSA";
-        KeyPairGenerator generator = KeyPairGenerator.getInstance(algorithm, zel);
-        generator.initialize(1024);
-        KeyPair pair = generator.generateKeyPair();
-        KeyFactory factory = KeyFactory.getInstance(algorithm, algorithm.equals("RSA") ? "SunRsaSign" : "SUN");
-        String signature = algorithm.equals("RSA") ? "SHA256withRSA" : "SHA1withDSA";
-        byte[] message = bytes(random, 100);
-        byte[] signed = signed(Signature.getInstance(signature, factory.getProvider()),
-                factory.generatePrivate(new PKCS8EncodedKeySpec(pair.getPrivate().getEncoded())), message);
-        require(verified(Signature.getInstance(signature, factory.getProvider()),
-                factory.generatePublic(new X509EncodedKeySpec(pair.getPublic().getEncoded())), message, signed),
-                "a generated key");
+    private void generate(Random random) throws Exception {
+        String keys = random.nextInt(4) == 0 ? "DSA" : "RSA";
+        sign(random, "SHA1with" + keys, keyPair(keys, 1024, ZEL));
         KEY_PAIRS.incrementAndGet();
     }
 
     /** Objects that nobody ends. */
-    private void drop(Random random) throws GeneralSecurityException {
-        Signature signer = Signature.getInstance("SHA256withRSA", zel);
-        signer.initSign(rsa.getPrivate());
-        signer.update((byte) 1);
-        Signature verifier = Signature.getInstance("SHA1withDSA", zel);
-        verifier.initVerify(dsa.getPublic());
+    private void drop(Random random) throws Exception {
+        signing("SHA256withRSA", rsa, ZEL).update((byte) 1);
+        verifying("SHA1withDSA", dsa, ZEL);
         byte[] seed = new byte[48];
-        cipher(random, zel, Cipher.ENCRYPT_MODE, seed).update(bytes(random, 1000));
-        MessageDigest.getInstance("SHA-1", zel).update(bytes(random, 1000));
+        cipher(ZEL, Cipher.ENCRYPT_MODE, seed).update(bytes(random, 1000));
+        MessageDigest.getInstance("SHA-1", ZEL).update(bytes(random, 1000));
     }
 }

@@ -28,6 +28,8 @@ import org.junit.jupiter.api.io.TempDir;
 class ToolTest {
     private static final String ABC_SHA256 = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
 
+    private static final Path PROGRAM = Path.of(System.getProperty("zel.tool.jar")).resolveSibling("zel");
+
     @TempDir Path folder;
     private String file;
     private byte[] stdin = new byte[0];
@@ -85,6 +87,10 @@ class ToolTest {
         return output;
     }
 
+    private void assertOwnersOnly(String secret) throws IOException {
+        assertEquals("rw-------", PosixFilePermissions.toString(Files.getPosixFilePermissions(folder.resolve(secret))));
+    }
+
     private void assertNothingLeftBehind() throws IOException {
         try (Stream<Path> files = Files.list(folder)) {
             assertFalse(files.anyMatch(left -> left.getFileName().toString().endsWith(".tmp")));
@@ -100,8 +106,8 @@ class ToolTest {
         assertEquals("[{\"file\": \"" + folder + "/a\\\\b\\u000ac\u00e4\", \"algorithm\": \"SHA-1\", "
                 + "\"digest\": \"a9993e364706816aba3e25717850c26c9cd0d89d\"}]", out);
         stdin = "abc".getBytes(StandardCharsets.US_ASCII);
-        assertEquals(0, zel("digest -"));
-        assertEquals(ABC_SHA256 + "  -", out);
+        assertEquals(0, zel("digest - -"));
+        assertTrue(out.startsWith(ABC_SHA256 + "  -\n"), out);
 
         assertEquals(0, zel("digest %s %s", file, odd));
         Files.write(folder.resolve("sums"), rawOut);
@@ -110,6 +116,10 @@ class ToolTest {
         Files.writeString(odd, "abd");
         assertEquals(1, zel("digest --check %s", path("sums")));
         assertEquals(file + ": OK\n" + folder + "/a\\\\b\\nc\u00e4: FAILED", out);
+
+        assertEquals(2, zel("digest %s %s", path("none"), file));
+        assertEquals("zel: " + path("none") + ": no such file", err);
+        assertEquals(ABC_SHA256 + "  " + file, out);
     }
 
     @Test
@@ -137,6 +147,8 @@ class ToolTest {
         Files.delete(Path.of(file));
         assertEquals(0, zel("decrypt -k %s %s.enc", path("key"), file), err);
         assertArrayEquals(message, bytesOf("abc"));
+        assertOwnersOnly("key");
+        assertOwnersOnly("abc");
 
         stdin = "abc".getBytes(StandardCharsets.US_ASCII);
         assertEquals(0, zel("encrypt -k %s -", path("key")), err);
@@ -154,7 +166,7 @@ class ToolTest {
             assertEquals(0, zel("sign --force -k %s %s", path("key"), file), err);
             shell("openssl pkey -pubin -inform " + kind[1] + " -in key.pub -out pub.pem && openssl dgst " + kind[2]
                     + " -verify pub.pem -signature abc.sig abc");
-            shell("openssl pkey -inform " + kind[1] + " -in key -out key.pem && openssl dgst " + kind[2]
+            shell("openssl pkey -check -inform " + kind[1] + " -in key -out key.pem && openssl dgst " + kind[2]
                     + " -sign key.pem -out abc.sig abc");
             assertEquals(0, zel("verify -k %s %s", path("key.pub"), file), err);
             stdin = "abd".getBytes(StandardCharsets.US_ASCII);
@@ -164,7 +176,7 @@ class ToolTest {
             assertEquals(1, zel("verify -k %s %s", path("key.pub"), file), err);
             assertTrue(out.startsWith(file + ": NOT VALID (SHA"), out);
         }
-        assertEquals("rw-------", PosixFilePermissions.toString(Files.getPosixFilePermissions(folder.resolve("key"))));
+        assertOwnersOnly("key");
 
         shell("openssl req -x509 -newkey rsa:2048 -nodes -keyout own.key -out own.crt -subj /CN=me"
                 + " && openssl dgst -sha1 -sign own.key -out abc.sig abc");
@@ -184,17 +196,23 @@ class ToolTest {
         Files.write(folder.resolve("other"), new byte[32]);
         assertEquals(0, zel("encrypt -k %s %s", path("key"), file));
         assertFails(1, "does not decrypt", "decrypt -k " + path("other") + " -o " + path("x") + " " + file + ".enc");
-        Files.write(folder.resolve("short"), new byte[15]);
-        assertFails(1, "too short", "decrypt -k " + path("key") + " -o " + path("x") + " " + path("short"));
+        for (int length : new int[] {15, 16}) { // less than an IV, and an IV alone
+            Files.write(folder.resolve("short"), new byte[length]);
+            assertFails(1, "too short", "decrypt -k " + path("key") + " -o " + path("x") + " " + path("short"));
+        }
         assertFalse(Files.exists(folder.resolve("x")));
 
         assertFails(2, "Try 'zel --help'", "--nonsense");
         assertFails(2, "Missing required option: '--key=KEY'", "encrypt " + file);
         assertFails(2, "there are SHA-1, SHA-256", "digest -a MD5 " + file);
-        assertFails(2, "none: no such file", "digest " + path("none"));
+        assertFails(2, "no such command: sing", "sing " + file);
         assertFails(2, "is a directory", "digest " + folder);
         assertFails(2, "abc.enc: exists already; --force", "encrypt -k " + path("key") + " " + file);
         assertFails(2, path("no/x") + ": no such folder", "keygen aes -o " + path("no/x"));
+        assertFails(2, "a file of its own", "keygen rsa -o x --pkcs1 x.pub");
+        assertFails(2, file + "/x: Not a directory", "keygen aes -o " + file + "/x");
+        assertFails(2, "takes two files", "keygen rsa -o -");
+        assertFails(2, "/dev/full: No space left", "keygen aes -o /dev/full");
         assertFails(2, "no AES-256 key", "encrypt -k " + file + " " + file);
         assertFails(2, "no RSA or DSA private key", "sign -k " + file + " " + file);
         assertFails(2, "AES keys have 256 bits", "keygen aes -b 128 -o " + path("x"));
@@ -205,15 +223,16 @@ class ToolTest {
         assertNothingLeftBehind();
     }
 
+    /** No room: a limit on the size of files stands in for a full disk. What was there before stays, nothing is left over. */
     @Test
-    void secretsAreTheirOwnersOnly() throws Exception {
-        assertEquals(0, zel("keygen aes -o %s", path("key")));
-        assertEquals(0, zel("encrypt -k %s %s", path("key"), file));
-        assertEquals(0, zel("decrypt -k %s -o %s %s.enc", path("key"), path("plain"), file));
-        for (String secret : new String[] {"key", "plain"}) {
-            assertEquals("rw-------",
-                    PosixFilePermissions.toString(Files.getPosixFilePermissions(folder.resolve(secret))));
-        }
+    void withoutRoomNothingChanges() throws Exception {
+        Files.write(folder.resolve("large"), new byte[3_000_000]);
+        Files.write(folder.resolve("key"), new byte[32]);
+        Files.writeString(folder.resolve("large.enc"), "old");
+        shell("ulimit -f 4000; ! '" + PROGRAM + "' encrypt --force --key key large 2>said");
+        assertEquals("zel: large.enc: File too large\n", Files.readString(folder.resolve("said")));
+        assertEquals("old", Files.readString(folder.resolve("large.enc")));
+        assertNothingLeftBehind();
     }
 
     @Test
@@ -242,7 +261,7 @@ class ToolTest {
         try (RandomAccessFile hole = new RandomAccessFile(path("hole"), "rw")) {
             hole.setLength(Progress.SHOWN_ABOVE_BYTES * 3);
         }
-        String command = '"' + Path.of(System.getProperty("zel.tool.jar")).resolveSibling("zel").toString() + "\" digest hole";
+        String command = '"' + PROGRAM.toString() + "\" digest hole";
         String watched = new String(shell("script -qec '" + command + "' /dev/null"), StandardCharsets.UTF_8);
         assertTrue(watched.matches("(?s).*hole +\\d+% \\[#*\\.*\\] \\d+ MB/s, \\d+ s left.*"), watched);
         String unwatched = new String(shell(command), StandardCharsets.UTF_8);
