@@ -66,7 +66,11 @@ Status aesInitKey(AesContext* context, std::uint32_t keyBits, const std::uint8_t
     const AesModes& kernel = aesKernel().run;
     kernel.expandKey(key, keyBits, context->encryptRoundKeys);
     if (encrypt != 0 || isFeedbackMode(mode)) {
-        kernel.expandKey(key, keyBits, context->roundKeys); // a copy would leave the schedule in registers
+        // Word by word: the vector registers that a copy at once goes through would keep the schedule.
+        const volatile std::uint32_t* from = context->encryptRoundKeys;
+        for (std::uint32_t& word : context->roundKeys) {
+            word = *from++;
+        }
     } else {
         kernel.invertSchedule(context->encryptRoundKeys, context->rounds, context->roundKeys);
     }
