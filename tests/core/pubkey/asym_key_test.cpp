@@ -4,7 +4,6 @@
 #include "core/pubkey/prime/prime.h"
 #include "tests/core/pubkey/key_support.h"
 #include "tests/support/byte_source.h"
-#include "tests/support/faults.h"
 #include "tests/support/test_heap.h"
 
 namespace {
@@ -44,10 +43,6 @@ TEST(AsymKey, RefusedResources) {
             return status == ERR_RTOS_MUTEX_CREATE ? ERR_MEM_ALLOC_FAIL : status;
         });
     }
-    ScopedKey key;
-    const Fault fault(PlatformService::mutexCreate, 1);
-    EXPECT_EQ(read(RsaKey_FromPublicDer, publicDer(kRsaKeys[0]), key.get()), ERR_RTOS_MUTEX_CREATE);
-    EXPECT_EQ(key.get()->type, kKeyEmpty);
 }
 
 TEST(AsymKey, Arguments) {

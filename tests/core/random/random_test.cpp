@@ -129,10 +129,6 @@ TEST_F(Random, Refusals) {
     check(PlatformService::mutexCreate, ERR_RTOS_MUTEX_CREATE);
     check(PlatformService::mutexWait, ERR_RTOS_MUTEX_WAIT);
     check(PlatformService::randomBytes, ERR_RTOS);
-    testheap::refuse(1);
-    RandomContext* context = nullptr;
-    EXPECT_EQ(randomAcquireContext(&context), ERR_NULL_POINTER);
-    testheap::refuse(0);
     EXPECT_EQ(testheap::liveBlocks(), live);
     EXPECT_EQ(testheap::dirtyFrees(), dirty);
 
