@@ -16,7 +16,7 @@ namespace {
 #define NO_RESET PROVIDER("error resetting digest" REFUSED)
 #define NO_DIGEST SIGNATURE("error calculating final digest < " NO_RESET)
 #define NOT_SIGNED(status, step) SIGNATURE("error calculating signature : " status " < " step)
-#define NOT_READ(key, status) PROVIDER("unable to read " key " key : " status)
+#define NOT_READ(key) PROVIDER("unable to read " key " key" REFUSED)
 
 struct Use {
     const char* name;
@@ -64,7 +64,8 @@ TEST_P(ShortOfMemory, IsToldAndForgotten) {
         number += expected.empty() ? 1 + number / 4 : 1;
         if (result.empty()) {
             number = 1, ++passes;
-        } else if (result != "right") { // an engine may do without what it was refused
+        } else if (result != "right" && !result.ends_with(" key : ERR_RTOS_MUTEX_CREATE")) {
+            // An engine may do without what it was refused; a key's lock takes memory on some systems only.
             raised.insert(result);
         }
         // More than once: the allocations vary with the nonce of a DSA signature, and one can be stepped over.
@@ -87,15 +88,14 @@ const Use kUses[] = {
      {PROVIDER("error adding entropy" REFUSED), PROVIDER("error generating random numbers" REFUSED)}},
     {"rsa",
      &EngineUses::signsRsa,
-     {NO_MEMORY, NO_RESET, NO_DIGEST, NOT_READ("rsa private", "ERR_MEM_ALLOC_FAIL"),
-      NOT_READ("rsa private", "ERR_RTOS_MUTEX_CREATE"), NOT_READ("rsa public", "ERR_MEM_ALLOC_FAIL"),
-      NOT_READ("rsa public", "ERR_RTOS_MUTEX_CREATE"), SIGNATURE("error generating signature array" REFUSED),
+     {NO_MEMORY, NO_RESET, NO_DIGEST, NOT_READ("rsa private"), NOT_READ("rsa public"),
+      SIGNATURE("error generating signature array" REFUSED),
       SIGNATURE("error generating integer representative message" REFUSED),
       SIGNATURE("error generating integer representative signature" REFUSED), SIGNATURE("invalid signature" REFUSED)}},
     {"dsa",
      &EngineUses::signsDsa,
-     {NO_MEMORY, NO_RESET, NO_DIGEST, NOT_READ("dsa private", "ERR_MEM_ALLOC_FAIL"),
-      NOT_READ("dsa public", "ERR_MEM_ALLOC_FAIL"), NOT_SIGNED("ERR_INTERNAL_ERROR", NO_DIGEST),
+     {NO_MEMORY, NO_RESET, NO_DIGEST, NOT_READ("dsa private"), NOT_READ("dsa public"),
+      NOT_SIGNED("ERR_INTERNAL_ERROR", NO_DIGEST),
       NOT_SIGNED("ERR_INTERNAL_ERROR", SIGNATURE("converting message to vlong" REFUSED)),
       NOT_SIGNED("ERR_INTERNAL_ERROR", SIGNATURE("error signing message" REFUSED)),
       NOT_SIGNED("ERR_INTERNAL_ERROR", SIGNATURE("error creating dsa signature" REFUSED)),
