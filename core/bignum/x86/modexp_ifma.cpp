@@ -5,12 +5,10 @@
 // belong to the first task and the upper four to the second, so that one stream of instructions serves both.
 //
 // A product adds, digit by digit of b, a b_i and a multiple y of the modulus that clears the lowest digit, then moves
-// down by one digit: a b / R mod m with R = 2^(52 steps). Results stay below 2^(64 k + 1) (or, see below, a little
-// above the multiplied modulus), which all products accept; the final one, with the number 1, is at most m.
-//
-// Where the registers have a digit to spare, the products work modulo m' = m (-1/m mod 2^52), which is -1 modulo 2^52:
+// down by one digit: a b / R mod m with R = 2^(52 steps). It works modulo m' = m (-1/m mod 2^52), which is -1 modulo 2^52:
 // y is then the lowest digit as it stands, and one multiplication is gone from the chain that a step waits for. The
-// modulus is kept as m' + 1; the -y that is missing is the lowest digit itself, which falls off.
+// modulus is kept as m' + 1; the -y that is missing is the lowest digit itself, which falls off. Results stay below 2 m',
+// which all products accept, as R is above 4 m'; the final product, with the number 1, works modulo m and is at most m.
 //
 // Secrets: fixed windows, each a product with a table entry that is found by reading the whole table; no branch and no
 // address depends on base, exponent or modulus, only on the lengths of exponent and modulus. Exponents of up to 64 bits
@@ -47,9 +45,6 @@ template <std::uint32_t units, std::uint32_t registers, std::uint32_t steps, boo
     static constexpr bool isPair = pair;
     static constexpr std::uint32_t kTasks = pair ? 2 : 1;
     static constexpr std::uint32_t kTaskLanes = static_cast<std::uint32_t>(kLanes) / kTasks;
-    static constexpr std::uint32_t kGroups = steps / registers;
-    // Room for m' and for products below 2 m' on top of it: 53 bits.
-    static constexpr bool hasSpareDigit = steps * kDigitBits >= 64 * units + 54;
     static constexpr std::size_t kNumberUnits = V * kLanes;
 
     // The register where register `index` of the first step is to be found.
@@ -57,17 +52,21 @@ template <std::uint32_t units, std::uint32_t registers, std::uint32_t steps, boo
         return index % V;
     }
 
-    static_assert(steps % registers == 0 && kGroups <= kTaskLanes);
+    static_assert(steps <= registers * kTaskLanes);
+    static_assert(steps * kDigitBits >= 64 * units + 54, "4 m' is below R");
+    static_assert(kTaskLanes * (6 * V + 4) < 1U << (64 - kDigitBits), "a sum of so many products fits its lane");
 };
 
-using One512 = Shape<8, 2, 12, false>;
+using One512 = Shape<8, 2, 11, false>;
 using One1024 = Shape<16, 3, 21, false>;
-using One1536 = Shape<24, 4, 32, false>;
-using One2048 = Shape<32, 5, 40, false>;
-using Pair512 = Shape<8, 3, 12, true>;
-using Pair1024 = Shape<16, 5, 20, true>;
-using Pair1536 = Shape<24, 8, 32, true>;
-using Pair2048 = Shape<32, 10, 40, true>;
+using One1536 = Shape<24, 4, 31, false>;
+using One2048 = Shape<32, 6, 41, false>;
+using One3072 = Shape<48, 8, 61, false>;
+using One4096 = Shape<64, 10, 80, false>;
+using Pair512 = Shape<8, 3, 11, true>;
+using Pair1024 = Shape<16, 6, 21, true>;
+using Pair1536 = Shape<24, 8, 31, true>;
+using Pair2048 = Shape<32, 11, 41, true>;
 
 ZEL_IFMA_INLINE Vector load(const Unit* from) {
     return _mm512_load_si512(from);
@@ -83,22 +82,20 @@ public:
         : memory_(number), registers_{(isInMemory ? _mm512_setzero_si512() : load(number + r * kLanes))...} {
     }
 
-    // addLow, addHigh: sum + the low or high 52 bits of register r times b. In this order: what others wait for first.
-    ZEL_IFMA_INLINE Vector addLow(Vector sum, std::uint32_t r, Vector b) const {
+    // addLow, addHigh: adds the low or high 52 bits of register r times b. In this order: what others wait for first.
+    ZEL_IFMA_INLINE void addLow(Vector& sum, std::uint32_t r, Vector b) const {
         if constexpr (isInMemory) {
             __asm__ volatile("vpmadd52luq %2, %1, %0" : "+v"(sum) : "v"(b), "m"(atMemory(r)));
         } else {
             __asm__ volatile("vpmadd52luq %2, %1, %0" : "+v"(sum) : "v"(b), "v"(registers_[r]));
         }
-        return sum;
     }
-    ZEL_IFMA_INLINE Vector addHigh(Vector sum, std::uint32_t r, Vector b) const {
+    ZEL_IFMA_INLINE void addHigh(Vector& sum, std::uint32_t r, Vector b) const {
         if constexpr (isInMemory) {
             __asm__ volatile("vpmadd52huq %2, %1, %0" : "+v"(sum) : "v"(b), "m"(atMemory(r)));
         } else {
             __asm__ volatile("vpmadd52huq %2, %1, %0" : "+v"(sum) : "v"(b), "v"(registers_[r]));
         }
-        return sum;
     }
 
 private:
@@ -149,33 +146,44 @@ template <typename S> ZEL_IFMA_INLINE Vector laneUp(Vector digits) {
 // register r of a half is its entry (s + r) % V.
 template <typename S> struct Sums { Vector ab[S::V], ym[S::V]; };
 
+// In a square the products of digits of two registers are taken once only, and ab counts double when it leaves; those of
+// digits of one register are all taken, and go to ym, which counts once.
+template <bool isSquare> ZEL_IFMA_INLINE Vector counted(Vector ab) {
+    return isSquare ? _mm512_add_epi64(ab, ab) : ab;
+}
+
 // One step: the sum and a b_i + y m, divided by 2^52.
-template <typename S, bool isMultiplied, std::uint32_t step, std::uint32_t... r>
+template <typename S, bool isMultiplied, bool isSquare, std::uint32_t step, std::uint32_t... r>
 ZEL_IFMA_INLINE void addDigit(Sums<S>& sums, const Number<S>& a, const Number<S>& m, Vector firstDown,
                               Vector negInverse, const Unit* b, std::uint32_t lane,
                               std::integer_sequence<std::uint32_t, r...>) {
     constexpr std::uint32_t V = S::V;
+    constexpr std::uint32_t first = isSquare ? step : 0; // the registers below it have met this one
     Vector(&ab)[V] = sums.ab;
     Vector(&ym)[V] = sums.ym;
     const Vector zero = _mm512_setzero_si512();
     const Vector digit = spreadDigit<S>(b + step * kLanes, lane);
-    const Vector lowest = _mm512_add_epi64(a.addLow(ab[S::turn(step)], 0, digit), ym[S::turn(step)]);
+    Vector lowest = counted<isSquare>(ab[S::turn(step)]);
+    if constexpr (first == 0) {
+        a.addLow(lowest, 0, digit);
+    }
+    lowest = _mm512_add_epi64(lowest, ym[S::turn(step)]); // last: what the step waits for
+    ab[S::turn(step)] = ym[S::turn(step)] = zero;
     const Vector y = spreadLowest<S>(isMultiplied ? lowest : _mm512_madd52lo_epu64(zero, lowest, negInverse));
-    ab[S::turn(step)] = zero;
-    ((r > 0 ? (void)(ab[S::turn(step + r)] = a.addLow(ab[S::turn(step + r)], r, digit)) : (void)0), ...);
-    ((ab[S::turn(step + r + 1)] = a.addHigh(ab[S::turn(step + r + 1)], r, digit)), ...);
+    ((r > 0 && r >= first ? a.addLow((isSquare && r == step ? ym : ab)[S::turn(step + r)], r, digit) : (void)0), ...);
+    ((r >= first ? a.addHigh((isSquare && r == step ? ym : ab)[S::turn(step + r + 1)], r, digit) : (void)0), ...);
 
     // What the lowest digit carries: a digit that is not zero becomes 2^52 when y m is added.
     const Vector cleared =
         isMultiplied ? lowest : _mm512_add_epi64(lowest, _mm512_set1_epi64(static_cast<long long>(kDigitMask)));
     Vector carry = _mm512_maskz_srli_epi64(S::isPair ? 0x11 : 0x01, cleared, kDigitBits);
-    carry = m.addHigh(carry, 0, y);
-    ym[S::turn(step + 1)] = m.addLow(ym[S::turn(step + 1)], 1, y);
+    m.addHigh(carry, 0, y);
+    m.addLow(ym[S::turn(step + 1)], 1, y);
     ym[S::turn(step + 1)] =
         _mm512_add_epi64(ym[S::turn(step + 1)], carry); // on its own: the chain from digit to digit is one product long
-    ((r > 1 ? (void)(ym[S::turn(step + r)] = m.addLow(ym[S::turn(step + r)], r, y)) : (void)0), ...);
-    ym[S::turn(step)] = _mm512_madd52lo_epu64(laneDown<S>(lowest), y, firstDown);
-    ((r > 0 ? (void)(ym[S::turn(step + r + 1)] = m.addHigh(ym[S::turn(step + r + 1)], r, y)) : (void)0), ...);
+    ((r > 1 ? m.addLow(ym[S::turn(step + r)], r, y) : (void)0), ...);
+    ym[S::turn(step)] = _mm512_madd52lo_epu64(_mm512_add_epi64(ym[S::turn(step)], laneDown<S>(lowest)), y, firstDown);
+    ((r > 0 ? m.addHigh(ym[S::turn(step + r + 1)], r, y) : (void)0), ...);
 }
 
 // All digits below 2^52, exactly. First every digit hands its carry on at once; then the remaining carries, 0 or 1, run
@@ -200,24 +208,31 @@ ZEL_IFMA_INLINE void normalise(Vector (&sum)[S::V], std::integer_sequence<std::u
      ...);
 }
 
-template <typename S, bool isMultiplied, std::uint32_t... step>
+template <typename S, bool isMultiplied, bool isSquare, std::uint32_t... r, std::uint32_t... step>
 ZEL_IFMA_INLINE void addDigits(Sums<S>& sums, const Number<S>& a, const Number<S>& m, Vector firstDown,
                                Vector negInverse, const Unit* b, std::uint32_t lane,
-                               std::integer_sequence<std::uint32_t, step...> all) {
-    (addDigit<S, isMultiplied, step>(sums, a, m, firstDown, negInverse, b, lane, all), ...);
+                               std::integer_sequence<std::uint32_t, r...> registers,
+                               std::integer_sequence<std::uint32_t, step...>) {
+    (addDigit<S, isMultiplied, isSquare, step>(sums, a, m, firstDown, negInverse, b, lane, registers), ...);
 }
 
-template <typename S, bool isMultiplied, std::uint32_t... r>
+template <typename S, bool isMultiplied, bool isSquare, std::uint32_t... r>
 ZEL_IFMA_INLINE void product(Unit* result, const Unit* a, const Unit* b, const Unit* m, const Unit* negInverse,
                              std::integer_sequence<std::uint32_t, r...> all) {
+    constexpr std::uint32_t kGroups = S::kSteps / S::V, kLeft = S::kSteps % S::V;
     const Vector inverses = load(negInverse);
     Sums<S> sums = {{((void)r, _mm512_setzero_si512())...}, {((void)r, _mm512_setzero_si512())...}};
     const Number<S> aDigits(a, all), mDigits(m, all);
     const Vector firstDown = laneDown<S>(load(m));
-    for (std::uint32_t lane = 0; lane < S::kGroups; ++lane) {
-        addDigits<S, isMultiplied>(sums, aDigits, mDigits, firstDown, inverses, b, lane, all);
+    for (std::uint32_t lane = 0; lane < kGroups; ++lane) {
+        addDigits<S, isMultiplied, isSquare>(sums, aDigits, mDigits, firstDown, inverses, b, lane, all, all);
     }
-    Vector sum[S::V] = {_mm512_add_epi64(sums.ab[r], sums.ym[r])...};
+    if constexpr (kLeft > 0) {
+        addDigits<S, isMultiplied, isSquare>(sums, aDigits, mDigits, firstDown, inverses, b, kGroups, all,
+                                             std::make_integer_sequence<std::uint32_t, kLeft>{});
+    }
+    Vector sum[S::V] = {
+        _mm512_add_epi64(counted<isSquare>(sums.ab[S::turn(kLeft + r)]), sums.ym[S::turn(kLeft + r)])...};
     normalise<S>(sum, all);
     (_mm512_store_si512(result + r * kLanes, sum[r]), ...);
 }
@@ -232,18 +247,20 @@ struct Modulus {
 // result := a * b / R mod m. result may be a or b.
 template <typename S>
 ZEL_TARGET_IFMA __attribute__((noinline)) void multiply(Unit* result, const Unit* a, const Unit* b, const Modulus& m) {
-    constexpr auto kRegisters = std::make_integer_sequence<std::uint32_t, S::V>{};
-    if constexpr (S::hasSpareDigit) {
-        product<S, true>(result, a, b, m.multiplied, m.negInverse, kRegisters);
-    } else {
-        product<S, false>(result, a, b, m.digits, m.negInverse, kRegisters);
-    }
+    product<S, true, false>(result, a, b, m.multiplied, m.negInverse,
+                            std::make_integer_sequence<std::uint32_t, S::V>{});
+}
+
+// result := a * a / R mod m. result may be a.
+template <typename S>
+ZEL_TARGET_IFMA __attribute__((noinline)) void square(Unit* result, const Unit* a, const Modulus& m) {
+    product<S, true, true>(result, a, a, m.multiplied, m.negInverse, std::make_integer_sequence<std::uint32_t, S::V>{});
 }
 
 // result := a / R mod m, at most m.
 template <typename S>
 ZEL_TARGET_IFMA __attribute__((noinline)) void leave(Unit* result, const Unit* a, const Unit* one, const Modulus& m) {
-    product<S, false>(result, a, one, m.digits, m.negInverse, std::make_integer_sequence<std::uint32_t, S::V>{});
+    product<S, false, false>(result, a, one, m.digits, m.negInverse, std::make_integer_sequence<std::uint32_t, S::V>{});
 }
 
 // result := table[index of the task], all of the table being read.
@@ -370,7 +387,7 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
         toDigits<S>(base, task, tasks[task]->base);
         one[place<S>(task, kLift / kDigitBits)] = Unit{1} << kLift % kDigitBits;
     }
-    multiply<S>(entry, entry, entry, m);
+    square<S>(entry, entry, m);
     multiply<S>(entry, entry, one, m);
     multiply<S>(base, base, entry, m);
     std::fill_n(one, n, Unit{0});
@@ -381,7 +398,7 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
     if (S::kTasks == 1 && bits <= kPublicExponentBits) {
         std::copy_n(base, n, power);
         for (std::uint32_t i = bits - 1; i-- > 0;) {
-            multiply<S>(power, power, power, m);
+            square<S>(power, power, m);
             if ((tasks[0]->exponent[0] >> i & 1) != 0) {
                 multiply<S>(power, power, base, m);
             }
@@ -391,12 +408,13 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
         multiply<S>(table, entry, one, m);
         std::copy_n(base, n, table + n);
         for (std::uint32_t j = 2; j < entries; ++j) {
-            multiply<S>(table + j * n, table + (j / 2) * n, table + (j - j / 2) * n, m);
+            j % 2 == 0 ? square<S>(table + j * n, table + j / 2 * n, m)
+                       : multiply<S>(table + j * n, table + (j - 1) * n, table + n, m);
         }
         for (std::uint32_t position = (bits - 1) / width * width;; position -= width) {
             const bool isFirst = position + width >= bits;
             for (std::uint32_t i = 0; i < (isFirst ? 0 : width); ++i) {
-                multiply<S>(power, power, power, m);
+                square<S>(power, power, m);
             }
             lookUp<S>(isFirst ? power : entry, table, entries, exponentWindow(*tasks[0], position, width),
                       exponentWindow(*tasks[S::kTasks - 1], position, width));
@@ -424,7 +442,7 @@ bool ifmaIsSupported() {
 }
 
 bool ifmaTakes(std::uint32_t k) {
-    return k == 8 || k == 16 || k == 24 || k == 32;
+    return k == 8 || k == 16 || k == 24 || k == 32 || k == 48 || k == 64;
 }
 
 std::size_t ifmaScratch(std::uint32_t k, std::uint32_t exponentBits) {
@@ -435,8 +453,12 @@ std::size_t ifmaScratch(std::uint32_t k, std::uint32_t exponentBits) {
         return scratchUnitsOf<Pair1024>(exponentBits);
     case 24:
         return scratchUnitsOf<Pair1536>(exponentBits);
-    default:
+    case 32:
         return scratchUnitsOf<Pair2048>(exponentBits);
+    case 48:
+        return scratchUnitsOf<One3072>(exponentBits);
+    default:
+        return scratchUnitsOf<One4096>(exponentBits);
     }
 }
 
@@ -448,18 +470,23 @@ void ifmaModExp(const ModExpTask& task, Unit* scratch) {
         return modExp<One1024>({&task}, scratch);
     case 24:
         return modExp<One1536>({&task}, scratch);
-    default:
+    case 32:
         return modExp<One2048>({&task}, scratch);
+    case 48:
+        return modExp<One3072>({&task}, scratch);
+    default:
+        return modExp<One4096>({&task}, scratch);
     }
 }
 
 void ifmaModExpPair(const ModExpTask& first, const ModExpTask& second, Unit* scratch) {
-    if (std::max(first.exponentBits, second.exponentBits) <= kPublicExponentBits) {
+    const std::uint32_t k = first.modulus.count;
+    if (std::max(first.exponentBits, second.exponentBits) <= kPublicExponentBits || k > 32) {
         ifmaModExp(first, scratch);
         ifmaModExp(second, scratch);
         return;
     }
-    switch (first.modulus.count) {
+    switch (k) {
     case 8:
         return modExp<Pair512>({&first, &second}, scratch);
     case 16:
