@@ -5,10 +5,14 @@
 // belong to the first task and the upper four to the second, so that one stream of instructions serves both.
 //
 // A product adds, digit by digit of b, a b_i and a multiple y of the modulus that clears the lowest digit, then moves
-// down by one digit: a b / R mod m with R = 2^(52 steps). It works modulo m' = m (-1/m mod 2^52), which is -1 modulo 2^52:
-// y is then the lowest digit as it stands, and one multiplication is gone from the chain that a step waits for. The
-// modulus is kept as m' + 1; the -y that is missing is the lowest digit itself, which falls off. Results stay below 2 m',
-// which all products accept, as R is above 4 m'; the final product, with the number 1, works modulo m and is at most m.
+// down by one digit: a b / R mod m with R = 2^(52 steps). It works modulo a multiple m' of m that is -1 modulo 2^52: y is
+// then the lowest digit as it stands, and one multiplication is gone from the chain that a step waits for. m' is kept as
+// m' + 1; the -y that is missing is the lowest digit itself, which falls off. Results stay below 2 m', which all products
+// accept, as R is above 4 m'; the final product, with the number 1, works modulo m and is at most m.
+//
+// What bounds a product of few registers is that chain. There m' is -1 modulo 2^104: the two lowest digits of m' + 1 are
+// zero, so that the next y does not wait for this y m'. What bounds one of many registers is the number of
+// multiplications. There a square takes the products of unlike digits once.
 //
 // Secrets: fixed windows, each a product with a table entry that is found by reading the whole table; no branch and no
 // address depends on base, exponent or modulus, only on the lengths of exponent and modulus. Exponents of up to 64 bits
@@ -52,18 +56,22 @@ template <std::uint32_t units, std::uint32_t registers, std::uint32_t steps, boo
         return index % V;
     }
 
+    // Of few registers: the steps wait for their chain, not for the multipliers.
+    static constexpr bool isShort = registers < 5;
+    static constexpr std::uint32_t kZeroDigits = isShort ? 2 : 1; // of m' + 1
+
     static_assert(steps <= registers * kTaskLanes);
-    static_assert(steps * kDigitBits >= 64 * units + 54, "4 m' is below R");
-    static_assert(kTaskLanes * (6 * V + 4) < 1U << (64 - kDigitBits), "a sum of so many products fits its lane");
+    static_assert(steps * kDigitBits >= 64 * units + kZeroDigits * kDigitBits + 2, "4 m' is below R");
+    static_assert(kTaskLanes * (6 * V + 8) < 1U << (64 - kDigitBits), "a sum of so many products fits its lane");
 };
 
-using One512 = Shape<8, 2, 11, false>;
-using One1024 = Shape<16, 3, 21, false>;
-using One1536 = Shape<24, 4, 31, false>;
+using One512 = Shape<8, 2, 12, false>;
+using One1024 = Shape<16, 3, 22, false>;
+using One1536 = Shape<24, 4, 32, false>;
 using One2048 = Shape<32, 6, 41, false>;
 using One3072 = Shape<48, 8, 61, false>;
 using One4096 = Shape<64, 10, 80, false>;
-using Pair512 = Shape<8, 3, 11, true>;
+using Pair512 = Shape<8, 3, 12, true>;
 using Pair1024 = Shape<16, 6, 21, true>;
 using Pair1536 = Shape<24, 8, 31, true>;
 using Pair2048 = Shape<32, 11, 41, true>;
@@ -74,6 +82,15 @@ ZEL_IFMA_INLINE Vector load(const Unit* from) {
 
 // Number: the registers of a factor. Where there are too many of them for the register file, the products read them from
 // memory; left alone, the compilers would keep them in registers and the sums on the stack.
+//
+// The address is put together here: gcc would make one of its own for each register of all factors, and keep them where it
+// is in the way.
+#define ZEL_FROM_MEMORY(instruction)                                                                                   \
+    instruction " %c[offset](%[base]), %[b], %[sum]" : [sum] "+v"(sum)                                                 \
+        : [b] "v"(b),                                                                                                  \
+          [base] "r"(memory_),                                                                                         \
+          [offset] "i"(r * sizeof(Vector)),                                                                            \
+          "m"(*reinterpret_cast<const Vector(*)[S::V]>(memory_))
 template <typename S> class Number {
 public:
     static constexpr bool isInMemory = S::V >= 8;
@@ -83,29 +100,26 @@ public:
     }
 
     // addLow, addHigh: adds the low or high 52 bits of register r times b. In this order: what others wait for first.
-    ZEL_IFMA_INLINE void addLow(Vector& sum, std::uint32_t r, Vector b) const {
+    template <std::uint32_t r> ZEL_IFMA_INLINE void addLow(Vector& sum, Vector b) const {
         if constexpr (isInMemory) {
-            __asm__ volatile("vpmadd52luq %2, %1, %0" : "+v"(sum) : "v"(b), "m"(atMemory(r)));
+            __asm__ volatile(ZEL_FROM_MEMORY("vpmadd52luq"));
         } else {
             __asm__ volatile("vpmadd52luq %2, %1, %0" : "+v"(sum) : "v"(b), "v"(registers_[r]));
         }
     }
-    ZEL_IFMA_INLINE void addHigh(Vector& sum, std::uint32_t r, Vector b) const {
+    template <std::uint32_t r> ZEL_IFMA_INLINE void addHigh(Vector& sum, Vector b) const {
         if constexpr (isInMemory) {
-            __asm__ volatile("vpmadd52huq %2, %1, %0" : "+v"(sum) : "v"(b), "m"(atMemory(r)));
+            __asm__ volatile(ZEL_FROM_MEMORY("vpmadd52huq"));
         } else {
             __asm__ volatile("vpmadd52huq %2, %1, %0" : "+v"(sum) : "v"(b), "v"(registers_[r]));
         }
     }
 
 private:
-    ZEL_IFMA_INLINE const Vector& atMemory(std::uint32_t r) const {
-        return *reinterpret_cast<const Vector*>(memory_ + r * kLanes);
-    }
-
     const Unit* memory_;
     const Vector registers_[S::V];
 };
+#undef ZEL_FROM_MEMORY
 
 // The lowest digit of each task in all lanes of the task.
 template <typename S> ZEL_IFMA_INLINE Vector spreadLowest(Vector digits) {
@@ -143,8 +157,9 @@ template <typename S> ZEL_IFMA_INLINE Vector laneUp(Vector digits) {
 }
 
 // Sums: the two halves of a running sum, a b apart from y m, so that the former need not wait for y. In step s,
-// register r of a half is its entry (s + r) % V.
-template <typename S> struct Sums { Vector ab[S::V], ym[S::V]; };
+// register r of a half is its entry (s + r) % V. late is what the last y adds to the lowest register, where the
+// next y need not wait for it.
+template <typename S> struct Sums { Vector ab[S::V], ym[S::V], late; };
 
 // In a square the products of digits of two registers are taken once only, and ab counts double when it leaves; those of
 // digits of one register are all taken, and go to ym, which counts once.
@@ -159,31 +174,43 @@ ZEL_IFMA_INLINE void addDigit(Sums<S>& sums, const Number<S>& a, const Number<S>
                               std::integer_sequence<std::uint32_t, r...>) {
     constexpr std::uint32_t V = S::V;
     constexpr std::uint32_t first = isSquare ? step : 0; // the registers below it have met this one
+    constexpr bool isApart = S::isShort && isMultiplied; // late has no part in the lowest digit
     Vector(&ab)[V] = sums.ab;
     Vector(&ym)[V] = sums.ym;
     const Vector zero = _mm512_setzero_si512();
     const Vector digit = spreadDigit<S>(b + step * kLanes, lane);
     Vector lowest = counted<isSquare>(ab[S::turn(step)]);
     if constexpr (first == 0) {
-        a.addLow(lowest, 0, digit);
+        a.template addLow<0>(lowest, digit);
     }
-    lowest = _mm512_add_epi64(lowest, ym[S::turn(step)]); // last: what the step waits for
+    lowest = _mm512_add_epi64(lowest, ym[S::turn(step)]);
     ab[S::turn(step)] = ym[S::turn(step)] = zero;
     const Vector y = spreadLowest<S>(isMultiplied ? lowest : _mm512_madd52lo_epu64(zero, lowest, negInverse));
-    ((r > 0 && r >= first ? a.addLow((isSquare && r == step ? ym : ab)[S::turn(step + r)], r, digit) : (void)0), ...);
-    ((r >= first ? a.addHigh((isSquare && r == step ? ym : ab)[S::turn(step + r + 1)], r, digit) : (void)0), ...);
+    ((r > 0 && r >= first ? a.template addLow<r>((isSquare && r == step ? ym : ab)[S::turn(step + r)], digit)
+                          : (void)0),
+     ...);
+    ((r >= first ? a.template addHigh<r>((isSquare && r == step ? ym : ab)[S::turn(step + r + 1)], digit) : (void)0),
+     ...);
 
     // What the lowest digit carries: a digit that is not zero becomes 2^52 when y m is added.
     const Vector cleared =
         isMultiplied ? lowest : _mm512_add_epi64(lowest, _mm512_set1_epi64(static_cast<long long>(kDigitMask)));
     Vector carry = _mm512_maskz_srli_epi64(S::isPair ? 0x11 : 0x01, cleared, kDigitBits);
-    m.addHigh(carry, 0, y);
-    m.addLow(ym[S::turn(step + 1)], 1, y);
-    ym[S::turn(step + 1)] =
-        _mm512_add_epi64(ym[S::turn(step + 1)], carry); // on its own: the chain from digit to digit is one product long
-    ((r > 1 ? m.addLow(ym[S::turn(step + r)], r, y) : (void)0), ...);
+    Vector& next = ym[S::turn(step + 1)];
+    if constexpr (isApart) {
+        lowest = _mm512_add_epi64(lowest, sums.late);
+        next = _mm512_add_epi64(next, carry);
+        sums.late = zero;
+        m.template addHigh<0>(sums.late, y);
+        m.template addLow<1>(sums.late, y);
+    } else {
+        m.template addHigh<0>(carry, y);
+        m.template addLow<1>(next, y);
+        next = _mm512_add_epi64(next, carry); // on its own: the chain from digit to digit is one product long
+    }
+    ((r > 1 ? m.template addLow<r>(ym[S::turn(step + r)], y) : (void)0), ...);
     ym[S::turn(step)] = _mm512_madd52lo_epu64(_mm512_add_epi64(ym[S::turn(step)], laneDown<S>(lowest)), y, firstDown);
-    ((r > 0 ? m.addHigh(ym[S::turn(step + r + 1)], r, y) : (void)0), ...);
+    ((r > 0 ? m.template addHigh<r>(ym[S::turn(step + r + 1)], y) : (void)0), ...);
 }
 
 // All digits below 2^52, exactly. First every digit hands its carry on at once; then the remaining carries, 0 or 1, run
@@ -221,7 +248,8 @@ ZEL_IFMA_INLINE void product(Unit* result, const Unit* a, const Unit* b, const U
                              std::integer_sequence<std::uint32_t, r...> all) {
     constexpr std::uint32_t kGroups = S::kSteps / S::V, kLeft = S::kSteps % S::V;
     const Vector inverses = load(negInverse);
-    Sums<S> sums = {{((void)r, _mm512_setzero_si512())...}, {((void)r, _mm512_setzero_si512())...}};
+    Sums<S> sums = {
+        {((void)r, _mm512_setzero_si512())...}, {((void)r, _mm512_setzero_si512())...}, _mm512_setzero_si512()};
     const Number<S> aDigits(a, all), mDigits(m, all);
     const Vector firstDown = laneDown<S>(load(m));
     for (std::uint32_t lane = 0; lane < kGroups; ++lane) {
@@ -233,6 +261,7 @@ ZEL_IFMA_INLINE void product(Unit* result, const Unit* a, const Unit* b, const U
     }
     Vector sum[S::V] = {
         _mm512_add_epi64(counted<isSquare>(sums.ab[S::turn(kLeft + r)]), sums.ym[S::turn(kLeft + r)])...};
+    sum[0] = _mm512_add_epi64(sum[0], sums.late);
     normalise<S>(sum, all);
     (_mm512_store_si512(result + r * kLanes, sum[r]), ...);
 }
@@ -254,7 +283,8 @@ ZEL_TARGET_IFMA __attribute__((noinline)) void multiply(Unit* result, const Unit
 // result := a * a / R mod m. result may be a.
 template <typename S>
 ZEL_TARGET_IFMA __attribute__((noinline)) void square(Unit* result, const Unit* a, const Modulus& m) {
-    product<S, true, true>(result, a, a, m.multiplied, m.negInverse, std::make_integer_sequence<std::uint32_t, S::V>{});
+    product<S, true, !S::isShort>(result, a, a, m.multiplied, m.negInverse,
+                                  std::make_integer_sequence<std::uint32_t, S::V>{});
 }
 
 // result := a / R mod m, at most m.
@@ -341,14 +371,20 @@ template <typename S> void fromDigits(Unit* units, std::uint32_t task, const Uni
     }
 }
 
-// product := m (-1/m mod 2^52) + 1.
-template <typename S> void multiplyModulus(Unit* number, std::uint32_t task, const Unit* m, Unit negInverse) {
+// number := m' + 1 for m' = m (-1/m mod 2^(52 zero digits)).
+template <typename S>
+void multiplyModulus(Unit* number, std::uint32_t task, const Unit* m, const MontModulus& modulus) {
     __extension__ using DoubleUnit = unsigned __int128;
-    Unit carry = 1;
+    const DoubleUnit lowest = DoubleUnit{modulus.units[1]} << kUnitBits | modulus.units[0];
+    const DoubleUnit inverse = modulus.negInverse * (lowest * modulus.negInverse + 2); // twice the bits: a Newton step
+    const Unit low = static_cast<Unit>(inverse) & kDigitMask;
+    const Unit high = S::kZeroDigits < 2 ? 0 : static_cast<Unit>(inverse >> kDigitBits) & kDigitMask;
+    DoubleUnit carry = 1;
     for (std::uint32_t d = 0; d < S::V * S::kTaskLanes; ++d) {
-        const DoubleUnit sum = DoubleUnit{m[place<S>(task, d)]} * negInverse + carry;
-        number[place<S>(task, d)] = static_cast<Unit>(sum) & kDigitMask;
-        carry = static_cast<Unit>(sum >> kDigitBits);
+        carry += DoubleUnit{m[place<S>(task, d)]} * low;
+        carry += d == 0 ? 0 : DoubleUnit{m[place<S>(task, d - 1)]} * high;
+        number[place<S>(task, d)] = static_cast<Unit>(carry) & kDigitMask;
+        carry >>= kDigitBits;
     }
 }
 
@@ -382,7 +418,7 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
         bits = std::max(bits, tasks[task]->exponentBits);
         toDigits<S>(digits, task, modulus.units);
         std::fill_n(negInverse + task * S::kTaskLanes, S::kTaskLanes, modulus.negInverse & kDigitMask);
-        multiplyModulus<S>(multiplied, task, digits, modulus.negInverse & kDigitMask);
+        multiplyModulus<S>(multiplied, task, digits, modulus);
         toDigits<S>(entry, task, modulus.radixSquared);
         toDigits<S>(base, task, tasks[task]->base);
         one[place<S>(task, kLift / kDigitBits)] = Unit{1} << kLift % kDigitBits;
