@@ -13,8 +13,8 @@ template <typename Engine> Engine* findEngine(JNIEnv* env, jobject self) {
 
 // findOrMakeEngine: the engine bound to self; without one, the engine that make() returns is bound and prepare(engine)
 // runs once.
-// Errors:  null with an exception pending: the binding cannot be read or written, or make() returned null. An exception
-//          that prepare raises stays pending; its engine stays bound and is returned.
+// Errors:  null with an exception pending: the binding cannot be read or written, make() returned null, or prepare raised
+//          it, whose engine stays bound.
 template <typename Engine, typename Make, typename Prepare>
 Engine* findOrMakeEngine(JNIEnv* env, jobject self, Make make, Prepare prepare) {
     Engine* engine = findEngine<Engine>(env, self);
@@ -32,7 +32,7 @@ Engine* findOrMakeEngine(JNIEnv* env, jobject self, Make make, Prepare prepare) 
         return nullptr;
     }
     prepare(*engine);
-    return engine;
+    return env->ExceptionCheck() != JNI_FALSE ? nullptr : engine;
 }
 
 // requireEngine: the engine bound to self, for an entry point that makes none.
@@ -59,22 +59,15 @@ template <typename Engine> void destroyEngine(JNIEnv* env, jobject self) {
     }
 }
 
-// callEngine: use(*engine), or the neutral result when there is no engine or making it has left an exception pending.
-template <typename Engine, typename Use, typename Result>
-Result callEngine(JNIEnv* env, Engine* engine, Use use, Result neutral) {
-    if (engine == nullptr || env->ExceptionCheck() != JNI_FALSE) {
-        return neutral;
-    }
-    return use(*engine);
+// callEngine: use(*engine), or the neutral result when there is no engine.
+template <typename Engine, typename Use, typename Result> Result callEngine(Engine* engine, Use use, Result neutral) {
+    return engine == nullptr ? neutral : use(*engine);
 }
 
 // The same where null, 0, false or nothing is the neutral result.
-template <typename Engine, typename Use> auto callEngine(JNIEnv* env, Engine* engine, Use use) {
+template <typename Engine, typename Use> auto callEngine(Engine* engine, Use use) {
     using Result = decltype(use(*engine));
-    if (engine == nullptr || env->ExceptionCheck() != JNI_FALSE) {
-        return Result();
-    }
-    return use(*engine);
+    return engine == nullptr ? Result() : use(*engine);
 }
 
 #endif

@@ -19,31 +19,31 @@ JNIEXPORT void JNICALL Java_com_vantrel_zel_provider_spi_ZelAes256CipherSpi_engi
                                                                                         jbyteArray key) {
     Bound* const bound = findOrMakeEngine<Bound>(
         env, self, [] { return new ZelAes256Cipher; }, [](Bound&) {});
-    callEngine(env, bound, [&](Bound& engine) { engine.init(env, self, opmode, iv, key); });
+    callEngine(bound, [&](Bound& engine) { engine.init(env, self, opmode, iv, key); });
 }
 
 JNIEXPORT jbyteArray JNICALL Java_com_vantrel_zel_provider_spi_ZelAes256CipherSpi_engineUpdate0___3BII(
     JNIEnv* env, jobject self, jbyteArray input, jint offset, jint length) {
-    return callEngine(env, requireEngine<Bound>(env, self, kNoEngineInUpdate),
+    return callEngine(requireEngine<Bound>(env, self, kNoEngineInUpdate),
                       [&](Bound& engine) { return engine.update(env, self, input, offset, length); });
 }
 
 JNIEXPORT jint JNICALL Java_com_vantrel_zel_provider_spi_ZelAes256CipherSpi_engineUpdate0___3BII_3BI(
     JNIEnv* env, jobject self, jbyteArray input, jint offset, jint length, jbyteArray output, jint outputOffset) {
-    return callEngine(env, requireEngine<Bound>(env, self, kNoEngine), [&](Bound& engine) {
+    return callEngine(requireEngine<Bound>(env, self, kNoEngine), [&](Bound& engine) {
         return engine.update(env, self, input, offset, length, output, outputOffset);
     });
 }
 
 JNIEXPORT jbyteArray JNICALL Java_com_vantrel_zel_provider_spi_ZelAes256CipherSpi_engineDoFinal0___3BII(
     JNIEnv* env, jobject self, jbyteArray input, jint offset, jint length) {
-    return callEngine(env, requireEngine<Bound>(env, self, kNoEngine),
+    return callEngine(requireEngine<Bound>(env, self, kNoEngine),
                       [&](Bound& engine) { return engine.doFinal(env, self, input, offset, length); });
 }
 
 JNIEXPORT jint JNICALL Java_com_vantrel_zel_provider_spi_ZelAes256CipherSpi_engineDoFinal0___3BII_3BI(
     JNIEnv* env, jobject self, jbyteArray input, jint offset, jint length, jbyteArray output, jint outputOffset) {
-    return callEngine(env, requireEngine<Bound>(env, self, kNoEngine), [&](Bound& engine) {
+    return callEngine(requireEngine<Bound>(env, self, kNoEngine), [&](Bound& engine) {
         return engine.doFinal(env, self, input, offset, length, output, outputOffset);
     });
 }

@@ -16,7 +16,7 @@ extern "C" {
 
 JNIEXPORT jbyteArray JNICALL Java_com_vantrel_zel_provider_spi_ZelRsaKeyPairGeneratorSpi_generateRsaKeyPair0(
     JNIEnv* env, jobject self, jint keySize, jint publicExponent) {
-    return callEngine(env, boundEngine<ZelRsaKeyPairGenerator>(env, self), [&](ZelRsaKeyPairGenerator& engine) {
+    return callEngine(boundEngine<ZelRsaKeyPairGenerator>(env, self), [&](ZelRsaKeyPairGenerator& engine) {
         return engine.generateKeyPair(env, self, keySize, publicExponent);
     });
 }
@@ -28,7 +28,7 @@ JNIEXPORT void JNICALL Java_com_vantrel_zel_provider_spi_ZelRsaKeyPairGeneratorS
 
 JNIEXPORT jbyteArray JNICALL Java_com_vantrel_zel_provider_spi_ZelDsaKeyPairGeneratorSpi_generateDsaKeyPair0__I(
     JNIEnv* env, jobject self, jint keySize) {
-    return callEngine(env, boundEngine<ZelDsaKeyPairGenerator>(env, self),
+    return callEngine(boundEngine<ZelDsaKeyPairGenerator>(env, self),
                       [&](ZelDsaKeyPairGenerator& engine) { return engine.generateKeyPair(env, self, keySize); });
 }
 
@@ -37,7 +37,7 @@ Java_com_vantrel_zel_provider_spi_ZelDsaKeyPairGeneratorSpi_generateDsaKeyPair0_
                                                                                             jint keySize, jbyteArray p,
                                                                                             jbyteArray q,
                                                                                             jbyteArray g) {
-    return callEngine(env, boundEngine<ZelDsaKeyPairGenerator>(env, self), [&](ZelDsaKeyPairGenerator& engine) {
+    return callEngine(boundEngine<ZelDsaKeyPairGenerator>(env, self), [&](ZelDsaKeyPairGenerator& engine) {
         return engine.generateKeyPair(env, self, keySize, p, q, g);
     });
 }

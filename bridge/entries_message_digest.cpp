@@ -18,26 +18,25 @@ template <typename Engine> Bound* readyEngine(JNIEnv* env, jobject self) {
 }
 
 template <typename Engine> void updateByte(JNIEnv* env, jobject self, jbyte input) {
-    callEngine(env, readyEngine<Engine>(env, self), [&](Bound& engine) { engine.update(env, self, input); });
+    callEngine(readyEngine<Engine>(env, self), [&](Bound& engine) { engine.update(env, self, input); });
 }
 
 template <typename Engine> void updateArray(JNIEnv* env, jobject self, jbyteArray input, jint offset, jint length) {
-    callEngine(env, readyEngine<Engine>(env, self),
-               [&](Bound& engine) { engine.update(env, self, input, offset, length); });
+    callEngine(readyEngine<Engine>(env, self), [&](Bound& engine) { engine.update(env, self, input, offset, length); });
 }
 
 template <typename Engine> void reset(JNIEnv* env, jobject self) {
     Bound* const bound = findOrMakeEngine<Bound>(
         env, self, [] { return new Engine; }, [](Bound&) {});
-    callEngine(env, bound, [&](Bound& engine) { engine.reset(env, self); });
+    callEngine(bound, [&](Bound& engine) { engine.reset(env, self); });
 }
 
 template <typename Engine> jbyteArray digestNew(JNIEnv* env, jobject self) {
-    return callEngine(env, readyEngine<Engine>(env, self), [&](Bound& engine) { return engine.digest(env, self); });
+    return callEngine(readyEngine<Engine>(env, self), [&](Bound& engine) { return engine.digest(env, self); });
 }
 
 template <typename Engine> jint digestInto(JNIEnv* env, jobject self, jbyteArray out, jint offset, jint length) {
-    return callEngine(env, readyEngine<Engine>(env, self),
+    return callEngine(readyEngine<Engine>(env, self),
                       [&](Bound& engine) { return engine.digest(env, self, out, offset, length); });
 }
 

@@ -25,18 +25,18 @@ JNIEXPORT jlong JNICALL Java_com_vantrel_zel_provider_ZelSecurityProvider_initRa
 
 JNIEXPORT void JNICALL Java_com_vantrel_zel_provider_spi_ZelSecureRandomSpi_engineSetSeed0(JNIEnv* env, jobject self,
                                                                                            jbyteArray seed) {
-    callEngine(env, boundEngine(env, self), [&](ZelSecureRandom& engine) { engine.setSeed(env, self, seed); });
+    callEngine(boundEngine(env, self), [&](ZelSecureRandom& engine) { engine.setSeed(env, self, seed); });
 }
 
 JNIEXPORT void JNICALL Java_com_vantrel_zel_provider_spi_ZelSecureRandomSpi_engineNextBytes0(JNIEnv* env, jobject self,
                                                                                              jbyteArray bytes) {
-    callEngine(env, boundEngine(env, self), [&](ZelSecureRandom& engine) { engine.nextBytes(env, self, bytes); });
+    callEngine(boundEngine(env, self), [&](ZelSecureRandom& engine) { engine.nextBytes(env, self, bytes); });
 }
 
 JNIEXPORT jbyteArray JNICALL Java_com_vantrel_zel_provider_spi_ZelSecureRandomSpi_engineGenerateSeed0(JNIEnv* env,
                                                                                                       jobject self,
                                                                                                       jint byteCount) {
-    return callEngine(env, boundEngine(env, self),
+    return callEngine(boundEngine(env, self),
                       [&](ZelSecureRandom& engine) { return engine.generateSeed(env, self, byteCount); });
 }
 

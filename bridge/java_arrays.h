@@ -21,7 +21,8 @@ class CriticalBytes {
 public:
     // Opens the array, which is not null. An array without elements needs no region: data() is then never read.
     CriticalBytes(JNIEnv* env, jbyteArray array);
-    // The same for an array whose length the caller has asked for: the only way while another region is open.
+    // The same for the first `length` bytes of an array that has so many. The VM is not asked for the length, so that this
+    // is the only way while another region is open.
     CriticalBytes(JNIEnv* env, jbyteArray array, jsize length);
     ~CriticalBytes();
     CriticalBytes(const CriticalBytes&) = delete;

@@ -29,7 +29,7 @@ void ShaDigestEngine<Hash>::update(JNIEnv* env, jobject, jbyteArray input, jint 
     }
     Status status = OK;
     {
-        const CriticalBytes bytes(env, input);
+        const CriticalBytes bytes(env, input, offset + length); // not asking for the length again
         if (!bytes.isOpen()) {
             raiseOutOfMemory(env);
             return;
@@ -126,7 +126,7 @@ template <typename Hash>
 bool ShaDigestEngine<Hash>::finishInto(JNIEnv* env, jobject object, jbyteArray output, jint offset) {
     Status status = OK;
     {
-        const CriticalBytes bytes(env, output);
+        const CriticalBytes bytes(env, output, Hash::kDigestBytes); // the caller has made sure of more than none
         if (!bytes.isOpen()) {
             raiseOutOfMemory(env);
             return false;

@@ -21,33 +21,33 @@ template <typename Kind> struct SignatureEntries {
     }
 
     static void initVerify(JNIEnv* env, jobject self, jbyteArray key) {
-        callEngine(env, findOrMake(env, self), [&](Engine& engine) { engine.initVerify(env, self, key); });
+        callEngine(findOrMake(env, self), [&](Engine& engine) { engine.initVerify(env, self, key); });
     }
     static void initSign(JNIEnv* env, jobject self, jbyteArray key) {
-        callEngine(env, findOrMake(env, self), [&](Engine& engine) { engine.initSign(env, self, key); });
+        callEngine(findOrMake(env, self), [&](Engine& engine) { engine.initSign(env, self, key); });
     }
     static void update(JNIEnv* env, jobject self, jbyte input) {
-        callEngine(env, require(env, self), [&](Engine& engine) { engine.update(env, self, input); });
+        callEngine(require(env, self), [&](Engine& engine) { engine.update(env, self, input); });
     }
     static void update(JNIEnv* env, jobject self, jbyteArray input, jint offset, jint length) {
-        callEngine(env, require(env, self), [&](Engine& engine) { engine.update(env, self, input, offset, length); });
+        callEngine(require(env, self), [&](Engine& engine) { engine.update(env, self, input, offset, length); });
     }
     static jbyteArray sign(JNIEnv* env, jobject self) {
-        return callEngine(env, require(env, self), [&](Engine& engine) { return engine.sign(env, self); });
+        return callEngine(require(env, self), [&](Engine& engine) { return engine.sign(env, self); });
     }
     static jint sign(JNIEnv* env, jobject self, jbyteArray output, jint offset, jint length) {
-        return callEngine(env, require(env, self),
+        return callEngine(require(env, self),
                           [&](Engine& engine) { return engine.sign(env, self, output, offset, length); });
     }
     // Without an engine verify returns true; the exception is what Java sees.
     static jboolean verify(JNIEnv* env, jobject self, jbyteArray signature) {
         return callEngine(
-            env, require(env, self), [&](Engine& engine) { return toJava(engine.verify(env, self, signature)); },
+            require(env, self), [&](Engine& engine) { return toJava(engine.verify(env, self, signature)); },
             jboolean{JNI_TRUE});
     }
     static jboolean verify(JNIEnv* env, jobject self, jbyteArray signature, jint offset, jint length) {
         return callEngine(
-            env, require(env, self),
+            require(env, self),
             [&](Engine& engine) { return toJava(engine.verify(env, self, signature, offset, length)); },
             jboolean{JNI_TRUE});
     }

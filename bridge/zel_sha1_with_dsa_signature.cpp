@@ -19,7 +19,7 @@ constexpr jsize kMaxSignatureBytes = 48;
 
 // A private key, of this engine's kind.
 Status readPrivateKey(const SecretBuffer& der, AsymmetricKey* key) {
-    RETURN_IF_ERROR(AsymKey_FromPkcs8Der(der.data(), static_cast<std::uint32_t>(der.size()), key));
+    RETURN_IF_ERROR(asymKeyReadSigner(der.data(), static_cast<std::uint32_t>(der.size()), key));
     if (asymKeyDsa(key) == nullptr) { // the reader reads keys of RSA as well
         (void)AsymKey_Uninit(key, nullptr);
         return ERR_BAD_KEY_TYPE;

@@ -19,6 +19,10 @@ bool hasShaAndAvx512() {
 bool hasAvx2() {
     return cpuFeatures().avx2 && cpuFeatures().bmi2;
 }
+
+bool hasAvx512() {
+    return cpuFeatures().avx512 && cpuFeatures().bmi2;
+}
 #endif
 
 constexpr Kernel<Sha1Compress> kSha1Kernels[] = {
@@ -43,6 +47,7 @@ constexpr Kernel<Sha256Compress> kSha256Kernels[] = {
 };
 constexpr Kernel<Sha512Compress> kSha512Kernels[] = {
 #if defined(ZEL_X86_KERNELS)
+    {"avx512", hasAvx512, sha512CompressAvx512},
     {"avx2", hasAvx2, sha512CompressAvx2},
 #endif
     {"portable", alwaysSupported, sha512CompressPortable},

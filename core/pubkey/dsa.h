@@ -34,7 +34,8 @@ Status Dsa_FreeKey(DSAKey** dsaKey, vlong** queue);
 void dsaKeyClear(DSAKey* dsaKey, vlong** queue);
 
 // Dsa_SetPublicKey: releases the record's values and loads p, q, g, y from big-endian bytes.
-// Dsa_SetPrivateKey: the same with p, q, g, x; y := g^x mod p.
+// Dsa_SetPrivateKey: the same with p, q, g, x; y := g^x mod p, unless the record leaves y to Dsa_Sign and nothing but want
+//          of memory could go wrong with it there.
 // Errors:  ERR_NULL_POINTER; growth; as VLONG_modExp. The record's values are absent then.
 Status Dsa_SetPublicKey(DSAKey* dsaKey, const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q,
                         std::uint32_t qLength, const std::uint8_t* g, std::uint32_t gLength, const std::uint8_t* y,
@@ -55,7 +56,8 @@ Status Dsa_GenerateKeyEx(const RandomBytes& random, DSAKey* dsaKey, std::uint32_
                          std::uint32_t* counter, std::uint8_t* seed, vlong** h, vlong** queue);
 
 // Dsa_Sign: *r, *s := the signature of the integer m. verified, which may be null, tells whether Dsa_Verify took it.
-// In/out:  r or s can be 0; there is no second try: look at *verified.
+// In/out:  r or s can be 0; there is no second try: look at *verified. The y that the record has left to this function is
+//          made for the check alone and does not stay.
 // Errors:  ERR_NULL_POINTER; ERR_BAD_MODULO, ERR_DIVIDE_BY_ZERO for parameters of 0; those of random; growth.
 Status Dsa_Sign(const RandomBytes& random, const DSAKey* dsaKey, const vlong* m, bool* verified, vlong** r, vlong** s,
                 vlong** queue);

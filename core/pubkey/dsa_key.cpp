@@ -18,6 +18,13 @@ Status loadPublic(DSAKey& key, const std::uint8_t* p, std::uint32_t pLength, con
     return read(g, gLength, &key.g, queue);
 }
 
+// Whether g^x mod p can fail for want of memory only, and so may wait until it is needed.
+bool mayWait(const DSAKey& key) {
+    constexpr std::uint32_t kUsualUnits = 64; // far from any limit
+    return VLONG_testBit(key.p, 0) && key.p->length >= 2 && key.p->length <= kUsualUnits &&
+           key.g->length <= kUsualUnits;
+}
+
 // What loading leaves behind: the values, or none of them.
 Status finish(DSAKey* dsaKey, Status status, vlong** queue) {
     if (isError(status)) {
@@ -71,7 +78,7 @@ Status Dsa_SetPrivateKey(DSAKey* dsaKey, const std::uint8_t* p, std::uint32_t pL
     if (!isError(status)) {
         status = read(x, xLength, &dsaKey->x, queue);
     }
-    if (!isError(status)) {
+    if (!isError(status) && (dsaKey->leavesY == 0 || !mayWait(*dsaKey))) {
         status = VLONG_modExp(dsaKey->g, dsaKey->x, dsaKey->p, &dsaKey->y, queue);
     }
     return finish(dsaKey, status, queue);

@@ -51,15 +51,21 @@ Status Dsa_Sign(const RandomBytes& random, const DSAKey* dsaKey, const vlong* m,
     LocalQueue local(queue);
     vlong** const spare = local.get();
     DsaGroup group(spare);
-    ScopedVlong k(spare), power(spare), madeR(spare), madeS(spare);
-    RETURN_IF_ERROR(drawNonce(random, *dsaKey, k, spare));
-    RETURN_IF_ERROR(group.start(dsaKey->p));
-    RETURN_IF_ERROR(group.power(dsaKey->g, k.get(), power.out()));
-    RETURN_IF_ERROR(VLONG_mod(power.get(), dsaKey->q, madeR.out(), spare));
-    RETURN_IF_ERROR(makeS(*dsaKey, m, k.get(), madeR.get(), madeS.out(), spare));
-    if (verified != nullptr && dsaKey->y != nullptr) {
+    ScopedVlong k(spare), power(spare), madeR(spare), madeS(spare), y(spare);
+    DSAKey key = *dsaKey;
+    RETURN_IF_ERROR(drawNonce(random, key, k, spare));
+    RETURN_IF_ERROR(group.start(key.p));
+    if (verified != nullptr && key.y == nullptr && key.leavesY != 0) {
+        RETURN_IF_ERROR(group.powers(key.g, k.get(), power.out(), key.g, key.x, y.out()));
+        key.y = y.get();
+    } else {
+        RETURN_IF_ERROR(group.power(key.g, k.get(), power.out()));
+    }
+    RETURN_IF_ERROR(VLONG_mod(power.get(), key.q, madeR.out(), spare));
+    RETURN_IF_ERROR(makeS(key, m, k.get(), madeR.get(), madeS.out(), spare));
+    if (verified != nullptr && key.y != nullptr) {
         // Its status does not count: a pair out of range is a signature that does not hold. Meant.
-        (void)dsaVerifyIn(group, *dsaKey, m, madeR.get(), madeS.get(), verified, spare);
+        (void)dsaVerifyIn(group, key, m, madeR.get(), madeS.get(), verified, spare);
     }
     *r = madeR.release(); // r and s of 0 are not ruled out: meant
     *s = madeS.release();

@@ -27,6 +27,9 @@ Status RsaKey_FromPublicDer(const std::uint8_t* der, std::uint32_t derLength, As
 //          ERR_DSA_INVALID_KEYLENGTH p above 16384 bits, q or x above 4096, those of AsymKey_SetDsaParameters.
 Status AsymKey_FromPkcs8Der(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key);
 
+// asymKeyReadSigner: the same for a key that is to make one signature. The y of a DSA key may be left to that: DSAKey.
+Status asymKeyReadSigner(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key);
+
 // RsaKey_ToDer: *der[*derLength] := the key, public or private as its record says; the caller wipes and frees it
 // (memWipeAndFree). d is 1/e mod lcm(p - 1, q - 1).
 // Errors:  ERR_NULL_POINTER; ERR_BAD_KEY_TYPE; ERR_RSA_KEY_NOT_READY a value is absent; ERR_INTERNAL_ERROR; growth.

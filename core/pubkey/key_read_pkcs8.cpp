@@ -44,7 +44,8 @@ Status parametersOf(const Asn1Node* sequence, const Asn1Node* (&parameters)[kPar
     return item == nullptr ? OK : ERR_CERT_INVALID_STRUCT;
 }
 
-Status readDsaKey(const KeyInput& input, const Asn1Node& algorithm, Asn1Node* x, AsymmetricKey* key) {
+Status readDsaKey(const KeyInput& input, const Asn1Node& algorithm, Asn1Node* x, std::uint32_t leavesY,
+                  AsymmetricKey* key) {
     const Asn1Node* parameters[kParameterCount] = {};
     RETURN_IF_ERROR(parametersOf(asn1NextSibling(&algorithm), parameters));
     Asn1Node* integer = nullptr;
@@ -60,11 +61,12 @@ Status readDsaKey(const KeyInput& input, const Asn1Node& algorithm, Asn1Node* x,
     const std::uint8_t* secret = nullptr;
     RETURN_IF_ERROR(input.content(*integer, &secret));
     RETURN_IF_ERROR(AsymKey_MakeDsa(key, nullptr));
+    asymKeyDsa(key)->leavesY = leavesY;
     return AsymKey_SetDsaParameters(key, octets[0], parameters[0]->length, octets[1], parameters[1]->length, octets[2],
                                     parameters[2]->length, nullptr, 0, secret, integer->length, nullptr);
 }
 
-Status readPrivateKeyInfo(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
+Status readPrivateKeyInfo(const std::uint8_t* der, std::uint32_t derLength, std::uint32_t leavesY, AsymmetricKey* key) {
     KeyInput input;
     RETURN_IF_ERROR(input.parse(der, derLength));
     Asn1Node *algorithm = nullptr, *privateKey = nullptr;
@@ -76,17 +78,25 @@ Status readPrivateKeyInfo(const std::uint8_t* der, std::uint32_t derLength, Asym
         return isUniversal(privateKey, kAsn1Sequence) ? readRsaKey(input, privateKey, key) : ERR_RSA_INVALID_PKCS8;
     }
     if (!isError(Asn1_CheckOid(algorithm, input.stream(), kIdDsa))) {
-        return readDsaKey(input, *algorithm, privateKey, key);
+        return readDsaKey(input, *algorithm, privateKey, leavesY, key);
     }
     return ERR_RSA_UNKNOWN_PKCS8_ALGOID;
+}
+
+Status read(const std::uint8_t* der, std::uint32_t derLength, std::uint32_t leavesY, AsymmetricKey* key) {
+    if (der == nullptr || key == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    RETURN_IF_ERROR(AsymKey_Uninit(key, nullptr));
+    return keyOrNothing(key, readPrivateKeyInfo(der, derLength, leavesY, key));
 }
 
 } // namespace
 
 Status AsymKey_FromPkcs8Der(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
-    if (der == nullptr || key == nullptr) {
-        return ERR_NULL_POINTER;
-    }
-    RETURN_IF_ERROR(AsymKey_Uninit(key, nullptr));
-    return keyOrNothing(key, readPrivateKeyInfo(der, derLength, key));
+    return read(der, derLength, 0, key);
+}
+
+Status asymKeyReadSigner(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
+    return read(der, derLength, 1, key);
 }

@@ -163,7 +163,10 @@ TEST_F(DsaSignature, KeysThatCannotBeRead) {
     const std::string none = kProvider + "sig engine not intialized : ERR_NULL_POINTER";
     expectRefused(none, none, none, JNI_TRUE);
     for (const auto& [key, status] : {std::pair{kRsaPrivateKey, "ERR_BAD_KEY_TYPE"}, std::pair{"", "ERR_EOF"},
-                                      std::pair{kDsa.publicKey, "ERR_RSA_INVALID_PKCS8"}}) {
+                                      std::pair{kDsa.publicKey, "ERR_RSA_INVALID_PKCS8"},
+                                      std::pair{"301e020100301406072a8648ce3804013009020100020103020104" // p = 0
+                                                "0403020102",
+                                                "ERR_BAD_MODULO"}}) {
         entries->initSign(env, object, array(key));
         EXPECT_EQ(jni.takePending(), kProvider + "unable to read dsa private key : " + status);
         updateAbc(); // initialised for signing all the same

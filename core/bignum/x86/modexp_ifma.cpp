@@ -1,250 +1,20 @@
-// Exponentiation with AVX-512 IFMA: almost-Montgomery products in radix 2^52 on 512-bit registers.
-//
-// A number of up to 8 V digits fills V registers of 8 lanes: lane l of register r holds digit r + V l. Moving all digits
-// down by one is then a renaming of the registers and one shift by a lane. In the paired form the lower four lanes
-// belong to the first task and the upper four to the second, so that one stream of instructions serves both.
-//
-// A product adds, digit by digit of b, a b_i and a multiple y of the modulus that clears the lowest digit, then moves
-// down by one digit: a b / R mod m with R = 2^(52 steps). Results stay below 2^(64 k + 1) (or, see below, a little
-// above the multiplied modulus), which all products accept; the final one, with the number 1, is at most m.
-//
-// Where the registers have a digit to spare, the products work modulo m' = m (-1/m mod 2^52), which is -1 modulo 2^52:
-// y is then the lowest digit as it stands, and one multiplication is gone from the chain that a step waits for. The
-// modulus is kept as m' + 1; the -y that is missing is the lowest digit itself, which falls off.
+// Exponentiation with AVX-512 IFMA.
 //
 // Secrets: fixed windows, each a product with a table entry that is found by reading the whole table; no branch and no
 // address depends on base, exponent or modulus, only on the lengths of exponent and modulus. Exponents of up to 64 bits
-// are public here (RSA's public exponent): their bits decide on products. The compiled code has no branch but the loops
-// over counts.
+// are public here (RSA's public exponent): their bits decide on products.
 #include "core/bignum/x86/fixed_window.h"
+#include "core/bignum/x86/ifma_products.h"
 #include "core/bignum/x86/x86_kernels.h"
 
 #include "core/cpu/cpu_features.h"
-#include "core/cpu/target.h"
 #include "core/memory/memory.h"
 
-#include <immintrin.h>
-
 #include <algorithm>
-#include <utility>
-
-// The functions of this file are inlined into the few that are called from outside.
-#define ZEL_IFMA_INLINE ZEL_TARGET_IFMA __attribute__((always_inline)) inline
 
 namespace {
 
-using Vector = __m512i;
-
-constexpr std::uint32_t kDigitBits = 52;
-constexpr Unit kDigitMask = (Unit{1} << kDigitBits) - 1;
-constexpr std::size_t kLanes = 8;
-
-// Shape: how numbers of one size lie in registers: V of them, for one task in 8 lanes or for two in 4 lanes each.
-template <std::uint32_t units, std::uint32_t registers, std::uint32_t steps, bool pair> struct Shape {
-    static constexpr std::uint32_t k = units;
-    static constexpr std::uint32_t V = registers;
-    static constexpr std::uint32_t kSteps = steps;
-    static constexpr bool isPair = pair;
-    static constexpr std::uint32_t kTasks = pair ? 2 : 1;
-    static constexpr std::uint32_t kTaskLanes = static_cast<std::uint32_t>(kLanes) / kTasks;
-    static constexpr std::uint32_t kGroups = steps / registers;
-    // Room for m' and for products below 2 m' on top of it: 53 bits.
-    static constexpr bool hasSpareDigit = steps * kDigitBits >= 64 * units + 54;
-    static constexpr std::size_t kNumberUnits = V * kLanes;
-
-    // The register where register `index` of the first step is to be found.
-    static constexpr std::uint32_t turn(std::uint32_t index) {
-        return index % V;
-    }
-
-    static_assert(steps % registers == 0 && kGroups <= kTaskLanes);
-};
-
-using One512 = Shape<8, 2, 12, false>;
-using One1024 = Shape<16, 3, 21, false>;
-using One1536 = Shape<24, 4, 32, false>;
-using One2048 = Shape<32, 5, 40, false>;
-using Pair512 = Shape<8, 3, 12, true>;
-using Pair1024 = Shape<16, 5, 20, true>;
-using Pair1536 = Shape<24, 8, 32, true>;
-using Pair2048 = Shape<32, 10, 40, true>;
-
-ZEL_IFMA_INLINE Vector load(const Unit* from) {
-    return _mm512_load_si512(from);
-}
-
-// Number: the registers of a factor. Where there are too many of them for the register file, the products read them from
-// memory; left alone, the compilers would keep them in registers and the sums on the stack.
-template <typename S> class Number {
-public:
-    static constexpr bool isInMemory = S::V >= 8;
-
-    template <std::uint32_t... r> ZEL_IFMA_INLINE Number(const Unit* number, std::integer_sequence<std::uint32_t, r...>)
-        : memory_(number), registers_{(isInMemory ? _mm512_setzero_si512() : load(number + r * kLanes))...} {
-    }
-
-    // addLow, addHigh: sum + the low or high 52 bits of register r times b. In this order: what others wait for first.
-    ZEL_IFMA_INLINE Vector addLow(Vector sum, std::uint32_t r, Vector b) const {
-        if constexpr (isInMemory) {
-            __asm__ volatile("vpmadd52luq %2, %1, %0" : "+v"(sum) : "v"(b), "m"(atMemory(r)));
-        } else {
-            __asm__ volatile("vpmadd52luq %2, %1, %0" : "+v"(sum) : "v"(b), "v"(registers_[r]));
-        }
-        return sum;
-    }
-    ZEL_IFMA_INLINE Vector addHigh(Vector sum, std::uint32_t r, Vector b) const {
-        if constexpr (isInMemory) {
-            __asm__ volatile("vpmadd52huq %2, %1, %0" : "+v"(sum) : "v"(b), "m"(atMemory(r)));
-        } else {
-            __asm__ volatile("vpmadd52huq %2, %1, %0" : "+v"(sum) : "v"(b), "v"(registers_[r]));
-        }
-        return sum;
-    }
-
-private:
-    ZEL_IFMA_INLINE const Vector& atMemory(std::uint32_t r) const {
-        return *reinterpret_cast<const Vector*>(memory_ + r * kLanes);
-    }
-
-    const Unit* memory_;
-    const Vector registers_[S::V];
-};
-
-// The lowest digit of each task in all lanes of the task.
-template <typename S> ZEL_IFMA_INLINE Vector spreadLowest(Vector digits) {
-    if constexpr (S::isPair) {
-        return _mm512_permutex_epi64(digits, 0x00);
-    } else {
-        return _mm512_broadcastq_epi64(_mm512_castsi512_si128(digits));
-    }
-}
-
-// Digits of b at one lane, in all lanes of their task.
-template <typename S> ZEL_IFMA_INLINE Vector spreadDigit(const Unit* b, std::uint32_t lane) {
-    if constexpr (S::isPair) {
-        const Vector lanes = _mm512_add_epi64(_mm512_set1_epi64(lane), _mm512_set_epi64(4, 4, 4, 4, 0, 0, 0, 0));
-        return _mm512_permutexvar_epi64(lanes, load(b));
-    } else {
-        return _mm512_set1_epi64(static_cast<long long>(b[lane]));
-    }
-}
-
-template <typename S> ZEL_IFMA_INLINE Vector laneDown(Vector digits) {
-    if constexpr (S::isPair) {
-        return _mm512_maskz_permutex_epi64(0x77, digits, 0x39);
-    } else {
-        return _mm512_alignr_epi64(_mm512_setzero_si512(), digits, 1);
-    }
-}
-
-template <typename S> ZEL_IFMA_INLINE Vector laneUp(Vector digits) {
-    if constexpr (S::isPair) {
-        return _mm512_maskz_permutex_epi64(0xEE, digits, 0x90);
-    } else {
-        return _mm512_alignr_epi64(digits, _mm512_setzero_si512(), 7);
-    }
-}
-
-// Sums: the two halves of a running sum, a b apart from y m, so that the former need not wait for y. In step s,
-// register r of a half is its entry (s + r) % V.
-template <typename S> struct Sums { Vector ab[S::V], ym[S::V]; };
-
-// One step: the sum and a b_i + y m, divided by 2^52.
-template <typename S, bool isMultiplied, std::uint32_t step, std::uint32_t... r>
-ZEL_IFMA_INLINE void addDigit(Sums<S>& sums, const Number<S>& a, const Number<S>& m, Vector firstDown,
-                              Vector negInverse, const Unit* b, std::uint32_t lane,
-                              std::integer_sequence<std::uint32_t, r...>) {
-    constexpr std::uint32_t V = S::V;
-    Vector(&ab)[V] = sums.ab;
-    Vector(&ym)[V] = sums.ym;
-    const Vector zero = _mm512_setzero_si512();
-    const Vector digit = spreadDigit<S>(b + step * kLanes, lane);
-    const Vector lowest = _mm512_add_epi64(a.addLow(ab[S::turn(step)], 0, digit), ym[S::turn(step)]);
-    const Vector y = spreadLowest<S>(isMultiplied ? lowest : _mm512_madd52lo_epu64(zero, lowest, negInverse));
-    ab[S::turn(step)] = zero;
-    ((r > 0 ? (void)(ab[S::turn(step + r)] = a.addLow(ab[S::turn(step + r)], r, digit)) : (void)0), ...);
-    ((ab[S::turn(step + r + 1)] = a.addHigh(ab[S::turn(step + r + 1)], r, digit)), ...);
-
-    // What the lowest digit carries: a digit that is not zero becomes 2^52 when y m is added.
-    const Vector cleared =
-        isMultiplied ? lowest : _mm512_add_epi64(lowest, _mm512_set1_epi64(static_cast<long long>(kDigitMask)));
-    Vector carry = _mm512_maskz_srli_epi64(S::isPair ? 0x11 : 0x01, cleared, kDigitBits);
-    carry = m.addHigh(carry, 0, y);
-    ym[S::turn(step + 1)] = m.addLow(ym[S::turn(step + 1)], 1, y);
-    ym[S::turn(step + 1)] =
-        _mm512_add_epi64(ym[S::turn(step + 1)], carry); // on its own: the chain from digit to digit is one product long
-    ((r > 1 ? (void)(ym[S::turn(step + r)] = m.addLow(ym[S::turn(step + r)], r, y)) : (void)0), ...);
-    ym[S::turn(step)] = _mm512_madd52lo_epu64(laneDown<S>(lowest), y, firstDown);
-    ((r > 0 ? (void)(ym[S::turn(step + r + 1)] = m.addHigh(ym[S::turn(step + r + 1)], r, y)) : (void)0), ...);
-}
-
-// All digits below 2^52, exactly. First every digit hands its carry on at once; then the remaining carries, 0 or 1, run
-// through the registers of a lane; then through the lanes: a lane that is all ones hands on what comes in.
-template <typename S, std::uint32_t... r>
-ZEL_IFMA_INLINE void normalise(Vector (&sum)[S::V], std::integer_sequence<std::uint32_t, r...>) {
-    constexpr std::uint32_t V = S::V;
-    const Vector mask = _mm512_set1_epi64(static_cast<long long>(kDigitMask));
-    const Vector carries[V] = {_mm512_srli_epi64(sum[r], kDigitBits)...};
-    ((sum[r] = _mm512_add_epi64(_mm512_and_si512(sum[r], mask), r == 0 ? laneUp<S>(carries[V - 1]) : carries[r - 1])),
-     ...);
-    ((r + 1 < V ? (void)(sum[r + 1] = _mm512_add_epi64(sum[r + 1], _mm512_srli_epi64(sum[r], kDigitBits))) : (void)0),
-     ...);
-    const unsigned overflowing = _mm512_cmpgt_epu64_mask(sum[V - 1], mask);
-    ((sum[r] = _mm512_and_si512(sum[r], mask)), ...);
-    const __mmask8 full[V] = {_mm512_cmpeq_epi64_mask(sum[r], mask)...};
-    const unsigned handingOn = (full[r] & ...);
-    unsigned incoming = ((2 * overflowing + handingOn) ^ handingOn) & 0xFF;
-    const Vector one = _mm512_set1_epi64(1);
-    ((sum[r] = _mm512_and_si512(_mm512_mask_add_epi64(sum[r], static_cast<__mmask8>(incoming), sum[r], one), mask),
-      incoming &= full[r]),
-     ...);
-}
-
-template <typename S, bool isMultiplied, std::uint32_t... step>
-ZEL_IFMA_INLINE void addDigits(Sums<S>& sums, const Number<S>& a, const Number<S>& m, Vector firstDown,
-                               Vector negInverse, const Unit* b, std::uint32_t lane,
-                               std::integer_sequence<std::uint32_t, step...> all) {
-    (addDigit<S, isMultiplied, step>(sums, a, m, firstDown, negInverse, b, lane, all), ...);
-}
-
-template <typename S, bool isMultiplied, std::uint32_t... r>
-ZEL_IFMA_INLINE void product(Unit* result, const Unit* a, const Unit* b, const Unit* m, const Unit* negInverse,
-                             std::integer_sequence<std::uint32_t, r...> all) {
-    const Vector inverses = load(negInverse);
-    Sums<S> sums = {{((void)r, _mm512_setzero_si512())...}, {((void)r, _mm512_setzero_si512())...}};
-    const Number<S> aDigits(a, all), mDigits(m, all);
-    const Vector firstDown = laneDown<S>(load(m));
-    for (std::uint32_t lane = 0; lane < S::kGroups; ++lane) {
-        addDigits<S, isMultiplied>(sums, aDigits, mDigits, firstDown, inverses, b, lane, all);
-    }
-    Vector sum[S::V] = {_mm512_add_epi64(sums.ab[r], sums.ym[r])...};
-    normalise<S>(sum, all);
-    (_mm512_store_si512(result + r * kLanes, sum[r]), ...);
-}
-
-// Modulus: the modulus or moduli of an exponentiation as the products read them.
-struct Modulus {
-    const Unit* digits;     // m
-    const Unit* multiplied; // m' + 1, where there is a spare digit
-    const Unit* negInverse; // -1/m mod 2^52, in all lanes of the task
-};
-
-// result := a * b / R mod m. result may be a or b.
-template <typename S>
-ZEL_TARGET_IFMA __attribute__((noinline)) void multiply(Unit* result, const Unit* a, const Unit* b, const Modulus& m) {
-    constexpr auto kRegisters = std::make_integer_sequence<std::uint32_t, S::V>{};
-    if constexpr (S::hasSpareDigit) {
-        product<S, true>(result, a, b, m.multiplied, m.negInverse, kRegisters);
-    } else {
-        product<S, false>(result, a, b, m.digits, m.negInverse, kRegisters);
-    }
-}
-
-// result := a / R mod m, at most m.
-template <typename S>
-ZEL_TARGET_IFMA __attribute__((noinline)) void leave(Unit* result, const Unit* a, const Unit* one, const Modulus& m) {
-    product<S, false>(result, a, one, m.digits, m.negInverse, std::make_integer_sequence<std::uint32_t, S::V>{});
-}
+using namespace ifma;
 
 // result := table[index of the task], all of the table being read.
 template <typename S, std::uint32_t... r> ZEL_IFMA_INLINE void selectEntry(Unit* result, const Unit* table,
@@ -324,14 +94,20 @@ template <typename S> void fromDigits(Unit* units, std::uint32_t task, const Uni
     }
 }
 
-// product := m (-1/m mod 2^52) + 1.
-template <typename S> void multiplyModulus(Unit* number, std::uint32_t task, const Unit* m, Unit negInverse) {
+// number := m' + 1 for m' = m (-1/m mod 2^(52 zero digits)).
+template <typename S>
+void multiplyModulus(Unit* number, std::uint32_t task, const Unit* m, const MontModulus& modulus) {
     __extension__ using DoubleUnit = unsigned __int128;
-    Unit carry = 1;
+    const DoubleUnit lowest = DoubleUnit{modulus.units[1]} << kUnitBits | modulus.units[0];
+    const DoubleUnit inverse = modulus.negInverse * (lowest * modulus.negInverse + 2); // twice the bits: a Newton step
+    const Unit low = static_cast<Unit>(inverse) & kDigitMask;
+    const Unit high = S::kZeroDigits < 2 ? 0 : static_cast<Unit>(inverse >> kDigitBits) & kDigitMask;
+    DoubleUnit carry = 1;
     for (std::uint32_t d = 0; d < S::V * S::kTaskLanes; ++d) {
-        const DoubleUnit sum = DoubleUnit{m[place<S>(task, d)]} * negInverse + carry;
-        number[place<S>(task, d)] = static_cast<Unit>(sum) & kDigitMask;
-        carry = static_cast<Unit>(sum >> kDigitBits);
+        carry += DoubleUnit{m[place<S>(task, d)]} * low;
+        carry += d == 0 ? 0 : DoubleUnit{m[place<S>(task, d - 1)]} * high;
+        number[place<S>(task, d)] = static_cast<Unit>(carry) & kDigitMask;
+        carry >>= kDigitBits;
     }
 }
 
@@ -365,12 +141,12 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
         bits = std::max(bits, tasks[task]->exponentBits);
         toDigits<S>(digits, task, modulus.units);
         std::fill_n(negInverse + task * S::kTaskLanes, S::kTaskLanes, modulus.negInverse & kDigitMask);
-        multiplyModulus<S>(multiplied, task, digits, modulus.negInverse & kDigitMask);
+        multiplyModulus<S>(multiplied, task, digits, modulus);
         toDigits<S>(entry, task, modulus.radixSquared);
         toDigits<S>(base, task, tasks[task]->base);
         one[place<S>(task, kLift / kDigitBits)] = Unit{1} << kLift % kDigitBits;
     }
-    multiply<S>(entry, entry, entry, m);
+    square<S>(entry, entry, m);
     multiply<S>(entry, entry, one, m);
     multiply<S>(base, base, entry, m);
     std::fill_n(one, n, Unit{0});
@@ -381,7 +157,7 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
     if (S::kTasks == 1 && bits <= kPublicExponentBits) {
         std::copy_n(base, n, power);
         for (std::uint32_t i = bits - 1; i-- > 0;) {
-            multiply<S>(power, power, power, m);
+            square<S>(power, power, m);
             if ((tasks[0]->exponent[0] >> i & 1) != 0) {
                 multiply<S>(power, power, base, m);
             }
@@ -391,12 +167,13 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
         multiply<S>(table, entry, one, m);
         std::copy_n(base, n, table + n);
         for (std::uint32_t j = 2; j < entries; ++j) {
-            multiply<S>(table + j * n, table + (j / 2) * n, table + (j - j / 2) * n, m);
+            j % 2 == 0 ? square<S>(table + j * n, table + j / 2 * n, m)
+                       : multiply<S>(table + j * n, table + (j - 1) * n, table + n, m);
         }
         for (std::uint32_t position = (bits - 1) / width * width;; position -= width) {
             const bool isFirst = position + width >= bits;
             for (std::uint32_t i = 0; i < (isFirst ? 0 : width); ++i) {
-                multiply<S>(power, power, power, m);
+                square<S>(power, power, m);
             }
             lookUp<S>(isFirst ? power : entry, table, entries, exponentWindow(*tasks[0], position, width),
                       exponentWindow(*tasks[S::kTasks - 1], position, width));
@@ -424,7 +201,7 @@ bool ifmaIsSupported() {
 }
 
 bool ifmaTakes(std::uint32_t k) {
-    return k == 8 || k == 16 || k == 24 || k == 32;
+    return k == 8 || k == 16 || k == 24 || k == 32 || k == 48 || k == 64;
 }
 
 std::size_t ifmaScratch(std::uint32_t k, std::uint32_t exponentBits) {
@@ -435,8 +212,12 @@ std::size_t ifmaScratch(std::uint32_t k, std::uint32_t exponentBits) {
         return scratchUnitsOf<Pair1024>(exponentBits);
     case 24:
         return scratchUnitsOf<Pair1536>(exponentBits);
-    default:
+    case 32:
         return scratchUnitsOf<Pair2048>(exponentBits);
+    case 48:
+        return scratchUnitsOf<One3072>(exponentBits);
+    default:
+        return scratchUnitsOf<One4096>(exponentBits);
     }
 }
 
@@ -448,18 +229,23 @@ void ifmaModExp(const ModExpTask& task, Unit* scratch) {
         return modExp<One1024>({&task}, scratch);
     case 24:
         return modExp<One1536>({&task}, scratch);
-    default:
+    case 32:
         return modExp<One2048>({&task}, scratch);
+    case 48:
+        return modExp<One3072>({&task}, scratch);
+    default:
+        return modExp<One4096>({&task}, scratch);
     }
 }
 
 void ifmaModExpPair(const ModExpTask& first, const ModExpTask& second, Unit* scratch) {
-    if (std::max(first.exponentBits, second.exponentBits) <= kPublicExponentBits) {
+    const std::uint32_t k = first.modulus.count;
+    if (std::max(first.exponentBits, second.exponentBits) <= kPublicExponentBits || k > 32) {
         ifmaModExp(first, scratch);
         ifmaModExp(second, scratch);
         return;
     }
-    switch (first.modulus.count) {
+    switch (k) {
     case 8:
         return modExp<Pair512>({&first, &second}, scratch);
     case 16:

@@ -44,7 +44,7 @@ void adxModExp(const ModExpTask& task, Unit* scratch);
 inline constexpr ModExpKernel kAdxModExpKernel{
     .takes = adxTakes, .scratchUnits = adxScratch, .one = adxModExp, .pair = nullptr};
 
-// Exponentiation with AVX-512 IFMA for moduli of 8, 16, 24 and 32 units (modexp_ifma.cpp).
+// Exponentiation with AVX-512 IFMA for moduli of 8, 16, 24, 32, 48 and 64 units, in pairs up to 32 (modexp_ifma.cpp).
 bool ifmaIsSupported();
 bool ifmaTakes(std::uint32_t k);
 std::size_t ifmaScratch(std::uint32_t k, std::uint32_t exponentBits);

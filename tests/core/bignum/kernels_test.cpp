@@ -250,7 +250,7 @@ TEST(ModExpKernels, AgreeWithThePortableOneAloneAndInPairs) {
     for (const Kernel<ModExpKernel>& kernel : modExpKernelTable()) {
         SCOPED_TRACE(kernel.name);
         Random random(20261121);
-        for (const std::uint32_t k : {1U, 2U, 8U, 9U, 16U, 24U, 32U, 33U}) {
+        for (const std::uint32_t k : {1U, 2U, 8U, 9U, 16U, 24U, 32U, 33U, 48U, 64U}) {
             for (std::uint32_t round = 0; kernel.isSupported() && kernel.run.takes(k) && round < 70; ++round) {
                 constexpr std::uint32_t kBits[] = {17, 64, 65, 160, 1, 2, 66, 3, 161, 10};
                 const std::uint32_t bits = round == 3 ? 64 * k : kBits[round % 10], otherBits = kBits[(round + 1) % 10];
@@ -279,7 +279,10 @@ TEST(ModExpKernels, AFactorOfTheModulusRaisedToZero) {
     for (const Kernel<ModExpKernel>& kernel : modExpKernelTable()) {
         SCOPED_TRACE(kernel.name);
         Random random(1);
-        for (std::uint32_t k = 8; kernel.isSupported() && k <= 32; k += 8) {
+        for (const std::uint32_t k : {8U, 16U, 24U, 32U, 48U, 64U}) {
+            if (!kernel.isSupported()) {
+                break;
+            }
             Units root = random.units(k / 2), square(k);
             root[0] |= 1;
             root[k / 2 - 1] |= Unit{1} << 63;
@@ -315,7 +318,7 @@ TEST(BignumKernels, TheBestForThisCpuIsActive) {
     };
     const char* const general = isAdx ? "adx" : "portable";
     EXPECT_STREQ(chooseKernel(bignumKernelTable()).name, general);
-    for (const std::uint32_t k : {8U, 16U, 24U, 32U}) {
+    for (const std::uint32_t k : {8U, 16U, 24U, 32U, 48U, 64U}) {
         EXPECT_STREQ(nameOf(k, 1), isIfma ? "ifma" : general);
     }
     EXPECT_STREQ(nameOf(17, 1), general);

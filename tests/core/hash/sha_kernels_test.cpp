@@ -105,7 +105,8 @@ TEST(ShaKernels, TheBestSupportedOneIsChosen) {
     expectChosen("SHA-1", sha1Kernels(), sha1Kernel(), {{"sha-avx512", f.sha && f.avx512}, {"sha-ni", f.sha}});
     expectChosen("G", sha1GKernels(), sha1GKernel(), {{"sha-avx512", f.sha && f.avx512}, {"sha-ni", f.sha}});
     expectChosen("SHA-256", sha256Kernels(), sha256Kernel(), {{"sha-ni", f.sha}});
-    expectChosen("SHA-512", sha512Kernels(), sha512Kernel(), {{"avx2", f.avx2 && f.bmi2}});
+    expectChosen("SHA-512", sha512Kernels(), sha512Kernel(),
+                 {{"avx512", f.avx512 && f.bmi2}, {"avx2", f.avx2 && f.bmi2}});
 }
 
 // A table whose best kernel is not supported.

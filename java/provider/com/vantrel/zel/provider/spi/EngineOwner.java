@@ -27,7 +27,9 @@ final class EngineOwner {
 
     /** Notes the address that now stands in the object's field. */
     void bound(long context0) {
-        release.context0 = context0;
+        if (release.context0 != context0) { // reading is cheaper than writing what other threads are to see
+            release.context0 = context0;
+        }
     }
 
     private static final class Release implements Runnable {

@@ -1,0 +1,293 @@
+// Almost-Montgomery products with AVX-512 IFMA, in radix 2^52 on 512-bit registers. For modexp_ifma.cpp alone.
+//
+// A number of up to 8 V digits fills V registers of 8 lanes: lane l of register r holds digit r + V l. Moving all digits
+// down by one is then a renaming of the registers and one shift by a lane. In the paired form the lower four lanes
+// belong to the first task and the upper four to the second, so that one stream of instructions serves both.
+//
+// A product adds, digit by digit of b, a b_i and a multiple y of the modulus that clears the lowest digit, then moves
+// down by one digit: a b / R mod m with R = 2^(52 steps). It works modulo a multiple m' of m that is -1 modulo 2^52: y is
+// then the lowest digit as it stands, and one multiplication is gone from the chain that a step waits for. m' is kept as
+// m' + 1; the -y that is missing is the lowest digit itself, which falls off. Results stay below 2 m', which all products
+// accept, as R is above 4 m'; the final product, with the number 1, works modulo m and is at most m.
+//
+// What bounds a product of few registers is that chain. There m' is -1 modulo 2^104: the two lowest digits of m' + 1 are
+// zero, so that the next y does not wait for this y m'. What bounds one of many registers is the number of
+// multiplications. There a square takes the products of unlike digits once.
+//
+// Secrets: the compiled code has no branch but the loops over counts, and no address that depends on a value.
+#ifndef ZELSPI_CORE_BIGNUM_X86_IFMA_PRODUCTS_H
+#define ZELSPI_CORE_BIGNUM_X86_IFMA_PRODUCTS_H
+
+#include "core/bignum/kernels.h"
+#include "core/cpu/target.h"
+
+#include <immintrin.h>
+
+#include <utility>
+
+// Everything here is inlined into the few functions that are called.
+#define ZEL_IFMA_INLINE ZEL_TARGET_IFMA __attribute__((always_inline)) inline
+
+namespace ifma {
+
+using Vector = __m512i;
+
+constexpr std::uint32_t kDigitBits = 52;
+constexpr Unit kDigitMask = (Unit{1} << kDigitBits) - 1;
+constexpr std::size_t kLanes = 8;
+
+// Shape: how numbers of one size lie in registers: V of them, for one task in 8 lanes or for two in 4 lanes each.
+template <std::uint32_t units, std::uint32_t registers, std::uint32_t steps, bool pair> struct Shape {
+    static constexpr std::uint32_t k = units;
+    static constexpr std::uint32_t V = registers;
+    static constexpr std::uint32_t kSteps = steps;
+    static constexpr bool isPair = pair;
+    static constexpr std::uint32_t kTasks = pair ? 2 : 1;
+    static constexpr std::uint32_t kTaskLanes = static_cast<std::uint32_t>(kLanes) / kTasks;
+    static constexpr std::size_t kNumberUnits = V * kLanes;
+
+    // The register where register `index` of the first step is to be found.
+    static constexpr std::uint32_t turn(std::uint32_t index) {
+        return index % V;
+    }
+
+    // Of few registers: the steps wait for their chain, not for the multipliers.
+    static constexpr bool isShort = registers < 5;
+    static constexpr std::uint32_t kZeroDigits = isShort ? 2 : 1; // of m' + 1
+
+    static_assert(steps <= registers * kTaskLanes);
+    static_assert(steps * kDigitBits >= 64 * units + kZeroDigits * kDigitBits + 2, "4 m' is below R");
+    static_assert(kTaskLanes * (6 * V + 8) < 1U << (64 - kDigitBits), "a sum of so many products fits its lane");
+};
+
+using One512 = Shape<8, 2, 12, false>;
+using One1024 = Shape<16, 3, 22, false>;
+using One1536 = Shape<24, 4, 32, false>;
+using One2048 = Shape<32, 6, 41, false>;
+using One3072 = Shape<48, 8, 61, false>;
+using One4096 = Shape<64, 10, 80, false>;
+using Pair512 = Shape<8, 3, 12, true>;
+using Pair1024 = Shape<16, 6, 21, true>;
+using Pair1536 = Shape<24, 8, 31, true>;
+using Pair2048 = Shape<32, 11, 41, true>;
+
+ZEL_IFMA_INLINE Vector load(const Unit* from) {
+    return _mm512_load_si512(from);
+}
+
+// Number: the registers of a factor. Where there are too many of them for the register file, the products read them from
+// memory; left alone, the compilers would keep them in registers and the sums on the stack.
+//
+// The address is put together here: gcc would make one of its own for each register of all factors, and keep them where it
+// is in the way.
+#define ZEL_FROM_MEMORY(instruction)                                                                                   \
+    instruction " %c[offset](%[base]), %[b], %[sum]" : [sum] "+v"(sum)                                                 \
+        : [b] "v"(b),                                                                                                  \
+          [base] "r"(memory_),                                                                                         \
+          [offset] "i"(r * sizeof(Vector)),                                                                            \
+          "m"(*reinterpret_cast<const Vector(*)[S::V]>(memory_))
+template <typename S> class Number {
+public:
+    static constexpr bool isInMemory = S::V >= 8;
+
+    template <std::uint32_t... r> ZEL_IFMA_INLINE Number(const Unit* number, std::integer_sequence<std::uint32_t, r...>)
+        : memory_(number), registers_{(isInMemory ? _mm512_setzero_si512() : load(number + r * kLanes))...} {
+    }
+
+    // addLow, addHigh: adds the low or high 52 bits of register r times b. In this order: what others wait for first.
+    template <std::uint32_t r> ZEL_IFMA_INLINE void addLow(Vector& sum, Vector b) const {
+        if constexpr (isInMemory) {
+            __asm__ volatile(ZEL_FROM_MEMORY("vpmadd52luq"));
+        } else {
+            __asm__ volatile("vpmadd52luq %2, %1, %0" : "+v"(sum) : "v"(b), "v"(registers_[r]));
+        }
+    }
+    template <std::uint32_t r> ZEL_IFMA_INLINE void addHigh(Vector& sum, Vector b) const {
+        if constexpr (isInMemory) {
+            __asm__ volatile(ZEL_FROM_MEMORY("vpmadd52huq"));
+        } else {
+            __asm__ volatile("vpmadd52huq %2, %1, %0" : "+v"(sum) : "v"(b), "v"(registers_[r]));
+        }
+    }
+
+private:
+    const Unit* memory_;
+    const Vector registers_[S::V];
+};
+#undef ZEL_FROM_MEMORY
+
+// The lowest digit of each task in all lanes of the task.
+template <typename S> ZEL_IFMA_INLINE Vector spreadLowest(Vector digits) {
+    if constexpr (S::isPair) {
+        return _mm512_permutex_epi64(digits, 0x00);
+    } else {
+        return _mm512_broadcastq_epi64(_mm512_castsi512_si128(digits));
+    }
+}
+
+// Digits of b at one lane, in all lanes of their task.
+template <typename S> ZEL_IFMA_INLINE Vector spreadDigit(const Unit* b, std::uint32_t lane) {
+    if constexpr (S::isPair) {
+        const Vector lanes = _mm512_add_epi64(_mm512_set1_epi64(lane), _mm512_set_epi64(4, 4, 4, 4, 0, 0, 0, 0));
+        return _mm512_permutexvar_epi64(lanes, load(b));
+    } else {
+        return _mm512_set1_epi64(static_cast<long long>(b[lane]));
+    }
+}
+
+template <typename S> ZEL_IFMA_INLINE Vector laneDown(Vector digits) {
+    if constexpr (S::isPair) {
+        return _mm512_maskz_permutex_epi64(0x77, digits, 0x39);
+    } else {
+        return _mm512_alignr_epi64(_mm512_setzero_si512(), digits, 1);
+    }
+}
+
+template <typename S> ZEL_IFMA_INLINE Vector laneUp(Vector digits) {
+    if constexpr (S::isPair) {
+        return _mm512_maskz_permutex_epi64(0xEE, digits, 0x90);
+    } else {
+        return _mm512_alignr_epi64(digits, _mm512_setzero_si512(), 7);
+    }
+}
+
+// Sums: the two halves of a running sum, a b apart from y m, so that the former need not wait for y. In step s,
+// register r of a half is its entry (s + r) % V. late is what the last y adds to the lowest register, where the
+// next y need not wait for it.
+template <typename S> struct Sums { Vector ab[S::V], ym[S::V], late; };
+
+// In a square the products of digits of two registers are taken once only, and ab counts double when it leaves; those of
+// digits of one register are all taken, and go to ym, which counts once.
+template <bool isSquare> ZEL_IFMA_INLINE Vector counted(Vector ab) {
+    return isSquare ? _mm512_add_epi64(ab, ab) : ab;
+}
+
+// One step: the sum and a b_i + y m, divided by 2^52.
+template <typename S, bool isMultiplied, bool isSquare, std::uint32_t step, std::uint32_t... r>
+ZEL_IFMA_INLINE void addDigit(Sums<S>& sums, const Number<S>& a, const Number<S>& m, Vector firstDown,
+                              Vector negInverse, const Unit* b, std::uint32_t lane,
+                              std::integer_sequence<std::uint32_t, r...>) {
+    constexpr std::uint32_t V = S::V;
+    constexpr std::uint32_t first = isSquare ? step : 0; // the registers below it have met this one
+    constexpr bool isApart = S::isShort && isMultiplied; // late has no part in the lowest digit
+    Vector(&ab)[V] = sums.ab;
+    Vector(&ym)[V] = sums.ym;
+    const Vector zero = _mm512_setzero_si512();
+    const Vector digit = spreadDigit<S>(b + step * kLanes, lane);
+    Vector lowest = counted<isSquare>(ab[S::turn(step)]);
+    if constexpr (first == 0) {
+        a.template addLow<0>(lowest, digit);
+    }
+    lowest = _mm512_add_epi64(lowest, ym[S::turn(step)]);
+    ab[S::turn(step)] = ym[S::turn(step)] = zero;
+    const Vector y = spreadLowest<S>(isMultiplied ? lowest : _mm512_madd52lo_epu64(zero, lowest, negInverse));
+    ((r > 0 && r >= first ? a.template addLow<r>((isSquare && r == step ? ym : ab)[S::turn(step + r)], digit)
+                          : (void)0),
+     ...);
+    ((r >= first ? a.template addHigh<r>((isSquare && r == step ? ym : ab)[S::turn(step + r + 1)], digit) : (void)0),
+     ...);
+
+    // What the lowest digit carries: a digit that is not zero becomes 2^52 when y m is added.
+    const Vector cleared =
+        isMultiplied ? lowest : _mm512_add_epi64(lowest, _mm512_set1_epi64(static_cast<long long>(kDigitMask)));
+    Vector carry = _mm512_maskz_srli_epi64(S::isPair ? 0x11 : 0x01, cleared, kDigitBits);
+    Vector& next = ym[S::turn(step + 1)];
+    if constexpr (isApart) {
+        lowest = _mm512_add_epi64(lowest, sums.late);
+        next = _mm512_add_epi64(next, carry);
+        sums.late = zero;
+        m.template addHigh<0>(sums.late, y);
+        m.template addLow<1>(sums.late, y);
+    } else {
+        m.template addHigh<0>(carry, y);
+        m.template addLow<1>(next, y);
+        next = _mm512_add_epi64(next, carry); // on its own: the chain from digit to digit is one product long
+    }
+    ((r > 1 ? m.template addLow<r>(ym[S::turn(step + r)], y) : (void)0), ...);
+    ym[S::turn(step)] = _mm512_madd52lo_epu64(_mm512_add_epi64(ym[S::turn(step)], laneDown<S>(lowest)), y, firstDown);
+    ((r > 0 ? m.template addHigh<r>(ym[S::turn(step + r + 1)], y) : (void)0), ...);
+}
+
+// All digits below 2^52, exactly. First every digit hands its carry on at once; then the remaining carries, 0 or 1, run
+// through the registers of a lane; then through the lanes: a lane that is all ones hands on what comes in.
+template <typename S, std::uint32_t... r>
+ZEL_IFMA_INLINE void normalise(Vector (&sum)[S::V], std::integer_sequence<std::uint32_t, r...>) {
+    constexpr std::uint32_t V = S::V;
+    const Vector mask = _mm512_set1_epi64(static_cast<long long>(kDigitMask));
+    const Vector carries[V] = {_mm512_srli_epi64(sum[r], kDigitBits)...};
+    ((sum[r] = _mm512_add_epi64(_mm512_and_si512(sum[r], mask), r == 0 ? laneUp<S>(carries[V - 1]) : carries[r - 1])),
+     ...);
+    ((r + 1 < V ? (void)(sum[r + 1] = _mm512_add_epi64(sum[r + 1], _mm512_srli_epi64(sum[r], kDigitBits))) : (void)0),
+     ...);
+    const unsigned overflowing = _mm512_cmpgt_epu64_mask(sum[V - 1], mask);
+    ((sum[r] = _mm512_and_si512(sum[r], mask)), ...);
+    const __mmask8 full[V] = {_mm512_cmpeq_epi64_mask(sum[r], mask)...};
+    const unsigned handingOn = (full[r] & ...);
+    unsigned incoming = ((2 * overflowing + handingOn) ^ handingOn) & 0xFF;
+    const Vector one = _mm512_set1_epi64(1);
+    ((sum[r] = _mm512_and_si512(_mm512_mask_add_epi64(sum[r], static_cast<__mmask8>(incoming), sum[r], one), mask),
+      incoming &= full[r]),
+     ...);
+}
+
+template <typename S, bool isMultiplied, bool isSquare, std::uint32_t... r, std::uint32_t... step>
+ZEL_IFMA_INLINE void addDigits(Sums<S>& sums, const Number<S>& a, const Number<S>& m, Vector firstDown,
+                               Vector negInverse, const Unit* b, std::uint32_t lane,
+                               std::integer_sequence<std::uint32_t, r...> registers,
+                               std::integer_sequence<std::uint32_t, step...>) {
+    (addDigit<S, isMultiplied, isSquare, step>(sums, a, m, firstDown, negInverse, b, lane, registers), ...);
+}
+
+template <typename S, bool isMultiplied, bool isSquare, std::uint32_t... r>
+ZEL_IFMA_INLINE void product(Unit* result, const Unit* a, const Unit* b, const Unit* m, const Unit* negInverse,
+                             std::integer_sequence<std::uint32_t, r...> all) {
+    constexpr std::uint32_t kGroups = S::kSteps / S::V, kLeft = S::kSteps % S::V;
+    const Vector inverses = load(negInverse);
+    Sums<S> sums = {
+        {((void)r, _mm512_setzero_si512())...}, {((void)r, _mm512_setzero_si512())...}, _mm512_setzero_si512()};
+    const Number<S> aDigits(a, all), mDigits(m, all);
+    const Vector firstDown = laneDown<S>(load(m));
+    for (std::uint32_t lane = 0; lane < kGroups; ++lane) {
+        addDigits<S, isMultiplied, isSquare>(sums, aDigits, mDigits, firstDown, inverses, b, lane, all, all);
+    }
+    if constexpr (kLeft > 0) {
+        addDigits<S, isMultiplied, isSquare>(sums, aDigits, mDigits, firstDown, inverses, b, kGroups, all,
+                                             std::make_integer_sequence<std::uint32_t, kLeft>{});
+    }
+    Vector sum[S::V] = {
+        _mm512_add_epi64(counted<isSquare>(sums.ab[S::turn(kLeft + r)]), sums.ym[S::turn(kLeft + r)])...};
+    sum[0] = _mm512_add_epi64(sum[0], sums.late);
+    normalise<S>(sum, all);
+    (_mm512_store_si512(result + r * kLanes, sum[r]), ...);
+}
+
+// Modulus: the modulus or moduli of an exponentiation as the products read them.
+struct Modulus {
+    const Unit* digits;     // m
+    const Unit* multiplied; // m' + 1
+    const Unit* negInverse; // -1/m mod 2^52, in all lanes of the task
+};
+
+// result := a * b / R mod m. result may be a or b.
+template <typename S>
+ZEL_TARGET_IFMA __attribute__((noinline)) void multiply(Unit* result, const Unit* a, const Unit* b, const Modulus& m) {
+    product<S, true, false>(result, a, b, m.multiplied, m.negInverse,
+                            std::make_integer_sequence<std::uint32_t, S::V>{});
+}
+
+// result := a * a / R mod m. result may be a.
+template <typename S>
+ZEL_TARGET_IFMA __attribute__((noinline)) void square(Unit* result, const Unit* a, const Modulus& m) {
+    product<S, true, !S::isShort>(result, a, a, m.multiplied, m.negInverse,
+                                  std::make_integer_sequence<std::uint32_t, S::V>{});
+}
+
+// result := a / R mod m, at most m. one: the number 1.
+template <typename S>
+ZEL_TARGET_IFMA __attribute__((noinline)) void leave(Unit* result, const Unit* a, const Unit* one, const Modulus& m) {
+    product<S, false, false>(result, a, one, m.digits, m.negInverse, std::make_integer_sequence<std::uint32_t, S::V>{});
+}
+
+} // namespace ifma
+
+#endif
