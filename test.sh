@@ -38,6 +38,11 @@ run_tests() {
   ctest --preset "$preset" --no-tests=error "$@"
 }
 
+# show_kernels PRESET: what the tests of the kernels have said of this CPU.
+show_kernels() {
+  tr -d '\r' <"build/$1/Testing/Temporary/LastTest.log" | grep -aE '^CPU features|runs? on the kernel' | sort -u
+}
+
 if ! $full; then
   build_preset release
   run_tests release --label-exclude long
@@ -57,9 +62,11 @@ grep -m1 'model name' /proc/cpuinfo || true
 # Windows first, so that the provider's jar of the release build carries its library too.
 build_preset windows
 run_tests windows --label-exclude long
+show_kernels windows
 for preset in windows-clang asan asan-clang tsan debug clang portable; do
   build_preset "$preset"
   run_tests "$preset" --label-exclude long
+  show_kernels "$preset"
 done
 build_preset release
 run_tests release
