@@ -58,6 +58,10 @@ sed -En 's/^([A-Z_]+=[0-9]+ )?ctest --preset [a-z]+ //p' "$work/spans" | while r
 done
 sed -En 's/^((\.|fuzz|tests|bench|cmake)\/[A-Za-z0-9_/.-]+)( .*)?$/\1/p' "$work/spans" | while read -r file; do
   [ -e "$root/$file" ] || { echo "no such file: $file" >&2; exit 1; }
+  if [ -f "$root/$file" ] && [ "$(head -c 2 "$root/$file")" = '#!' ] && [ ! -x "$root/$file" ]; then
+    echo "no program: $file" >&2
+    exit 1
+  fi
 done
 
 for commands in "$work"/*/commands; do
