@@ -33,10 +33,10 @@ protected:
         entries = &ZelSha1WithDsaSignatureSpi;
     }
     void initSign() {
-        entries->initSign(env, object, array(kDsa.privateKey));
+        entries->initSign(env, object, jni.newHex(kDsa.privateKey));
     }
     void initVerify() {
-        entries->initVerify(env, object, array(kDsa.publicKey));
+        entries->initVerify(env, object, jni.newHex(kDsa.publicKey));
     }
     // What a failing sign leaves: the step's exception below that of sign itself.
     std::string failedSign(const std::string& step, const char* status) const {
@@ -52,16 +52,16 @@ protected:
 TEST_F(DsaSignature, VerifiesTheExample) {
     const std::string right = kDsa.signature;
     for (const char* const key : {kDsa.publicKey, kDsa.otherAlgorithm}) { // whatever the algorithm is said to be
-        entries->initVerify(env, object, array(key));
+        entries->initVerify(env, object, jni.newHex(key));
         EXPECT_EQ(verdict(right), "true");
-        EXPECT_EQ(entries->verify(env, object, array(right)), JNI_FALSE) << "the key is gone";
+        EXPECT_EQ(entries->verify(env, object, jni.newHex(right)), JNI_FALSE) << "the key is gone";
         EXPECT_EQ(jni.takePending(), kNotForVerifying);
     }
     // Offset and length are not looked at, and neither are bytes behind the signature.
     for (const jint length : {10, -1, INT_MAX}) {
         initVerify();
         updateAbc();
-        EXPECT_EQ(entries->verifySlice(env, object, array(right), length / 2, length), JNI_TRUE);
+        EXPECT_EQ(entries->verifySlice(env, object, jni.newHex(right), length / 2, length), JNI_TRUE);
     }
     initVerify();
     EXPECT_EQ(verdict(right + "ff"), "true");
@@ -79,10 +79,10 @@ TEST_F(DsaSignature, SignsWhatVerifies) {
         EXPECT_EQ(entries->sign(env, object), nullptr) << "the key is gone";
         EXPECT_EQ(jni.takePending(), kNotForSigning);
         initVerify();
-        EXPECT_EQ(verdict(hexOf(output).substr(18, 2 * end - 18)), "true");
+        EXPECT_EQ(verdict(FakeJni::hexOf(output).substr(18, 2 * end - 18)), "true");
         initSign();
         updateAbc();
-        const std::string signature = hexOf(entries->sign(env, object));
+        const std::string signature = FakeJni::hexOf(entries->sign(env, object));
         initVerify();
         EXPECT_EQ(verdict(signature), "true");
     }
@@ -113,7 +113,7 @@ TEST_F(DsaSignature, BadSignatures) {
         initVerify();
         EXPECT_EQ(verdict(c.signature), c.raised);
         if (c.raised == size) {
-            EXPECT_EQ(entries->verify(env, object, array(right)), JNI_TRUE) << "the hash is untouched";
+            EXPECT_EQ(entries->verify(env, object, jni.newHex(right)), JNI_TRUE) << "the hash is untouched";
         } else {
             EXPECT_EQ(verdict(right), "true") << "the key is still there";
         }
@@ -145,7 +145,8 @@ TEST_F(DsaSignature, RefusalsOfSign) {
     }
     // x = 1 leaves no room for a random k: it is 0, and s is.
     const std::string privateKey = kDsa.privateKey;
-    entries->initSign(env, object, array(privateKey.substr(0, privateKey.size() - 40) + std::string(39, '0') + '1'));
+    entries->initSign(env, object,
+                      jni.newHex(privateKey.substr(0, privateKey.size() - 40) + std::string(39, '0') + '1'));
     EXPECT_EQ(refused(entries->sign(env, object)),
               failedSign("error signing message, failed to verify", "ERR_PKCS7_INVALID_SIGNATURE"));
     initSign();
@@ -167,7 +168,7 @@ TEST_F(DsaSignature, KeysThatCannotBeRead) {
                                       std::pair{"301e020100301406072a8648ce3804013009020100020103020104" // p = 0
                                                 "0403020102",
                                                 "ERR_BAD_MODULO"}}) {
-        entries->initSign(env, object, array(key));
+        entries->initSign(env, object, jni.newHex(key));
         EXPECT_EQ(jni.takePending(), kProvider + "unable to read dsa private key : " + status);
         updateAbc(); // initialised for signing all the same
         EXPECT_EQ(entries->sign(env, object), nullptr);
@@ -183,7 +184,7 @@ TEST_F(DsaSignature, KeysThatCannotBeRead) {
                                       {"301b" + info + "0303000400", structure},                // not an INTEGER in it
                                       {"3019" + info + "030100", "ERR_EOF"}}) {
         SCOPED_TRACE(key);
-        entries->initVerify(env, object, array(key));
+        entries->initVerify(env, object, jni.newHex(key));
         EXPECT_EQ(jni.takePending(), kProvider + "unable to read dsa public key : " + status);
         expectRefused(kSignature + "signature not initialized", kNotForSigning, kNotForVerifying, JNI_FALSE);
     }
@@ -203,7 +204,7 @@ TEST_F(DsaSignature, OddPublicKeys) {
             for (const unsigned g : {0u, 1u, 4u, 0xFFu}) {
                 const std::string algorithm =
                     item("30", "06072a8648ce380401" + item("30", integer(p) + integer(q) + integer(g)));
-                entries->initVerify(env, object, array(item("30", algorithm + item("03", "00" + integer(g)))));
+                entries->initVerify(env, object, jni.newHex(item("30", algorithm + item("03", "00" + integer(g)))));
                 EXPECT_EQ(jni.takePending(), "");
                 EXPECT_NE(verdict(kDsa.signature), "true");
             }
@@ -232,9 +233,9 @@ TEST_F(DsaSignature, LargeKeys) {
                                                       {2u, 2u, 514u, kTaken, kTooLong}}) {
         const std::string algorithm =
             item("30", "06072a8648ce380401" + item("30", integer(p) + integer(q) + integer(2)));
-        entries->initVerify(env, object, array(item("30", algorithm + item("03", "00" + integer(x)))));
+        entries->initVerify(env, object, jni.newHex(item("30", algorithm + item("03", "00" + integer(x)))));
         raised("public", forVerify);
-        entries->initSign(env, object, array(item("30", "020100" + algorithm + item("04", integer(x)))));
+        entries->initSign(env, object, jni.newHex(item("30", "020100" + algorithm + item("04", integer(x)))));
         raised("private", forSign);
     }
 }

@@ -43,8 +43,9 @@ public:
         }
         const jbyteArray digest = SPI_ENTRY(ZelSha256MessageDigestSpi, engineDigest0__)(env_, digest_);
         // FIPS 180-2, appendix B.1
-        return ended(
-            [&] { return hexOf(digest) == "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"; });
+        return ended([&] {
+            return FakeJni::hexOf(digest) == "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
+        });
     }
 
     std::string encrypts() {
@@ -128,17 +129,9 @@ private:
         const std::string raised = jni.takePending();
         return !raised.empty() ? raised : isRight() ? "right" : "wrong";
     }
-    jbyteArray array(const std::string& hex) {
-        const std::vector<std::uint8_t> bytes = fromHex(hex);
-        return jni.newBytes(Bytes(bytes.begin(), bytes.end()));
-    }
-    static std::string hexOf(jbyteArray bytes) {
-        const Bytes& content = FakeJni::of(bytes).bytes;
-        return toHex({reinterpret_cast<const std::uint8_t*>(content.data()), content.size()});
-    }
     // Initialised with the key, and fed "abc"; whether nothing has been raised.
     bool isFed(const SignatureEntryPoints& entries, jobject object, bool forSigning, const std::string& key) {
-        (forSigning ? entries.initSign : entries.initVerify)(env_, object, array(key));
+        (forSigning ? entries.initSign : entries.initVerify)(env_, object, jni.newHex(key));
         if (!isPending()) {
             entries.update(env_, object, jni.newBytes({'a', 'b', 'c'}), 0, 3);
         }
@@ -151,7 +144,7 @@ private:
         if (!isPending() && isFed(entries, object, false, publicKey)) {
             isValid = entries.verify(env_, object, signature) != JNI_FALSE;
         }
-        return ended([&] { return isValid && (expected.empty() || hexOf(signature) == expected); });
+        return ended([&] { return isValid && (expected.empty() || FakeJni::hexOf(signature) == expected); });
     }
 
     JNIEnv* env_ = jni.env();

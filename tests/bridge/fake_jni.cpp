@@ -1,5 +1,7 @@
 #include "tests/bridge/fake_jni.h"
 
+#include "tests/support/hex.h"
+
 #include <cstdarg>
 #include <set>
 
@@ -187,6 +189,16 @@ jbyteArray FakeJni::newBytes(std::vector<jbyte> bytes) {
     FakeObject* const array = add("[B");
     array->bytes = std::move(bytes);
     return real<jbyteArray>(array);
+}
+
+jbyteArray FakeJni::newHex(const std::string& hex) {
+    const std::vector<std::uint8_t> bytes = fromHex(hex);
+    return newBytes({bytes.begin(), bytes.end()});
+}
+
+std::string FakeJni::hexOf(jbyteArray bytes) {
+    const std::vector<jbyte>& content = of(bytes).bytes;
+    return toHex({reinterpret_cast<const std::uint8_t*>(content.data()), content.size()});
 }
 
 FakeObject& FakeJni::of(jobject object) {

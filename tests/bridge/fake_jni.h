@@ -40,6 +40,8 @@ public:
     // Objects; the environment owns them.
     jobject newEngineObject(bool hasContext0 = true);
     jbyteArray newBytes(std::vector<jbyte> bytes);
+    jbyteArray newHex(const std::string& hex);
+    static std::string hexOf(jbyteArray bytes);
     static FakeObject& of(jobject object);
     static jlong context0(jobject object);
 

@@ -53,10 +53,10 @@ protected:
         entries = &kind.points;
     }
     void initSign(const RsaVector& key) {
-        entries->initSign(env, object, array(key.privateKey));
+        entries->initSign(env, object, jni.newHex(key.privateKey));
     }
     void initVerify(const RsaVector& key) {
-        entries->initVerify(env, object, array(key.publicKey));
+        entries->initVerify(env, object, jni.newHex(key.publicKey));
     }
 };
 
@@ -75,18 +75,18 @@ TEST_F(RsaSignature, SignsAndVerifies) {
                 EXPECT_EQ(jni.takePending(), kSignature + "message too long");
                 EXPECT_EQ(FakeJni::of(signature).bytes, Bytes(61)) << "the array is returned all the same";
             } else {
-                EXPECT_EQ(hexOf(signature), signatures.right);
+                EXPECT_EQ(FakeJni::hexOf(signature), signatures.right);
                 EXPECT_EQ(entries->sign(env, object), nullptr) << "the key is gone";
                 EXPECT_EQ(jni.takePending(), kNotForSigning);
                 initSign(key);
                 updateAbc();
                 const jbyteArray output = jni.newBytes(Bytes(static_cast<std::size_t>(k) + 7, 0x55));
                 EXPECT_EQ(entries->signInto(env, object, output, 4, k + 9), k); // the length says more than there is
-                EXPECT_EQ(hexOf(output), "55555555" + std::string(signatures.right) + "555555");
+                EXPECT_EQ(FakeJni::hexOf(output), "55555555" + std::string(signatures.right) + "555555");
             }
             initVerify(key);
             EXPECT_EQ(verdict(signatures.right), "true");
-            EXPECT_EQ(entries->verify(env, object, array(signatures.right)), JNI_FALSE) << "the key is gone";
+            EXPECT_EQ(entries->verify(env, object, jni.newHex(signatures.right)), JNI_FALSE) << "the key is gone";
             EXPECT_EQ(jni.takePending(), kNotForVerifying);
             for (const char* const wrong : {signatures.wrongTail, signatures.wrongHead}) {
                 initVerify(key);
@@ -113,16 +113,16 @@ TEST_F(RsaSignature, UnreadableKeys) {
                                       {kDsaPrivateKey, "ERR_BAD_KEY_TYPE"},
                                       {kRsa512.publicKey, "ERR_RSA_INVALID_PKCS8"}}) {
         initVerify(kRsa512); // the engine has had a key before
-        entries->initSign(env, object, array(key));
+        entries->initSign(env, object, jni.newHex(key));
         EXPECT_EQ(jni.takePending(), kProvider + "unable to read rsa private key : " + status);
         expectRefused(kSignature + "signature not initialized", kNotForSigning, kNotForVerifying, JNI_FALSE);
     }
-    entries->initVerify(env, object, array("3000"));
+    entries->initVerify(env, object, jni.newHex("3000"));
     EXPECT_EQ(jni.takePending(), kProvider + "unable to read rsa public key : ERR_RSA_INVALID_PKCS1");
     expectRefused(kSignature + "signature not initialized", kNotForSigning, kNotForVerifying, JNI_FALSE);
     // A public key where a private one belongs is read, and then cannot sign.
     entries->initSign(env, object,
-                      array("305e020100300d06092a864886f70d0101010500044a" + std::string(kRsa512.publicKey)));
+                      jni.newHex("305e020100300d06092a864886f70d0101010500044a" + std::string(kRsa512.publicKey)));
     for (int i = 0; i < 2; ++i) { // a failure leaves the engine initialised
         entries->sign(env, object);
         EXPECT_EQ(jni.takePending(),
@@ -156,7 +156,7 @@ TEST_F(RsaSignature, RefusalsOfSign) {
     }
     EXPECT_EQ(entries->verify(env, object, nullptr), JNI_FALSE);
     EXPECT_EQ(jni.takePending(), kNotForVerifying);
-    EXPECT_EQ(hexOf(entries->sign(env, object)), kRsa512.sha256.right) << "the hash is untouched by all this";
+    EXPECT_EQ(FakeJni::hexOf(entries->sign(env, object)), kRsa512.sha256.right) << "the hash is untouched by all this";
 }
 
 TEST_F(RsaSignature, RefusalsOfVerify) {
@@ -175,12 +175,12 @@ TEST_F(RsaSignature, RefusalsOfVerify) {
     initVerify(kRsa512);
     updateAbc();
     for (const Case& c : cases) {
-        EXPECT_EQ(entries->verifySlice(env, object, array(c.signature), c.offset, c.length), JNI_FALSE);
+        EXPECT_EQ(entries->verifySlice(env, object, jni.newHex(c.signature), c.offset, c.length), JNI_FALSE);
         EXPECT_EQ(jni.takePending(), c.raised);
     }
     EXPECT_EQ(entries->verify(env, object, nullptr), JNI_FALSE);
     EXPECT_EQ(jni.takePending(), kNullArray);
-    EXPECT_EQ(entries->verifySlice(env, object, array("ff" + right), 1, 64), JNI_TRUE) << "the hash is untouched";
+    EXPECT_EQ(entries->verifySlice(env, object, jni.newHex("ff" + right), 1, 64), JNI_TRUE) << "the hash is untouched";
 }
 
 // Moduli of 1, 0, 1, 33 and 36 bytes: a status or a verdict, and nothing outside a buffer.
@@ -193,7 +193,7 @@ TEST_F(RsaSignature, OddModuli) {
                                                {"3027022200" + std::string(66, 'f') + "020103", 33, "false"},
                                                {"302a022500" + std::string(72, 'e') + "020103", 36, "false"}}) {
             SCOPED_TRACE(der);
-            entries->initVerify(env, object, array(der));
+            entries->initVerify(env, object, jni.newHex(der));
             EXPECT_EQ(verdict(std::string(static_cast<std::size_t>(2 * k), '1')), expected);
             const std::vector<std::uint8_t> key = fromHex(der), signature(40, 0x11);
             ZelShaWithRsaSignature engine(kind.type);

@@ -59,14 +59,6 @@ protected:
         FakeJniTest::TearDown();
     }
 
-    jbyteArray array(const std::string& hex) {
-        const std::vector<std::uint8_t> bytes = fromHex(hex);
-        return jni.newBytes(Bytes(bytes.begin(), bytes.end()));
-    }
-    static std::string hexOf(jbyteArray bytes) {
-        const Bytes& content = FakeJni::of(bytes).bytes;
-        return toHex({reinterpret_cast<const std::uint8_t*>(content.data()), content.size()});
-    }
     // "abc", in both forms of update.
     void updateAbc() {
         entries->updateByte(env, object, 'a');
@@ -75,7 +67,7 @@ protected:
     // The verdict on a signature of "abc" by the engine that is initialised: "true", "false" or the exception.
     std::string verdict(const std::string& signature) {
         updateAbc();
-        const bool isValid = entries->verify(env, object, array(signature)) != JNI_FALSE;
+        const bool isValid = entries->verify(env, object, jni.newHex(signature)) != JNI_FALSE;
         const std::string raised = jni.takePending();
         return raised.empty() ? isValid ? "true" : "false" : raised;
     }
