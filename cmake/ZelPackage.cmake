@@ -11,9 +11,10 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "For native programs: the check of a file against a detached signature, RSA with SHA-256, and
- the program zelverify. The library is also the native half of the Java security provider Zel, to which it gives SHA-1,
- SHA-256, AES-256, RSA, DSA and random numbers.")
+string(CONCAT CPACK_DEBIAN_PACKAGE_DESCRIPTION
+  "For native programs: the check of a file against a detached signature, RSA with SHA-256, and the program zelverify. "
+  "The library is also the native half of the Java security provider Zel, to which it gives SHA-1, SHA-256, AES-256, RSA, "
+  "DSA and random numbers.")
 set(CPACK_RESOURCE_FILE_LICENSE "${PROJECT_SOURCE_DIR}/LICENSE")
 # What a package must look like whatever the umask of whoever makes it.
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
