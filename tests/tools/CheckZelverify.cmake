@@ -28,6 +28,7 @@ elseif(EXISTS /proc/self/mem) # which opens
   expect(2 "^zelverify: /proc/self/mem: cannot be read" key.der /proc/self/mem)
 endif()
 expect(1 "^zelverify: forged: bad signature: the signature is of another file" key.der forged) # the library's check takes it
+expect(1 "^zelverify: shifted: bad signature: the signature is of another file" key.der shifted) # one zero octet too many
 expect(2 "no-key: cannot be read" no-key good)
 expect(2 "good: is no RSA public key in DER" good good)
 expect(2 "no-file: cannot be read" key.der no-file)
