@@ -19,8 +19,7 @@ public:
 
     // nextBytes: fills the array. Raises "java/security/ProviderException" with "error generating random numbers" and
     // the status; the array is then filled in part.
-    // In/out:  the bytes are drawn in pieces outside the array, so that
-    // neither the VM nor other threads are held up.
+    // In/out:  the bytes are drawn in pieces outside the array, so that neither the VM nor other threads are held up.
     void nextBytes(JNIEnv* env, jobject object, jbyteArray bytes);
 
     // generateSeed: a new array filled by nextBytes, returned also when that has raised.
