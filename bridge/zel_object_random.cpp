@@ -1,7 +1,6 @@
 #include "bridge/java_exceptions.h"
-#include "bridge/native_info.h"
+#include "bridge/shared_random.h"
 #include "bridge/zel_object.h"
-#include "core/random/random.h"
 #include "platform/static_lock.h"
 
 #include <atomic>
@@ -40,4 +39,12 @@ RandomContext* ZelObject::getRandomContext(JNIEnv* env) {
 
 bool isSharedRandomReady() {
     return sharedContext.load(std::memory_order_acquire) != nullptr;
+}
+
+Status drawShared(void* context, std::uint32_t length, std::uint8_t* buffer) {
+    Status status = OK;
+    do {
+        status = randomGenerateCallback(context, length, buffer);
+    } while (status == ERR_RTOS_MUTEX_WAIT); // the core's limit, or an owner that has ended
+    return status;
 }
