@@ -13,6 +13,9 @@
 
 namespace {
 
+// What the Java side looks for in the library's file before it loads it; nothing here reads it.
+[[gnu::used]] constexpr char kVersionMark[] = "zelspi version " ZEL_VERSION;
+
 constexpr char kClassName[] = "com/vantrel/zel/provider/internal/NativeInfo";
 
 // One line for each primitive: its name, a tab, the kernel in use.
