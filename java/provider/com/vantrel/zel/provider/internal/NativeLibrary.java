@@ -157,7 +157,7 @@ public final class NativeLibrary {
             Module module = NativeLibrary.class.getModule();
             throw new ProviderException("cannot load the native library " + described + ": start Java with"
                     + " --enable-native-access=" + (module.isNamed() ? module.getName() : "ALL-UNNAMED")
-                    + ", " + e.getMessage(), e);
+                    + " (" + e.getMessage() + ")", e);
         }
     }
 
