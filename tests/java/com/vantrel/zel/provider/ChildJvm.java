@@ -19,7 +19,7 @@ import java.util.concurrent.TimeUnit;
  */
 final class ChildJvm {
     private static final int FIRST_VERSION_THAT_WARNS = 22;
-    private static final int FIRST_VERSION_THAT_CAN_DENY = 24;
+    static final int FIRST_VERSION_THAT_CAN_DENY = 24;
 
     final int exitCode;
     final String out;
@@ -77,9 +77,9 @@ final class ChildJvm {
         return runAfter(List.of(), arguments);
     }
 
-    /** Runs java where no file can be larger than 100 KiB, which stands in for a full disk. */
-    static ChildJvm runWithoutRoom(List<String> arguments) throws IOException, InterruptedException {
-        String limited = "ulimit -f 200; java=$1; shift; exec \"$java\" -XX:-UsePerfData \"$@\"";
+    /** Runs java under a limit that the shell's command ulimit sets. */
+    static ChildJvm runLimited(String limit, List<String> arguments) throws IOException, InterruptedException {
+        String limited = "ulimit " + limit + "; java=$1; shift; exec \"$java\" -XX:-UsePerfData \"$@\"";
         return runAfter(List.of("sh", "-c", limited, "sh"), arguments);
     }
 

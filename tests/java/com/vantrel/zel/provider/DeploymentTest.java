@@ -36,6 +36,13 @@ class DeploymentTest {
                 .toString();
         String classPath = jar + File.pathSeparator + classes;
         String module = "com.vantrel.zel.provider";
+        if (Runtime.version().feature() >= ChildJvm.FIRST_VERSION_THAT_CAN_DENY) {
+            String byClass = Files.writeString(folder.resolve("byClass"),
+                    "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\n").toString();
+            String said = ChildJvm.run(List.of("--illegal-native-access=deny", "-cp", classPath,
+                    "-Djava.security.properties=" + byClass, probe, "registered")).err;
+            assertTrue(said.contains("start Java with --enable-native-access=ALL-UNNAMED"), said);
+        }
         assertEquals("null 32", probe("ALL-UNNAMED", "-cp", classPath, probe, "loader"));
         assertEquals("null 32", probe("ALL-UNNAMED", "-cp", classPath, "-Djava.security.properties=" + byName,
                 probe, "registered"));

@@ -1,31 +1,40 @@
 package com.vantrel.zel.provider;
 
-import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertFalse;
+import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import com.vantrel.zel.provider.internal.NativeLibrary;
+import com.vantrel.zel.provider.internal.Version;
 import java.io.File;
 import java.io.IOException;
-import java.lang.reflect.InvocationTargetException;
 import java.net.URL;
 import java.net.URLClassLoader;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.FileTime;
+import java.security.GeneralSecurityException;
 import java.security.MessageDigest;
 import java.security.Provider;
 import java.security.ProviderException;
 import java.security.Security;
 import java.time.Duration;
 import java.time.Instant;
+import java.util.ArrayList;
+import java.util.Collections;
 import java.util.List;
-import java.util.stream.Stream;
+import java.util.concurrent.Callable;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+import java.util.concurrent.Future;
+import java.util.concurrent.locks.LockSupport;
 import java.util.zip.ZipEntry;
 import java.util.zip.ZipFile;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.condition.DisabledOnOs;
+import org.junit.jupiter.api.condition.EnabledOnOs;
 import org.junit.jupiter.api.condition.OS;
 import org.junit.jupiter.api.io.TempDir;
 
@@ -34,19 +43,24 @@ class LoadingTest {
     private static final Path LIBRARY = Path.of(System.getProperty("zel.library"));
     private static final String NAME = LIBRARY.getFileName().toString();
     private static final boolean IS_WINDOWS = OS.WINDOWS.isCurrentOs();
+    private static final String IN_JAR = "/native/" + (IS_WINDOWS ? "windows" : "linux") + "-x86_64/" + NAME;
+    private static final int ELF_MACHINE = 18; // offset in the ELF header
+    private static final int PE_HEADER = 0x3c; // says where in a DLL that header stands, 4 bytes before the machine
+    private static final byte ANOTHER_MACHINE = (byte) 183;
 
     @TempDir Path folder;
     private Path temporary;
     private Path libraryPath;
 
-    /** Run in a child: prints which provider answers and the size of a digest, or what the provider complains of. */
+    /** Run in a child: prints which provider answers, the size of a digest and whence the library, or the provider's complaint. */
     public static final class Probe {
         public static void main(String[] args) throws Exception {
             try {
                 Security.insertProviderAt(new ZelSecurityProvider(), 1);
                 MessageDigest digest = MessageDigest.getInstance("SHA-1");
                 digest.update((byte) 'a');
-                System.out.println(digest.getProvider().getName() + " " + digest.digest().length);
+                System.out.println(digest.getProvider().getName() + " " + digest.digest().length + " "
+                        + NativeLibrary.origin());
             } catch (ProviderException e) {
                 System.out.println(e.getMessage());
             }
@@ -61,19 +75,43 @@ class LoadingTest {
         }
     }
 
-    /** Run in a child: prints for each of two class loaders the size of a digest, or what the provider complains of. */
-    public static final class TwoLoaders {
+    /** Run in a child: many class loaders load the provider at once, each closing the jar behind itself. */
+    public static final class ManyLoaders {
+        private static final int LOADERS = 40;
+
         public static void main(String[] args) throws Exception {
-            for (int i = 0; i < 2; ++i) {
-                URL[] jar = {Path.of(args[0]).toUri().toURL()};
-                ClassLoader loader = new URLClassLoader(jar, ClassLoader.getPlatformClassLoader());
-                try {
-                    Object zel = loader.loadClass("com.vantrel.zel.provider.ZelSecurityProvider").getConstructor().newInstance();
-                    System.out.println(MessageDigest.getInstance("SHA-1", (Provider) zel).digest().length);
-                } catch (InvocationTargetException e) {
-                    System.out.println(e.getCause().getMessage());
+            URL[] jar = {new File(args[0]).toURI().toURL()};
+            Callable<Object> load = () -> {
+                try (URLClassLoader loader = new URLClassLoader(jar, null)) {
+                    return loader.loadClass(ZelSecurityProvider.class.getName()).getConstructor().newInstance();
                 }
+            };
+            ExecutorService threads = Executors.newFixedThreadPool(LOADERS);
+            for (Future<Object> provider : threads.invokeAll(Collections.nCopies(LOADERS, load))) {
+                System.out.println(provider.get());
             }
+            threads.shutdown();
+        }
+    }
+
+    /** Run in a child that has room for few threads: asks for a digest while there are no more, and when there are. */
+    public static final class ShortOfThreads {
+        public static void main(String[] args) throws Exception {
+            Provider zel = new ZelSecurityProvider();
+            List<Thread> threads = new ArrayList<>();
+            assertThrows(OutOfMemoryError.class, () -> {
+                for (;;) {
+                    Thread thread = new Thread(LockSupport::park);
+                    thread.start();
+                    threads.add(thread);
+                }
+            });
+            assertThrows(GeneralSecurityException.class, () -> MessageDigest.getInstance("SHA-1", zel));
+            for (Thread thread : threads) {
+                LockSupport.unpark(thread);
+                thread.join();
+            }
+            System.out.println(MessageDigest.getInstance("SHA-1", zel).digest().length);
         }
     }
 
@@ -92,9 +130,14 @@ class LoadingTest {
                 "-Djava.library.path=" + libraryPath);
     }
 
-    private void assertLoads(String classPath, int foldersLeft) throws Exception {
-        assertEquals("Zel 20", probe(classPath, temporary));
-        assertEquals(foldersLeft, temporary.toFile().list().length);
+    /** Whether the library was loaded, leaving nothing behind: on Windows one copy, which a start two days later sweeps. */
+    private void assertLoads(String classPath, String origin) throws Exception {
+        assertEquals("Zel 20 " + origin, probe(classPath, temporary));
+        File[] left = temporary.toFile().listFiles();
+        assertTrue(left.length <= (IS_WINDOWS ? 1 : 0));
+        for (File copy : left) {
+            Files.setLastModifiedTime(copy.toPath(), FileTime.from(Instant.now().minus(Duration.ofDays(2))));
+        }
     }
 
     /** The provider's classes without the native libraries. */
@@ -113,24 +156,41 @@ class LoadingTest {
     }
 
     @Test
-    void fromTheLibraryPathOrTheJar() throws Exception {
-        assertLoads(ChildJvm.providerJar(), IS_WINDOWS ? 1 : 0); // Windows cannot delete a library that is loaded
-        for (File left : temporary.toFile().listFiles()) {
-            Files.setLastModifiedTime(left.toPath(), FileTime.from(Instant.now().minus(Duration.ofDays(2))));
-        }
-        assertLoads(ChildJvm.providerJar(), IS_WINDOWS ? 1 : 0); // a later start sweeps the former's
-        Files.copy(LIBRARY, libraryPath.resolve(NAME));
-        assertLoads(classesOnly(), IS_WINDOWS ? 1 : 0);
+    void fromTheJarOrTheLibraryPath() throws Exception {
+        String inJar = "jar:" + new File(ChildJvm.providerJar()).toURI().toASCIIString() + "!" + IN_JAR;
+        assertLoads(ChildJvm.providerJar(), inJar);
+        Path installed = Files.copy(LIBRARY, libraryPath.resolve(NAME));
+        String classes = classesOnly();
+        assertLoads(classes, installed.toString());
+        assertLoads(ChildJvm.providerJar(), installed.toString());
+        // Of another version: what cannot be read as one stands for it.
+        String content = Files.readString(installed, StandardCharsets.ISO_8859_1);
+        Files.writeString(installed, content.replace("zelspi version " + Version.TEXT, "zelspi version 0.0.0"),
+                StandardCharsets.ISO_8859_1);
+        assertLoads(ChildJvm.providerJar(), inJar);
+        String said = probe(classes, temporary);
+        assertTrue(said.endsWith("in the provider's jar; " + installed + " is of version 0.0.0, the provider ("
+                + new File(classes).toURI() + "com/vantrel/zel/provider/internal/NativeLibrary.class) of version " + Version.TEXT), said);
     }
 
     @Test
-    void inTwoClassLoaders() throws Exception {
-        List<String> options = options("", temporary);
-        assertEquals("20\n20\n", ChildJvm.outputOf(TwoLoaders.class, options, ChildJvm.providerJar()));
-        Path installed = Files.copy(LIBRARY, libraryPath.resolve(NAME));
-        String said = ChildJvm.outputOf(TwoLoaders.class, options, ChildJvm.providerJar());
-        assertTrue(said.startsWith("20\ncannot load the native library " + installed + " on "), said);
-        assertTrue(said.contains("already loaded in another classloader"), said);
+    void byManyClassLoadersAtOnce() throws Exception {
+        for (Path path : List.of(folder, LIBRARY.getParent())) { // without a library and with one that only one can load
+            assertEquals(("Zel version " + Version.TEXT + "\n").repeat(ManyLoaders.LOADERS), ChildJvm.outputOf(ManyLoaders.class,
+                    List.of("-Djava.io.tmpdir=" + temporary, "-Djava.library.path=" + path), ChildJvm.providerJar()));
+        }
+        assertTrue(IS_WINDOWS || temporary.toFile().list().length == 0);
+    }
+
+    /** Java's own threads are made with stacks of 256 MiB in 12 GB of addresses: there is room for some thirty. */
+    @Test
+    @EnabledOnOs(OS.LINUX)
+    void aShortageOfThreadsPasses() throws Exception {
+        List<String> options = new ArrayList<>(ChildJvm.nativeAccess("ALL-UNNAMED"));
+        options.addAll(List.of("-Xmx64m", "-XX:+UseSerialGC", "-Xlog:disable", "-XX:ThreadStackSize=262144", "-cp",
+                System.getProperty("java.class.path"), ShortOfThreads.class.getName()));
+        ChildJvm child = ChildJvm.runLimited("-v 12000000", options);
+        assertEquals("20\n", child.out, child.err);
     }
 
     /** Programs that have the library need not have the provider's classes. */
@@ -140,66 +200,34 @@ class LoadingTest {
                 List.of("-Xcheck:jni", "-cp", ChildJvm.testClasses()), LIBRARY.toString()));
     }
 
+    /** A library for another machine is told, not replaced by the jar's. */
     @Test
-    @DisabledOnOs(value = OS.WINDOWS, disabledReason = "the build is on Linux")
-    void theJarCarriesTheLibraryOfEachPlatformBuilt() throws Exception {
-        Path windows = LIBRARY.resolveSibling("../windows/zelspi.dll");
-        try (ZipFile jar = new ZipFile(ChildJvm.providerJar())) {
-            assertArrayEquals(Files.readAllBytes(LIBRARY), inJar(jar, "native/linux-x86_64/libzelspi.so"));
-            assertArrayEquals(Files.exists(windows) ? Files.readAllBytes(windows) : null,
-                    inJar(jar, "native/windows-x86_64/zelspi.dll"));
-        }
-    }
-
-    private static byte[] inJar(ZipFile jar, String name) throws IOException {
-        ZipEntry entry = jar.getEntry(name);
-        return entry == null ? null : jar.getInputStream(entry).readAllBytes();
-    }
-
-    @Test
-    void theLibraryPathIsPreferredEvenWhenItsLibraryCannotBeLoaded() throws Exception {
-        Path foreign = Files.writeString(libraryPath.resolve(NAME), "no library");
-        String said = ChildJvm.run(Probe.class, options(ChildJvm.providerJar(), temporary)).out; // the VM itself may warn of it
+    void whatIsMissingOrUnfitIsNamed() throws Exception {
+        byte[] library = Files.readAllBytes(LIBRARY);
+        library[IS_WINDOWS ? Byte.toUnsignedInt(library[PE_HEADER]) + 4 : ELF_MACHINE] = ANOTHER_MACHINE;
+        Path foreign = Files.write(libraryPath.resolve(NAME), library);
+        String said = probe(ChildJvm.providerJar(), temporary);
         assertTrue(said.startsWith("cannot load the native library " + foreign + " on "), said);
-    }
+        Files.delete(foreign);
 
-    @Test
-    void whatIsMissingIsNamed() throws Exception {
-        String said = probe(classesOnly(), temporary);
+        said = probe(classesOnly(), temporary);
         assertTrue(said.startsWith("no native library for "), said);
         assertTrue(said.contains(NAME + " in java.library.path (" + libraryPath + ")"), said);
-        assertTrue(said.contains("/" + NAME + " in the provider's jar"), said);
+        assertTrue(said.contains(IN_JAR + " in the provider's jar"), said);
 
         Path missing = temporary.resolve("missing");
         said = ChildJvm.run(Probe.class, options(ChildJvm.providerJar(), missing)).out; // the VM itself may warn of the folder
-        assertTrue(said.startsWith("cannot unpack /native/"), said);
+        assertTrue(said.startsWith("cannot unpack " + IN_JAR), said);
         assertTrue(said.contains("into " + missing), said);
     }
 
+    /** No file can be larger than 100 KiB, which stands in for a full disk. */
     @Test
     @DisabledOnOs(value = OS.WINDOWS, disabledReason = "has no limit on the size of files")
     void withoutRoomNothingIsLeft() throws Exception {
-        String said = ChildJvm.runWithoutRoom(List.of("-cp", ChildJvm.providerJar() + File.pathSeparator
+        String said = ChildJvm.runLimited("-f 200", List.of("-cp", ChildJvm.providerJar() + File.pathSeparator
                 + ChildJvm.testClasses(), "-Djava.io.tmpdir=" + temporary, Probe.class.getName())).out;
         assertTrue(said.contains("into " + temporary) && said.endsWith("File too large\n"), said);
         assertEquals(0, temporary.toFile().list().length);
-    }
-
-    @Test
-    void staleFoldersAreSweptAndFreshOnesAreNot() throws Exception {
-        Path stale = Files.createDirectory(temporary.resolve("zelspi-1-a-0"));
-        Files.copy(LIBRARY, stale.resolve(NAME));
-        Path fresh = Files.createDirectory(temporary.resolve("zelspi-2-b-0"));
-        Path foreign = Files.createDirectory(temporary.resolve("other"));
-        Path installed = Files.createDirectory(folder.resolve("installed"));
-        Path library = Files.copy(LIBRARY, installed.resolve(NAME));
-        // On Windows symbolic links want a privilege.
-        Path link = IS_WINDOWS ? fresh : Files.createSymbolicLink(temporary.resolve("zelspi-3-c-0"), installed);
-        for (Path old : List.of(stale, foreign, installed)) {
-            Files.setLastModifiedTime(old, FileTime.from(Instant.now().minus(Duration.ofDays(2))));
-        }
-        assertEquals("Zel 20", probe(ChildJvm.providerJar(), temporary));
-        assertFalse(Files.exists(stale));
-        assertTrue(Stream.of(fresh, foreign, link, library).allMatch(Files::exists));
     }
 }
