@@ -10,7 +10,6 @@
 #include <jni.h>
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -18,12 +17,14 @@
 
 // One object of the environment: an instance of a Java class, a class itself, a throwable or a byte array.
 struct FakeObject {
-    std::string className;               // of a class object: the class that it stands for
-    std::map<std::string, jlong> fields; // long fields
-    std::string message;                 // of a throwable
-    FakeObject* cause = nullptr;         // of a throwable
-    std::vector<jbyte> bytes;            // of a byte array
-    jsize claimedLength = -1; // of a byte array: what GetArrayLength says instead of the truth; -1: the truth
+    std::string className;            // of a class object: the class that it stands for
+    jlong context0 = 0;               // of an instance
+    bool hasContext0 = true;          // whether its class has the field
+    std::uint64_t liveWhenStored = 0; // the blocks alive when the field was last written
+    std::string message;              // of a throwable
+    FakeObject* cause = nullptr;      // of a throwable
+    std::vector<jbyte> bytes;         // of a byte array
+    jsize claimedLength = -1;         // of a byte array: what GetArrayLength says instead of the truth; -1: the truth
 };
 
 class FakeJni {
@@ -39,26 +40,22 @@ public:
 
     // Objects; the environment owns them.
     jobject newEngineObject(bool hasContext0 = true);
-    jbyteArray newBytes(std::vector<jbyte> bytes);
-    jbyteArray newHex(const std::string& hex);
-    static std::string hexOf(jbyteArray bytes);
+    jbyteArray newBytes(const std::vector<std::uint8_t>& bytes);
     static FakeObject& of(jobject object);
-    static jlong context0(jobject object);
 
-    // What is pending: "class: message", with " < class: message" for each cause; empty when nothing is.
-    std::string pending() const;
-    // The same, and nothing is pending any more.
+    // What is pending, and is not any more: "class: message", with " < class: message" for each cause; else empty.
     std::string takePending();
 
-    // Switches.
-    std::string classNotFound;            // FindClass fails for this class
-    bool throwNewFails = false;           // ThrowNew reports failure and leaves nothing pending
-    bool newByteArrayFails = false;       // NewByteArray leaves an OutOfMemoryError
-    bool newByteArrayGivesNull = false;   // ... returns null and leaves nothing pending
-    bool criticalFails = false;           // GetPrimitiveArrayCritical returns null
-    bool criticalPins = false;            // GetPrimitiveArrayCritical returns the array itself, not a copy
-    std::function<void()> onSetLongField; // runs in front of every SetLongField
-    int fieldLookupsUntilFailure = -1;    // GetFieldID fails after this many more lookups; -1: never
+    // refuse: the call of the function with this number from now on fails, once; quietly: without leaving an exception.
+    // "call": of any of the three that look up a field, make an array and open a region. 0 refuses none.
+    void refuse(const std::string& function, unsigned number, bool quietly = false);
+    // refused: whether the call chosen by refuse has come and failed.
+    bool refused() const {
+        return hasRefused_;
+    }
+
+    bool isExempt = false;     // no "call" is refused or counted
+    bool criticalPins = false; // GetPrimitiveArrayCritical returns the array itself, not a copy
 
     std::vector<std::string> violations;
     int localReferences = 0; // made and not yet deleted, arrays left out: those go back to Java
@@ -70,20 +67,26 @@ private:
     struct Env : JNIEnv_ {
         FakeJni* self;
     };
+    enum Allowed { kNormally, kWhilePending, kInRegion, kAlways };
 
     static FakeJni& self(JNIEnv* env);
     void installObjects(); // the entries of the function table
     void installExceptions();
     void installArrays();
     FakeObject* add(std::string className);
-    void enter(const char* function, bool allowedWhilePending = false, bool allowedInRegion = false);
-    void raise(const char* className, const char* message);
+    // Every function begins with this: holds it against the rules; whether it is refused.
+    bool enter(const char* function, Allowed allowed = kNormally);
+    void raise(const char* className, const std::string& message);
+    void raiseUnlessQuiet(const char* className, const std::string& message);
 
     JNINativeInterface_ table_{};
     Env env_{};
     std::vector<std::unique_ptr<FakeObject>> objects_;
     std::multimap<void*, std::pair<FakeObject*, std::vector<jbyte>>> regions_; // open regions by address, with copies
     FakeObject* pending_ = nullptr;
+    std::string refusedFunction_;
+    unsigned callsLeft_ = 0; // to the refused one, itself counted
+    bool isQuiet_ = false, hasRefused_ = false;
 };
 
 #endif

@@ -1,12 +1,15 @@
 // What stays on the stack of a thread when an engine or an operation has returned to it.
 #include "bridge/aes_cbc_stream.h"
-#include "bridge/zel_object.h"
+#include "bridge/zel_sha_with_rsa_signature.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/rsa.h"
 #include "core/random/fips186.h"
 #include "core/random/random.h"
-#include "tests/bridge/engine_uses.h"
+#include "tests/bridge/script.h"
+#include "tests/support/hex.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <functional>
@@ -16,9 +19,23 @@ namespace {
 
 using Octets = std::vector<std::uint8_t>;
 
+// Runs work so deep in the stack that nothing overwrites its frames when it has returned.
+Status runDeep(const std::function<Status()>& work) {
+    volatile char room[8192];
+    room[0] = 1;
+    const Status status = work();
+    room[sizeof room - 1] = room[0];
+    return status;
+}
+
+struct Run {
+    const std::function<Status()>& work;
+    Status status;
+};
+
 // The stack of a thread of its own on which work() has run for the third time: the linker, which looks a function up
 // at its first call, saves the registers on the stack, and the first use does not yet free what an earlier one left.
-std::vector<std::uint64_t> stackAfter(const std::function<void()>& work) {
+std::vector<std::uint64_t> stackAfter(const std::function<Status()>& work) {
     std::vector<std::uint64_t> stack;
     for (int round = 0; round < 3; ++round) {
         stack.assign(1 << 15, 0);
@@ -27,11 +44,14 @@ std::vector<std::uint64_t> stackAfter(const std::function<void()>& work) {
         EXPECT_EQ(pthread_attr_init(&attributes), 0);
         EXPECT_EQ(pthread_attr_setstack(&attributes, stack.data(), stack.size() * sizeof stack[0]), 0);
         const auto run = [](void* argument) -> void* {
-            (*static_cast<const std::function<void()>*>(argument))();
+            auto& todo = *static_cast<Run*>(argument);
+            todo.status = runDeep(todo.work);
             return nullptr;
         };
-        EXPECT_EQ(pthread_create(&thread, &attributes, run, const_cast<std::function<void()>*>(&work)), 0);
+        Run todo = {work, ERR_GENERAL};
+        EXPECT_EQ(pthread_create(&thread, &attributes, run, &todo), 0);
         EXPECT_EQ(pthread_join(thread, nullptr), 0);
+        EXPECT_EQ(todo.status, OK);
     }
     return stack;
 }
@@ -76,15 +96,15 @@ TEST(Stack, OfTheCipher) {
     AesCbcStream whole, encrypt, decrypt;
     ASSERT_EQ(whole.init(AesCbcStream::kEncryptMode, iv, key.data()), OK);
     ASSERT_EQ(whole.encryptFinal(from, 1000, sent.data()), OK);
-    const std::function<void()> calls[] = {
-        [&] { EXPECT_EQ(encrypt.init(AesCbcStream::kEncryptMode, iv, key.data()), OK); },
-        [&] { EXPECT_EQ(encrypt.update(from, 0, 303, output.data()), OK); },
-        [&] { EXPECT_EQ(encrypt.encryptFinal(from, 1000, output.data()), OK); },
-        [&] { EXPECT_EQ(decrypt.init(AesCbcStream::kDecryptMode, iv, key.data()), OK); },
-        [&] {
+    const std::function<Status()> calls[] = {
+        [&] { return encrypt.init(AesCbcStream::kEncryptMode, iv, key.data()); },
+        [&] { return encrypt.update(from, 0, 303, output.data()); },
+        [&] { return encrypt.encryptFinal(from, 1000, output.data()); },
+        [&] { return decrypt.init(AesCbcStream::kDecryptMode, iv, key.data()); },
+        [&]() -> Status {
             AesCbcStream::Ending ending;
-            EXPECT_EQ(decrypt.decryptEnding(sent.data(), 1008, &ending), OK);
-            EXPECT_EQ(decrypt.decryptFinal(sent.data(), ending, output.data()), OK);
+            RETURN_IF_ERROR(decrypt.decryptEnding(sent.data(), 1008, &ending));
+            return decrypt.decryptFinal(sent.data(), ending, output.data());
         },
     };
     for (const auto& call : calls) {
@@ -95,9 +115,8 @@ TEST(Stack, OfTheCipher) {
 }
 
 TEST(Stack, OfAnRsaSignature) {
-    EngineUses engines;
     ScopedKey key;
-    const Octets der = fromHex(EngineUses::keys().rsaPrivate);
+    const Octets der = fromHex(readScript("rsa_keys.txt").front().values.at("rsa512Private"));
     ASSERT_EQ(AsymKey_FromPkcs8Der(der.data(), static_cast<std::uint32_t>(der.size()), key.get()), OK);
     const RSAKey& rsa = *asymKeyRsa(key.get());
     std::vector<Octets> secrets;
@@ -105,7 +124,17 @@ TEST(Stack, OfAnRsaSignature) {
         secrets.push_back(octetsOf(value->units, value->length));
         secrets.push_back(reversed(secrets.back(), secrets.back().size()));
     }
-    expectNone(stackAfter([&] { EXPECT_EQ(engines.signsRsa(), "right"); }), secrets);
+    FakeJni jni;
+    jni.criticalPins = true;
+    const jbyteArray keyBytes = jni.newBytes(der), message = jni.newBytes({'a', 'b', 'c'});
+    ZelShaWithRsaSignature engine(kSignatureSha256);
+    expectNone(stackAfter([&]() -> Status {
+                   engine.initSign(jni.env(), nullptr, keyBytes);
+                   engine.update(jni.env(), nullptr, message, 0, 3);
+                   return engine.sign(jni.env(), nullptr) == nullptr ? ERR_GENERAL : OK;
+               }),
+               secrets);
+    EXPECT_EQ(jni.takePending(), "");
 }
 
 TEST(Stack, OfTheRandomGenerator) {
@@ -114,7 +143,7 @@ TEST(Stack, OfTheRandomGenerator) {
     RandomContext* const context = ZelObject::getRandomContext(jni.env());
     const auto stack = stackAfter([&] {
         std::uint8_t bytes[100];
-        EXPECT_EQ(randomGenerate(context, bytes, 100), OK);
+        return randomGenerate(context, bytes, 100);
     });
     const Octets key = octetsOf(context->state.xkey, 8); // its upper words are those of the last rounds
     expectNone(stack, {key, reversed(key, 64)});

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Writes rsa_vectors.inc: RSA keys of unusual sizes with PKCS#1 v1.5 signatures (RFC 8017, section 8.2) of "abc" by Python's
+"""Writes rsa_keys.txt: RSA keys of unusual sizes with PKCS#1 v1.5 signatures (RFC 8017, section 8.2) of "abc" by Python's
 pow.
 
-Usage: make_rsa_vectors.py > rsa_vectors.inc
+Usage: make_rsa_keys.py > scripts/rsa_keys.txt
 """
 import hashlib
 import random
@@ -45,18 +45,19 @@ def rsa(bits):
         encoded = b"\0\1" + b"\xff" * (k - 3 - len(info)) + b"\0" + info
         return pow(int.from_bytes(encoded, "big"), d, n).to_bytes(k, "big")
 
-    print(f"RSA_KEY({bits},\n    \"{item(0x30, integer(n), integer(e)).hex()}\",")
-    print(f"    \"{item(0x30, integer(0), rsa_id, item(4, pkcs1)).hex()}\",")
-    for end, algorithm in ((",", "sha1"), (")", "sha256")):
+    print(f"rsa{bits}Public = {item(0x30, integer(n), integer(e)).hex()}")
+    print(f"rsa{bits}Private = {item(0x30, integer(0), rsa_id, item(4, pkcs1)).hex()}")
+    for algorithm in PREFIXES:
         digest = hashlib.new(algorithm, b"abc").digest()
         # What a comparison of the DigestInfo's first bytes, as many as the digest has, still sees of the digest.
         seen = len(digest) - len(PREFIXES[algorithm]) // 2
         other = bytes(b ^ 1 for b in digest)
         tail = digest[:seen] + other[seen:]
-        head = digest[:seen - 1] + other[seen - 1:]
-        print("    " + ", ".join(f"\"{signed(algorithm, d).hex()}\"" for d in (digest, tail, head)) + end)
+        last = digest[:seen - 1] + other[seen - 1:seen] + digest[seen:]
+        for name, value in (("", digest), ("Tail", tail), ("Last", last)):
+            print(f"rsa{bits}{algorithm}{name} = {signed(algorithm, value).hex()}")
 
 
-print("// Written by make_rsa_vectors.py; change the script, not this file.")
+print("# Written by make_rsa_keys.py; change the script, not this file.")
 for size in (488, 512, 1024):
     rsa(size)
