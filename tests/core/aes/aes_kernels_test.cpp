@@ -125,24 +125,6 @@ TEST_F(AesKernels, DoWhatTheModesSay) {
     }
 }
 
-TEST_F(AesKernels, MakeTheSameSchedules) {
-    for (const Kernel<AesModes>& kernel : aesKernels()) {
-        for (int i = 0; kernel.isSupported() && i < 60; ++i) {
-            const auto rounds = static_cast<std::int32_t>(10 + 2 * (i % 3));
-            const auto keyBits = static_cast<std::uint32_t>(128 + 64 * (i % 3));
-            const Bytes key = randomBytes(keyBits / 8);
-            std::vector<std::uint32_t> expected(kAesMaxScheduleWords), actual = expected;
-            aesExpandKeyPortable(key.data(), keyBits, expected.data());
-            kernel.run.expandKey(key.data(), keyBits, actual.data());
-            EXPECT_EQ(actual, expected) << kernel.name << ", " << keyBits << " bits";
-            std::vector<std::uint32_t> expectedInverse(kAesMaxScheduleWords), inverse = expectedInverse;
-            aesInvertSchedulePortable(expected.data(), rounds, expectedInverse.data());
-            kernel.run.invertSchedule(expected.data(), rounds, inverse.data());
-            EXPECT_EQ(inverse, expectedInverse) << kernel.name << ", " << keyBits << " bits";
-        }
-    }
-}
-
 TEST_F(AesKernels, TheBestSupportedOneIsChosen) {
     const CpuFeatures& f = cpuFeatures();
     expectChosen("AES", aesKernels(), aesKernel(), {{"vaes", f.vaes}, {"aes-ni", f.aes && f.sse41 && f.ssse3}});

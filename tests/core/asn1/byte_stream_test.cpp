@@ -79,21 +79,4 @@ TEST_F(ByteStreamTest, MemAccessStaysInside) {
     EXPECT_EQ(stream.operations->getc(&memory, &octet), ERR_FALSE);
 }
 
-TEST_F(ByteStreamTest, NullPointers) {
-    EXPECT_EQ(MemStream_Init(nullptr, 5, kInput), ERR_NULL_POINTER);
-    EXPECT_EQ(ByteStream_Bind(nullptr, &memory), ERR_NULL_POINTER);
-    EXPECT_EQ(ByteStream_MemAccess({}, 0, 0), nullptr);
-    EXPECT_EQ(ByteStream_StopAccess({}, kInput), ERR_NULL_POINTER);
-    MemStream noBuffer{nullptr, 5, 0};
-    for (MemStream* const handle : {static_cast<MemStream*>(nullptr), &noBuffer}) {
-        EXPECT_EQ(stream.operations->memaccess(handle, 0, 0), nullptr);
-#define NULL_CASE(call) EXPECT_EQ(stream.operations->call, ERR_NULL_POINTER);
-#include "tests/core/asn1/stream_cases.inc"
-#undef NULL_CASE
-    }
-#define OUT_CASE(call) EXPECT_EQ(stream.operations->call, ERR_NULL_POINTER);
-#include "tests/core/asn1/stream_cases.inc"
-#undef OUT_CASE
-}
-
 } // namespace

@@ -157,27 +157,4 @@ TEST(Vlong, MontgomeryZeroAsADivisor) {
     EXPECT_EQ(out.get()->length, 0u);
 }
 
-TEST(Vlong, NullArguments) {
-    const Number n(5);
-    Number result;
-    vlong *v = n, *null = nullptr, **out = result.out();
-    MontgomeryCtx context{}, whole{}, *made = nullptr;
-    ASSERT_EQ(VLONG_initMontgomeryCtx(&whole, v, nullptr), OK);
-    std::uint8_t byte = 0, *bytes = nullptr;
-    std::uint32_t word = 0;
-    vlong **const q = nullptr, **const none = nullptr;
-    const Status statuses[] = {
-#include "tests/core/bignum/null_arguments.inc"
-    };
-    for (std::size_t i = 0; i < std::size(statuses); ++i) {
-        EXPECT_EQ(statuses[i], ERR_NULL_POINTER) << "call " << i;
-    }
-    EXPECT_EQ(VLONG_clearMontgomeryCtx(&whole, nullptr), OK);
-    EXPECT_EQ(n, Number(5));
-    EXPECT_EQ(VLONG_getUnit(nullptr, 0), 0U);
-    EXPECT_EQ(VLONG_cmp(nullptr, n), -1);
-    EXPECT_EQ(VLONG_cmpUnit(nullptr, 0), 0);
-    EXPECT_TRUE(VLONG_isZero(nullptr));
-}
-
 } // namespace

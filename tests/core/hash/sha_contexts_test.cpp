@@ -14,23 +14,6 @@ bool isZero(const void* record, std::size_t size) {
     return std::all_of(bytes, bytes + size, [](std::uint8_t byte) { return byte == 0; });
 }
 
-TEST(ShaContexts, NullPointers) {
-    std::uint8_t byte = 0, out[64];
-    for (const ShaAlgorithm& algorithm : kShaAlgorithms) {
-        SCOPED_TRACE(algorithm.name);
-        ShaContext context;
-        EXPECT_EQ(algorithm.init(nullptr), ERR_NULL_POINTER);
-        ASSERT_EQ(algorithm.init(&context), OK);
-        EXPECT_EQ(algorithm.update(nullptr, &byte, 1), ERR_NULL_POINTER);
-        EXPECT_EQ(algorithm.update(&context, nullptr, 0), ERR_NULL_POINTER);
-        EXPECT_EQ(algorithm.final(nullptr, out), ERR_NULL_POINTER);
-        EXPECT_EQ(algorithm.digest(nullptr, 0, out), ERR_NULL_POINTER);
-        EXPECT_EQ(algorithm.digest(&byte, 1, nullptr), ERR_NULL_POINTER);
-    }
-    EXPECT_EQ(sha1G(nullptr, out), ERR_NULL_POINTER);
-    EXPECT_EQ(sha1G(out, nullptr), ERR_NULL_POINTER);
-}
-
 TEST(ShaContexts, OnlySha2FinalsWipe) {
     std::uint8_t out[64];
     const std::uint8_t message[] = {'a', 'b', 'c'};

@@ -7,24 +7,6 @@
 
 namespace {
 
-TEST(StatusNames, TheTableHasItsFullSize) {
-    std::size_t errors = 0, informational = 0, successes = 0;
-    std::set<std::string> distinct;
-    for (std::int32_t code = 2000; code >= -100100; --code) {
-        if (const char* const text = statusName(code)) {
-            const std::string name = text;
-            errors += name.starts_with("ERR_");
-            informational += name.starts_with("STATUS_");
-            successes += name.starts_with("OK");
-            EXPECT_TRUE(distinct.insert(name).second) << name;
-        }
-    }
-    EXPECT_EQ(distinct.size(), 1667u);
-    EXPECT_EQ(errors, 1644u);
-    EXPECT_EQ(informational, 20u);
-    EXPECT_EQ(successes, 2u);
-}
-
 TEST(StatusNames, KnownCodesAndCodesWithoutAMember) {
 #define STATUS_CASE(code, name) EXPECT_STREQ(statusName(code), name) << code;
 #include "tests/core/status/status_cases.inc"
