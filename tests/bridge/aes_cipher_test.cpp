@@ -206,18 +206,18 @@ TEST_F(AesCipher, RefusalsOfTheVm) {
 
 // Allocations of a first init: the engine, its two buffers, the context.
 TEST_F(AesCipher, RefusalsOfTheHeap) {
-    testheap::refuse(1);
+    heapFaults().arm(1);
     init(kEncrypt);
     EXPECT_EQ(jni.takePending(), kNoMemory);
     EXPECT_EQ(jni.context0(object), 0);
     for (const std::uint64_t number : {2u, 3u}) { // what the engine could not get, its init gets
-        testheap::refuse(number);
+        heapFaults().arm(number);
         start(kEncrypt);
         EXPECT_EQ(doFinal({}), encrypted(padded({})));
     }
     AES_ENTRY(deleteContext0)(env, object);
     for (const std::uint64_t number : {4u, 1u}) { // also a repeated init, which takes the old context away
-        testheap::refuse(number);
+        heapFaults().arm(number);
         init(kEncrypt);
         EXPECT_EQ(jni.takePending(), kNotMade + " : ERR_AES");
         EXPECT_FALSE(reinterpret_cast<ZelAes256Cipher*>(jni.context0(object))->isInitialized());

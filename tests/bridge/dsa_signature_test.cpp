@@ -242,7 +242,7 @@ TEST_F(DsaSignature, LargeKeys) {
 
 TEST_F(DsaSignature, APublicKeyIsWholeOrAbsent) {
     const std::vector<std::uint8_t> der = fromHex(kDsa.publicKey);
-    testheap::failEach([&] {
+    refuseEach([&] {
         AsymmetricKey key{};
         const Status status = parseDSAPublicKey(der.data(), static_cast<std::uint32_t>(der.size()), &key);
         EXPECT_EQ(key.type, isError(status) ? kKeyEmpty : kKeyDsa);

@@ -4,7 +4,7 @@
 #define ZELSPI_TESTS_BRIDGE_FAKE_JNI_TEST_H
 
 #include "tests/bridge/fake_jni.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,7 @@ protected:
         EXPECT_EQ(testheap::liveBlocks(), liveBefore_);
     }
     void expectRulesKept() {
-        testheap::refuse(0);
+        heapFaults().arm(0);
         EXPECT_EQ(jni.pending(), "");
         EXPECT_EQ(jni.violations, std::vector<std::string>());
         EXPECT_EQ(jni.openRegions(), 0);

@@ -99,7 +99,7 @@ TEST_F(KeyPairs, Refusals) {
             EXPECT_EQ(generate(), nullptr);
             EXPECT_EQ(jni.takePending(), provider + "error generating " + name + " key pair : ERR_RTOS_MUTEX_WAIT");
         }
-        testheap::refuse(1);
+        heapFaults().arm(1);
         EXPECT_EQ(generate(), nullptr);
         EXPECT_EQ(jni.takePending().find(provider + "error creating " + name + " key pair : ERR_"), 0u);
         jni.newByteArrayGivesNull = true;

@@ -35,10 +35,10 @@ protected:
     }
     // What a use with that allocation refused comes to, "" when it does not get so far.
     std::string useWithout(std::uint64_t number) {
-        testheap::refuse(number);
+        heapFaults().arm(number);
         const std::string result = use();
-        const bool wasRefused = testheap::refused();
-        testheap::refuse(0);
+        const bool wasRefused = heapFaults().hasStruck();
+        heapFaults().arm(0);
         EXPECT_EQ(use(), "right") << "after " << result;
         engines_.deleteAll();
         return wasRefused ? result : "";
@@ -49,6 +49,7 @@ protected:
 TEST_P(ShortOfMemory, IsToldAndForgotten) {
     ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
     ASSERT_EQ(engines_.draws(), "right"); // the context stays
+    testheap::keep(4);
     ASSERT_EQ(use(), "right");
     engines_.deleteAll();
     const std::uint64_t live = testheap::liveBlocks(), dirty = testheap::dirtyFrees();

@@ -182,30 +182,30 @@ TEST_P(DigestEntries, RefusalsOfTheVm) {
 
 // Allocations of a first call: the engine, its context, and the fresh context after the digest.
 TEST_P(DigestEntries, RefusalsOfTheHeap) {
-    testheap::refuse(1);
+    heapFaults().arm(1);
     EXPECT_EQ(refused(c.digestNew(env, object)), kNoMemory);
     EXPECT_EQ(jni.context0(object), 0);
 
-    testheap::refuse(2);
+    heapFaults().arm(2);
     EXPECT_EQ(refused(c.digestNew(env, object)), kNoReset);
     EXPECT_NE(jni.context0(object), 0) << "the engine stays bound";
     c.updateByte(env, object, 'a');
     EXPECT_EQ(jni.takePending(), kNoUpdate);
     updateAbc(); // the array form makes up for the missing reset
-    testheap::refuse(1);
+    heapFaults().arm(1);
     EXPECT_EQ(digestHex(), c.ofAbc) << "the digest is good although the reset behind it failed";
     EXPECT_EQ(jni.takePending(), kNoReset);
-    testheap::refuse(1);
+    heapFaults().arm(1);
     updateAbc();
     EXPECT_EQ(jni.takePending(), kNoUpdate);
-    testheap::refuse(1);
+    heapFaults().arm(1);
     c.reset(env, object);
     EXPECT_EQ(jni.takePending(), kNoReset);
 
     const jbyteArray array = jni.newBytes(std::vector<jbyte>(40));
-    testheap::refuse(1);
+    heapFaults().arm(1);
     EXPECT_EQ(refused(c.digestInto(env, object, array, 0, 40)), kNoReset);
-    testheap::refuse(2);
+    heapFaults().arm(2);
     EXPECT_EQ(c.digestInto(env, object, array, 0, 40), c.digestBytes);
     EXPECT_EQ(jni.takePending(), kNoReset);
 }
@@ -235,13 +235,13 @@ TEST_P(DigestEntries, NativeSlots) {
     EXPECT_EQ(engine->nativeDigest(out.data(), 0), c.digestBytes);
     EXPECT_EQ(toHex(out) == c.ofAbc, c.digestBytes == 20);
 
-    testheap::refuse(1);
+    heapFaults().arm(1);
     EXPECT_EQ(engine->nativeReset(), ERR_MEM_ALLOC_FAIL);
-    testheap::refuse(1);
+    heapFaults().arm(1);
     EXPECT_EQ(engine->nativeUpdate(abc, 0, 4), ERR_MEM_ALLOC_FAIL);
-    testheap::refuse(1);
+    heapFaults().arm(1);
     EXPECT_EQ(engine->nativeDigest(out.data(), 0), ERR_MEM_ALLOC_FAIL);
-    testheap::refuse(2); // the fresh context behind a good digest
+    heapFaults().arm(2); // the fresh context behind a good digest
     expectDigest(c.ofEmpty);
 }
 

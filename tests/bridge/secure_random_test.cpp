@@ -53,6 +53,7 @@ TEST_F(SecureRandom, A_WithoutAContextOneExceptionStandsOnTheOther) {
     RandomContext* warm = nullptr; // the seed pool makes its mutexes
     ASSERT_EQ(randomAcquireContext(&warm), OK);
     ASSERT_EQ(randomReleaseContext(&warm), OK);
+    testheap::keep(2);
     const auto check = [&](auto call, std::size_t length, const std::string& raised) {
         const Fault fault(PlatformService::mutexCreate, 1);
         call(env, object, zeros(length));
@@ -93,6 +94,7 @@ TEST_F(SecureRandom, B_IsMadeOnce) {
     for (std::thread& thread : threads) {
         thread.join();
     }
+    testheap::keep(2); // the context and its mutex
     EXPECT_NE(handles[0], 0);
     EXPECT_EQ(handles[1], handles[0]);
     EXPECT_EQ(handles[2], handles[0]);

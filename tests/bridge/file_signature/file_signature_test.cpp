@@ -1,6 +1,6 @@
 // ZelUtil::checkFileSignature: verdicts, statuses and their order.
 #include "tests/bridge/file_signature/signed_file.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 #include <filesystem>
 
@@ -177,11 +177,11 @@ TEST_F(FileSignature, RefusedAllocations) {
     for (const unsigned size : {5U, 4U}) {
         const int unhindered = verdict(kPublicKey, content(size), signature);
         EXPECT_EQ(unhindered, size == 5 ? 0 : kBadSignature);
-        testheap::failEach([&] {
+        refuseEach([&] {
             const int status = check(kPublicKey, path_);
             const bool isRefusal = status == ERR_MEM_ALLOC_FAIL || status == ERR_RTOS_MUTEX_CREATE;
-            EXPECT_TRUE(status == unhindered || (isRefusal && testheap::refused())) << status;
-            return testheap::refused() ? ERR_MEM_ALLOC_FAIL : OK;
+            EXPECT_TRUE(status == unhindered || (isRefusal && heapFaults().hasStruck())) << status;
+            return heapFaults().hasStruck() ? ERR_MEM_ALLOC_FAIL : OK;
         });
     }
 }

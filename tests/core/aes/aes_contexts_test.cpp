@@ -1,6 +1,6 @@
 // Making and deleting contexts: key sizes, what a context holds, allocation, wiping.
 #include "core/aes/aes.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 #include <gtest/gtest.h>
 
@@ -38,7 +38,7 @@ TEST(AesContexts, OneOfEachMode) {
 
 TEST(AesContexts, AllocationAndRelease) {
     const std::uint64_t dirty = testheap::dirtyFrees();
-    testheap::failEach([] {
+    refuseEach([] {
         AesContext* context = aesCreateContext(kKey, 32, 1);
         return context == nullptr ? ERR_MEM_ALLOC_FAIL : aesDeleteContext(&context);
     });

@@ -1,7 +1,7 @@
 #include "core/asn1/asn1_check.h"
 #include "tests/support/asn1_outline.h"
 #include "tests/support/hex.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 namespace {
 
@@ -125,7 +125,7 @@ template <auto operation, typename... Arguments> Status failing(void* handle, Ar
 TEST(Asn1Parse, FailuresOfHeapAndStreamArePassedOn) {
     const Octets input = fromHex("30 12 04 03 02 01 05 03 07 00 30 04 02 00 05 00 04 02 05 01");
     const std::uint64_t dirty = testheap::dirtyFrees();
-    testheap::failEach([&input] { return Parsed(input).status; });
+    refuseEach([&input] { return Parsed(input).status; });
     EXPECT_EQ(testheap::dirtyFrees(), dirty);
     const auto ignore = [](Asn1Node*, ByteStream, void*) {
     };

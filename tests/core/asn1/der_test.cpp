@@ -1,7 +1,7 @@
 #include "core/asn1/der.h"
 
 #include "tests/support/hex.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 namespace {
 
@@ -15,7 +15,7 @@ Octets serialized(DerNode* root) {
     EXPECT_EQ(root->writtenAt, buffer);
     EXPECT_EQ(root->writtenLength, length);
     void* block = buffer;
-    EXPECT_EQ(memFree(&block), OK);
+    EXPECT_EQ(memWipeAndFree(&block, length), OK);
     return octets;
 }
 
@@ -98,7 +98,7 @@ TEST(Der, WrittenPlacesAndContentLeftOpen) {
     expectAt(opaque, 13, 2);
     EXPECT_EQ(root->childrenLength, 13U);
     void* block = buffer;
-    EXPECT_EQ(memFree(&block), OK);
+    EXPECT_EQ(memWipeAndFree(&block, length), OK);
     EXPECT_EQ(serialized(inner), fromHex("30 09 06 02 2A 03 04 03 00 00 00")); // part of a tree
     EXPECT_EQ(Der_AddItem(opaque, 5, 0, nullptr, nullptr), ERR_DER_ENCODER_OPAQUE);
     EXPECT_EQ(opaque->firstChild, nullptr);
@@ -177,7 +177,7 @@ TEST(Der, Refusals) {
 #define REFUSED_CASE(status, call) EXPECT_EQ(call, status);
 #include "tests/core/asn1/der_cases.inc"
 #undef REFUSED_CASE
-    testheap::refuse(1);
+    heapFaults().arm(1);
     DerNode* item = root.get();
     EXPECT_EQ(Der_AddItem(root.get(), 5, 0, nullptr, &item), ERR_MEM_ALLOC_FAIL);
     EXPECT_EQ(item, nullptr);
@@ -185,7 +185,7 @@ TEST(Der, Refusals) {
     EXPECT_EQ(root->type, 0x10);
 
     const std::uint64_t before = testheap::dirtyFrees();
-    testheap::failEach([&zero] {
+    refuseEach([&zero] {
         ScopedTree<DerNode> sequence;
         RETURN_IF_ERROR(Der_AddItem(nullptr, kDerTypeSequence, 0, nullptr, sequence.out()));
         RETURN_IF_ERROR(Der_AddUnsignedInteger(sequence.get(), 1, &zero, nullptr));

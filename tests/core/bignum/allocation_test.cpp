@@ -5,7 +5,7 @@
 #include "core/bignum/vlong_math.h"
 #include "core/memory/memory.h"
 #include "tests/core/bignum/bignum_support.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 #include <algorithm>
 #include <functional>
@@ -14,43 +14,6 @@ namespace {
 
 using bignumtest::Number;
 using bignumtest::Random;
-
-// An operation with a new record, without and with a queue that holds a used record.
-void failNewRecord(const std::function<Status(vlong** out, vlong** queue)>& operation) {
-    const auto use = [&](vlong** queue) {
-        vlong* out = nullptr;
-        const Status status = operation(&out, queue);
-        EXPECT_EQ(out == nullptr, isError(status));
-        if (out != nullptr) {
-            EXPECT_EQ(VLONG_free(&out, queue), OK);
-        }
-        return status;
-    };
-    testheap::failEach([&] { return use(nullptr); });
-    testheap::failEach([&] {
-        vlong *queue = nullptr, *spare = nullptr;
-        RETURN_IF_ERROR(VLONG_alloc(&spare, nullptr));
-        Status status = VLONG_setUnit(spare, 2, 9);
-        (void)VLONG_free(&spare, &queue);
-        if (!isError(status)) {
-            status = use(&queue);
-        }
-        EXPECT_EQ(VLONG_freeQueue(&queue), OK);
-        return status;
-    });
-}
-
-// An operation that changes its first operand.
-void failInPlace(const Number& start, const std::function<Status(vlong*)>& operation) {
-    testheap::failEach([&] {
-        vlong* value = nullptr;
-        RETURN_IF_ERROR(VLONG_newCopy(start.get(), &value, nullptr));
-        const Status status = operation(value);
-        EXPECT_TRUE(value->length == 0 || value->units[value->length - 1] != 0) << "not normalised";
-        (void)VLONG_free(&value, nullptr);
-        return status;
-    });
-}
 
 class BignumAllocation : public testing::Test {
 protected:
@@ -70,9 +33,9 @@ TEST_F(BignumAllocation, ARefusedCarryLeavesANormalisedRecord) {
     ASSERT_EQ(VLONG_newValue(1, &value, nullptr), OK);
     value->length = value->capacity;
     std::fill_n(value->units, value->length, ~Unit{0});
-    testheap::refuse(1);
+    heapFaults().arm(1);
     EXPECT_EQ(VLONG_addMagnitude(value, one), ERR_MEM_ALLOC_FAIL);
-    testheap::refuse(0);
+    heapFaults().arm(0);
     EXPECT_TRUE(VLONG_isZero(value));
     EXPECT_EQ(VLONG_free(&value, nullptr), OK);
 }

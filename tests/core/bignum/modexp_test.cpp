@@ -26,18 +26,6 @@ Context newContext(const Number& modulus) {
     return Context(context);
 }
 
-Number mod(const Number& a, const Number& m) {
-    Number rest;
-    EXPECT_EQ(VLONG_mod(a, m, rest.out(), nullptr), OK);
-    return rest;
-}
-
-Number times(const Number& a, const Number& b) {
-    Number product;
-    EXPECT_EQ(VLONG_mulSigned(a, b, product.out(), nullptr), OK);
-    return product;
-}
-
 Number power(const MontgomeryCtx* context, const Number& base, const Number& exponent) {
     Number result;
     EXPECT_EQ(VLONG_modExpCtx(context, base, exponent, result.out(), nullptr), OK);

@@ -4,7 +4,7 @@
 #include "core/bignum/vlong_math.h"
 #include "core/memory/memory.h"
 #include "tests/core/bignum/bignum_support.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 #include <algorithm>
 #include <limits>
@@ -124,9 +124,9 @@ TEST(Vlong, LimitsOfBytesAndWords) {
 
 TEST(Vlong, AProductAboveTheLimitIsRefusedBeforeItTakesScratch) {
     const Number a(Units(kMaxUnits, 1)), product(1);
-    testheap::refuse(1);
+    heapFaults().arm(1);
     EXPECT_EQ(VLONG_square(product, a), ERR_BAD_LENGTH);
-    testheap::refuse(0);
+    heapFaults().arm(0);
 }
 
 TEST(Vlong, AnUnorderedDifferenceStaysWithinItsUnits) {

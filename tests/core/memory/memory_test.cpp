@@ -1,6 +1,6 @@
 #include "core/memory/memory.h"
 #include "core/memory/secret.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 #include <gtest/gtest.h>
 
@@ -28,10 +28,10 @@ TEST(Memory, AllocationAndRelease) {
 TEST(Memory, ARefusedAllocationLeavesNull) {
     int marker = 0;
     void* block = &marker;
-    testheap::refuse(1);
+    heapFaults().arm(1);
     EXPECT_EQ(memAlloc(16, &block), ERR_MEM_ALLOC_FAIL);
     EXPECT_EQ(block, nullptr);
-    testheap::failEach([] {
+    refuseEach([] {
         SecretBuffer first, second;
         RETURN_IF_ERROR(first.alloc(10));
         return second.alloc(20);
