@@ -27,7 +27,8 @@ Number::Number(const std::string& text) : Number() {
     for (std::string part; std::getline(parts, part, '.');) {
         const std::size_t star = std::min(part.find('*'), part.size());
         const std::size_t count = star < part.size() ? std::stoul(part.substr(star + 1)) : 1;
-        for (std::size_t at = 0, end = star % 16; at < star; at = end, end += 16) { // more than 16 digits: several units
+        for (std::size_t at = 0, end = star % 16; at < star;
+             at = end, end += 16) { // more than 16 digits: several units
             end = end == 0 ? 16 : end;
             units.insert(units.end(), count, std::stoull(part.substr(at, end - at), nullptr, 16));
         }

@@ -12,7 +12,8 @@ Words wordsOf(const std::string& line) {
     Words words;
     for (std::size_t at = 0; at < line.size();) {
         const bool isQuoted = line[at] == '"';
-        const std::size_t begin = at + (isQuoted ? 1 : 0), end = std::min(line.find(isQuoted ? '"' : ' ', begin), line.size());
+        const std::size_t begin = at + (isQuoted ? 1 : 0),
+                          end = std::min(line.find(isQuoted ? '"' : ' ', begin), line.size());
         if (isQuoted || end > begin) {
             words.push_back(line.substr(begin, end - begin));
         }

@@ -1,5 +1,5 @@
-#include "tests/core/hash/sha_algorithms.h"
 #include "core/memory/endian.h"
+#include "tests/core/hash/sha_algorithms.h"
 #include "tests/support/faults.h"
 #include "tests/support/refused_nulls.h"
 #include "tests/support/vectors.h"
@@ -31,7 +31,8 @@ VectorOperation digest(std::string_view name) {
             const Bytes message = bytesOf(in[0]);
             Bytes whole(sha.digestBytes), split(sha.digestBytes);
             RETURN_IF_ERROR(sha.digest(message.data(), static_cast<std::uint32_t>(message.size()), whole.data()));
-            for (const Sizes& pieces : {Sizes{1}, {63}, {64}, {65}, {127}, {128}, {129}, {1000}, {0, 3, 200, 17, 64, 1}}) {
+            for (const Sizes& pieces :
+                 {Sizes{1}, {63}, {64}, {65}, {127}, {128}, {129}, {1000}, {0, 3, 200, 17, 64, 1}}) {
                 RETURN_IF_ERROR(inPieces(sha, message, pieces, split));
                 EXPECT_EQ(split, whole) << "in pieces of " << pieces[0];
             }

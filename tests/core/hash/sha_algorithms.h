@@ -29,16 +29,19 @@ template <typename Use> auto withSha(std::string_view name, Use use) {
     using Sha256 = ShaFunctions<Sha256Context, Sha256Compress>;
     using Sha512 = ShaFunctions<Sha512Context, Sha512Compress>;
     if (name == "sha1") {
-        return use(Sha1{20, sha1AllocContext, sha1FreeContext, sha1Init, sha1Update, sha1Final, sha1Digest, sha1Kernels()});
+        return use(
+            Sha1{20, sha1AllocContext, sha1FreeContext, sha1Init, sha1Update, sha1Final, sha1Digest, sha1Kernels()});
     }
     if (name == "sha224" || name == "sha256") {
         const bool cut = name == "sha224";
-        return use(Sha256{cut ? 28U : 32U, sha256AllocContext, sha256FreeContext, cut ? sha224Init : sha256Init, sha256Update,
-                          cut ? sha224Final : sha256Final, cut ? sha224Digest : sha256Digest, sha256Kernels()});
+        return use(Sha256{cut ? 28U : 32U, sha256AllocContext, sha256FreeContext, cut ? sha224Init : sha256Init,
+                          sha256Update, cut ? sha224Final : sha256Final, cut ? sha224Digest : sha256Digest,
+                          sha256Kernels()});
     }
     const bool cut = name == "sha384";
-    return use(Sha512{cut ? 48U : 64U, sha512AllocContext, sha512FreeContext, cut ? sha384Init : sha512Init, sha512Update,
-                      cut ? sha384Final : sha512Final, cut ? sha384Digest : sha512Digest, sha512Kernels()});
+    return use(Sha512{cut ? 48U : 64U, sha512AllocContext, sha512FreeContext, cut ? sha384Init : sha512Init,
+                      sha512Update, cut ? sha384Final : sha512Final, cut ? sha384Digest : sha512Digest,
+                      sha512Kernels()});
 }
 
 #endif

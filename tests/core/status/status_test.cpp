@@ -1,32 +1,28 @@
 #include "core/status/status.h"
 
-#include <gtest/gtest.h>
-
-#include <set>
-#include <string>
+#include "tests/support/refused_nulls.h"
+#include "tests/support/vectors.h"
 
 namespace {
 
-TEST(StatusNames, KnownCodesAndCodesWithoutAMember) {
-#define STATUS_CASE(code, name) EXPECT_STREQ(statusName(code), name) << code;
-#include "tests/core/status/status_cases.inc"
-#undef STATUS_CASE
+TEST(Status, NamesAndVersionTexts) {
+    runVectors("core/status/status_vectors.txt",
+               {{"name",
+                 [](const Words& in, Words& out) {
+                     const char* const name = statusName(std::stoi(in[0]));
+                     out = {name == nullptr ? "none" : name};
+                     return OK;
+                 }},
+                {"version", [](const Words& in, Words& out) {
+                     std::string buffer(64, '#');
+                     const Status status = getVersionText(numberOf(in[0]), buffer.data(), numberOf(in[1]));
+                     EXPECT_TRUE(status == OK || buffer == std::string(64, '#'));
+                     out = status == OK ? Words{buffer.c_str()} : Words();
+                     return status;
+                 }}});
+    char buffer[64];
+    expectNullsRefused({getVersionText}, 1, buffer, 64);
     EXPECT_FALSE(isError(OK_SSL_USE_EMPTY_CERT)) << "success is what is not negative";
-    EXPECT_FALSE(isError(OK));
-    EXPECT_TRUE(isError(ERR_GENERAL));
-}
-
-TEST(VersionText, ItemsAndBufferSizes) {
-    const auto check = [](std::uint32_t flags, std::uint32_t bufferLength, Status status, const char* text) {
-        SCOPED_TRACE(testing::Message() << "flags " << flags << ", buffer of " << bufferLength);
-        std::string buffer(64, '#');
-        EXPECT_EQ(getVersionText(flags, buffer.data(), bufferLength), status);
-        EXPECT_EQ(buffer.c_str(), status == OK ? text : std::string(64, '#'));
-    };
-#define VERSION_CASE(...) check(__VA_ARGS__);
-#include "tests/core/status/status_cases.inc"
-#undef VERSION_CASE
-    EXPECT_EQ(getVersionText(0, nullptr, 0), ERR_NULL_POINTER);
 }
 
 } // namespace
