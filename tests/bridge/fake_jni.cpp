@@ -2,7 +2,10 @@
 
 #include "tests/support/test_heap.h"
 
+#include <algorithm>
 #include <cstdarg>
+#include <set>
+#include <utility>
 
 namespace {
 
@@ -14,7 +17,31 @@ template <typename Reference = jobject> Reference real(FakeObject* object) {
     return reinterpret_cast<Reference>(object);
 }
 
+std::string describe(const FakeObject* throwable) {
+    std::string text;
+    for (; throwable != nullptr; throwable = throwable->cause) {
+        text += (text.empty() ? "" : " < ") + throwable->className + ": " + throwable->message;
+        if (throwable->suppressed != nullptr) {
+            text += " + " + describe(throwable->suppressed);
+        }
+    }
+    return text;
+}
+
 } // namespace
+
+FaultPoint& vmFaults(std::string_view call) {
+    static constexpr std::string_view kCalls[] = {"call",
+                                                  "FindClass",
+                                                  "GetFieldID",
+                                                  "GetMethodID",
+                                                  "ThrowNew",
+                                                  "NewByteArray",
+                                                  "ThrowNew short of memory",
+                                                  "GetPrimitiveArrayCritical"};
+    static FaultPoint points[std::size(kCalls) + 1]; // the last one is for any other
+    return points[std::find(std::begin(kCalls), std::end(kCalls), call) - kCalls];
+}
 
 FakeJni& FakeJni::self(JNIEnv* env) {
     return *static_cast<Env*>(env)->self;
@@ -64,17 +91,22 @@ void FakeJni::installObjects() {
     };
     table_.GetMethodID = [](JNIEnv* env, jclass, const char* name, const char*) -> jmethodID {
         FakeJni& jni = self(env);
-        if (jni.enter("GetMethodID") || std::string(name) != "initCause") {
+        if (jni.enter("GetMethodID") || !std::set<std::string>{"initCause", "addSuppressed"}.contains(name)) {
             jni.raise("java/lang/NoSuchMethodError", name);
             return nullptr;
         }
-        return reinterpret_cast<jmethodID>(&jni); // nor is there another method
+        return reinterpret_cast<jmethodID>(&jni);
     };
+    // Throwable.initCause is the only method that returns an object, Throwable.addSuppressed the only one without a result.
     table_.CallObjectMethodV = [](JNIEnv* env, jobject object, jmethodID, va_list arguments) -> jobject {
         self(env).enter("CallObjectMethod");
         fake(object)->cause = fake(va_arg(arguments, jobject));
         ++self(env).localReferences;
         return object;
+    };
+    table_.CallVoidMethodV = [](JNIEnv* env, jobject object, jmethodID, va_list arguments) -> void {
+        self(env).enter("CallVoidMethod");
+        fake(object)->suppressed = fake(va_arg(arguments, jobject));
     };
 }
 
@@ -89,7 +121,11 @@ void FakeJni::installExceptions() {
         if (jni.enter("ThrowNew")) {
             return JNI_ERR;
         }
-        jni.raise(fake(type)->className.c_str(), message);
+        if (vmFaults("ThrowNew short of memory").strikes()) {
+            jni.raise("java/lang/OutOfMemoryError", "Java heap space");
+        } else {
+            jni.raise(fake(type)->className.c_str(), message);
+        }
         return 0;
     };
     table_.ExceptionOccurred = [](JNIEnv* env) -> jthrowable {
@@ -183,19 +219,7 @@ FakeObject& FakeJni::of(jobject object) {
 }
 
 std::string FakeJni::takePending() {
-    std::string text;
-    for (const FakeObject* throwable = pending_; throwable != nullptr; throwable = throwable->cause) {
-        text += (text.empty() ? "" : " < ") + throwable->className + ": " + throwable->message;
-    }
-    pending_ = nullptr;
-    return text;
-}
-
-void FakeJni::refuse(const std::string& function, unsigned number, bool quietly) {
-    refusedFunction_ = function;
-    callsLeft_ = number;
-    isQuiet_ = quietly;
-    hasRefused_ = false;
+    return describe(std::exchange(pending_, nullptr));
 }
 
 FakeObject* FakeJni::add(std::string className) {
@@ -211,13 +235,10 @@ bool FakeJni::enter(const char* function, Allowed allowed) {
     if (!regions_.empty() && allowed != kInRegion && allowed != kAlways) {
         violations.push_back(std::string(function) + " inside a critical region");
     }
-    const std::string name = function;
-    const bool isAny = name == "GetFieldID" || name == "NewByteArray" || name == "GetPrimitiveArrayCritical";
-    if (callsLeft_ == 0 || (refusedFunction_ != name && !(refusedFunction_ == "call" && isAny && !isExempt))) {
-        return false;
-    }
-    hasRefused_ = --callsLeft_ == 0;
-    return hasRefused_;
+    const bool isRefused = vmFaults(function).strikes();
+    const bool isCall =
+        std::set<std::string>{"GetFieldID", "NewByteArray", "GetPrimitiveArrayCritical"}.contains(function);
+    return (isCall && !isExempt && vmFaults("call").strikes()) || isRefused;
 }
 
 void FakeJni::raise(const char* className, const std::string& message) {
@@ -226,7 +247,7 @@ void FakeJni::raise(const char* className, const std::string& message) {
 }
 
 void FakeJni::raiseUnlessQuiet(const char* className, const std::string& message) {
-    if (!isQuiet_) {
+    if (!failsQuietly) {
         raise(className, message);
     }
 }

@@ -7,12 +7,15 @@
 #ifndef ZELSPI_TESTS_BRIDGE_FAKE_JNI_H
 #define ZELSPI_TESTS_BRIDGE_FAKE_JNI_H
 
+#include "tests/support/faults.h"
+
 #include <jni.h>
 
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // One object of the environment: an instance of a Java class, a class itself, a throwable or a byte array.
@@ -23,9 +26,14 @@ struct FakeObject {
     std::uint64_t liveWhenStored = 0; // the blocks alive when the field was last written
     std::string message;              // of a throwable
     FakeObject* cause = nullptr;      // of a throwable
+    FakeObject* suppressed = nullptr; // of a throwable: the last one
     std::vector<jbyte> bytes;         // of a byte array
     jsize claimedLength = -1;         // of a byte array: what GetArrayLength says instead of the truth; -1: the truth
 };
+
+// vmFaults: where calls of the VM can be made to fail: by the name of the JNI function; "call" stands for any that looks up a
+// field, makes an array or opens a region, "ThrowNew short of memory" for one that leaves another exception.
+FaultPoint& vmFaults(std::string_view call);
 
 class FakeJni {
 public:
@@ -43,18 +51,12 @@ public:
     jbyteArray newBytes(const std::vector<std::uint8_t>& bytes);
     static FakeObject& of(jobject object);
 
-    // What is pending, and is not any more: "class: message", with " < class: message" for each cause; else empty.
+    // What is pending, and is not any more: "class: message", with " < class: message" for each cause and " + " for what is
+    // suppressed; else empty.
     std::string takePending();
 
-    // refuse: the call of the function with this number from now on fails, once; quietly: without leaving an exception.
-    // "call": of any of the three that look up a field, make an array and open a region. 0 refuses none.
-    void refuse(const std::string& function, unsigned number, bool quietly = false);
-    // refused: whether the call chosen by refuse has come and failed.
-    bool refused() const {
-        return hasRefused_;
-    }
-
     bool isExempt = false;     // no "call" is refused or counted
+    bool failsQuietly = false; // a refused call leaves no exception
     bool criticalPins = false; // GetPrimitiveArrayCritical returns the array itself, not a copy
 
     std::vector<std::string> violations;
@@ -84,9 +86,6 @@ private:
     std::vector<std::unique_ptr<FakeObject>> objects_;
     std::multimap<void*, std::pair<FakeObject*, std::vector<jbyte>>> regions_; // open regions by address, with copies
     FakeObject* pending_ = nullptr;
-    std::string refusedFunction_;
-    unsigned callsLeft_ = 0; // to the refused one, itself counted
-    bool isQuiet_ = false, hasRefused_ = false;
 };
 
 #endif

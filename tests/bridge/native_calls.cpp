@@ -34,13 +34,12 @@ extern "C" std::size_t __wrap_fread(void* to, std::size_t size, std::size_t coun
     return __real_fread(to, size, allowed, file);
 }
 
-bool refuseNative(const std::string& kind, int number) {
+void refuseNative(const std::string& kind, int number) {
     if (kind == "read") {
         readable = static_cast<std::size_t>(number);
-    } else if (kind == "hash") {
+    } else {
         hashFailsWith = number;
     }
-    return kind == "read" || kind == "hash";
 }
 
 bool isDebugging() {
@@ -84,37 +83,6 @@ template <typename Function> Function slot(jobject object, std::size_t number) {
     return reinterpret_cast<Function>(engineOf<void**>(object)[number]);
 }
 
-jint digestReset(JNIEnv*, jobject object) {
-    return slot<int (*)(void*)>(object, 3)(&engineOf<char>(object));
-}
-jint digestUpdate(JNIEnv*, jobject object, jbyteArray input, jint offset, jint length) {
-    return slot<int (*)(void*, const std::uint8_t*, int, int)>(object, 6)(&engineOf<char>(object), pointerTo(input),
-                                                                          offset, length);
-}
-jint digestRaw(JNIEnv* env, jobject object, jbyteArray output, jint length) {
-    return slot<int (*)(void*, JNIEnv*, jobject, std::uint8_t*, int)>(object, 7)(&engineOf<char>(object), env, object,
-                                                                                 pointerTo(output), length);
-}
-jint digestNative(JNIEnv*, jobject object, jbyteArray output, jint length) {
-    return slot<int (*)(void*, std::uint8_t*, int)>(object, 10)(&engineOf<char>(object), pointerTo(output), length);
-}
-
-jint rsaInitVerify(JNIEnv*, jobject object, jbyteArray key, jint length) {
-    return engineOf<ZelShaWithRsaSignature>(object).nativeInitVerify(length, pointerTo(key));
-}
-jint rsaInitSign(JNIEnv*, jobject object, jbyteArray key, jint length) {
-    return engineOf<ZelShaWithRsaSignature>(object).nativeInitSign(length, pointerTo(key));
-}
-jint rsaUpdate(JNIEnv*, jobject object, jbyteArray input, jint offset, jint length) {
-    return engineOf<ZelShaWithRsaSignature>(object).nativeUpdate(pointerTo(input), offset, length);
-}
-jint rsaSign(JNIEnv*, jobject object, jbyteArray output, jint offset, jint length) {
-    return engineOf<ZelShaWithRsaSignature>(object).nativeSign(pointerTo(output), offset, length);
-}
-jint rsaVerify(JNIEnv*, jobject object, jbyteArray signature, jint offset, jint length) {
-    return engineOf<ZelShaWithRsaSignature>(object).nativeVerify(pointerTo(signature), offset, length);
-}
-
 jint checkFile(JNIEnv*, jobject, jbyteArray key, jint keyLength, jbyteArray path, jint pathLength) {
     return ZelUtil::checkFileSignature(pointerTo(key), keyLength, path == nullptr ? nullptr : textIn(path).c_str(),
                                        pathLength);
@@ -155,28 +123,57 @@ jint parsePublicKey(JNIEnv*, jobject, jbyteArray der) {
 
 } // namespace
 
-const std::vector<EntryPoint>& nativeEntryPoints() {
-    static const std::vector<EntryPoint> kEntries = [] {
-        std::vector<EntryPoint> entries = {nativeEntry("ZelUtil.checkFileSignature", checkFile),
-                                           nativeEntry("ZelUtil.check", checkFileBriefly),
-                                           nativeEntry("ZelObject.throwStaticException", throwOne),
-                                           nativeEntry("ZelObject.throwOver", throwOver),
-                                           nativeEntry("ZelObject.hexdump", dump),
-                                           nativeEntry("KeyPairSteps.generateNothing", generateNothing),
-                                           nativeEntry("DsaDer.parseDSAPublicKey", parsePublicKey)};
-        for (const std::string name : {"ZelSha1", "ZelSha256"}) {
-            const std::string digest = name + "MessageDigestSpi.", rsa = name + "WithRsaSignatureSpi.";
-            entries.push_back(nativeEntry(digest + "nativeReset", digestReset));
-            entries.push_back(nativeEntry(digest + "nativeUpdate", digestUpdate));
-            entries.push_back(nativeEntry(digest + "digest", digestRaw));
-            entries.push_back(nativeEntry(digest + "nativeDigest", digestNative));
-            entries.push_back(nativeEntry(rsa + "nativeInitVerify", rsaInitVerify));
-            entries.push_back(nativeEntry(rsa + "nativeInitSign", rsaInitSign));
-            entries.push_back(nativeEntry(rsa + "nativeUpdate", rsaUpdate));
-            entries.push_back(nativeEntry(rsa + "nativeSign", rsaSign));
-            entries.push_back(nativeEntry(rsa + "nativeVerify", rsaVerify));
-        }
-        return entries;
-    }();
-    return kEntries;
+std::vector<EntryPoint> nativeEntryPoints() {
+    std::vector<EntryPoint> entries = {entryPoint("ZelUtil.checkFileSignature", checkFile),
+                                       entryPoint("ZelUtil.check", checkFileBriefly),
+                                       entryPoint("ZelObject.throwStaticException", throwOne),
+                                       entryPoint("ZelObject.throwOver", throwOver),
+                                       entryPoint("ZelObject.hexdump", dump),
+                                       entryPoint("KeyPairSteps.generateNothing", generateNothing),
+                                       entryPoint("DsaDer.parseDSAPublicKey", parsePublicKey)};
+    for (const std::string name : {"ZelSha1", "ZelSha256"}) {
+        const std::string digest = name + "MessageDigestSpi.", rsa = name + "WithRsaSignatureSpi.";
+        const auto add = [&]<typename... Arguments>(const std::string& method, jint (*call)(Arguments...)) {
+            entries.push_back(entryPoint(method, call));
+        };
+        add(
+            digest + "nativeReset",
+            +[](JNIEnv*, jobject self) { return slot<int (*)(void*)>(self, 3)(&engineOf<char>(self)); });
+        add(
+            digest + "nativeUpdate", +[](JNIEnv*, jobject self, jbyteArray input, jint offset, jint length) {
+                return slot<int (*)(void*, const std::uint8_t*, int, int)>(self, 6)(&engineOf<char>(self),
+                                                                                    pointerTo(input), offset, length);
+            });
+        add(
+            digest + "digest", +[](JNIEnv* env, jobject self, jbyteArray output, jint length) {
+                return slot<int (*)(void*, JNIEnv*, jobject, std::uint8_t*, int)>(self, 7)(
+                    &engineOf<char>(self), env, self, pointerTo(output), length);
+            });
+        add(
+            digest + "nativeDigest", +[](JNIEnv*, jobject self, jbyteArray output, jint length) {
+                return slot<int (*)(void*, std::uint8_t*, int)>(self, 10)(&engineOf<char>(self), pointerTo(output),
+                                                                          length);
+            });
+        add(
+            rsa + "nativeInitVerify", +[](JNIEnv*, jobject self, jbyteArray key, jint length) -> jint {
+                return engineOf<ZelShaWithRsaSignature>(self).nativeInitVerify(length, pointerTo(key));
+            });
+        add(
+            rsa + "nativeInitSign", +[](JNIEnv*, jobject self, jbyteArray key, jint length) -> jint {
+                return engineOf<ZelShaWithRsaSignature>(self).nativeInitSign(length, pointerTo(key));
+            });
+        add(
+            rsa + "nativeUpdate", +[](JNIEnv*, jobject self, jbyteArray input, jint offset, jint length) -> jint {
+                return engineOf<ZelShaWithRsaSignature>(self).nativeUpdate(pointerTo(input), offset, length);
+            });
+        add(
+            rsa + "nativeSign", +[](JNIEnv*, jobject self, jbyteArray output, jint offset, jint length) -> jint {
+                return engineOf<ZelShaWithRsaSignature>(self).nativeSign(pointerTo(output), offset, length);
+            });
+        add(
+            rsa + "nativeVerify", +[](JNIEnv*, jobject self, jbyteArray signature, jint offset, jint length) -> jint {
+                return engineOf<ZelShaWithRsaSignature>(self).nativeVerify(pointerTo(signature), offset, length);
+            });
+    }
+    return entries;
 }

@@ -5,6 +5,8 @@
 #include "core/random/random.h"
 #include "tests/bridge/fake_jni.h"
 
+#include "tests/support/test_heap.h"
+
 #include <gtest/gtest.h>
 
 #include <array>
@@ -34,6 +36,7 @@ TEST(Seed, CountsByTheLowestBitOfEachByte) {
         ZelSecureRandom::instance()->setSeed(jni.env(), nullptr, jni.newBytes(seed));
     };
     RandomContext* const context = ZelObject::getRandomContext(jni.env());
+    testheap::keep(4);
     const std::uint32_t before = context->entropyBitCount;
     const auto key = std::to_array(context->state.xkey);
     setSeed(std::vector<std::uint8_t>(100'000, 2));

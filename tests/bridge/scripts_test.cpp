@@ -30,19 +30,13 @@ protected:
         current_path(folder.parent_path());
         remove_all(folder);
     }
-    void TearDown() override {
-        EXPECT_EQ(testheap::liveBlocks(), live_);
-        EXPECT_EQ(testheap::dirtyFrees(), dirty_);
-    }
-
-    const std::uint64_t live_ = testheap::liveBlocks(), dirty_ = testheap::dirtyFrees();
 };
 
 // A passage with one kind of call refused in turn, of a "sparse" one ever fewer.
 void refuseEach(const Passage& passage, const std::string& kind, std::set<std::string>& outcomes) {
     const std::uint64_t live = testheap::liveBlocks(), dirty = testheap::dirtyFrees();
     bool wasRefused = true;
-    for (unsigned number = 1; wasRefused; number += passage.has("sparse") ? 1 + number / 4 : 1) {
+    for (unsigned number = 1; wasRefused; number += passage.options.contains("sparse") ? 1 + number / 4 : 1) {
         SCOPED_TRACE(passage.name + ", " + kind + " " + std::to_string(number));
         Player player(number % 2 == 0);
         wasRefused = player.playRefusing(passage, kind, number, outcomes);
@@ -56,7 +50,7 @@ void refuseEach(const Passage& passage, const std::string& kind, std::set<std::s
 TEST_P(Scripts, AsTheyStand) {
     for (const Script& script : readScript(GetParam())) {
         for (const Passage& passage : script.passages) {
-            if (passage.has("posix") && std::filesystem::path::preferred_separator == '\\') {
+            if (passage.options.contains("posix") && std::filesystem::path::preferred_separator == '\\') {
                 continue;
             }
             for (const bool pinsArrays : {false, true}) {
@@ -79,14 +73,14 @@ TEST_P(Scripts, WithEachCallRefused) {
         for (int passes = 0; passes == 0 || (passes < 20 && !isComplete()); ++passes) {
             for (const Passage& passage : script.passages) {
                 for (const char* const kind : {"allocation", "lock", "mutex", "call", "quiet call"}) {
-                    if (!passage.has("once")) {
+                    if (!passage.options.contains("once")) {
                         refuseEach(passage, kind, outcomes);
                     }
                 }
             }
         }
         for (const std::string& outcome : outcomes) {
-            EXPECT_TRUE(script.mayRaise.contains(outcome)) << outcome;
+            EXPECT_TRUE(script.mayRaise.contains(outcome) || script.mustRaise.contains(outcome)) << outcome;
         }
         for (const std::string& outcome : script.mustRaise) {
             EXPECT_TRUE(outcomes.contains(outcome)) << outcome << " has not been seen";
@@ -108,6 +102,7 @@ TEST(BeforeTheContext, OneExceptionStandsOnTheOther) {
     }
     FakeJni jni;
     ASSERT_NE(ZelObject::getRandomContext(jni.env()), nullptr);
+    testheap::keep(4); // the context, its mutex and those of the seed pool
 }
 
 INSTANTIATE_TEST_SUITE_P(Files, Scripts,

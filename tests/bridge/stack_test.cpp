@@ -9,6 +9,8 @@
 #include "tests/bridge/script.h"
 #include "tests/support/hex.h"
 
+#include "tests/support/test_heap.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,7 +19,7 @@
 
 namespace {
 
-using Octets = std::vector<std::uint8_t>;
+using Octets = Bytes;
 
 // Runs work so deep in the stack that nothing overwrites its frames when it has returned.
 Status runDeep(const std::function<Status()>& work) {
@@ -141,6 +143,7 @@ TEST(Stack, OfTheRandomGenerator) {
     ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
     FakeJni jni;
     RandomContext* const context = ZelObject::getRandomContext(jni.env());
+    testheap::keep(4);
     const auto stack = stackAfter([&] {
         std::uint8_t bytes[100];
         return randomGenerate(context, bytes, 100);

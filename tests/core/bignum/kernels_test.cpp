@@ -104,43 +104,6 @@ TEST(BignumKernels, UnrolledAndKaratsubaAgreeWithColumns) {
     });
 }
 
-TEST(BignumKernels, RowsUndoEachOther) {
-    forEachKernel([](const BignumKernels& kernels, Random& random) {
-        for (int round = 0; round < 2000; ++round) {
-            const std::uint32_t n = random.below(20);
-            const Units a = random.units(n, round % 2 == 0), b = random.units(n, round % 2 == 0);
-            const Unit w = random.units(1, true)[0];
-            Units sum(n), back = a;
-            const Unit carry = kernels.addUnits(sum.data(), a.data(), b.data(), n);
-            ASSERT_EQ(kernels.subUnits(sum.data(), sum.data(), b.data(), n), carry);
-            ASSERT_EQ(sum, a);
-            Units wide = slowProduct(b, {w});
-            wide.resize(n + 1); // w * b
-            const Unit top = kernels.addUnits(wide.data(), wide.data(), a.data(), n) + wide[n];
-            ASSERT_EQ(kernels.mulAddUnit(back.data(), b.data(), n, w), top);
-            ASSERT_TRUE(std::equal(back.begin(), back.end(), wide.begin()));
-            ASSERT_EQ(kernels.mulSubUnit(back.data(), b.data(), n, w), top);
-            ASSERT_EQ(back, a);
-        }
-    });
-}
-
-TEST(BignumKernels, DivisionOfTwoUnitsByOne) {
-    forEachKernel([](const BignumKernels& kernels, Random& random) {
-        for (int round = 0; round < 20000; ++round) {
-            Units in = random.units(3, true);
-            Unit d = in[0] >> random.below(64);
-            d = d == 0 ? 1 : d;
-            const Unit high = in[1] % d, low = in[2];
-            const Unit q = kernels.div128by64(high, low, d);
-            Units rest = {low, high};
-            const Units product = slowProduct({q}, {d});
-            ASSERT_EQ(kernels.subUnits(rest.data(), rest.data(), product.data(), 2), 0U);
-            ASSERT_TRUE(rest[1] == 0 && rest[0] < d) << high << " " << low << " " << d;
-        }
-    });
-}
-
 // a * b / R mod m by its definition: the product with R must be a * b mod m. Moduli at both ends of their length.
 TEST(BignumKernels, MontgomeryProducts) {
     forEachKernel([](const BignumKernels& kernels, Random& random) {

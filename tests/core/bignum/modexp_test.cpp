@@ -26,18 +26,6 @@ Context newContext(const Number& modulus) {
     return Context(context);
 }
 
-Number mod(const Number& a, const Number& m) {
-    Number rest;
-    EXPECT_EQ(VLONG_mod(a, m, rest.out(), nullptr), OK);
-    return rest;
-}
-
-Number times(const Number& a, const Number& b) {
-    Number product;
-    EXPECT_EQ(VLONG_mulSigned(a, b, product.out(), nullptr), OK);
-    return product;
-}
-
 Number power(const MontgomeryCtx* context, const Number& base, const Number& exponent) {
     Number result;
     EXPECT_EQ(VLONG_modExpCtx(context, base, exponent, result.out(), nullptr), OK);
@@ -71,33 +59,6 @@ TEST(ModExp, TheFirstRuleThatAppliesDecides) {
     }
 }
 
-TEST(ModExp, WindowWidthsByExponentLength) {
-    const std::pair<std::uint32_t, std::uint32_t> widths[] = {{0, 2},   {1, 2},   {23, 2},  {24, 3},  {79, 3},  {80, 4},
-                                                              {239, 4}, {240, 5}, {671, 5}, {672, 6}, {4096, 6}};
-    for (const auto& [bits, width] : widths) {
-        EXPECT_EQ(VLONG_windowWidth(bits), width) << bits;
-    }
-}
-
-// Every exponent up to 2,000 and long ones: no window may read a bit or a table entry too many, or lose a bit.
-TEST(ModExp, WindowsCoverEveryExponent) {
-    const Number base(3), modulus("1.0000000000000033");
-    const Context context = newContext(modulus);
-    Number expected(1);
-    for (Unit exponent = 1; exponent < 2000; ++exponent) {
-        Number next = mod(times(expected, base), modulus);
-        expected.swap(next);
-        ASSERT_EQ(power(context.get(), base, Number(exponent)), expected) << exponent;
-    }
-    Random random(5);
-    for (std::uint32_t bits = 1; bits < 800; bits += 7) {
-        const Number exponent(random.units(bits / 64 + 1));
-        Number byBits;
-        ASSERT_EQ(VLONG_montExpBinary(context.get(), base, exponent, byBits.out(), nullptr), OK);
-        ASSERT_EQ(power(context.get(), base, exponent), byBits);
-    }
-}
-
 TEST(ModExp, MontgomeryProductsOfRecords) {
     const Number m = nearlyTheRadix(), zero(Unit{0}), scratch(1), tooLong(Units(17, 1)), a(5);
     const Context context = newContext(m);
@@ -124,27 +85,6 @@ TEST(ModExp, MontgomeryProductsOfRecords) {
     const Number same(Unit{105 * 7});
     EXPECT_EQ(VLONG_montMultiply(context.get(), same, same, scratch), OK);
     EXPECT_EQ(same, Number(105 * 49));
-}
-
-TEST(MontgomeryContext, Fields) {
-    Random random(9);
-    for (std::size_t k = 1; k < 40; ++k) {
-        for (const bool extreme : {false, true}) {
-            Units units = random.units(k, extreme);
-            units[0] |= 1;
-            units[k - 1] |= 2;
-            const Number m(units);
-            const Context context = newContext(m);
-            Number radix(1), inverse;
-            EXPECT_EQ(VLONG_shiftLeft(radix, static_cast<std::uint32_t>(64 * k)), OK);
-            EXPECT_EQ(VLONG_cmp(context->R, radix), 0);
-            EXPECT_EQ(VLONG_cmp(context->modulus, m), 0);
-            EXPECT_EQ(context->negInverse * units[0], ~Unit{0});
-            EXPECT_EQ(VLONG_modInverse(radix, m, inverse.out(), nullptr), OK); // not how the context has made it
-            EXPECT_EQ(VLONG_cmp(context->RInverse, inverse), 0) << m.text();
-            EXPECT_EQ(VLONG_cmp(context->radixSquared, mod(times(radix, radix), m)), 0);
-        }
-    }
 }
 
 TEST(MontgomeryContext, ForeignModuliDoNoHarm) {

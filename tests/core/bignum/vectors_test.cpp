@@ -155,7 +155,7 @@ void mpint(const Case& test, vlong**) {
     EXPECT_EQ(readBack, value);
     EXPECT_EQ(consumed, count);
     void* block = bytes;
-    EXPECT_EQ(memFree(&block), OK);
+    EXPECT_EQ(memWipeAndFree(&block, count), OK);
 }
 
 // Barrett's engine, that of VLONG_modExp and (for odd moduli) the Montgomery forms: each gives the expected power, but

@@ -4,7 +4,7 @@
 #include "core/bignum/vlong_math.h"
 #include "core/memory/memory.h"
 #include "tests/core/bignum/bignum_support.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 #include <algorithm>
 #include <limits>
@@ -124,9 +124,9 @@ TEST(Vlong, LimitsOfBytesAndWords) {
 
 TEST(Vlong, AProductAboveTheLimitIsRefusedBeforeItTakesScratch) {
     const Number a(Units(kMaxUnits, 1)), product(1);
-    testheap::refuse(1);
+    heapFaults().arm(1);
     EXPECT_EQ(VLONG_square(product, a), ERR_BAD_LENGTH);
-    testheap::refuse(0);
+    heapFaults().arm(0);
 }
 
 TEST(Vlong, AnUnorderedDifferenceStaysWithinItsUnits) {
@@ -155,29 +155,6 @@ TEST(Vlong, MontgomeryZeroAsADivisor) {
     EXPECT_EQ(VLONG_mod(a, zero, out.out(), nullptr), ERR_DIVIDE_BY_ZERO);
     EXPECT_EQ(VLONG_mod(zero, a, out.out(), nullptr), OK);
     EXPECT_EQ(out.get()->length, 0u);
-}
-
-TEST(Vlong, NullArguments) {
-    const Number n(5);
-    Number result;
-    vlong *v = n, *null = nullptr, **out = result.out();
-    MontgomeryCtx context{}, whole{}, *made = nullptr;
-    ASSERT_EQ(VLONG_initMontgomeryCtx(&whole, v, nullptr), OK);
-    std::uint8_t byte = 0, *bytes = nullptr;
-    std::uint32_t word = 0;
-    vlong **const q = nullptr, **const none = nullptr;
-    const Status statuses[] = {
-#include "tests/core/bignum/null_arguments.inc"
-    };
-    for (std::size_t i = 0; i < std::size(statuses); ++i) {
-        EXPECT_EQ(statuses[i], ERR_NULL_POINTER) << "call " << i;
-    }
-    EXPECT_EQ(VLONG_clearMontgomeryCtx(&whole, nullptr), OK);
-    EXPECT_EQ(n, Number(5));
-    EXPECT_EQ(VLONG_getUnit(nullptr, 0), 0U);
-    EXPECT_EQ(VLONG_cmp(nullptr, n), -1);
-    EXPECT_EQ(VLONG_cmpUnit(nullptr, 0), 0);
-    EXPECT_TRUE(VLONG_isZero(nullptr));
 }
 
 } // namespace

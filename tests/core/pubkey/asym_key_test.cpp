@@ -4,7 +4,7 @@
 #include "core/pubkey/prime/prime.h"
 #include "tests/core/pubkey/key_support.h"
 #include "tests/support/byte_source.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 namespace {
 
@@ -36,7 +36,7 @@ TEST(AsymKey, States) {
 
 TEST(AsymKey, RefusedResources) {
     for (const auto make : {AsymKey_MakeRsa, AsymKey_MakeDsa}) {
-        testheap::failEach([make] {
+        refuseEach([make] {
             ScopedKey key;
             const Status status = make(key.get(), nullptr);
             EXPECT_EQ(key.get()->type == kKeyEmpty, isError(status));
@@ -46,22 +46,11 @@ TEST(AsymKey, RefusedResources) {
 }
 
 TEST(AsymKey, Arguments) {
-    AsymmetricKey key{};
     ScopedKey holder;
     RSAKey empty{};
-    RSAKey* const none = nullptr;
-    DSAKey* dsa = nullptr;
-    DSAKey bare{}, *const noDsa = nullptr;
-    MontgomeryCtx context{};
-    vlong *value = nullptr, *other = nullptr;
-    ByteSource source(1);
+    vlong* value = nullptr;
     const Number one("01");
     const std::uint8_t byte = 3, zero[1] = {};
-    std::uint32_t word = 0;
-    std::int32_t symbol = 0;
-    bool valid = false;
-    std::uint8_t buffer[1], *bytes = nullptr;
-    std::uint32_t length = 0;
     const auto setDsa = [&](const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q, const std::uint8_t* g,
                             const std::uint8_t* y, std::uint32_t yLength, const std::uint8_t* x,
                             std::uint32_t xLength) {

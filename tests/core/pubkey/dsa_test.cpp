@@ -4,7 +4,7 @@
 #include "tests/core/bignum/bignum_support.h"
 #include "tests/support/byte_source.h"
 #include "tests/support/hex.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 #include <numeric>
 
@@ -131,7 +131,7 @@ TEST_F(DsaExample, ForeignValues) {
 
 TEST_F(DsaExample, AllocationFailures) {
     const std::uint64_t dirty = testheap::dirtyFrees();
-    testheap::failEach([&] {
+    refuseEach([&] {
         ByteSource source(nonce_);
         vlong *r = nullptr, *s = nullptr;
         const Status status = Dsa_Sign(source.bytes(), &key_, m_, nullptr, &r, &s, nullptr);
@@ -144,7 +144,7 @@ TEST_F(DsaExample, AllocationFailures) {
     for (const char* const p : {"", "fffffffffffffff6.0.0"}) { // by Montgomery's method and by Barrett's
         const Number even(*p == 0 ? "2" : p);
         vlong* const kept = *p == 0 ? key_.p : std::exchange(key_.p, even.get());
-        testheap::failEach([&] {
+        refuseEach([&] {
             bool isValid = true;
             const Status status = Dsa_Verify(&key_, m_, r_, s_, &isValid, nullptr);
             EXPECT_EQ(isValid, *p == 0 && !isError(status));
@@ -260,7 +260,7 @@ TEST(Dsa, RefusedGeneration) {
                   ERR_RTOS_MUTEX_WAIT);
         EXPECT_TRUE(key.p == nullptr && key.q == nullptr && key.g == nullptr && h.get() == nullptr);
     }
-    testheap::failSome([&] {
+    refuseEach([&] {
         ByteSource fresh(43);
         vlong* h = nullptr;
         const Status status =

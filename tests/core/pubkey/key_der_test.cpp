@@ -2,7 +2,7 @@
 #include "core/bignum/vlong_math.h"
 #include "core/pubkey/dsa.h"
 #include "tests/core/pubkey/key_support.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 namespace {
 
@@ -183,7 +183,7 @@ TEST(KeyDer, RefusedAllocationsAndWiping) {
     EXPECT_EQ(testheap::dirtyFrees(), dirtyFrees);
     // Making the key's lock is what gives another status.
     const auto refusalsSeen = [&](Reader reader, const Octets& der, Writer writer) {
-        testheap::failEach([&] {
+        refuseEach([&] {
             const Status status = roundTrip(reader, der, writer);
             return status == ERR_RTOS_MUTEX_CREATE ? ERR_MEM_ALLOC_FAIL : status;
         });

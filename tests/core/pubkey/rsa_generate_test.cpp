@@ -5,7 +5,7 @@
 #include "core/pubkey/rsa_prime.h"
 #include "tests/core/bignum/bignum_support.h"
 #include "tests/support/byte_source.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 #include <numeric>
 
@@ -140,7 +140,7 @@ TEST(RsaGenerate, Sizes) {
 TEST(RsaGenerate, AllocationFailures) {
     const std::uint64_t dirty = testheap::dirtyFrees();
     const Number x("ffff000000000000.1.2.3"), x1("1000000001"), x2("3000000001");
-    testheap::failEach([&] {
+    refuseEach([&] {
         ByteSource source(1);
         vlong* prime = nullptr;
         const Status status = rsaConstructPrime(source.bytes(), {x, x1, x2}, 65537, &prime, nullptr);
@@ -148,7 +148,7 @@ TEST(RsaGenerate, AllocationFailures) {
         (void)VLONG_free(&prime, nullptr); // null after a refusal
         return status;
     });
-    testheap::failSome([] {
+    refuseEach([] {
         ByteSource source(2);
         RSAKey key{};
         const Status status = Rsa_GenerateKey(source.bytes(), &key, 1024, nullptr);

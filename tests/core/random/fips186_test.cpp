@@ -3,7 +3,6 @@
 #include "core/random/random.h"
 #include "tests/support/faults.h"
 #include "tests/support/hex.h"
-#include "tests/support/test_heap.h"
 
 #include <gtest/gtest.h>
 
@@ -95,9 +94,9 @@ TEST(Fips186, ArgumentsAndRefusals) {
     for (const std::uint32_t keyBytes : {0u, 19u, 65u, 256u + 20u, 0x80000014u}) {
         EXPECT_EQ(fips186NewContext(&context, keyBytes, key.data(), 0, nullptr), ERR_INVALID_ARG) << keyBytes;
     }
-    testheap::refuse(1); // its status is not that of the heap, on purpose
+    heapFaults().arm(1); // its status is not that of the heap, on purpose
     EXPECT_EQ(fips186NewContext(&context, 64, key.data(), 0, nullptr), ERR_NULL_POINTER);
-    testheap::refuse(0);
+    heapFaults().arm(0);
     {
         const Fault fault(PlatformService::mutexCreate, 1);
         EXPECT_EQ(fips186NewContext(&context, 64, key.data(), 0, nullptr), ERR_RTOS_MUTEX_CREATE);

@@ -25,6 +25,7 @@ TEST(Seeding, A_TheSeedPoolIsMadeOnFirstUse) {
         EXPECT_EQ(testheap::liveBlocks(), live);
     }
     EXPECT_EQ(seedPoolInit(), OK);
+    testheap::keep(2);
     EXPECT_EQ(seedPoolInit(), ERR_FALSE);
 }
 

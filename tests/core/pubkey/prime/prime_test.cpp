@@ -5,7 +5,7 @@
 #include "core/pubkey/prime/prime_stages.h"
 #include "tests/core/bignum/bignum_support.h"
 #include "tests/support/byte_source.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 #include <algorithm>
 #include <cmath>
@@ -281,7 +281,7 @@ TEST(Prime, AKnownFactorChangesNothing) {
 TEST(Prime, AllocationFailures) {
     const std::uint64_t dirty = testheap::dirtyFrees();
     for (vlong* queue = nullptr; vlong * * const spare : {static_cast<vlong**>(nullptr), &queue}) {
-        testheap::failEach([&] {
+        refuseEach([&] {
             ByteSource source(7);
             vlong* prime = nullptr;
             const Status status = PRIME_generate(source.bytes(), &prime, 80, spare);
@@ -291,7 +291,7 @@ TEST(Prime, AllocationFailures) {
         });
     }
     const Number start(99), step(2), n(Unit{323});
-    testheap::failEach([&] {
+    refuseEach([&] {
         CandidateSieve sieve;
         std::uint32_t flag = 0;
         RETURN_IF_ERROR(sieve.fill(start, step, 10));
