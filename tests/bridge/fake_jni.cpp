@@ -31,14 +31,9 @@ std::string describe(const FakeObject* throwable) {
 } // namespace
 
 FaultPoint& vmFaults(std::string_view call) {
-    static constexpr std::string_view kCalls[] = {"call",
-                                                  "FindClass",
-                                                  "GetFieldID",
-                                                  "GetMethodID",
-                                                  "ThrowNew",
-                                                  "NewByteArray",
-                                                  "ThrowNew short of memory",
-                                                  "GetPrimitiveArrayCritical"};
+    static constexpr std::string_view kCalls[] = {
+        "call",     "FindClass",    "GetFieldID",          "GetMethodID",
+        "ThrowNew", "NewByteArray", "ThrowNewOutOfMemory", "GetPrimitiveArrayCritical"};
     static FaultPoint points[std::size(kCalls) + 1]; // the last one is for any other
     return points[std::find(std::begin(kCalls), std::end(kCalls), call) - kCalls];
 }
@@ -121,7 +116,7 @@ void FakeJni::installExceptions() {
         if (jni.enter("ThrowNew")) {
             return JNI_ERR;
         }
-        if (vmFaults("ThrowNew short of memory").strikes()) {
+        if (vmFaults("ThrowNewOutOfMemory").strikes()) {
             jni.raise("java/lang/OutOfMemoryError", "Java heap space");
         } else {
             jni.raise(fake(type)->className.c_str(), message);

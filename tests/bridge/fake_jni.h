@@ -32,7 +32,7 @@ struct FakeObject {
 };
 
 // vmFaults: where calls of the VM can be made to fail: by the name of the JNI function; "call" stands for any that looks up a
-// field, makes an array or opens a region, "ThrowNew short of memory" for one that leaves another exception.
+// field, makes an array or opens a region, "ThrowNewOutOfMemory" for one that leaves another exception.
 FaultPoint& vmFaults(std::string_view call);
 
 class FakeJni {
