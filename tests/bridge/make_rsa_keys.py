@@ -49,12 +49,10 @@ def rsa(bits):
     print(f"rsa{bits}Private = {item(0x30, integer(0), rsa_id, item(4, pkcs1)).hex()}")
     for algorithm in PREFIXES:
         digest = hashlib.new(algorithm, b"abc").digest()
-        # What a comparison of the DigestInfo's first bytes, as many as the digest has, still sees of the digest.
-        seen = len(digest) - len(PREFIXES[algorithm]) // 2
-        other = bytes(b ^ 1 for b in digest)
-        tail = digest[:seen] + other[seen:]
-        last = digest[:seen - 1] + other[seen - 1:seen] + digest[seen:]
-        for name, value in (("", digest), ("Tail", tail), ("Last", last)):
+        # The last byte that a comparison of the DigestInfo's first bytes, as many as the digest has, still sees of the digest.
+        last_seen = len(digest) - len(PREFIXES[algorithm]) // 2 - 1
+        for name, at in (("", None), ("WrongAtEnd", len(digest) - 1), ("Wrong", last_seen)):
+            value = bytes(b ^ (i == at) for i, b in enumerate(digest))
             print(f"rsa{bits}{algorithm}{name} = {signed(algorithm, value).hex()}")
 
 

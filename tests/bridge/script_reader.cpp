@@ -105,11 +105,20 @@ private:
             }
             script.passages.back().lines.back().printed += text.substr(2);
         } else {
-            addAction(alternative(text, 0));
+            addActions(alternative(text, 0));
             for (std::size_t number = 1; text.find('{') != std::string::npos && !alternative(text, number).empty();
                  ++number) {
-                addAction(alternative(text, number));
+                addActions(alternative(text, number));
             }
+        }
+    }
+
+    // One action, or several with ';' between them.
+    void addActions(const std::string& text) {
+        const std::size_t end = text.find(" ; ");
+        addAction(text.substr(0, end));
+        if (end != std::string::npos) {
+            addActions(text.substr(end + 3));
         }
     }
 
