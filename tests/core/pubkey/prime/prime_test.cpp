@@ -3,7 +3,7 @@
 #include "core/bignum/vlong_math.h"
 #include "core/pubkey/prime/candidate_sieve.h"
 #include "core/pubkey/prime/prime_stages.h"
-#include "tests/core/bignum/bignum_support.h"
+#include "tests/support/number.h"
 #include "tests/support/byte_source.h"
 #include "tests/support/faults.h"
 
@@ -13,8 +13,6 @@
 
 namespace {
 
-using bignumtest::Number;
-using bignumtest::Random;
 
 // 2^bit + offset.
 Number nearPower(std::uint32_t bit, int offset) {
