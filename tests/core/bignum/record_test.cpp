@@ -86,6 +86,10 @@ TEST(Bignum, Limits) {
          {std::pair{2 * kMaxUnits, OK}, {2 * kMaxUnits + 1, ERR_BAD_LENGTH}, {kHuge, ERR_BAD_LENGTH}}) {
         EXPECT_EQ(VLONG_fromWords32(words.data(), count, value.out()), status);
     }
+    std::vector<std::uint32_t> behindZeros(2 * kMaxUnits + 2);
+    behindZeros.back() = 7;
+    EXPECT_EQ(VLONG_fromWords32(behindZeros.data(), 2 * kMaxUnits + 2, value.out()), OK);
+    EXPECT_EQ(value.text(), "7");
     Bytes low(3);
     EXPECT_EQ(VLONG_toBytesFixed(Number("11223344"), low.data(), 3), OK); // the high byte is lost
     EXPECT_EQ(textOf(low), "223344");
@@ -191,6 +195,12 @@ TEST_F(Montgomery, ForeignModuliDoNoHarm) {
         EXPECT_EQ(power(*clone, Number("5"), Number("0")).text(), "1");
         EXPECT_EQ(VLONG_deleteMontgomeryCtx(&clone, nullptr), OK);
         EXPECT_EQ(VLONG_deleteMontgomeryCtx(&clone, nullptr), OK);
+    }
+    for (const std::uint32_t k : {1U, 2U, 5U, 8U, 16U, 64U}) {
+        const Context context{Number(Units(k, 3))};
+        Number one;
+        EXPECT_EQ(VLONG_montExpWindow(&context, Number("5"), Number("0"), one.out(), nullptr), OK);
+        EXPECT_EQ(one.text(), "1") << k;
     }
     EXPECT_EQ(VLONG_deleteMontgomeryCtx(nullptr, nullptr), OK);
     EXPECT_EQ(VLONG_clearMontgomeryCtx(nullptr, nullptr), OK);
