@@ -196,6 +196,9 @@ Status VLONG_montExpWindow(const MontgomeryCtx* context, const vlong* base, cons
     MontPower power(queue);
     RETURN_IF_ERROR(power.prepare(*context, base, exponent));
     const ModExpTask& task = power.task();
+    if (task.exponentBits == 0) { // for which no kernel is made
+        return VLONG_newValue(VLONG_cmpUnit(context->modulus, 1) == 0 ? 0 : 1, out, queue);
+    }
     const ModExpKernel& kernel = modExpKernelFor(task.modulus);
     SecretBuffer scratch;
     RETURN_IF_ERROR(scratch.alloc(kernel.scratchUnits(task.modulus.count, task.exponentBits) * sizeof(Unit)));

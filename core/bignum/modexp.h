@@ -87,7 +87,7 @@ Unit VLONG_montNegInverse64(const vlong* modulus);
 std::uint32_t VLONG_windowWidth(std::uint32_t exponentBits);
 
 // The two engines behind VLONG_modExp, for base and exponent other than zero, and the forms of the first: by windows
-// and by single bits (which the width table never asks for).
+// and by single bits (which the width table never asks for). Both take an exponent of 0.
 // Errors:  VLONG_modExpMontgomery ERR_BAD_MODULO for an even modulus; else as VLONG_modExp.
 Status VLONG_modExpMontgomery(const vlong* base, const vlong* exponent, const vlong* modulus, vlong** out,
                               vlong** queue);

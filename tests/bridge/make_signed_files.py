@@ -4,7 +4,7 @@
     scripts/signed_files.txt  keys and signatures made by openssl, and signatures that this model forges, with the key and
                               without it
     ../tools/...              key.der, good, good.sig, forged, forged.sig: the same kind of things as files, for the
-                              command-line tool
+                              command-line tool; short.sig, good's signature with a block that is one octet too short
 
 Byte i of a file of any size is (7 i + i div 256) mod 256; the large one is zeros.
 
@@ -51,9 +51,9 @@ class Key:
             file.flush()
             return openssl("dgst", "-sha256", "-sign", key.name, file.name)
 
-    def power(self, digest):
+    def power(self, digest, start=b"\0\1"):
         info = PREFIX + digest
-        block = b"\0\1" + b"\xff" * (self.k - len(info) - 3) + b"\0" + info
+        block = start + b"\xff" * (self.k - len(info) - len(start) - 1) + b"\0" + info
         return pow(int.from_bytes(block, "big"), self.d, self.n).to_bytes(self.k, "big")
 
 
@@ -108,7 +108,7 @@ def main():
         file.write(f"zeroEndedSize = {zero_ended}\n")
         file.writelines(f"{name} = {value.hex()}\n" for name, value in values.items())
     files = {"key.der": key.public, "good": content(5), "good.sig": key.sign(content(5)), "forged": content(5),
-             "forged.sig": forged_signature}
+             "forged.sig": forged_signature, "short.sig": key.power(sha256(content(5)), b"\0\0\1")}
     for name, data in files.items():
         with open(f"{TOOLS}/{name}", "wb") as file:
             file.write(data)

@@ -2,7 +2,6 @@
 
 #include "tests/support/test_heap.h"
 
-#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <sstream>
@@ -49,6 +48,15 @@ std::string Number::text() const {
 
 std::string Number::hex() const {
     return hexOf(get());
+}
+
+Units Random::units(std::size_t count, bool extreme) {
+    constexpr Unit kExtremes[] = {0, 1, Unit{1} << 63, ~Unit{0}, ~Unit{0} - 1, (Unit{1} << 32) - 1, Unit{1} << 32};
+    Units units(count);
+    for (Unit& unit : units) {
+        unit = extreme && below(4) != 0 ? kExtremes[below(7)] : this->unit();
+    }
+    return units;
 }
 
 std::string textOf(const vlong* value) {

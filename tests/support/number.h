@@ -6,7 +6,10 @@
 
 #include "core/bignum/scoped_vlong.h"
 
+#include <gtest/gtest.h>
+
 #include <ostream>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -29,6 +32,23 @@ public:
     }
     std::string text() const;
     std::string hex() const; // whole bytes without leading zeros
+};
+
+// Random: units from a fixed seed; with `extreme` most of them are 0, 1, 2^63, 2^64-1 and the like.
+class Random {
+public:
+    explicit Random(std::uint64_t seed) : generator_(seed) {
+    }
+    Unit unit() {
+        return generator_();
+    }
+    std::uint32_t below(std::uint32_t bound) {
+        return static_cast<std::uint32_t>(unit() % bound);
+    }
+    Units units(std::size_t count, bool extreme = false);
+
+private:
+    std::mt19937_64 generator_;
 };
 
 std::string textOf(const vlong* value);

@@ -1,7 +1,7 @@
 // DSA: generation against a model in Python, signatures against the example of the standard.
 #include "core/bignum/vlong_math.h"
 #include "core/pubkey/dsa_params.h"
-#include "tests/core/bignum/bignum_support.h"
+#include "tests/support/number.h"
 #include "tests/support/byte_source.h"
 #include "tests/support/hex.h"
 #include "tests/support/faults.h"
@@ -10,8 +10,6 @@
 
 namespace {
 
-using bignumtest::Number;
-using bignumtest::textOf;
 
 class ScopedDsaKey : public DSAKey {
 public:
@@ -71,7 +69,7 @@ TEST_F(DsaExample, Verifies) {
     EXPECT_EQ(VLONG_newCopy(key_.q, aboveQ.out(), nullptr), OK);
     EXPECT_EQ(VLONG_add(aboveQ, r_, nullptr), OK);
     EXPECT_EQ(VLONG_increment(wrong, nullptr), OK);
-    const Number zero(Unit{0}), huge(bignumtest::Units(4000, 1));
+    const Number zero(Unit{0}), huge(Units(4000, 1));
     constexpr Status kRange = ERR_CRYPTO_DSA_SIGN_VERIFY_RS_TEST;
     const struct {
         const Number &m, &r, &s;

@@ -1,9 +1,9 @@
 // RSA key generation, against a model in Python that tests each number without a sieve.
+#include "core/bignum/prime/prime.h"
 #include "core/bignum/vlong_math.h"
-#include "core/pubkey/prime/prime.h"
 #include "core/pubkey/rsa.h"
 #include "core/pubkey/rsa_prime.h"
-#include "tests/core/bignum/bignum_support.h"
+#include "tests/support/number.h"
 #include "tests/support/byte_source.h"
 #include "tests/support/faults.h"
 
@@ -11,8 +11,6 @@
 
 namespace {
 
-using bignumtest::Number;
-using bignumtest::textOf;
 
 Number remainder(const Number& a, const Number& m) {
     Number result;
@@ -46,7 +44,7 @@ TEST(RsaGenerate, KnownKeys) {
         EXPECT_EQ(source.draws.size(), row.draws);
         EXPECT_EQ(std::accumulate(source.draws.begin(), source.draws.end(), 0U), row.drawn);
 
-        const Number message(bignumtest::Random(1).units(row.bits / 64 - 1));
+        const Number message(Random(1).units(row.bits / 64 - 1));
         Number raised, back;
         EXPECT_EQ(Rsa_PublicOp(&key, message, raised.out(), nullptr), OK);
         EXPECT_EQ(Rsa_PrivateCrt(&key, raised, back.out(), nullptr), OK);
