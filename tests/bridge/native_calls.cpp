@@ -52,8 +52,8 @@ void makeFile(const std::string& kind, const std::vector<std::uint8_t>& name,
     const std::string path(name.begin(), name.end());
     if (kind == "folder") {
         create_directory(path);
-    } else if (kind == "readonly") {
-        permissions(path, perms::owner_read);
+    } else if (kind == "readonly" || kind == "writable") {
+        permissions(path, kind == "readonly" ? perms::owner_read : perms::owner_all);
     } else {
         remove(path);
         std::ofstream file(path, std::ios::binary);
@@ -89,7 +89,8 @@ jint checkFile(JNIEnv*, jobject, jbyteArray key, jint keyLength, jbyteArray path
 }
 jint checkFileBriefly(JNIEnv* env, jobject object, jbyteArray key, jbyteArray path) {
     const auto length = static_cast<jint>(FakeJni::of(path).bytes.size());
-    return checkFile(env, object, key, static_cast<jint>(FakeJni::of(key).bytes.size()), path, std::min(length, 255));
+    return checkFile(env, object, key, static_cast<jint>(FakeJni::of(key).bytes.size()), path,
+                     std::min<jint>(length, 255));
 }
 
 void throwOne(JNIEnv* env, jobject, jbyteArray className, jbyteArray message, jint status) {
@@ -138,19 +139,19 @@ std::vector<EntryPoint> nativeEntryPoints() {
         };
         add(
             digest + "nativeReset",
-            +[](JNIEnv*, jobject self) { return slot<int (*)(void*)>(self, 3)(&engineOf<char>(self)); });
+            +[](JNIEnv*, jobject self) -> jint { return slot<int (*)(void*)>(self, 3)(&engineOf<char>(self)); });
         add(
-            digest + "nativeUpdate", +[](JNIEnv*, jobject self, jbyteArray input, jint offset, jint length) {
+            digest + "nativeUpdate", +[](JNIEnv*, jobject self, jbyteArray input, jint offset, jint length) -> jint {
                 return slot<int (*)(void*, const std::uint8_t*, int, int)>(self, 6)(&engineOf<char>(self),
                                                                                     pointerTo(input), offset, length);
             });
         add(
-            digest + "digest", +[](JNIEnv* env, jobject self, jbyteArray output, jint length) {
+            digest + "digest", +[](JNIEnv* env, jobject self, jbyteArray output, jint length) -> jint {
                 return slot<int (*)(void*, JNIEnv*, jobject, std::uint8_t*, int)>(self, 7)(
                     &engineOf<char>(self), env, self, pointerTo(output), length);
             });
         add(
-            digest + "nativeDigest", +[](JNIEnv*, jobject self, jbyteArray output, jint length) {
+            digest + "nativeDigest", +[](JNIEnv*, jobject self, jbyteArray output, jint length) -> jint {
                 return slot<int (*)(void*, std::uint8_t*, int)>(self, 10)(&engineOf<char>(self), pointerTo(output),
                                                                           length);
             });

@@ -6,7 +6,8 @@
 
 #include <string>
 
-// makeFile: "file": makes one of that name, with the content; "folder": a folder; "readonly": of a file that is there.
+// makeFile: "file": makes one of that name, with the content; "folder": a folder; "readonly", "writable": of a file that is
+// there.
 void makeFile(const std::string& kind, const Bytes& name, const Bytes& content);
 
 // refuseNative: "hash": feeding a file to the engine fails with this status, 0: no more; "read": once, a file ends behind so

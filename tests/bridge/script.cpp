@@ -173,7 +173,7 @@ void Player::doLine(const ScriptLine& line) {
     const std::string &first = line.words[0], second = line.words.size() > 1 ? line.words[1] : "";
     if (first == "refuse") {
         refusal_.assign(line.words.begin() + 1, line.words.end());
-    } else if (first == "file" || first == "folder" || first == "readonly") {
+    } else if (first == "file" || first == "folder" || first == "readonly" || first == "writable") {
         makeFile(first, bytes(second), bytes(line.result));
     } else if (first[0] == '@' && second.empty()) {
         arrays_[first.substr(1)] = jni_.newBytes(bytes(line.result));
