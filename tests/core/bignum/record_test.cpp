@@ -202,6 +202,8 @@ TEST_F(Montgomery, ForeignModuliDoNoHarm) {
         EXPECT_EQ(VLONG_montExpWindow(&context, Number("5"), Number("0"), one.out(), nullptr), OK);
         EXPECT_EQ(one.text(), "1") << k;
     }
+    const Context longest(Number("1.0*4093.1")), tooLong(Number("1.0*4094.1")); // whose squared radix has no room
+    EXPECT_EQ(longest.radixSquared->length > 0, tooLong.radixSquared->length == 0);
     EXPECT_EQ(VLONG_deleteMontgomeryCtx(nullptr, nullptr), OK);
     EXPECT_EQ(VLONG_clearMontgomeryCtx(nullptr, nullptr), OK);
 }
