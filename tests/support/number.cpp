@@ -2,7 +2,6 @@
 
 #include "tests/support/test_heap.h"
 
-
 #include <algorithm>
 #include <sstream>
 
