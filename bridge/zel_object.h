@@ -45,8 +45,7 @@ public:
     //          the status; the next caller tries again.
     static RandomContext* getRandomContext(JNIEnv* env);
 
-    // hexdump: writes bytes[length] to standard output, sixteen a row, with offsets and characters,
-    // and flushes it.
+    // hexdump: writes bytes[length] to standard output, sixteen a row, with offsets and characters, and flushes it.
     // In/out:  a length of 0 writes nothing, whatever bytes is.
     static void hexdump(const std::uint8_t* bytes, std::uint32_t length);
 

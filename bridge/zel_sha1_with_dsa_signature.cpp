@@ -124,7 +124,7 @@ Status ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object, std::uint8_t**
     if (!raise(env, "error creating dsa signature", createDSASignature(r.get(), s.get(), signature, length))) {
         return ERR_INTERNAL_ERROR;
     }
-    reset(env, object); // an exception that it leaves is for the next message
+    reset(env, object); // Java sees an exception that it leaves, in place of the signature
     return OK;
 }
 
@@ -153,7 +153,7 @@ jint ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object, jbyteArray outpu
         return 0;
     }
     const auto count = static_cast<jint>(signature.size());
-    // The caller's length less the offset, not the room in the array, is what has always been judged; the array is
+    // The caller's length less the offset, not the room in the array, is what is judged: meant. The array is
     // judged besides, so that nothing outside it is written. 64 bits, because the differences could overflow.
     if (std::int64_t{length} - offset < count || offset < 0 ||
         std::int64_t{env->GetArrayLength(output)} - offset < count) {

@@ -9,6 +9,7 @@ tests/support/vectors.h and tests/support/number.h.
 import ctypes
 import ctypes.util
 import hashlib
+import math
 import sys
 from itertools import groupby
 from pathlib import Path
@@ -237,8 +238,17 @@ BIGNUM = {name: of_values(model) for name, model in {
     "shl": of_values(shl, 1), "shr": of_values(lambda a, f, k: [write(a >> int(k), f)], 1), "tobytes": of_values(tobytes, 1),
     "frommpint": frommpint, "frombytes": lambda text: [write(int.from_bytes(octets(text), "big"))]}
 
+
+
+def rsa_key(e, p, q, x):
+    e, p, q, x = (int(word, 16) for word in (e, p, q, x))
+    d = pow(e, -1, math.lcm(p - 1, q - 1))
+    values = p * q, d, pow(e, -1, p - 1), pow(e, -1, q - 1), pow(q, -1, p), pow(x, d, p * q)
+    return [value.to_bytes((value.bit_length() + 7) // 8, "big").hex() for value in values]
+
+
 MODELS = {"core/hash/hash_vectors.txt": HASH, "core/random/random_vectors.txt": {"fips186": fips186},
-          "core/bignum/bignum_vectors.txt": BIGNUM}
+          "core/bignum/bignum_vectors.txt": BIGNUM, "core/pubkey/rsa_vectors.txt": {"rsakey": rsa_key}}
 
 differences = 0
 for name, models in MODELS.items():

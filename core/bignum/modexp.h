@@ -22,8 +22,8 @@ struct MontgomeryCtx {
     vlong* R;        // 2^(64 k)
     vlong* RInverse; // 1/R mod modulus
     vlong* modulus;  // an own copy
-    vlong*
-        radixSquared; // R^2 mod modulus, which may be 0, in k units; nothing where no exponentiation takes the modulus
+    // R^2 mod modulus, which may be 0, in k units; empty where no exponentiation takes the modulus.
+    vlong* radixSquared;
 };
 
 // VLONG_modExp: a new record := base^exponent mod modulus.

@@ -20,8 +20,11 @@ using Bytes = std::vector<std::uint8_t>;
 using VectorOperation = std::function<Status(const Words& operands, Words& results)>;
 
 // runVectors: every line of the file below tests/, and each again with every allocation refused in turn. Every operation
-// must be used.
+// must be used; the lines of an empty one are left to a test of their own.
 void runVectors(const std::string& file, const std::map<std::string, VectorOperation>& operations);
+
+// vectorsOf: the operands and results of every line with this operation, for tests of their own.
+std::vector<Words> vectorsOf(const std::string& file, const std::string& operation);
 
 // bytesOf: bytes by their notation: pieces joined by '+', each hexadecimal digits, "DIGITS*COUNT" for repetition, or
 // "STEP:START:COUNT" for byte i = STEP * i + START. "." is no bytes. data() is never null.

@@ -193,15 +193,14 @@ TEST_F(Montgomery, ForeignModuliDoNoHarm) {
             EXPECT_TRUE(isError(status) ? result.get() == nullptr : VLONG_cmpMagnitude(result, m) < 0);
         }
         EXPECT_EQ(power(*clone, Number("5"), Number("0")).text(), "1");
-        EXPECT_EQ(VLONG_deleteMontgomeryCtx(&clone, nullptr), OK);
-        EXPECT_EQ(VLONG_deleteMontgomeryCtx(&clone, nullptr), OK);
-    }
-    for (const std::uint32_t k : {1U, 2U, 5U, 8U, 16U, 64U}) {
-        const Context context{Number(Units(k, 3))};
         Number one;
-        EXPECT_EQ(VLONG_montExpWindow(&context, Number("5"), Number("0"), one.out(), nullptr), OK);
-        EXPECT_EQ(one.text(), "1") << k;
+        const Status status = VLONG_montExpWindow(clone, Number("5"), Number("0"), one.out(), nullptr);
+        EXPECT_TRUE(status == ERR_DIVIDE_BY_ZERO || one.text() == (m == Number("1") ? "0" : "1"));
+        EXPECT_EQ(VLONG_deleteMontgomeryCtx(&clone, nullptr), OK);
+        EXPECT_EQ(VLONG_deleteMontgomeryCtx(&clone, nullptr), OK);
     }
+    const Context longest(Number("1.0*4093.1")), tooLong(Number("1.0*4094.1")); // whose squared radix has no room
+    EXPECT_EQ(longest.radixSquared->length > 0, tooLong.radixSquared->length == 0);
     EXPECT_EQ(VLONG_deleteMontgomeryCtx(nullptr, nullptr), OK);
     EXPECT_EQ(VLONG_clearMontgomeryCtx(nullptr, nullptr), OK);
 }

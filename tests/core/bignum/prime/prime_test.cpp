@@ -198,6 +198,7 @@ TEST(Prime, RandomOddCandidates) {
         ByteSource source(1);
         Number value;
         EXPECT_EQ(VLONG_makeRandomOdd(source.bytes(), value.out(), bits, nullptr), ERR_BAD_LENGTH) << bits;
+        EXPECT_TRUE(bits <= 64 * kMaxUnits || source.draws.empty());
     }
 }
 
