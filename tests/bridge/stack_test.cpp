@@ -103,7 +103,7 @@ TEST(Stack, OfTheCipher) {
     const std::function<Status()> calls[] = {
         [&] { return encrypt.init(AesCbcStream::kEncryptMode, iv, key.data()); },
         [&] { return encrypt.update(from, 0, 303, output.data()); },
-        [&] { return encrypt.encryptFinal(from, 1000, output.data()); },
+        [&] { return encrypt.encryptFinal(from, 994, output.data()); }, // behind 13 pending bytes: 15 in the last block
         [&] { return decrypt.init(AesCbcStream::kDecryptMode, iv, key.data()); },
         [&]() -> Status {
             AesCbcStream::Ending ending;
