@@ -5,7 +5,6 @@
 #include "platform/rtos_thread.h"
 #include "platform/static_lock.h"
 #include "tests/support/faults.h"
-#include "tests/support/test_heap.h"
 
 #include <gtest/gtest.h>
 
@@ -187,7 +186,7 @@ TEST(Clocks, TickAndSleep) {
 TEST(Threads, RunAndAreForgotten) {
     static std::atomic<int> seen;
     seen = 0;
-    testheap::failEach(
+    refuseEach(
         [] {
             const int before = seen;
             static int argument = 5;
