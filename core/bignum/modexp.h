@@ -7,9 +7,8 @@
 // Limits: moduli above 4094 units need not fit the double-length intermediates, from 4096 they never do:
 // ERR_BAD_LENGTH. For the same reason base and an odd modulus together must stay below kMaxUnits units. Queue:
 // temporaries come from the queue and go back to it; without one an exponentiation makes its own and drains it.
-// Secrets: the time depends on the exponent, the lengths of all operands and, through Karatsuba's method, on the
-// values, unless the kernel in use says otherwise (kernels.h). The last step of a Montgomery product is free of
-// branches.
+// Secrets: the exponent, unless it is named as a secret, is public, and the time depends on it; it depends on the other
+// values where base or modulus are such as Montgomery's method does not take as they are.
 #ifndef ZELSPI_CORE_BIGNUM_MODEXP_H
 #define ZELSPI_CORE_BIGNUM_MODEXP_H
 
@@ -43,6 +42,10 @@ Status VLONG_modExp(const vlong* base, const vlong* exponent, const vlong* modul
 Status VLONG_newMontgomeryCtx(MontgomeryCtx** out, const vlong* modulus, vlong** queue);
 Status VLONG_initMontgomeryCtx(MontgomeryCtx* context, const vlong* modulus, vlong** queue);
 
+// VLONG_newSecretMontgomeryCtx: VLONG_newMontgomeryCtx in a time that shows no more of the modulus than its bit length, if
+// takesResidues (residues.h) holds for it.
+Status VLONG_newSecretMontgomeryCtx(MontgomeryCtx** out, const vlong* modulus, vlong** queue);
+
 // VLONG_clearMontgomeryCtx: releases the records of a context and sets all of it to zero. Null is accepted; always OK.
 // VLONG_deleteMontgomeryCtx: the same for a context of the heap, which is freed; *context becomes null. A null pointer
 // or a null context is accepted; always OK.
@@ -63,7 +66,16 @@ struct ModExpOperands {
     const vlong* base;
     const vlong* exponent;
     vlong** out;
+    std::uint32_t secretBits = 0; // 0 for a public exponent, else as VLONG_modExpSecret takes it
 };
+
+// VLONG_modExpSecret: VLONG_modExpCtx in a time that depends on lengths alone, not on the values of base, exponent and
+// modulus. exponentBits is the public length of the exponent, which has no more bits than that.
+// In/out:  takesResidues (residues.h) holds for the modulus. 0^0 is 1 here. The result has its k units to be read, zeros
+//          above its length.
+// Errors:  as VLONG_modExpCtx.
+Status VLONG_modExpSecret(const MontgomeryCtx* context, const vlong* base, const vlong* exponent,
+                          std::uint32_t exponentBits, vlong** out, vlong** queue);
 
 // VLONG_modExpCtxPair: two exponentiations as by VLONG_modExpCtx, side by side where a kernel can do that: for the two
 // primes of an RSA key, or the two powers of a DSA verification.

@@ -5,6 +5,7 @@
 // assembly, in blocks of eight units and of four.
 //
 // Secrets: time depends on unit counts only, but for div128by64.
+#include "core/bignum/branch_free.h"
 #include "core/bignum/karatsuba.h"
 #include "core/bignum/unit_rows.h"
 #include "core/bignum/x86/x86_kernels.h"
@@ -206,11 +207,7 @@ void reduce(Unit* r, Unit* t, const MontModulus& m) {
         t[i + k] = addUnit(t[i + k], top, carry);
     }
     const Unit borrow = adxSubUnits(t, t + k, m.units, k);
-    const volatile Unit maskInMemory = Unit{0} - (carry < borrow ? 1 : 0);
-    const Unit keepSum = maskInMemory; // read from memory, so that no optimiser makes it a branch
-    for (std::uint32_t i = 0; i < k; ++i) {
-        r[i] = (t[i + k] & keepSum) | (t[i] & ~keepSum);
-    }
+    select(r, maskOf(carry < borrow ? 1 : 0), t + k, t, k);
 }
 
 } // namespace
