@@ -7,10 +7,10 @@
 // OpenSSL does 64 rounds and no Lucas test.
 #include "bench/bench_check.h"
 #include "core/bignum/kernels.h"
+#include "core/bignum/prime/prime.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
 #include "core/pubkey/dsa.h"
-#include "core/pubkey/prime/prime.h"
 #include "core/pubkey/rsa.h"
 
 #include <benchmark/benchmark.h>

@@ -5,6 +5,7 @@
 #include "core/asn1/der.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
+#include "core/memory/endian.h"
 #include "core/memory/secret.h"
 #include "core/pubkey/dsa.h"
 
@@ -87,12 +88,12 @@ Status loadPublicKey(const std::uint8_t* der, std::uint32_t length, AsymmetricKe
     Content encodedY;
     Content y;
     RETURN_IF_ERROR(info.parse(der, length));
-    RETURN_IF_ERROR(info.walk(kToP, &p)); // whatever the OBJECT IDENTIFIER: it has never been compared
+    RETURN_IF_ERROR(info.walk(kToP, &p)); // whatever the OBJECT IDENTIFIER: meant
     RETURN_IF_ERROR(info.walk(kToNextInteger, &q));
     RETURN_IF_ERROR(info.walk(kToNextInteger, &g));
     RETURN_IF_ERROR(info.walk(kFromGToKey, &encodedY));
     RETURN_IF_ERROR(parseDERInteger(encodedY.octets, encodedY.length, &y.octets, &y.length));
-    if (p.length > kDsaMaxPOctets || q.length > kDsaMaxQOctets) {
+    if (bigEndianBits(p.octets, p.length) > kDsaMaxPBits || bigEndianBits(q.octets, q.length) > kDsaMaxQBits) {
         return ERR_DSA_INVALID_KEYLENGTH;
     }
     RETURN_IF_ERROR(AsymKey_MakeDsa(key, nullptr));

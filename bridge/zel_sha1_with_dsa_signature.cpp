@@ -111,8 +111,8 @@ Status ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object, std::uint8_t**
     ScopedVlong s(nullptr);
     bool verified = false;
     const Status status = context == nullptr ? ERR_NULL_POINTER
-                                             : Dsa_Sign(context, asymKeyDsa(&state_.key), message.get(), &verified,
-                                                        r.out(), s.out(), nullptr);
+                                             : dsaSignMakingY(context, asymKeyDsa(&state_.key), message.get(),
+                                                              &verified, r.out(), s.out(), nullptr);
     if (!raise(env, "error signing message", status)) {
         return ERR_INTERNAL_ERROR;
     }

@@ -84,7 +84,7 @@ Status ZelShaWithRsaSignature::takeKey(std::int32_t mode, int length, const std:
     if (mode == SignatureState::kVerifying) {
         RETURN_IF_ERROR(RsaKey_FromPublicDer(bytes, count, key));
     } else {
-        RETURN_IF_ERROR(AsymKey_FromPkcs8Der(bytes, count, key));
+        RETURN_IF_ERROR(asymKeyReadSigner(bytes, count, key));
     }
     if (asymKeyRsa(key) == nullptr) { // the reader of private keys reads those of DSA as well
         (void)AsymKey_Uninit(key, nullptr);

@@ -2,6 +2,7 @@
 #ifndef ZELSPI_CORE_MEMORY_ENDIAN_H
 #define ZELSPI_CORE_MEMORY_ENDIAN_H
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 
@@ -19,6 +20,15 @@ template <typename Word> void storeBigEndian(std::uint8_t* bytes, Word word) {
     for (std::size_t i = 0; i < sizeof(Word); ++i) {
         bytes[i] = static_cast<std::uint8_t>(word >> (8 * (sizeof(Word) - 1 - i)));
     }
+}
+
+// bigEndianBits: the bit length of the unsigned number in bytes[length], which may begin with zeros.
+inline std::uint64_t bigEndianBits(const std::uint8_t* bytes, std::size_t length) {
+    std::size_t first = 0;
+    while (first < length && bytes[first] == 0) {
+        ++first;
+    }
+    return first == length ? 0 : 8 * std::uint64_t{length - first - 1} + std::bit_width(bytes[first]);
 }
 
 #endif

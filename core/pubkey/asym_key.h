@@ -38,9 +38,8 @@ struct DSAKey {
     vlong* p;
     vlong* q;
     vlong* g;
-    vlong* y;                  // g^x mod p
-    vlong* x;                  // null in a public key
-    std::uint32_t leavesY = 0; // 1: Dsa_SetPrivateKey leaves y to Dsa_Sign, which then makes it beside r
+    vlong* y; // g^x mod p
+    vlong* x; // null in a public key
 };
 
 // The values of AsymmetricKey::type. 2 is not used.

@@ -20,10 +20,10 @@ inline constexpr DsaHash kDsaSha256 = 2;
 inline constexpr DsaHash kDsaSha384 = 3;
 inline constexpr DsaHash kDsaSha512 = 4;
 
-// The longest values of a stranger's key in big-endian octets, one being for the sign: p of 16384 bits, q and x of 4096. The
-// work on a key grows with the length of q or x times the square of that of p: without a limit it could be days.
-inline constexpr std::uint32_t kDsaMaxPOctets = 2049;
-inline constexpr std::uint32_t kDsaMaxQOctets = 513;
+// The longest values of a stranger's key. The work on a key grows with the length of q or x times the square of that of p:
+// without a limit it could be days.
+inline constexpr std::uint32_t kDsaMaxPBits = 16384;
+inline constexpr std::uint32_t kDsaMaxQBits = 4096; // also of x
 
 // Dsa_CreateKey: a new empty record. Dsa_FreeKey: wipes and frees a record and its values; *dsaKey becomes null.
 // Errors:  ERR_NULL_POINTER dsaKey (or, for freeing, *dsaKey) null; ERR_MEM_ALLOC_FAIL.
@@ -34,8 +34,7 @@ Status Dsa_FreeKey(DSAKey** dsaKey, vlong** queue);
 void dsaKeyClear(DSAKey* dsaKey, vlong** queue);
 
 // Dsa_SetPublicKey: releases the record's values and loads p, q, g, y from big-endian bytes.
-// Dsa_SetPrivateKey: the same with p, q, g, x; y := g^x mod p, unless the record leaves y to Dsa_Sign and nothing but want
-//          of memory could go wrong with it there.
+// Dsa_SetPrivateKey: the same with p, q, g, x; y := g^x mod p.
 // Errors:  ERR_NULL_POINTER; growth; as VLONG_modExp. The record's values are absent then.
 Status Dsa_SetPublicKey(DSAKey* dsaKey, const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q,
                         std::uint32_t qLength, const std::uint8_t* g, std::uint32_t gLength, const std::uint8_t* y,
@@ -56,11 +55,13 @@ Status Dsa_GenerateKeyEx(const RandomBytes& random, DSAKey* dsaKey, std::uint32_
                          std::uint32_t* counter, std::uint8_t* seed, vlong** h, vlong** queue);
 
 // Dsa_Sign: *r, *s := the signature of the integer m. verified, which may be null, tells whether Dsa_Verify took it.
-// In/out:  r or s can be 0; there is no second try: look at *verified. The y that the record has left to this function is
-//          made for the check alone and does not stay.
+// dsaSignMakingY: the same; a y that the key lacks is made beside r, for the check alone. For keys of asymKeyReadSigner.
+// In/out:  r or s can be 0; there is no second try: look at *verified.
 // Errors:  ERR_NULL_POINTER; ERR_BAD_MODULO, ERR_DIVIDE_BY_ZERO for parameters of 0; those of random; growth.
 Status Dsa_Sign(const RandomBytes& random, const DSAKey* dsaKey, const vlong* m, bool* verified, vlong** r, vlong** s,
                 vlong** queue);
+Status dsaSignMakingY(const RandomBytes& random, const DSAKey* dsaKey, const vlong* m, bool* verified, vlong** r,
+                      vlong** s, vlong** queue);
 
 // Dsa_Verify: *valid := whether (r, s) is a signature of m.
 // Errors:  ERR_NULL_POINTER; ERR_CRYPTO_DSA_SIGN_VERIFY_RS_TEST r or s not between 0 and q; as Dsa_Sign; growth.

@@ -4,18 +4,20 @@
 #include "core/bignum/vlong_convert.h"
 #include "core/memory/memory.h"
 #include "core/pubkey/dsa.h"
+#include "core/pubkey/key_load.h"
+
+#include <utility>
 
 namespace {
 
-Status read(const std::uint8_t* bytes, std::uint32_t length, vlong** out, vlong** queue) {
-    return VLONG_fromBytes(bytes, static_cast<std::int32_t>(length), out, queue); // a length beyond 31 bits is negative
-}
-
-Status loadPublic(DSAKey& key, const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q,
-                  std::uint32_t qLength, const std::uint8_t* g, std::uint32_t gLength, vlong** queue) {
-    RETURN_IF_ERROR(read(p, pLength, &key.p, queue));
-    RETURN_IF_ERROR(read(q, qLength, &key.q, queue));
-    return read(g, gLength, &key.g, queue);
+// Loads p, q and g, and into *own y or x.
+Status load(DSAKey& key, BigEndian p, BigEndian q, BigEndian g, BigEndian value, vlong** own, vlong** queue) {
+    const std::pair<BigEndian, vlong**> values[] = {{p, &key.p}, {q, &key.q}, {g, &key.g}, {value, own}};
+    for (const auto& [bytes, place] : values) {
+        // A length beyond 31 bits is negative.
+        RETURN_IF_ERROR(VLONG_fromBytes(bytes.bytes, static_cast<std::int32_t>(bytes.length), place, queue));
+    }
+    return OK;
 }
 
 // Whether g^x mod p can fail for want of memory only, and so may wait until it is needed.
@@ -60,25 +62,24 @@ Status Dsa_SetPublicKey(DSAKey* dsaKey, const std::uint8_t* p, std::uint32_t pLe
         return ERR_NULL_POINTER;
     }
     dsaKeyClear(dsaKey, queue);
-    Status status = loadPublic(*dsaKey, p, pLength, q, qLength, g, gLength, queue);
-    if (!isError(status)) {
-        status = read(y, yLength, &dsaKey->y, queue);
-    }
-    return finish(dsaKey, status, queue);
+    return finish(dsaKey, load(*dsaKey, {p, pLength}, {q, qLength}, {g, gLength}, {y, yLength}, &dsaKey->y, queue),
+                  queue);
 }
 
 Status Dsa_SetPrivateKey(DSAKey* dsaKey, const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q,
                          std::uint32_t qLength, const std::uint8_t* g, std::uint32_t gLength, const std::uint8_t* x,
                          std::uint32_t xLength, vlong** queue) {
-    if (dsaKey == nullptr || p == nullptr || q == nullptr || g == nullptr || x == nullptr) {
+    return dsaKeyLoadPrivate(dsaKey, {p, pLength}, {q, qLength}, {g, gLength}, {x, xLength}, false, queue);
+}
+
+Status dsaKeyLoadPrivate(DSAKey* dsaKey, BigEndian p, BigEndian q, BigEndian g, BigEndian x, bool leavesY,
+                         vlong** queue) {
+    if (dsaKey == nullptr || p.bytes == nullptr || q.bytes == nullptr || g.bytes == nullptr || x.bytes == nullptr) {
         return ERR_NULL_POINTER;
     }
     dsaKeyClear(dsaKey, queue);
-    Status status = loadPublic(*dsaKey, p, pLength, q, qLength, g, gLength, queue);
-    if (!isError(status)) {
-        status = read(x, xLength, &dsaKey->x, queue);
-    }
-    if (!isError(status) && (dsaKey->leavesY == 0 || !mayWait(*dsaKey))) {
+    Status status = load(*dsaKey, p, q, g, x, &dsaKey->x, queue);
+    if (!isError(status) && !(leavesY && mayWait(*dsaKey))) {
         status = VLONG_modExp(dsaKey->g, dsaKey->x, dsaKey->p, &dsaKey->y, queue);
     }
     return finish(dsaKey, status, queue);

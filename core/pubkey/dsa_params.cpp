@@ -1,5 +1,6 @@
 #include "core/pubkey/dsa_params.h"
 
+#include "core/bignum/prime/prime.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
 #include "core/bignum/vlong_math.h"
@@ -8,7 +9,6 @@
 #include "core/hash/sha512.h"
 #include "core/memory/endian.h"
 #include "core/memory/secret.h"
-#include "core/pubkey/prime/prime.h"
 #include "core/random/fips186.h"
 
 #include <algorithm>

@@ -33,10 +33,8 @@ Status makeS(const DSAKey& key, const vlong* m, const vlong* k, const vlong* r, 
     return VLONG_mod(t.get(), key.q, s, queue);
 }
 
-} // namespace
-
-Status Dsa_Sign(const RandomBytes& random, const DSAKey* dsaKey, const vlong* m, bool* verified, vlong** r, vlong** s,
-                vlong** queue) {
+Status sign(const RandomBytes& random, const DSAKey* dsaKey, const vlong* m, bool makesY, bool* verified, vlong** r,
+            vlong** s, vlong** queue) {
     if (dsaKey == nullptr || m == nullptr || r == nullptr || s == nullptr) {
         return ERR_NULL_POINTER;
     }
@@ -55,7 +53,7 @@ Status Dsa_Sign(const RandomBytes& random, const DSAKey* dsaKey, const vlong* m,
     DSAKey key = *dsaKey;
     RETURN_IF_ERROR(drawNonce(random, key, k, spare));
     RETURN_IF_ERROR(group.start(key.p));
-    if (verified != nullptr && key.y == nullptr && key.leavesY != 0) {
+    if (verified != nullptr && key.y == nullptr && makesY) {
         RETURN_IF_ERROR(group.powers(key.g, k.get(), power.out(), key.g, key.x, y.out()));
         key.y = y.get();
     } else {
@@ -70,4 +68,16 @@ Status Dsa_Sign(const RandomBytes& random, const DSAKey* dsaKey, const vlong* m,
     *r = madeR.release(); // r and s of 0 are not ruled out: meant
     *s = madeS.release();
     return OK;
+}
+
+} // namespace
+
+Status Dsa_Sign(const RandomBytes& random, const DSAKey* dsaKey, const vlong* m, bool* verified, vlong** r, vlong** s,
+                vlong** queue) {
+    return sign(random, dsaKey, m, false, verified, r, s, queue);
+}
+
+Status dsaSignMakingY(const RandomBytes& random, const DSAKey* dsaKey, const vlong* m, bool* verified, vlong** r,
+                      vlong** s, vlong** queue) {
+    return sign(random, dsaKey, m, true, verified, r, s, queue);
 }

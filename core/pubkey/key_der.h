@@ -6,8 +6,8 @@
 //   flat DSA key             SEQUENCE { 0, p, q, g, y, x }                          written
 //
 // A reader releases what the container held and leaves it empty on failure. A writer leaves the container as it is.
-// Foreign bytes: a reader never crashes, leaks or hangs, but nothing bounds the size of what it reads: loading a key
-// of 16,384 bits takes milliseconds, one of half a million bits seconds. Callers that take keys from strangers cap them.
+// Foreign bytes: a reader never crashes, leaks or hangs, but only asymKeyReadSigner bounds the size of an RSA key: loading
+// one of 16,384 bits takes milliseconds, one of half a million bits seconds. Callers that take keys from strangers cap them.
 #ifndef ZELSPI_CORE_PUBKEY_KEY_DER_H
 #define ZELSPI_CORE_PUBKEY_KEY_DER_H
 
@@ -27,7 +27,8 @@ Status RsaKey_FromPublicDer(const std::uint8_t* der, std::uint32_t derLength, As
 //          ERR_DSA_INVALID_KEYLENGTH p above 16384 bits, q or x above 4096, those of AsymKey_SetDsaParameters.
 Status AsymKey_FromPkcs8Der(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key);
 
-// asymKeyReadSigner: the same for a key that is to make one signature. The y of a DSA key may be left to that: DSAKey.
+// asymKeyReadSigner: the same for a key that is to make one signature. A DSA key may lack its y: dsaSignMakingY.
+// Errors:  as AsymKey_FromPkcs8Der; ERR_RSA_INVALID_MODULUS n, p or q of a private key above kRsaMaxSignerBits.
 Status asymKeyReadSigner(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key);
 
 // RsaKey_ToDer: *der[*derLength] := the key, public or private as its record says; the caller wipes and frees it

@@ -5,6 +5,8 @@
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/key_read.h"
 
+#include <algorithm>
+
 namespace {
 
 // Object identifiers behind their length: 1.2.840.113549.1.1.1 and 1.2.840.10040.4.1.
@@ -44,29 +46,27 @@ Status parametersOf(const Asn1Node* sequence, const Asn1Node* (&parameters)[kPar
     return item == nullptr ? OK : ERR_CERT_INVALID_STRUCT;
 }
 
-Status readDsaKey(const KeyInput& input, const Asn1Node& algorithm, Asn1Node* x, std::uint32_t leavesY,
-                  AsymmetricKey* key) {
+Status readDsaKey(const KeyInput& input, const Asn1Node& algorithm, Asn1Node* x, KeyUse use, AsymmetricKey* key) {
     const Asn1Node* parameters[kParameterCount] = {};
     RETURN_IF_ERROR(parametersOf(asn1NextSibling(&algorithm), parameters));
     Asn1Node* integer = nullptr;
     RETURN_IF_ERROR(Asn1_WalkPath(x, input.stream(), kIsInteger, &integer));
-    if (parameters[0]->length > kDsaMaxPOctets || parameters[1]->length > kDsaMaxQOctets ||
-        integer->length > kDsaMaxQOctets) {
+    BigEndian p, q, g, secret;
+    RETURN_IF_ERROR(input.content(*parameters[0], &p));
+    RETURN_IF_ERROR(input.content(*parameters[1], &q));
+    RETURN_IF_ERROR(input.content(*parameters[2], &g));
+    RETURN_IF_ERROR(input.content(*integer, &secret));
+    if (p.bits() > kDsaMaxPBits || std::max(q.bits(), secret.bits()) > kDsaMaxQBits) {
         return ERR_DSA_INVALID_KEYLENGTH; // y is computed from them
     }
-    const std::uint8_t* octets[kParameterCount] = {};
-    for (std::uint32_t i = 0; i < kParameterCount; ++i) {
-        RETURN_IF_ERROR(input.content(*parameters[i], &octets[i]));
+    if (p.length == 0 || q.length == 0 || g.length == 0 || secret.length == 0) {
+        return ERR_INVALID_ARG; // as AsymKey_SetDsaParameters has it
     }
-    const std::uint8_t* secret = nullptr;
-    RETURN_IF_ERROR(input.content(*integer, &secret));
     RETURN_IF_ERROR(AsymKey_MakeDsa(key, nullptr));
-    asymKeyDsa(key)->leavesY = leavesY;
-    return AsymKey_SetDsaParameters(key, octets[0], parameters[0]->length, octets[1], parameters[1]->length, octets[2],
-                                    parameters[2]->length, nullptr, 0, secret, integer->length, nullptr);
+    return dsaKeyLoadPrivate(asymKeyDsa(key), p, q, g, secret, use == KeyUse::kOneSignature, nullptr);
 }
 
-Status readPrivateKeyInfo(const std::uint8_t* der, std::uint32_t derLength, std::uint32_t leavesY, AsymmetricKey* key) {
+Status readPrivateKeyInfo(const std::uint8_t* der, std::uint32_t derLength, KeyUse use, AsymmetricKey* key) {
     KeyInput input;
     RETURN_IF_ERROR(input.parse(der, derLength));
     Asn1Node *algorithm = nullptr, *privateKey = nullptr;
@@ -75,28 +75,28 @@ Status readPrivateKeyInfo(const std::uint8_t* der, std::uint32_t derLength, std:
         return ERR_RSA_INVALID_PKCS8; // of a DSA key, too: nobody has looked at the algorithm yet
     }
     if (!isError(Asn1_CheckOid(algorithm, input.stream(), kRsaEncryption))) {
-        return isUniversal(privateKey, kAsn1Sequence) ? readRsaKey(input, privateKey, key) : ERR_RSA_INVALID_PKCS8;
+        return isUniversal(privateKey, kAsn1Sequence) ? readRsaKey(input, privateKey, use, key) : ERR_RSA_INVALID_PKCS8;
     }
     if (!isError(Asn1_CheckOid(algorithm, input.stream(), kIdDsa))) {
-        return readDsaKey(input, *algorithm, privateKey, leavesY, key);
+        return readDsaKey(input, *algorithm, privateKey, use, key);
     }
     return ERR_RSA_UNKNOWN_PKCS8_ALGOID;
 }
 
-Status read(const std::uint8_t* der, std::uint32_t derLength, std::uint32_t leavesY, AsymmetricKey* key) {
+Status read(const std::uint8_t* der, std::uint32_t derLength, KeyUse use, AsymmetricKey* key) {
     if (der == nullptr || key == nullptr) {
         return ERR_NULL_POINTER;
     }
     RETURN_IF_ERROR(AsymKey_Uninit(key, nullptr));
-    return keyOrNothing(key, readPrivateKeyInfo(der, derLength, leavesY, key));
+    return keyOrNothing(key, readPrivateKeyInfo(der, derLength, use, key));
 }
 
 } // namespace
 
 Status AsymKey_FromPkcs8Der(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
-    return read(der, derLength, 0, key);
+    return read(der, derLength, KeyUse::kAny, key);
 }
 
 Status asymKeyReadSigner(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
-    return read(der, derLength, 1, key);
+    return read(der, derLength, KeyUse::kOneSignature, key);
 }

@@ -4,25 +4,20 @@
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/key_read.h"
 #include "core/pubkey/rsa.h"
-#include "core/pubkey/rsa_load.h"
+
+#include <algorithm>
 
 namespace {
 
 constexpr std::uint32_t kMaxVersion = 1; // 1 is for keys of several primes; such a key loads with its first two: meant
 constexpr std::uint32_t kMaxExponentOctets = kAsn1MaxValueOctets; // longer exponents are refused: meant
 
-// The content of an item as a number. The tag is the caller's to check.
-Status magnitudeOf(const KeyInput& input, const Asn1Node& item, BigEndian* magnitude) {
-    magnitude->length = item.length;
-    return input.content(item, &magnitude->bytes);
-}
-
 Status readPublic(const KeyInput& input, const Asn1Node& n, const Asn1Node& e, RSAKey* rsaKey) {
     if (!isUniversal(&n, kAsn1Integer) || !isUniversal(&e, kAsn1Integer) || e.length > kMaxExponentOctets) {
         return ERR_RSA_INVALID_PKCS1;
     }
     BigEndian modulus;
-    RETURN_IF_ERROR(magnitudeOf(input, n, &modulus));
+    RETURN_IF_ERROR(input.content(n, &modulus));
     return RsaKey_SetPublic(rsaKey, e.value, modulus.bytes, modulus.length, nullptr);
 }
 
@@ -36,7 +31,7 @@ const Asn1Node* behind(const Asn1Node* item, int places) {
 
 // The items behind n: e, d, p, q, dP, dQ, qInv. The key is computed from n, e, p and q, whatever else it says; of the
 // others none is checked for its tag, and but for qInv, which may be a hint, none is looked at. All meant.
-Status readPrivate(const KeyInput& input, const Asn1Node& version, const Asn1Node& n, RSAKey* rsaKey) {
+Status readPrivate(const KeyInput& input, const Asn1Node& version, const Asn1Node& n, KeyUse use, RSAKey* rsaKey) {
     if (!isUniversal(&version, kAsn1Integer) || !isUniversal(&n, kAsn1Integer)) {
         return ERR_RSA_INVALID_PKCS1;
     }
@@ -51,11 +46,15 @@ Status readPrivate(const KeyInput& input, const Asn1Node& version, const Asn1Nod
         return ERR_RSA_INVALID_PKCS1;
     }
     BigEndian modulus, first, second, hint;
-    RETURN_IF_ERROR(magnitudeOf(input, n, &modulus));
-    RETURN_IF_ERROR(magnitudeOf(input, *p, &first));
-    RETURN_IF_ERROR(magnitudeOf(input, *q, &second));
+    RETURN_IF_ERROR(input.content(n, &modulus));
+    RETURN_IF_ERROR(input.content(*p, &first));
+    RETURN_IF_ERROR(input.content(*q, &second));
+    // Nobody says that n is p q: each is looked at.
+    if (use == KeyUse::kOneSignature && std::max({modulus.bits(), first.bits(), second.bits()}) > kRsaMaxSignerBits) {
+        return ERR_RSA_INVALID_MODULUS;
+    }
     if (qInv != nullptr) {
-        (void)magnitudeOf(input, *qInv, &hint); // without its content it is no hint
+        (void)input.content(*qInv, &hint); // without its content it is no hint
     }
     return rsaKeyLoadPrivate(rsaKey, e->value, modulus, first, second, hint, nullptr);
 }
@@ -63,7 +62,7 @@ Status readPrivate(const KeyInput& input, const Asn1Node& version, const Asn1Nod
 Status readTopLevel(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
     KeyInput input;
     RETURN_IF_ERROR(input.parse(der, derLength));
-    return readRsaKey(input, asn1FirstChild(input.root()), key);
+    return readRsaKey(input, asn1FirstChild(input.root()), KeyUse::kAny, key);
 }
 
 } // namespace
@@ -75,16 +74,16 @@ Status KeyInput::parse(const std::uint8_t* der, std::uint32_t derLength) {
     return Asn1_ParseStream(stream_, root_.out());
 }
 
-Status KeyInput::content(const Asn1Node& item, const std::uint8_t** octets) const {
-    *octets = ByteStream_MemAccess(stream_, item.dataOffset, item.length);
-    return *octets == nullptr ? ERR_MEM_ALLOC_FAIL : OK;
+Status KeyInput::content(const Asn1Node& item, BigEndian* octets) const {
+    *octets = {ByteStream_MemAccess(stream_, item.dataOffset, item.length), item.length};
+    return octets->bytes == nullptr ? ERR_MEM_ALLOC_FAIL : OK;
 }
 
 bool isUniversal(const Asn1Node* item, std::uint32_t tag) {
     return !isError(Asn1_CheckUniversalTag(item, tag));
 }
 
-Status readRsaKey(const KeyInput& input, const Asn1Node* sequence, AsymmetricKey* key) {
+Status readRsaKey(const KeyInput& input, const Asn1Node* sequence, KeyUse use, AsymmetricKey* key) {
     if (!isUniversal(sequence, kAsn1Sequence)) {
         return ERR_RSA_INVALID_PKCS1;
     }
@@ -95,7 +94,7 @@ Status readRsaKey(const KeyInput& input, const Asn1Node* sequence, AsymmetricKey
     }
     RETURN_IF_ERROR(AsymKey_MakeRsa(key, nullptr));
     return asn1NextSibling(second) == nullptr ? readPublic(input, *first, *second, asymKeyRsa(key))
-                                              : readPrivate(input, *first, *second, asymKeyRsa(key));
+                                              : readPrivate(input, *first, *second, use, asymKeyRsa(key));
 }
 
 Status keyOrNothing(AsymmetricKey* key, Status status) {

@@ -18,6 +18,9 @@
 // The public exponent of every generated key.
 inline constexpr std::uint32_t kRsaPublicExponent = 65537;
 
+// The largest modulus of a private key that an engine takes: the time of a private operation grows with its cube.
+inline constexpr std::uint32_t kRsaMaxSignerBits = 16384;
+
 // The largest modulus whose signature blocks Rsa_OpenPkcs1Signature opens.
 inline constexpr std::uint32_t kRsaMaxBlockBytes = 512;
 

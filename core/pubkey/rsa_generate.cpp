@@ -1,7 +1,7 @@
 // RSA key generation.
+#include "core/bignum/prime/prime.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
-#include "core/pubkey/prime/prime.h"
 #include "core/pubkey/rsa.h"
 #include "core/pubkey/rsa_prime.h"
 

@@ -4,8 +4,8 @@
 #include "core/bignum/vlong_math.h"
 #include "core/memory/memory.h"
 #include "core/pubkey/exponent_inverse.h"
+#include "core/pubkey/key_load.h"
 #include "core/pubkey/rsa.h"
-#include "core/pubkey/rsa_load.h"
 
 #include <utility>
 

@@ -1,11 +1,11 @@
 // The construction of an RSA prime from its seeds.
 #include "core/pubkey/rsa_prime.h"
 
+#include "core/bignum/prime/candidate_sieve.h"
+#include "core/bignum/prime/prime_stages.h"
+#include "core/bignum/prime/word_remainder.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
-#include "core/pubkey/prime/candidate_sieve.h"
-#include "core/pubkey/prime/prime_stages.h"
-#include "core/pubkey/prime/word_remainder.h"
 
 #include <numeric>
 

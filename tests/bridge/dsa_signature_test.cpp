@@ -219,20 +219,21 @@ TEST_F(DsaSignature, LargeKeys) {
         return tag + std::string("82") +
                toHex(std::vector{static_cast<std::uint8_t>(size >> 8), static_cast<std::uint8_t>(size)}) + content;
     };
-    const auto integer = [&](std::size_t octets) {
-        return item("02", "00" + std::string(2 * octets - 2, '7'));
+    const auto integer = [&](std::size_t bits) { // behind more zeros than DER has
+        return item("02", "0000" + toHex(std::vector{static_cast<std::uint8_t>(1 << (bits - 1) % 8)}) +
+                              std::string((bits - 1) / 8 * 2, '7'));
     };
     const auto raised = [&](const char* kind, const char* status) {
         EXPECT_EQ(jni.takePending(), *status == 0 ? "" : kProvider + "unable to read dsa " + kind + " key : " + status);
     };
     constexpr const char *kTaken = "", *kTooLong = "ERR_DSA_INVALID_KEYLENGTH";
-    for (const auto& [p, q, x, forVerify, forSign] : {std::tuple{2049u, 513u, 2u, kTaken, kTaken},
-                                                      {2u, 2u, 513u, kTaken, kTaken},
-                                                      {2050u, 2u, 2u, kTooLong, kTooLong},
-                                                      {2u, 514u, 2u, kTooLong, kTooLong},
-                                                      {2u, 2u, 514u, kTaken, kTooLong}}) {
+    for (const auto& [p, q, x, forVerify, forSign] : {std::tuple{16384u, 4096u, 9u, kTaken, kTaken},
+                                                      {9u, 9u, 4096u, kTaken, kTaken},
+                                                      {16385u, 9u, 9u, kTooLong, kTooLong},
+                                                      {9u, 4097u, 9u, kTooLong, kTooLong},
+                                                      {9u, 9u, 4097u, kTaken, kTooLong}}) {
         const std::string algorithm =
-            item("30", "06072a8648ce380401" + item("30", integer(p) + integer(q) + integer(2)));
+            item("30", "06072a8648ce380401" + item("30", integer(p) + integer(q) + integer(9)));
         entries->initVerify(env, object, jni.newHex(item("30", algorithm + item("03", "00" + integer(x)))));
         raised("public", forVerify);
         entries->initSign(env, object, jni.newHex(item("30", "020100" + algorithm + item("04", integer(x)))));

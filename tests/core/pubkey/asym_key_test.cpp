@@ -1,7 +1,7 @@
 // The container: its states, and what each function says to null and to unfinished keys.
+#include "core/bignum/prime/prime.h"
 #include "core/pubkey/dsa.h"
 #include "core/pubkey/exponent_inverse.h"
-#include "core/pubkey/prime/prime.h"
 #include "tests/core/pubkey/key_support.h"
 #include "tests/support/byte_source.h"
 #include "tests/support/test_heap.h"

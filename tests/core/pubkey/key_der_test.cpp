@@ -92,6 +92,12 @@ TEST(KeyDer, Shapes) {
                  ZERO = integer(""), TEXT = item(0x04, fromHex("68 69")), RSA = kRsaAlgorithm,
                  HUGE_N = integer(std::string(64000, 'f').c_str()), HUGE_P = integer(std::string(8000, 'f').c_str()),
                  HUGE_Q = integer(std::string(7990, '7').c_str());
+    const auto BITS = [](unsigned bits) {
+        Octets octets(2 + (bits + 7) / 8, 0x55);
+        octets[0] = octets[1] = 0;
+        octets[2] = static_cast<std::uint8_t>(1 << (bits - 1) % 8);
+        return item(0x02, octets);
+    };
     const auto DSA = [](const Octets& parameters) {
         return sequence({fromHex("06 07 2a 86 48 ce 38 04 01"), parameters});
     };
@@ -110,9 +116,11 @@ TEST(KeyDer, Shapes) {
     };
 #define RSA_CASE(...) check(RsaKey_FromPublicDer, __VA_ARGS__);
 #define PKCS8_CASE(...) check(AsymKey_FromPkcs8Der, __VA_ARGS__);
+#define SIGNER_CASE(...) check(asymKeyReadSigner, __VA_ARGS__);
 #include "tests/core/pubkey/read_cases.inc"
 #undef RSA_CASE
 #undef PKCS8_CASE
+#undef SIGNER_CASE
     // The unsigned value of four octets is the exponent.
     FilledKey large(sequence({N, fromHex("02 04 FF FF FF FF")}));
     EXPECT_EQ(hexOf(large->e), "ffffffff");
@@ -148,6 +156,15 @@ TEST(KeyDer, DsaKeys) {
     ASSERT_EQ(VLONG_free(&asymKeyDsa(key.get())->q, nullptr), OK);
     EXPECT_EQ(write(DsaKey_ToDer, key.get(), &written), OK);
     EXPECT_EQ(written, sequence({integer(""), integer(kDsaKey.p)}));
+
+    // Read to make one signature it lacks its y; the record then takes a whole key like any other.
+    ASSERT_EQ(read(asymKeyReadSigner, fromHex(kDsaKey.pkcs8), key.get()), OK);
+    EXPECT_EQ(hexOf(asymKeyDsa(key.get())->y), "null");
+    const Octets x = fromHex(kDsaKey.x);
+    ASSERT_EQ(AsymKey_SetDsaParameters(key.get(), p.data(), size(p), q.data(), size(q), g.data(), size(g), nullptr, 0,
+                                       x.data(), size(x), nullptr),
+              OK);
+    EXPECT_EQ(hexOf(asymKeyDsa(key.get())->y), kDsaKey.y);
 }
 
 TEST(KeyDer, UnfinishedKeysAreNotWritten) {

@@ -1,6 +1,6 @@
 // RSA key generation, against a model in Python that tests each number without a sieve.
+#include "core/bignum/prime/prime.h"
 #include "core/bignum/vlong_math.h"
-#include "core/pubkey/prime/prime.h"
 #include "core/pubkey/rsa.h"
 #include "core/pubkey/rsa_prime.h"
 #include "tests/core/bignum/bignum_support.h"

@@ -32,6 +32,7 @@ import java.security.interfaces.RSAPrivateCrtKey;
 import java.security.interfaces.RSAPrivateKey;
 import java.security.interfaces.RSAPublicKey;
 import java.security.spec.DSAParameterSpec;
+import java.security.spec.DSAPrivateKeySpec;
 import java.security.spec.DSAPublicKeySpec;
 import java.security.spec.RSAKeyGenParameterSpec;
 import java.security.spec.RSAPrivateCrtKeySpec;
@@ -68,6 +69,8 @@ class SignatureKeysTest {
                 crt.getCrtCoefficient()));
         PublicKey yOfOne = dsaKeys.generatePublic(new DSAPublicKeySpec(BigInteger.ONE, y.getParams().getP(),
                 y.getParams().getQ(), y.getParams().getG()));
+        PrivateKey shortX = dsaKeys.generatePrivate(new DSAPrivateKeySpec(BigInteger.ONE.shiftLeft(110),
+                y.getParams().getP(), y.getParams().getQ(), y.getParams().getG()));
         PrivateKey pss = keyPair("RSASSA-PSS", 1024, jdkOf("RSA")).getPrivate();
         byte[] x509 = rsa.getPublic().getEncoded();
         Object destroyed = Proxy.newProxyInstance(SignatureTest.class.getClassLoader(), new Class<?>[] {RSAPublicKey.class},
@@ -107,6 +110,7 @@ class SignatureKeysTest {
                 Arguments.of("RSA", oddRsa(1, n, f4, p, q), "RSA keys of more than two primes are not supported"),
                 Arguments.of("RSA", oddRsa(0, n, f4, p, q, f4), "the key's encoding cannot be read: bytes behind the end"),
                 Arguments.of("DSA", yOfOne, "the value y of the DSA key is out of range"),
+                Arguments.of("DSA", shortX, "the value x of the DSA key is out of range"),
                 Arguments.of("DSA", dsa2048.getPublic(),
                         "only DSA keys with a p of 1024 bits and a q of 160 bits are supported, not of 2048 and 224"),
                 Arguments.of("DSA", dsa2048.getPrivate(),

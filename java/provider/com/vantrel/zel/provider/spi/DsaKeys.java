@@ -20,6 +20,9 @@ final class DsaKeys {
     static final int P_BITS = 1024;
     static final int Q_BITS = 160;
 
+    /** The engine draws the secret number of a signature no longer than a short x asks for, until it gives the key away. */
+    private static final int MIN_X_BITS = 112;
+
     /** id-dsa, 1.2.840.10040.4.1. */
     private static final byte[] ID_DSA = {0x2A, (byte) 0x86, 0x48, (byte) 0xCE, 0x38, 4, 1};
 
@@ -42,7 +45,7 @@ final class DsaKeys {
             info.integer(); // the version, which the engine judges
             BigInteger q = checkedParameters(info.sequence())[1];
             BigInteger x = info.octetString().integer();
-            if (x.signum() == 0 || x.compareTo(q) >= 0) {
+            if (x.bitLength() < MIN_X_BITS || x.compareTo(q) >= 0) {
                 throw new InvalidKeyException("the value x of the DSA key is out of range");
             }
             return encoded;

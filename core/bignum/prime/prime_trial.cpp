@@ -1,8 +1,8 @@
 // Trial division by the small primes.
 //
 // Primes whose product fits half a unit are tried together: one remainder by their product decides on all of them.
-#include "core/pubkey/prime/prime.h"
-#include "core/pubkey/prime/word_remainder.h"
+#include "core/bignum/prime/prime.h"
+#include "core/bignum/prime/word_remainder.h"
 
 #include <algorithm>
 

@@ -4,8 +4,8 @@
 // error. The last argument is the spare-record queue of vlong.h or null.
 // Secrets: candidates become primes of private keys. Every temporary goes to the queue or is wiped; the time of all of
 // this depends on the candidates.
-#ifndef ZELSPI_CORE_PUBKEY_PRIME_PRIME_H
-#define ZELSPI_CORE_PUBKEY_PRIME_PRIME_H
+#ifndef ZELSPI_CORE_BIGNUM_PRIME_PRIME_H
+#define ZELSPI_CORE_BIGNUM_PRIME_PRIME_H
 
 #include "core/bignum/modexp.h"
 #include "core/random/random_bytes.h"

@@ -1,9 +1,9 @@
 // The stages of the probable-prime test behind trial division, for callers that have divided by themselves or hold the
 // context of the candidate.
-#ifndef ZELSPI_CORE_PUBKEY_PRIME_PRIME_STAGES_H
-#define ZELSPI_CORE_PUBKEY_PRIME_PRIME_STAGES_H
+#ifndef ZELSPI_CORE_BIGNUM_PRIME_PRIME_STAGES_H
+#define ZELSPI_CORE_BIGNUM_PRIME_PRIME_STAGES_H
 
-#include "core/pubkey/prime/prime.h"
+#include "core/bignum/prime/prime.h"
 
 // primeTestSieved: PRIME_isProbablePrime without its trial division, for an odd n that has no small prime factor.
 // In/out:  factor is a prime above the small ones that divides n, or 0. It spares most of the work, but changes neither

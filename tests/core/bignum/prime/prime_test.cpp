@@ -1,8 +1,8 @@
 // Primes. Known answers come from a model in Python that follows the definitions by plain arithmetic, and from the
 // literature where a test says so.
+#include "core/bignum/prime/candidate_sieve.h"
+#include "core/bignum/prime/prime_stages.h"
 #include "core/bignum/vlong_math.h"
-#include "core/pubkey/prime/candidate_sieve.h"
-#include "core/pubkey/prime/prime_stages.h"
 #include "tests/core/bignum/bignum_support.h"
 #include "tests/support/byte_source.h"
 #include "tests/support/test_heap.h"
@@ -38,7 +38,7 @@ TEST(Prime, RoundTable) {
     constexpr struct {
         std::uint32_t bits, purpose, rounds;
     } kRows[] = {
-#include "tests/core/pubkey/prime/round_table.inc"
+#include "tests/core/bignum/prime/round_table.inc"
     };
     for (const auto& row : kRows) {
         EXPECT_EQ(PRIME_millerRabinRounds(row.bits, row.purpose), row.rounds) << row.bits << ' ' << row.purpose;
@@ -50,7 +50,7 @@ TEST(Prime, JacobiSymbolAndDiscriminant) {
         const char *a, *n;
         std::int32_t symbol;
     } kRows[] = {
-#include "tests/core/pubkey/prime/jacobi_symbols.inc"
+#include "tests/core/bignum/prime/jacobi_symbols.inc"
     };
     for (const auto& row : kRows) {
         std::int32_t symbol = 9;
@@ -75,7 +75,7 @@ TEST(Prime, JacobiSymbolAndDiscriminant) {
 // these: the published Lucas pseudoprimes, and some that pass because a symbol of 0 does not end the search for D.
 TEST(Prime, LucasTest) {
     constexpr std::uint32_t kPseudoprimes[] = {
-#include "tests/core/pubkey/prime/lucas_pseudoprimes.inc"
+#include "tests/core/bignum/prime/lucas_pseudoprimes.inc"
     };
     for (std::uint32_t n = 3; n < 20000; n += 2) {
         const auto root = static_cast<std::uint32_t>(std::lround(std::sqrt(n)));
@@ -101,7 +101,7 @@ TEST(Prime, StrongPseudoprimes) {
         const char* n;
         std::vector<Unit> passed, failed;
     } kRows[] = {
-#include "tests/core/pubkey/prime/strong_pseudoprimes.inc"
+#include "tests/core/bignum/prime/strong_pseudoprimes.inc"
     };
     for (const auto& row : kRows) {
         const Number n(row.n);
@@ -129,7 +129,7 @@ TEST(Prime, StrongPseudoprimes) {
 // odd numbers between it and the power, which are composite. Every round draws one base, one bit shorter than n.
 TEST(Prime, LargestPrimeBelowAPowerOfTwo) {
     constexpr std::pair<std::uint32_t, int> kRows[] = {
-#include "tests/core/pubkey/prime/primes_below_powers.inc"
+#include "tests/core/bignum/prime/primes_below_powers.inc"
     };
     for (const auto& [bits, distance] : kRows) {
         for (int offset = 1; offset <= distance; offset += 2) {
@@ -156,7 +156,7 @@ TEST(Prime, EdgesOfTheProbablePrimeTest) {
         Status status;
         std::size_t draws;
     } kRows[] = {
-#include "tests/core/pubkey/prime/composites.inc"
+#include "tests/core/bignum/prime/composites.inc"
     }; // Carmichael numbers
     for (const auto& row : kRows) {
         ByteSource source(1);
@@ -217,7 +217,7 @@ TEST(Prime, Generate) {
         const char* expected;
         std::uint32_t draws, drawn;
     } kRows[] = {
-#include "tests/core/pubkey/prime/generated_primes.inc"
+#include "tests/core/bignum/prime/generated_primes.inc"
     };
     vlong* queue = nullptr;
     for (const auto& row : kRows) {

@@ -1,6 +1,6 @@
-#include "core/pubkey/prime/candidate_sieve.h"
-#include "core/pubkey/prime/prime.h"
-#include "core/pubkey/prime/word_remainder.h"
+#include "core/bignum/prime/candidate_sieve.h"
+#include "core/bignum/prime/prime.h"
+#include "core/bignum/prime/word_remainder.h"
 
 #include <array>
 

@@ -1,6 +1,6 @@
 // Remainders of big integers by divisors of half a unit.
-#ifndef ZELSPI_CORE_PUBKEY_PRIME_WORD_REMAINDER_H
-#define ZELSPI_CORE_PUBKEY_PRIME_WORD_REMAINDER_H
+#ifndef ZELSPI_CORE_BIGNUM_PRIME_WORD_REMAINDER_H
+#define ZELSPI_CORE_BIGNUM_PRIME_WORD_REMAINDER_H
 
 #include "core/bignum/vlong.h"
 #include "core/memory/secret.h"

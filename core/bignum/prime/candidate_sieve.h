@@ -2,8 +2,8 @@
 //
 // A search that skips or quickly settles numbers with such a factor does the same as one that tests every number:
 // primeTestSieved tells how.
-#ifndef ZELSPI_CORE_PUBKEY_PRIME_CANDIDATE_SIEVE_H
-#define ZELSPI_CORE_PUBKEY_PRIME_CANDIDATE_SIEVE_H
+#ifndef ZELSPI_CORE_BIGNUM_PRIME_CANDIDATE_SIEVE_H
+#define ZELSPI_CORE_BIGNUM_PRIME_CANDIDATE_SIEVE_H
 
 #include "core/bignum/vlong.h"
 #include "core/memory/secret.h"

@@ -1,9 +1,9 @@
 // The random odd candidate.
+#include "core/bignum/prime/prime.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
 #include "core/bignum/vlong_math.h"
 #include "core/memory/secret.h"
-#include "core/pubkey/prime/prime.h"
 
 Status VLONG_makeRandomOdd(const RandomBytes& random, vlong** out, std::uint32_t bits, vlong** queue) {
     if (out == nullptr) {

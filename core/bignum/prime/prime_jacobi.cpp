@@ -1,7 +1,7 @@
 // The Jacobi symbol, and the search for the discriminant of the Lucas test.
+#include "core/bignum/prime/prime.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
-#include "core/pubkey/prime/prime.h"
 
 namespace {
 

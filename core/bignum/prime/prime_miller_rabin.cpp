@@ -1,9 +1,9 @@
 // The probable-prime test and its Miller-Rabin rounds.
+#include "core/bignum/prime/candidate_sieve.h"
+#include "core/bignum/prime/prime_stages.h"
+#include "core/bignum/prime/word_remainder.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
-#include "core/pubkey/prime/candidate_sieve.h"
-#include "core/pubkey/prime/prime_stages.h"
-#include "core/pubkey/prime/word_remainder.h"
 
 namespace {
 
