@@ -23,8 +23,9 @@ public:
         memWipe(&task_, sizeof task_); // tells of the modulus, which may be a secret prime
     }
 
-    // secretBits: as in ModExpOperands.
-    Status prepare(const MontgomeryCtx& context, const vlong* base, const vlong* exponent, std::uint32_t secretBits) {
+    Status prepare(const ModExpOperands& operands) {
+        const auto& [contextOf, base, exponent, out, secretBits, isBasePublic] = operands;
+        const MontgomeryCtx& context = *contextOf;
         const vlong* const modulus = context.modulus;
         if (VLONG_isZero(modulus)) {
             return ERR_DIVIDE_BY_ZERO;
@@ -43,7 +44,8 @@ public:
         task_ = {result_.get()->units,   baseUnits(),
                  exponent->units,        secretBits != 0 ? secretBits : VLONG_bitLength(exponent),
                  montModulusOf(context), secretBits != 0};
-        return task_.isSecret ? takeSecrets(context, base, exponent, secretBits) : takeBase(base, modulus);
+        RETURN_IF_ERROR(task_.isSecret && !isBasePublic ? takeSecretBase(context, base) : takeBase(base, modulus));
+        return task_.isSecret ? takeSecretExponent(exponent) : OK;
     }
 
     const ModExpTask& task() const {
@@ -70,11 +72,15 @@ private:
         return OK;
     }
 
-    Status takeSecrets(const MontgomeryCtx& context, const vlong* base, const vlong* exponent, std::uint32_t bits) {
+    Status takeSecretBase(const MontgomeryCtx& context, const vlong* base) {
         Residues residues;
         RETURN_IF_ERROR(residues.start(context, 0));
         residues.reduce(baseUnits(), base->units, base->length);
-        const std::uint32_t count = (bits + kUnitBits - 1) / kUnitBits;
+        return OK;
+    }
+
+    Status takeSecretExponent(const vlong* exponent) {
+        const std::uint32_t count = (task_.exponentBits + kUnitBits - 1) / kUnitBits;
         RETURN_IF_ERROR(exponent_.alloc(std::size_t{count} * sizeof(Unit)));
         Unit* const units = reinterpret_cast<Unit*>(exponent_.data());
         std::copy_n(exponent->units, std::min(count, exponent->length), units); // zeros above
@@ -101,15 +107,15 @@ bool isTrivial(const ModExpOperands& operands) {
     return operands.secretBits == 0 && (VLONG_bitLength(operands.base) == 0 || VLONG_bitLength(operands.exponent) == 0);
 }
 
-bool hasNull(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out) {
-    return context == nullptr || context->modulus == nullptr || base == nullptr || exponent == nullptr ||
-           out == nullptr;
+bool hasNull(const ModExpOperands& operands) {
+    return operands.context == nullptr || operands.context->modulus == nullptr || operands.base == nullptr ||
+           operands.exponent == nullptr || operands.out == nullptr;
 }
 
 // One exponentiation that is not trivial.
 Status modExpAlone(const ModExpOperands& operands, vlong** queue) {
     MontPower power(queue);
-    RETURN_IF_ERROR(power.prepare(*operands.context, operands.base, operands.exponent, operands.secretBits));
+    RETURN_IF_ERROR(power.prepare(operands));
     const ModExpTask& task = power.task();
     const ModExpKernel& kernel = modExpKernelFor(task.modulus, task.isSecret);
     SecretBuffer scratch;
@@ -118,12 +124,6 @@ Status modExpAlone(const ModExpOperands& operands, vlong** queue) {
     kernel.one(task, reinterpret_cast<Unit*>(scratch.data()));
     *operands.out = power.finish();
     return OK;
-}
-
-Status modExpInTurn(const ModExpOperands& operands, vlong** queue) {
-    return operands.secretBits != 0
-               ? modExpAlone(operands, queue)
-               : VLONG_modExpCtx(operands.context, operands.base, operands.exponent, operands.out, queue);
 }
 
 } // namespace
@@ -162,32 +162,38 @@ Status VLONG_modExpMontgomery(const vlong* base, const vlong* exponent, const vl
 
 Status VLONG_modExpCtx(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out,
                        vlong** queue) {
-    if (hasNull(context, base, exponent, out)) {
+    return VLONG_modExpOne({context, base, exponent, out}, queue);
+}
+
+Status VLONG_modExpOne(const ModExpOperands& power, vlong** queue) {
+    if (hasNull(power)) {
         return ERR_NULL_POINTER;
     }
-    RETURN_IF_ERROR(trivialPower(base, exponent, out, queue));
-    return *out != nullptr ? OK : VLONG_montExpWindow(context, base, exponent, out, queue);
+    *power.out = nullptr;
+    if (power.secretBits == 0) {
+        RETURN_IF_ERROR(trivialPower(power.base, power.exponent, power.out, queue));
+    }
+    return *power.out != nullptr ? OK : modExpAlone(power, queue);
 }
 
 Status VLONG_modExpCtxPair(const ModExpOperands& first, const ModExpOperands& second, vlong** queue) {
-    if (hasNull(first.context, first.base, first.exponent, first.out) ||
-        hasNull(second.context, second.base, second.exponent, second.out)) {
+    if (hasNull(first) || hasNull(second)) {
         return ERR_NULL_POINTER;
     }
     *first.out = nullptr;
     *second.out = nullptr;
     const std::uint32_t k = first.context->modulus->length;
     if (isTrivial(first) || isTrivial(second) || k != second.context->modulus->length) {
-        RETURN_IF_ERROR(modExpInTurn(first, queue));
-        const Status status = modExpInTurn(second, queue);
+        RETURN_IF_ERROR(VLONG_modExpOne(first, queue));
+        const Status status = VLONG_modExpOne(second, queue);
         if (isError(status)) {
             (void)VLONG_free(first.out, queue); // not null
         }
         return status;
     }
     MontPower one(queue), other(queue);
-    RETURN_IF_ERROR(one.prepare(*first.context, first.base, first.exponent, first.secretBits));
-    RETURN_IF_ERROR(other.prepare(*second.context, second.base, second.exponent, second.secretBits));
+    RETURN_IF_ERROR(one.prepare(first));
+    RETURN_IF_ERROR(other.prepare(second));
     const ModExpTask &task = one.task(), &otherTask = other.task();
     const ModExpKernel& kernel = modExpKernelFor(task.modulus, task.isSecret);
     const ModExpKernel& otherKernel = modExpKernelFor(otherTask.modulus, otherTask.isSecret);
@@ -208,16 +214,6 @@ Status VLONG_modExpCtxPair(const ModExpOperands& first, const ModExpOperands& se
     return OK;
 }
 
-Status VLONG_modExpSecret(const MontgomeryCtx* context, const vlong* base, const vlong* exponent,
-                          std::uint32_t exponentBits, vlong** out, vlong** queue) {
-    if (hasNull(context, base, exponent, out)) {
-        return ERR_NULL_POINTER;
-    }
-    *out = nullptr;
-    LocalQueue local(queue);
-    return modExpAlone({context, base, exponent, out, exponentBits}, local.get());
-}
-
 std::uint32_t VLONG_windowWidth(std::uint32_t exponentBits) {
     if (exponentBits >= 672) {
         return 6;
@@ -233,7 +229,7 @@ std::uint32_t VLONG_windowWidth(std::uint32_t exponentBits) {
 
 Status VLONG_montExpWindow(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out,
                            vlong** queue) {
-    if (hasNull(context, base, exponent, out)) {
+    if (hasNull({context, base, exponent, out})) {
         return ERR_NULL_POINTER;
     }
     *out = nullptr;
@@ -242,7 +238,7 @@ Status VLONG_montExpWindow(const MontgomeryCtx* context, const vlong* base, cons
 
 Status VLONG_montExpBinary(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out,
                            vlong** queue) {
-    if (hasNull(context, base, exponent, out)) {
+    if (hasNull({context, base, exponent, out})) {
         return ERR_NULL_POINTER;
     }
     *out = nullptr;

@@ -18,7 +18,7 @@
 // during exponentiations; a context, like a record, belongs to one thread.
 struct MontgomeryCtx {
     Unit negInverse; // -1/modulus modulo 2^64
-    vlong* R;        // 2^(64 k)
+    vlong* R;        // 2^(64 k); null, like RInverse, in a ScopedMontgomeryCtx: VLONG_montExpBinary alone reads them
     vlong* RInverse; // 1/R mod modulus
     vlong* modulus;  // an own copy
     vlong*
@@ -42,6 +42,9 @@ Status VLONG_modExp(const vlong* base, const vlong* exponent, const vlong* modul
 Status VLONG_newMontgomeryCtx(MontgomeryCtx** out, const vlong* modulus, vlong** queue);
 Status VLONG_initMontgomeryCtx(MontgomeryCtx* context, const vlong* modulus, vlong** queue);
 
+// VLONG_initPowerCtx: VLONG_initMontgomeryCtx without R and RInverse, for every power but that of VLONG_montExpBinary.
+Status VLONG_initPowerCtx(MontgomeryCtx* context, const vlong* modulus, vlong** queue);
+
 // VLONG_newSecretMontgomeryCtx: VLONG_newMontgomeryCtx in a time that shows no more of the modulus than its bit length, if
 // takesResidues (residues.h) holds for it.
 Status VLONG_newSecretMontgomeryCtx(MontgomeryCtx** out, const vlong* modulus, vlong** queue);
@@ -60,22 +63,22 @@ Status VLONG_cloneMontgomeryCtx(const MontgomeryCtx* source, MontgomeryCtx** out
 Status VLONG_modExpCtx(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out,
                        vlong** queue);
 
-// ModExpOperands: one of two exponentiations that are to run side by side.
+// ModExpOperands: an exponentiation with a prepared context: *out := a new record, base^exponent mod modulus.
+//
+// A secret exponent, of a modulus for which takesResidues (residues.h) holds, has no more bits than secretBits, its public
+// length. Time and addresses then depend on lengths alone, 0^0 is 1, and the result has k units to be read, zeros above
+// its length.
 struct ModExpOperands {
     const MontgomeryCtx* context;
     const vlong* base;
     const vlong* exponent;
     vlong** out;
-    std::uint32_t secretBits = 0; // 0 for a public exponent, else as VLONG_modExpSecret takes it
+    std::uint32_t secretBits = 0; // 0 for a public exponent
+    bool isBasePublic = false;    // of a secret exponent: base and modulus are none
 };
 
-// VLONG_modExpSecret: VLONG_modExpCtx in a time that depends on lengths alone, not on the values of base, exponent and
-// modulus. exponentBits is the public length of the exponent, which has no more bits than that.
-// In/out:  takesResidues (residues.h) holds for the modulus. 0^0 is 1 here. The result has its k units to be read, zeros
-//          above its length.
-// Errors:  as VLONG_modExpCtx.
-Status VLONG_modExpSecret(const MontgomeryCtx* context, const vlong* base, const vlong* exponent,
-                          std::uint32_t exponentBits, vlong** out, vlong** queue);
+// VLONG_modExpOne: one of them. Errors: as VLONG_modExpCtx.
+Status VLONG_modExpOne(const ModExpOperands& power, vlong** queue);
 
 // VLONG_modExpCtxPair: two exponentiations as by VLONG_modExpCtx, side by side where a kernel can do that: for the two
 // primes of an RSA key, or the two powers of a DSA verification.

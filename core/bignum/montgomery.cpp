@@ -105,22 +105,20 @@ Status makeRadixSquared(MontgomeryCtx* context, bool isSecret, vlong** queue) {
     return pad(context->radixSquared, k);
 }
 
-Status fillContext(MontgomeryCtx* context, const vlong* modulus, bool isSecret, vlong** queue) {
-    context->negInverse = VLONG_montNegInverse64(modulus);
-    RETURN_IF_ERROR(VLONG_alloc(&context->R, queue));
-    RETURN_IF_ERROR(VLONG_setUnit(context->R, modulus->length, 1));
-    RETURN_IF_ERROR(VLONG_newCopy(modulus, &context->modulus, queue));
-    RETURN_IF_ERROR(makeRInverse(context, queue));
-    return makeRadixSquared(context, isSecret, queue);
-}
+// ContextParts: what is to be made of a context, and whether its modulus is a secret.
+struct ContextParts {
+    bool isWhole, isSecret;
+};
 
-Status initContext(MontgomeryCtx* context, const vlong* modulus, bool isSecret, vlong** queue) {
-    *context = {};
-    const Status status = fillContext(context, modulus, isSecret, queue);
-    if (isError(status)) {
-        (void)VLONG_clearMontgomeryCtx(context, queue); // always OK
+Status fillContext(MontgomeryCtx* context, const vlong* modulus, ContextParts parts, vlong** queue) {
+    context->negInverse = VLONG_montNegInverse64(modulus);
+    RETURN_IF_ERROR(VLONG_newCopy(modulus, &context->modulus, queue));
+    if (parts.isWhole) {
+        RETURN_IF_ERROR(VLONG_alloc(&context->R, queue));
+        RETURN_IF_ERROR(VLONG_setUnit(context->R, modulus->length, 1));
+        RETURN_IF_ERROR(makeRInverse(context, queue));
     }
-    return status;
+    return makeRadixSquared(context, parts.isSecret, queue);
 }
 
 // A new context on the heap, of which fill() makes the contents; released again when that fails.
@@ -163,22 +161,43 @@ Unit VLONG_montNegInverse64(const vlong* modulus) {
     return Unit{0} - x;
 }
 
+namespace {
+
+Status initContext(MontgomeryCtx* context, const vlong* modulus, ContextParts parts, vlong** queue) {
+    if (context == nullptr || modulus == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    *context = {};
+    const Status status = fillContext(context, modulus, parts, queue);
+    if (isError(status)) {
+        (void)VLONG_clearMontgomeryCtx(context, queue); // always OK
+    }
+    return status;
+}
+
+Status newContextOf(MontgomeryCtx** out, const vlong* modulus, ContextParts parts, vlong** queue) {
+    if (out == nullptr || modulus == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    return newContext(out, queue, [&](MontgomeryCtx* context) { return initContext(context, modulus, parts, queue); });
+}
+
+} // namespace
+
 Status VLONG_initMontgomeryCtx(MontgomeryCtx* context, const vlong* modulus, vlong** queue) {
-    return context == nullptr || modulus == nullptr ? ERR_NULL_POINTER : initContext(context, modulus, false, queue);
+    return initContext(context, modulus, {true, false}, queue);
+}
+
+Status VLONG_initPowerCtx(MontgomeryCtx* context, const vlong* modulus, vlong** queue) {
+    return initContext(context, modulus, {false, false}, queue);
 }
 
 Status VLONG_newMontgomeryCtx(MontgomeryCtx** out, const vlong* modulus, vlong** queue) {
-    if (out == nullptr || modulus == nullptr) {
-        return ERR_NULL_POINTER;
-    }
-    return newContext(out, queue, [&](MontgomeryCtx* context) { return initContext(context, modulus, false, queue); });
+    return newContextOf(out, modulus, {true, false}, queue);
 }
 
 Status VLONG_newSecretMontgomeryCtx(MontgomeryCtx** out, const vlong* modulus, vlong** queue) {
-    if (out == nullptr || modulus == nullptr) {
-        return ERR_NULL_POINTER;
-    }
-    return newContext(out, queue, [&](MontgomeryCtx* context) { return initContext(context, modulus, true, queue); });
+    return newContextOf(out, modulus, {true, true}, queue);
 }
 
 Status VLONG_clearMontgomeryCtx(MontgomeryCtx* context, vlong** queue) {
@@ -204,11 +223,10 @@ Status VLONG_cloneMontgomeryCtx(const MontgomeryCtx* source, MontgomeryCtx** out
     if (source == nullptr || out == nullptr) {
         return ERR_NULL_POINTER;
     }
-    if (source->modulus == nullptr) {
-        *out = nullptr;
-        return ERR_NULL_POINTER; // an empty context has nothing to copy
-    }
-    return newContext(out, queue, [&](MontgomeryCtx* context) { return copyContext(context, source, queue); });
+    return newContext(out, queue, [&](MontgomeryCtx* context) {
+        const bool isWhole = source->modulus != nullptr && source->R != nullptr;
+        return isWhole ? copyContext(context, source, queue) : ERR_NULL_POINTER; // nothing to copy, or not all of it
+    });
 }
 
 namespace {

@@ -110,6 +110,18 @@ void Residues::reduce(Unit* r, const Unit* x, std::uint32_t n) {
     std::copy_n(sum_, k, r);
 }
 
+Status Residues::reduceOctets(Unit* r, const std::uint8_t* octets, std::size_t count) {
+    const std::size_t n = (count + sizeof(Unit) - 1) / sizeof(Unit);
+    SecretBuffer storage;
+    RETURN_IF_ERROR(storage.alloc(n * sizeof(Unit)));
+    Unit* const units = reinterpret_cast<Unit*>(storage.data());
+    for (std::size_t i = 0; i < count; ++i) {
+        units[i / sizeof(Unit)] |= Unit{octets[count - 1 - i]} << (8 * (i % sizeof(Unit)));
+    }
+    reduce(r, units, static_cast<std::uint32_t>(n));
+    return OK;
+}
+
 void Residues::add(Unit* r, const Unit* a, const Unit* b) {
     addModulo(r, a, b, modulus_, scratch_);
 }
@@ -146,7 +158,8 @@ Status Residues::invert(Unit* r, const Unit* a, bool isSecret, bool* isFound) {
     const std::uint32_t top = isSecret ? k : significantUnits(sum_, k);
     const std::uint32_t bits =
         isSecret ? kUnitBits * k : kUnitBits * (top - 1) + static_cast<std::uint32_t>(std::bit_width(sum_[top - 1]));
-    const ModExpKernel& kernel = modExpKernelFor(modulus_, isSecret);
+    // A public exponent of few units is quickest without a kernel that reads its table as a whole.
+    const ModExpKernel& kernel = isSecret ? modExpKernelFor(modulus_, true) : modExpKernelTable().back().run;
     SecretBuffer scratch;
     RETURN_IF_ERROR(scratch.alloc(kernel.scratchUnits(k, bits, isSecret) * sizeof(Unit)));
     kernel.one({r, a, sum_, bits, modulus_, isSecret}, reinterpret_cast<Unit*>(scratch.data()));
@@ -162,5 +175,12 @@ Status Residues::record(const Unit* a, vlong** out, vlong** queue) const {
     std::copy_n(a, modulus_.count, record.get()->units);
     record.get()->length = modulus_.count;
     *out = record.release();
+    return OK;
+}
+
+Status Residues::publicRecord(const Unit* a, vlong** out, vlong** queue) const {
+    RETURN_IF_ERROR(record(a, out, queue));
+    markPublic(*out);
+    VLONG_normalise(*out);
     return OK;
 }

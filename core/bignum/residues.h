@@ -43,6 +43,9 @@ public:
     // reduce: r[k] := x[n] mod m. r may be x.
     void reduce(Unit* r, const Unit* x, std::uint32_t n);
 
+    // reduceOctets: the same for big-endian octets[count]. Errors: ERR_MEM_ALLOC_FAIL.
+    Status reduceOctets(Unit* r, const std::uint8_t* octets, std::size_t count);
+
     // add, subtract, multiply: r := a + b, a - b, a b modulo m. r may be a or b. For multiply one of a and b may be any k
     // units.
     void add(Unit* r, const Unit* a, const Unit* b);
@@ -57,8 +60,11 @@ public:
     // Errors:  ERR_MEM_ALLOC_FAIL.
     Status invert(Unit* r, const Unit* a, bool isSecret, bool* isFound);
 
-    // record: a new record := the residue, of k units: not normalised. Errors: growth.
+    // record: a new record := the residue, with all of its k units: not normalised, so that its length does not show it.
+    // publicRecord: the same, normalised, for one that may be known from here on.
+    // Errors:  ERR_MEM_ALLOC_FAIL.
     Status record(const Unit* a, vlong** out, vlong** queue) const;
+    Status publicRecord(const Unit* a, vlong** out, vlong** queue) const;
 
 private:
     Status allocate(std::uint32_t count);

@@ -65,9 +65,9 @@ public:
         (void)VLONG_clearMontgomeryCtx(&context_, queue_); // always OK
     }
 
-    // make: the context of a modulus, unless there is one. Errors: as VLONG_initMontgomeryCtx.
+    // make: the context of a modulus, by VLONG_initPowerCtx, unless there is one.
     Status make(const vlong* modulus) {
-        return get() != nullptr ? OK : VLONG_initMontgomeryCtx(&context_, modulus, queue_);
+        return get() != nullptr ? OK : VLONG_initPowerCtx(&context_, modulus, queue_);
     }
 
     // get: null when there is none.
