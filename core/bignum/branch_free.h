@@ -35,6 +35,15 @@ inline Unit areEqual(const Unit* a, const Unit* b, std::uint32_t n) {
     return 1 - isNonzero(difference);
 }
 
+// isBelow: 1 when a[n] is below b[n], else 0.
+inline Unit isBelow(const Unit* a, const Unit* b, std::uint32_t n) {
+    Unit borrow = 0;
+    for (std::uint32_t i = 0; i < n; ++i) {
+        borrow = (a[i] < b[i] ? 1U : 0U) | ((a[i] == b[i] ? 1U : 0U) & borrow);
+    }
+    return borrow;
+}
+
 // significantUnits: how many units of units[n] remain without the zeros on top.
 inline std::uint32_t significantUnits(const Unit* units, std::uint32_t n) {
     Unit count = 0;
