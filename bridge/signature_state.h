@@ -41,7 +41,7 @@ public:
     // digest".
     bool finishDigest(JNIEnv* env, jobject object, std::uint8_t* output, std::uint32_t length);
 
-    // The fields, in the order that they have always had.
+    // The fields, in their fixed order.
     AsymmetricKey key;
     ZelShaMessageDigest* digest; // owned; null before the first reset
     std::int32_t mode;

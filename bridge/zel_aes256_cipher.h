@@ -5,9 +5,10 @@
 // and doFinal leave pending bytes pending, update takes what it keeps pending from the array without the offset, and
 // padding is judged by its last byte alone.
 //
-// All operations raise: ProviderException "error creating aes context" without a successful init, NullPointerException
-// for a null array, ArrayIndexOutOfBoundsException for a slice outside its array, OutOfMemoryError; in this order, and
-// then as named. The engine is then unchanged. Arrays may be one and the same.
+// update and doFinal raise, in this order: ProviderException "error creating aes context" without a successful init,
+// NullPointerException for a null array, ArrayIndexOutOfBoundsException for an input slice outside its array, what is named
+// with them, but "invalid padding", ArrayIndexOutOfBoundsException for a negative output offset, OutOfMemoryError or
+// "invalid padding". The engine is then unchanged. Arrays may be one and the same.
 #ifndef ZELSPI_BRIDGE_ZEL_AES256_CIPHER_H
 #define ZELSPI_BRIDGE_ZEL_AES256_CIPHER_H
 

@@ -3,6 +3,7 @@
 #include "bridge/dsa_der.h"
 #include "bridge/java_arrays.h"
 #include "bridge/java_exceptions.h"
+#include "bridge/shared_random.h"
 #include "bridge/zel_sha1_message_digest.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
@@ -111,8 +112,8 @@ Status ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object, std::uint8_t**
     ScopedVlong s(nullptr);
     bool verified = false;
     const Status status = context == nullptr ? ERR_NULL_POINTER
-                                             : dsaSignMakingY(context, asymKeyDsa(&state_.key), message.get(),
-                                                              &verified, r.out(), s.out(), nullptr);
+                                             : dsaSignMakingY(sharedBytes(context), asymKeyDsa(&state_.key),
+                                                              message.get(), &verified, r.out(), s.out(), nullptr);
     if (!raise(env, "error signing message", status)) {
         return ERR_INTERNAL_ERROR;
     }
@@ -123,7 +124,7 @@ Status ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object, std::uint8_t**
     if (!raise(env, "error creating dsa signature", createDSASignature(r.get(), s.get(), signature, length))) {
         return ERR_INTERNAL_ERROR;
     }
-    reset(env, object); // an exception that it leaves is for the next message
+    reset(env, object); // Java sees an exception that it leaves, in place of the signature
     return OK;
 }
 
@@ -152,7 +153,7 @@ jint ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object, jbyteArray outpu
         return 0;
     }
     const auto count = static_cast<jint>(signature.size());
-    // The caller's length less the offset, not the room in the array, is what has always been judged; the array is
+    // The caller's length less the offset, not the room in the array, is what is judged: meant. The array is
     // judged besides, so that nothing outside it is written. 64 bits, because the differences could overflow.
     if (std::int64_t{length} - offset < count || offset < 0 ||
         std::int64_t{env->GetArrayLength(output)} - offset < count) {

@@ -9,4 +9,8 @@
 // Errors:  null; also for a directory, which fopen opens on some systems.
 std::FILE* openFileToRead(const char* path);
 
+// openRegularFileToRead: the same for regular files alone, without waiting where a pipe or a device would keep its reader.
+// In/out:  *isOther := whether there is something else of that name, which is null then.
+std::FILE* openRegularFileToRead(const char* path, bool* isOther);
+
 #endif

@@ -29,8 +29,7 @@ std::uint32_t rtosGetTickCount();
 
 // rtosDeltaMs: reads the clock once; stores the reading in *now and returns the milliseconds since *start. Either may
 // be null; both may be the same record.
-// Errors:  0 with start null; 0xFFFFFFFF when the difference does not fit 32
-// bits, also when start lies in the future.
+// Errors:  0 with start null; 0xFFFFFFFF when the difference does not fit 32 bits, also when start lies in the future.
 std::uint32_t rtosDeltaMs(const MsTimeStamp* start, MsTimeStamp* now);
 
 // rtosTimeStampDiff: *b minus *a in milliseconds.

@@ -9,6 +9,7 @@
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/rsa.h"
 #include "platform/open_file.h"
+#include "tools/public_key_file.h"
 
 #include <algorithm>
 #include <array>
@@ -25,8 +26,8 @@ namespace {
 constexpr char kUsage[] = R"(usage: zelverify KEY FILE
 
 Tells whether FILE.sig is a signature of FILE: RSA with SHA-256, PKCS#1 v1.5, as "openssl dgst -sha256 -sign" makes it.
-KEY is a file with the RSA public key, a PKCS#1 RSAPublicKey in DER, as "openssl rsa -RSAPublicKey_out -outform DER"
-writes it. It has at most 500 bytes, so the modulus at most 3888 bits: larger keys are refused.
+KEY is a file with the RSA public key in PEM or DER: what "openssl pkey -pubout" writes (X.509) or what
+"openssl rsa -RSAPublicKey_out" writes (PKCS#1). Keys above 3888 bits are refused.
 
   --help     prints this
   --version  prints the version
@@ -36,7 +37,8 @@ Exits with 0 if the signature is good, with 1 if it is bad, with 2 if that could
 )";
 
 constexpr int kGood = 0, kBad = 1, kUnknown = 2;
-constexpr std::size_t kMaxKeyBytes = 500;
+constexpr std::size_t kMaxKeyFileBytes = 1 << 16; // room for the words that some programs put in front of PEM
+constexpr std::size_t kMaxKeyBytes = 500;         // the library's limit of an RSAPublicKey
 constexpr std::size_t kMaxSignatureBytes = 500;
 constexpr int kMaxPathLength = 255; // the library tests this argument, and uses the path as it is
 
@@ -64,40 +66,53 @@ std::string textOf(int status) {
     return name != nullptr ? name : std::to_string(status);
 }
 
-// Hands the pieces of a file to take, which may ask for an end. False when the file cannot be opened or read.
-template <typename Take> bool readFile(const std::string& path, Take take) {
-    const OpenFile file(openFileToRead(path.c_str()));
-    if (file == nullptr) {
-        return false;
+// What cannot be read, and why.
+struct Unreadable {
+    std::string name, reason;
+};
+
+// Hands the pieces of a file to take, which may ask for an end.
+template <typename Take> void readFile(const std::string& path, Take take) {
+    bool isOther = false;
+    const OpenFile file(openRegularFileToRead(path.c_str(), &isOther));
+    if (isOther) {
+        throw Unreadable{path, "is no regular file"};
     }
     Bytes piece(1 << 16);
-    std::size_t count = 0;
-    do {
+    std::size_t count = piece.size();
+    while (file != nullptr && count == piece.size()) {
         count = std::fread(piece.data(), 1, piece.size(), file.get());
-    } while (take(piece.data(), count) && count == piece.size());
-    return std::ferror(file.get()) == 0;
+        if (!take(piece.data(), count)) {
+            break;
+        }
+    }
+    if (file == nullptr || std::ferror(file.get()) != 0) {
+        throw Unreadable{path, "cannot be read"};
+    }
 }
 
-// A small file, or its first maxBytes + 1 bytes; nothing when it cannot be read.
-std::optional<Bytes> smallFile(const std::string& path, std::size_t maxBytes) {
+// A small file, or its first maxBytes + 1 bytes.
+Bytes smallFile(const std::string& path, std::size_t maxBytes) {
     Bytes bytes;
-    const bool isRead = readFile(path, [&](const std::uint8_t* piece, std::size_t count) {
-        bytes.insert(bytes.end(), piece, piece + std::min(count, maxBytes + 1));
-        return false;
+    readFile(path, [&](const std::uint8_t* piece, std::size_t count) {
+        bytes.insert(bytes.end(), piece, piece + std::min(count, maxBytes + 1 - bytes.size()));
+        return bytes.size() <= maxBytes;
     });
-    return isRead ? std::optional(bytes) : std::nullopt;
+    return bytes;
 }
 
-std::optional<Digest> digestOf(const std::string& path) {
+Digest digestOf(const std::string& path) {
     Sha256Context context;
     Digest digest;
     bool isHashed = !isError(sha256Init(&context));
-    const bool isRead = readFile(path, [&](const std::uint8_t* piece, std::size_t count) {
+    readFile(path, [&](const std::uint8_t* piece, std::size_t count) {
         isHashed = isHashed && !isError(sha256Update(&context, piece, static_cast<std::uint32_t>(count)));
         return isHashed;
     });
-    isHashed = isRead && isHashed && !isError(sha256Final(&context, digest.data()));
-    return isHashed ? std::optional(digest) : std::nullopt;
+    if (!isHashed || isError(sha256Final(&context, digest.data()))) {
+        throw Unreadable{path, "cannot be hashed"};
+    }
+    return digest;
 }
 
 // The encoded message of k bytes that a good signature opens to (RFC 8017 section 9.2); nothing when k is too small.
@@ -161,29 +176,24 @@ bool saysBadSignature(int status) {
 }
 
 int run(const std::string& keyPath, const std::string& path) {
-    const std::optional<Bytes> key = smallFile(keyPath, kMaxKeyBytes);
-    if (!key) {
-        return fail(kUnknown, keyPath, "cannot be read");
+    const Bytes content = smallFile(keyPath, kMaxKeyFileBytes);
+    if (content.empty() || content.size() > kMaxKeyFileBytes) {
+        return fail(kUnknown, keyPath, content.empty() ? "is empty" : "is too large to be a key");
     }
-    if (key->empty() || key->size() > kMaxKeyBytes) {
-        return fail(kUnknown, keyPath, key->empty() ? "is empty" : "is larger than a key of 3888 bits");
+    const auto [key, reason] = readPublicKeyFile(content, keyPath);
+    if (key.empty() || key.size() > kMaxKeyBytes) {
+        return fail(kUnknown, keyPath, key.empty() ? reason : "is larger than a key of 3888 bits");
     }
     ScopedKey parsed;
-    const Status unreadable = RsaKey_FromPublicDer(key->data(), static_cast<std::uint32_t>(key->size()), parsed.get());
+    const Status unreadable = RsaKey_FromPublicDer(key.data(), static_cast<std::uint32_t>(key.size()), parsed.get());
     if (isError(unreadable)) {
-        return fail(kUnknown, keyPath, "is no RSA public key in DER (PKCS#1): " + textOf(unreadable));
+        return fail(kUnknown, keyPath, "holds a damaged RSA public key: " + textOf(unreadable));
     }
-    const std::optional<Digest> digest = digestOf(path);
-    if (!digest) {
-        return fail(kUnknown, path, "cannot be read");
-    }
-    const std::optional<Bytes> signature = smallFile(path + ".sig", kMaxSignatureBytes);
-    if (!signature) {
-        return fail(kUnknown, path + ".sig", "cannot be read");
-    }
-    const int status = ZelUtil::checkFileSignature(key->data(), static_cast<int>(key->size()), path.c_str(),
+    const Digest digest = digestOf(path);
+    const Bytes signature = smallFile(path + ".sig", kMaxSignatureBytes);
+    const int status = ZelUtil::checkFileSignature(key.data(), static_cast<int>(key.size()), path.c_str(),
                                                    std::clamp(static_cast<int>(path.size()), 1, kMaxPathLength));
-    const Verdict verdict = verify(*asymKeyRsa(parsed.get()), *digest, *signature);
+    const Verdict verdict = verify(*asymKeyRsa(parsed.get()), digest, signature);
     if (verdict.code != kGood) {
         return fail(verdict.code, path, verdict.code == kBad ? "bad signature: " + verdict.reason : verdict.reason);
     }
@@ -210,6 +220,8 @@ int main(int argc, char** argv) {
     }
     try {
         return run(argv[1], argv[2]);
+    } catch (const Unreadable& file) {
+        return fail(kUnknown, file.name, file.reason);
     } catch (const std::bad_alloc&) {
         return fail(kUnknown, argv[2], "memory has run out");
     }

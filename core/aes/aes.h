@@ -53,8 +53,7 @@ Status aesDeleteContext(AesContext** context);
 
 // aesInitKey: fills the context, whatever it held.
 // Shapes:  key[keyBits / 8].
-// In/out:  any mode is taken: one that is neither ECB nor CBC nor one of the feedback modes gets the direction's
-// schedule.
+// In/out:  any mode is taken: one that is neither ECB nor CBC nor one of the feedback modes gets the direction's schedule.
 // Errors:  ERR_NULL_POINTER context or key null; ERR_AES_BAD_KEY_LENGTH. The context is then unchanged.
 // Source:  FIPS-197, sections 5.2 and 5.3.5.
 Status aesInitKey(AesContext* context, std::uint32_t keyBits, const std::uint8_t* key, std::uint32_t encrypt,

@@ -47,7 +47,7 @@ Status Der_AddUnsignedInteger(DerNode* parent, std::uint32_t length, const std::
 // Der_ComputeLength: the encoded length of an item with all below it, which it also notes in the items. What follows
 // the first unterminated kDerIndefinite item (one whose last child is no end-of-contents) does not count. An opaque
 // item is no end-of-contents, whatever its type, which is not written.
-// Errors:  ERR_NULL_POINTER item or lengthOut null; ERR_BAD_LENGTH more than 2^32 - 1, *lengthOut is then 0;
+// Errors:  ERR_NULL_POINTER item or lengthOut null; ERR_BAD_LENGTH more than 2^32 - 1; *lengthOut is then 0.
 //          ERR_DER_BER_NOT_TERMINATED there is such an item, *lengthOut is set all the same.
 Status Der_ComputeLength(DerNode* item, std::uint32_t* lengthOut);
 

@@ -123,10 +123,12 @@ std::uint8_t* writeStart(std::uint8_t* out, const DerNode& item) {
 } // namespace
 
 Status Der_ComputeLength(DerNode* item, std::uint32_t* lengthOut) {
+    if (lengthOut != nullptr) {
+        *lengthOut = 0;
+    }
     if (item == nullptr || lengthOut == nullptr) {
         return ERR_NULL_POINTER;
     }
-    *lengthOut = 0;
     std::uint32_t total = 0;
     const auto enter = [](DerNode* entered) {
         entered->childrenLength = 0;
@@ -144,10 +146,12 @@ Status Der_SerializeToBuffer(DerNode* root, std::uint8_t** bufferOut, std::uint3
     if (bufferOut != nullptr) {
         *bufferOut = nullptr;
     }
+    if (lengthOut != nullptr) {
+        *lengthOut = 0;
+    }
     if (root == nullptr || bufferOut == nullptr || lengthOut == nullptr) {
         return ERR_NULL_POINTER;
     }
-    *lengthOut = 0;
     forgetPlaces(root);
     std::uint32_t length = 0;
     if (const Status status = Der_ComputeLength(root, &length); status != ERR_DER_BER_NOT_TERMINATED) {

@@ -117,6 +117,9 @@ Status modExpAlone(const ModExpOperands& operands, vlong** queue) {
     MontPower power(queue);
     RETURN_IF_ERROR(power.prepare(operands));
     const ModExpTask& task = power.task();
+    if (task.exponentBits == 0) { // for which no kernel is made
+        return VLONG_newValue(VLONG_cmpUnit(operands.context->modulus, 1) == 0 ? 0 : 1, operands.out, queue);
+    }
     const ModExpKernel& kernel = modExpKernelFor(task.modulus, task.isSecret);
     SecretBuffer scratch;
     RETURN_IF_ERROR(

@@ -21,8 +21,8 @@ struct MontgomeryCtx {
     vlong* R;        // 2^(64 k); null, like RInverse, in a ScopedMontgomeryCtx: VLONG_montExpBinary alone reads them
     vlong* RInverse; // 1/R mod modulus
     vlong* modulus;  // an own copy
-    vlong*
-        radixSquared; // R^2 mod modulus, which may be 0, in k units; nothing where no exponentiation takes the modulus
+    // R^2 mod modulus, which may be 0, in k units; empty where no exponentiation takes the modulus.
+    vlong* radixSquared;
 };
 
 // VLONG_modExp: a new record := base^exponent mod modulus.
@@ -102,7 +102,7 @@ Unit VLONG_montNegInverse64(const vlong* modulus);
 std::uint32_t VLONG_windowWidth(std::uint32_t exponentBits);
 
 // The two engines behind VLONG_modExp, for base and exponent other than zero, and the forms of the first: by windows
-// and by single bits (which the width table never asks for).
+// and by single bits (which the width table never asks for). Both take an exponent of 0.
 // Errors:  VLONG_modExpMontgomery ERR_BAD_MODULO for an even modulus; else as VLONG_modExp.
 Status VLONG_modExpMontgomery(const vlong* base, const vlong* exponent, const vlong* modulus, vlong** out,
                               vlong** queue);

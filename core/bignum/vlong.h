@@ -81,10 +81,8 @@ Status VLONG_setValue(vlong* value, Unit unit);
 // VLONG_growKeep: makes the capacity at least unitCount and keeps the value. A new buffer has 3 units more than asked
 // for, to absorb later carries. VLONG_growDiscard: the same with 1 unit more; when a new buffer is needed the length
 // becomes 0. For outputs that are about to be overwritten.
-// In/out:  nothing changes when the capacity suffices, or on
-// failure. The old buffer is wiped.
-// Errors:  ERR_NULL_POINTER; ERR_BAD_LENGTH unitCount above kMaxUnits, also when the
-// spare units of an earlier growth
+// In/out:  nothing changes when the capacity suffices, or on failure. The old buffer is wiped.
+// Errors:  ERR_NULL_POINTER; ERR_BAD_LENGTH unitCount above kMaxUnits, also when the spare units of an earlier growth
 //          would hold it; ERR_MEM_ALLOC_FAIL.
 Status VLONG_growKeep(vlong* value, std::uint64_t unitCount);
 Status VLONG_growDiscard(vlong* value, std::uint64_t unitCount);

@@ -70,6 +70,9 @@ Status VLONG_fromWords32(const std::uint32_t* words, std::uint32_t wordCount, vl
         return ERR_NULL_POINTER;
     }
     *out = nullptr;
+    for (; wordCount > 0 && *words == 0; ++words) {
+        --wordCount;
+    }
     ScopedVlong record(nullptr);
     RETURN_IF_ERROR(record.alloc());
     RETURN_IF_ERROR(VLONG_growKeep(record.get(), (std::uint64_t{wordCount} + 1) / 2));

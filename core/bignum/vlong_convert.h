@@ -25,7 +25,7 @@ Status VLONG_toBytes(const vlong* value, std::uint8_t* buffer, std::uint32_t* co
 Status VLONG_toBytesFixed(const vlong* value, std::uint8_t* buffer, std::uint32_t count);
 
 // VLONG_fromWords32: a new non-negative value from 32-bit words, most significant word first.
-// Shapes:  words[wordCount]; wordCount 0 gives zero.
+// Shapes:  words[wordCount]; leading zeros are allowed, wordCount 0 gives zero.
 // Errors:  ERR_NULL_POINTER words or out null; growth.
 Status VLONG_fromWords32(const std::uint32_t* words, std::uint32_t wordCount, vlong** out);
 

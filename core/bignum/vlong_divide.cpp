@@ -2,6 +2,7 @@
 #include "core/bignum/kernels.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
+#include "core/memory/secret.h"
 
 #include <algorithm>
 #include <bit>
@@ -9,42 +10,38 @@
 
 namespace {
 
-// Two units times a unit, as three.
-struct Estimate {
-    Unit low, middle, high;
-};
+// TopUnits: the two top units of the divisor, the higher one second, and their product with a quotient digit, in three.
+struct TopUnits {
+    SecretArray<Unit, 2> divisor;
+    SecretArray<Unit, 3> product;
 
-// The product of a quotient digit with the two top units of the divisor, formed by the row kernel.
-Estimate timesTop(const BignumKernels& kernels, Unit digit, Unit top, Unit second) {
-    const Unit divisor[2] = {second, top};
-    Unit product[2] = {0, 0};
-    const Unit high = kernels.mulAddUnit(product, divisor, 2, digit);
-    return {product[0], product[1], high};
-}
+    void multiply(const BignumKernels& kernels, Unit digit) {
+        product[0] = product[1] = 0;
+        product[2] = kernels.mulAddUnit(product.data(), divisor.data(), 2, digit);
+    }
+};
 
 // The quotient digit of the window r[0..m + 1] by t[0..m], m = top, for a window below t * 2^64; at most one too large.
 // Units below index 0 count as zero.
-Unit estimateDigit(const BignumKernels& kernels, const Unit* r, const Unit* t, std::uint32_t top) {
+Unit estimateDigit(const BignumKernels& kernels, const Unit* r, TopUnits& t, std::uint32_t top) {
     const Unit rTop = r[top + 1], rNext = r[top], rThird = top > 0 ? r[top - 1] : 0;
-    const Unit tTop = t[top], tSecond = top > 0 ? t[top - 1] : 0;
-    Unit digit = rTop == tTop ? ~Unit{0} : kernels.div128by64(rTop, rNext, tTop);
-    Estimate product = timesTop(kernels, digit, tTop, tSecond);
+    Unit digit = rTop == t.divisor[1] ? ~Unit{0} : kernels.div128by64(rTop, rNext, t.divisor[1]);
     const auto exceeds = [&] {
-        if (product.high != rTop) {
-            return product.high > rTop;
+        t.multiply(kernels, digit);
+        if (t.product[2] != rTop) {
+            return t.product[2] > rTop;
         }
-        return product.middle != rNext ? product.middle > rNext : product.low > rThird;
+        return t.product[1] != rNext ? t.product[1] > rNext : t.product[0] > rThird;
     };
     while (exceeds()) {
         --digit;
-        product = timesTop(kernels, digit, tTop, tSecond);
     }
     return digit;
 }
 
 // One step: divides the window r[0..m + 1] by t[0..m], leaves the remainder there and returns the digit.
-Unit divideStep(const BignumKernels& kernels, Unit* r, const Unit* t, std::uint32_t top) {
-    Unit digit = estimateDigit(kernels, r, t, top);
+Unit divideStep(const BignumKernels& kernels, Unit* r, const Unit* t, TopUnits& tops, std::uint32_t top) {
+    Unit digit = estimateDigit(kernels, r, tops, top);
     const Unit borrow = kernels.mulSubUnit(r, t, top + 1, digit);
     const bool isNegative = r[top + 1] < borrow;
     r[top + 1] -= borrow;
@@ -72,9 +69,12 @@ Status divideShifted(vlong* quotient, vlong* r, const vlong* t) {
         (void)kernels.subUnits(upper, upper, t->units, m + 1); // no borrow: upper is not below t
         quotient->units[n - m] = 1;
     }
+    TopUnits tops;
+    tops.divisor[0] = m > 0 ? t->units[m - 1] : 0;
+    tops.divisor[1] = t->units[m];
     for (std::uint32_t i = n; i > m; --i) {
         const std::uint32_t j = i - m - 1;
-        quotient->units[j] = divideStep(kernels, r->units + j, t->units, m);
+        quotient->units[j] = divideStep(kernels, r->units + j, t->units, tops, m);
     }
     return OK;
 }

@@ -74,13 +74,11 @@ Status VLONG_mulMod(const vlong* a, const vlong* b, const vlong* modulus, vlong*
 
 // VLONG_shiftLeft, VLONG_shiftRight: the magnitude times or divided by 2^bitCount, in place; the sign flag stays, also
 // when a right shift leaves zero.
-// Errors:  ERR_NULL_POINTER; growth: a left shift asks for one unit more than the units
-// it shifts by, needed or not.
+// Errors:  ERR_NULL_POINTER; growth: a left shift asks for one unit more than the units it shifts by, needed or not.
 Status VLONG_shiftLeft(vlong* value, std::uint32_t bitCount);
 Status VLONG_shiftRight(vlong* value, std::uint32_t bitCount);
 
-// VLONG_shiftLeft1, VLONG_shiftRight1: the same by one bit; the left shift asks for a unit only when a bit leaves the
-// top.
+// VLONG_shiftLeft1, VLONG_shiftRight1: the same by one bit; the left shift asks for a unit when a bit leaves the top.
 Status VLONG_shiftLeft1(vlong* value);
 Status VLONG_shiftRight1(vlong* value);
 

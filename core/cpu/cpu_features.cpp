@@ -36,6 +36,12 @@ std::uint32_t savedStates(const CpuidAnswer& leaf1) {
     return low;
 }
 
+CpuVendor vendor() {
+    const CpuidAnswer leaf0 = cpuid(0);
+    const bool isAmd = leaf0.ebx == 0x68747541 && leaf0.edx == 0x69746E65 && leaf0.ecx == 0x444D4163; // "AuthenticAMD"
+    return isAmd ? CpuVendor::amd : CpuVendor::other;
+}
+
 CpuFeatures detect() {
     constexpr std::uint32_t kYmmStates = 0x06; // XMM and the upper halves of YMM
     constexpr std::uint32_t kZmmStates = 0xE6; // also mask registers, upper halves of ZMM, ZMM16 to ZMM31
@@ -50,6 +56,7 @@ CpuFeatures detect() {
     features.sse41 = bit(leaf1.ecx, 19);
     features.aes = bit(leaf1.ecx, 25);
     features.sha = bit(leaf7.ebx, 29) && features.ssse3 && features.sse41;
+    features.bmi1 = bit(leaf7.ebx, 3);
     features.bmi2 = bit(leaf7.ebx, 8);
     features.adx = bit(leaf7.ebx, 19);
     features.avx = bit(leaf1.ecx, 28) && ymm;
@@ -58,6 +65,7 @@ CpuFeatures detect() {
                       bit(leaf7.ebx, 31); // F, DQ, BW, VL
     features.vaes = features.avx512 && features.aes && bit(leaf7.ecx, 9);
     features.ifma = features.avx512 && bit(leaf7.ebx, 21);
+    features.vendor = vendor();
     return features;
 }
 

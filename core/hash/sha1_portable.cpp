@@ -48,9 +48,7 @@ void allRounds(Word (&v)[5], Schedule& w, const std::uint8_t* block, std::index_
     (round<t>(v, w, block), ...);
 }
 
-} // namespace
-
-void sha1CompressPortable(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount) {
+[[gnu::noinline]] void compress(Word* state, const std::uint8_t* blocks, std::size_t blockCount) {
     Schedule w;
     for (; blockCount > 0; --blockCount, blocks += 64) {
         Word v[5] = {state[0], state[1], state[2], state[3], state[4]};
@@ -59,6 +57,13 @@ void sha1CompressPortable(std::uint32_t* state, const std::uint8_t* blocks, std:
             state[i] += v[i];
         }
     }
+}
+
+} // namespace
+
+void sha1CompressPortable(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount) {
+    compress(state, blocks, blockCount);
+    wipeStack<512>(); // there are more variables than registers
 }
 
 void sha1GPortable(const std::uint64_t* block, std::uint64_t* out) {

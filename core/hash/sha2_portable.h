@@ -18,6 +18,16 @@ public:
     using Word = typename Variant::Word;
 
     static void run(Word* state, const std::uint8_t* blocks, std::size_t blockCount) {
+        compress(state, blocks, blockCount);
+        wipeStack<1024>(); // there are more variables than registers
+    }
+
+private:
+    using Working = Word[8];
+    using Schedule = SecretArray<Word, 16>; // only the last sixteen words are kept
+    using Rotations = const int[3];
+
+    [[gnu::noinline]] static void compress(Word* state, const std::uint8_t* blocks, std::size_t blockCount) {
         Schedule w;
         for (; blockCount > 0; --blockCount, blocks += 16 * sizeof(Word)) {
             Working v = {state[0], state[1], state[2], state[3], state[4], state[5], state[6], state[7]};
@@ -30,11 +40,6 @@ public:
             }
         }
     }
-
-private:
-    using Working = Word[8];
-    using Schedule = SecretArray<Word, 16>; // only the last sixteen words are kept
-    using Rotations = const int[3];
 
     static Word bigSigma(Word x, Rotations& by) {
         return std::rotr(x, by[0]) ^ std::rotr(x, by[1]) ^ std::rotr(x, by[2]);

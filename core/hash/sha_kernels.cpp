@@ -1,7 +1,6 @@
 #include "core/hash/sha_kernels.h"
 
 #if defined(ZEL_X86_KERNELS)
-#include "core/cpu/cpu_features.h"
 #include "core/hash/x86/sha_x86.h"
 #endif
 
@@ -17,11 +16,11 @@ bool hasShaAndAvx512() {
 }
 
 bool hasAvx2() {
-    return cpuFeatures().avx2 && cpuFeatures().bmi2;
+    return cpuFeatures().avx2 && cpuFeatures().bmi1 && cpuFeatures().bmi2;
 }
 
 bool hasAvx512() {
-    return cpuFeatures().avx512 && cpuFeatures().bmi2;
+    return cpuFeatures().avx512 && hasAvx2();
 }
 #endif
 
@@ -72,12 +71,12 @@ std::span<const Kernel<Sha512Compress>> sha512Kernels() {
 }
 
 const Kernel<Sha1Compress>& sha1Kernel() {
-    static const Kernel<Sha1Compress>& chosen = chooseKernel(sha1Kernels());
+    static const Kernel<Sha1Compress>& chosen = chooseKernel(sha1Choice(sha1Kernels(), cpuFeatures().vendor));
     return chosen;
 }
 
 const Kernel<Sha1G>& sha1GKernel() {
-    static const Kernel<Sha1G>& chosen = chooseKernel(sha1GKernels());
+    static const Kernel<Sha1G>& chosen = chooseKernel(sha1Choice(sha1GKernels(), cpuFeatures().vendor));
     return chosen;
 }
 

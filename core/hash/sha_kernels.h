@@ -2,6 +2,7 @@
 #ifndef ZELSPI_CORE_HASH_SHA_KERNELS_H
 #define ZELSPI_CORE_HASH_SHA_KERNELS_H
 
+#include "core/cpu/cpu_features.h"
 #include "core/cpu/kernel.h"
 
 #include <cstddef>
@@ -10,7 +11,8 @@
 // Sha1Compress, Sha256Compress, Sha512Compress: runs blockCount blocks through the compression function.
 // Shapes:  state[5] or state[8], the chaining value, read and written; blocks[blockCount * 64], for SHA-512 * 128,
 //          without alignment.
-// Secrets: constant time; the message schedule is wiped.
+// Secrets: constant time; the message schedule and all else on the stack is wiped. Those for x86-64 also clear the vector
+//          registers.
 // Source:  FIPS 180-2, section 6.
 using Sha1Compress = void (*)(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount);
 using Sha256Compress = void (*)(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount);
@@ -30,7 +32,14 @@ std::span<const Kernel<Sha1G>> sha1GKernels();
 std::span<const Kernel<Sha256Compress>> sha256Kernels();
 std::span<const Kernel<Sha512Compress>> sha512Kernels();
 
-// The kernels that the hashes run on: the first of each table that this CPU supports.
+// sha1Choice: what a processor of that vendor chooses from in a table of SHA-1. AMD's do without the first kernel: AVX-512's
+// rotations replace instructions that are slow on Intel's processors only.
+template <typename Run>
+std::span<const Kernel<Run>> sha1Choice(std::span<const Kernel<Run>> kernels, CpuVendor vendor) {
+    return vendor == CpuVendor::amd && kernels.size() > 1 ? kernels.subspan(1) : kernels;
+}
+
+// The kernels that the hashes run on: the first of each table, or choice, that this CPU supports.
 const Kernel<Sha1Compress>& sha1Kernel();
 const Kernel<Sha1G>& sha1GKernel();
 const Kernel<Sha256Compress>& sha256Kernel();

@@ -35,6 +35,13 @@ private:
     Element elements_[count];
 };
 
+// wipeStack: zeroes what a function that has returned to this one left on the stack, in a frame of at most so many bytes: a
+// compiler keeps there what it has no register for.
+template <std::size_t byteCount> [[gnu::noinline]] void wipeStack() {
+    std::uint8_t frame[byteCount];
+    memWipe(frame, sizeof frame);
+}
+
 // SecretBuffer: a byte buffer on the heap that is wiped and freed when it leaves its scope.
 class SecretBuffer {
 public:

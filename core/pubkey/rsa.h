@@ -67,8 +67,9 @@ Status rsaSign(RSAKey* rsaKey, const vlong* message, vlong** out, vlong** queue)
 // Rsa_OpenPkcs1Signature: block[*blockLength] := what the signature's block holds behind its padding.
 // Shapes:  signature[k], block[k] at least, for a modulus of k bytes.
 // In/out:  a block that is padding to its end gives an empty result. Nine octets of padding are asked for, one more than
-//          the standard does, of which the first is not looked at. On failure *blockLength is 0 and block holds nothing
-//          of use.
+//          the standard does, of which the first is not looked at; zero octets in front of the type are not counted, so
+//          00 00 01 FF ... opens as well. A caller compares the content and its length; whoever wants the one right block
+//          compares all of it, as Rsa_PublicOp makes it. On failure *blockLength is 0 and block holds nothing of use.
 // Errors:  ERR_RSA_INVALID_KEY rsaKey null; ERR_NULL_POINTER; ERR_RSA_INVALID_MODULUS k above kRsaMaxBlockBytes;
 //          ERR_RSA_INVALID_EXPONENT; ERR_RSA_DECRYPTION the block is malformed; growth.
 Status Rsa_OpenPkcs1Signature(const RSAKey* rsaKey, const std::uint8_t* signature, std::uint8_t* block,

@@ -116,7 +116,7 @@ Status randomReleaseGlobalContext() {
 
 Status randomInitGlobal() {
     const StaticLockHolder holder(usersLock);
-    if (users == 0) {
+    if (users == 0 || globalRandomContext() == nullptr) { // it may have been released under its users
         RETURN_IF_ERROR(randomAcquireGlobalContext());
     }
     ++users;
@@ -128,11 +128,11 @@ Status randomFreeGlobal() {
     if (users == 0) {
         return ERR_RAND_CTX_NOT_INITIALIZED;
     }
-    if (users == 1) {
-        RETURN_IF_ERROR(randomReleaseGlobalContext());
+    const Status status = users == 1 ? randomReleaseGlobalContext() : OK;
+    if (!isError(status) || status == ERR_RAND_CTX_NOT_INITIALIZED) { // else the context is still there
+        --users;
     }
-    --users;
-    return OK;
+    return status;
 }
 
 RandomContext* globalRandomContext() {

@@ -7,17 +7,17 @@
 
 #include "core/random/random.h"
 
-// randomInitGlobal, randomFreeGlobal: count the users of the shared context. The first acquires it, the last releases
-// it.
-// Errors:  of randomAcquireGlobalContext; ERR_RAND_CTX_NOT_INITIALIZED more frees than inits.
+// randomInitGlobal, randomFreeGlobal: count the users of the shared context. The first acquires it, as does one that finds
+// it released under the others; the last releases it.
+// Errors:  of randomAcquireGlobalContext and randomReleaseGlobalContext, the user does not count or still counts then;
+//          ERR_RAND_CTX_NOT_INITIALIZED more frees than inits, or the last user finds no context and counts no more.
 Status randomInitGlobal();
 Status randomFreeGlobal();
 
 // randomAcquireGlobalContext: makes the shared context, unless it is there. Unless the seeding mode is without threads
 // the depot thread is started.
 // In/out:  waits, without limit, for the depot thread of an earlier context.
-// Errors:  as
-// randomAcquireContext; ERR_RTOS_THREAD_CREATE the depot thread could not be started, there is no context then.
+// Errors:  as randomAcquireContext; ERR_RTOS_THREAD_CREATE the depot thread could not be started, there is no context then.
 Status randomAcquireGlobalContext();
 
 // randomReleaseGlobalContext: waits, without limit, for the depot thread, and releases the shared context.

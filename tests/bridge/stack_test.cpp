@@ -2,6 +2,8 @@
 #include "bridge/aes_cbc_stream.h"
 #include "bridge/zel_object.h"
 #include "core/bignum/scoped_vlong.h"
+#include "core/bignum/vlong_math.h"
+#include "core/hash/sha_kernels.h"
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/rsa.h"
 #include "core/random/fips186.h"
@@ -9,6 +11,7 @@
 #include "tests/bridge/engine_uses.h"
 
 #include <algorithm>
+#include <bit>
 #include <functional>
 #include <pthread.h>
 
@@ -106,6 +109,37 @@ TEST(Stack, OfAnRsaSignature) {
         secrets.push_back(reversed(secrets.back(), secrets.back().size()));
     }
     expectNone(stackAfter([&] { EXPECT_EQ(engines.signsRsa(), "right"); }), secrets);
+    // The words of a divisor that a division works with all along.
+    const auto division = [&rsa] {
+        ScopedVlong rest(nullptr);
+        EXPECT_EQ(VLONG_mod(rsa.n, rsa.p, rest.out(), nullptr), OK);
+    };
+    expectNone(stackAfter(division), {octetsOf(rsa.p->units + rsa.p->length - 2, 2)});
+}
+
+// The message schedule of SHA-512, for which no processor has registers enough, and the state that a message finds.
+TEST(Stack, OfAHash) {
+    const auto sigma = [](std::uint64_t x, int first, int second, int shift) {
+        return std::rotr(x, first) ^ std::rotr(x, second) ^ x >> shift;
+    };
+    std::uint64_t state[8] = {}, w[80];
+    for (std::size_t t = 0; t < 80; ++t) {
+        w[t] = t < 16 ? 0x0123456789ABCDEF * (t + 1)
+                      : w[t - 16] + sigma(w[t - 15], 1, 8, 7) + w[t - 7] + sigma(w[t - 2], 19, 61, 6);
+    }
+    const Octets block = reversed(octetsOf(w, 16), 8);
+    for (const Kernel<Sha512Compress>& kernel : sha512Kernels()) {
+        if (kernel.isSupported()) {
+            SCOPED_TRACE(kernel.name);
+            std::fill_n(state, 8, 0xFEDCBA9876543210);
+            const Octets before = octetsOf(state, 8);
+            const auto stack = stackAfter([&] {
+                std::copy_n(reinterpret_cast<const std::uint64_t*>(before.data()), 8, state);
+                kernel.run(state, block.data(), 1);
+            });
+            expectNone(stack, {octetsOf(w, 80), block, before, octetsOf(state, 8)});
+        }
+    }
 }
 
 TEST(Stack, OfTheRandomGenerator) {

@@ -14,9 +14,10 @@
 inline void printCpuFeatures() {
     const CpuFeatures& f = cpuFeatures();
     std::cout << "CPU features:" << (f.ssse3 ? " ssse3" : "") << (f.sse41 ? " sse4.1" : "") << (f.aes ? " aes" : "")
-              << (f.sha ? " sha" : "") << (f.bmi2 ? " bmi2" : "") << (f.adx ? " adx" : "") << (f.avx ? " avx" : "")
-              << (f.avx2 ? " avx2" : "") << (f.avx512 ? " avx512" : "") << (f.vaes ? " vaes" : "")
-              << (f.ifma ? " ifma" : "") << "\n";
+              << (f.sha ? " sha" : "") << (f.bmi1 ? " bmi1" : "") << (f.bmi2 ? " bmi2" : "") << (f.adx ? " adx" : "")
+              << (f.avx ? " avx" : "") << (f.avx2 ? " avx2" : "") << (f.avx512 ? " avx512" : "")
+              << (f.vaes ? " vaes" : "") << (f.ifma ? " ifma" : "") << (f.vendor == CpuVendor::amd ? ", by AMD" : "")
+              << "\n";
 }
 
 struct KernelCondition {

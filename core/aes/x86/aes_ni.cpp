@@ -1,5 +1,6 @@
 #include "core/aes/x86/aes_ni_keys.h"
 #include "core/aes/x86/aes_x86.h"
+#include "core/cpu/clear_registers.h"
 
 namespace {
 
@@ -13,17 +14,6 @@ ZEL_TARGET_AES inline __m128i load(const std::uint8_t* bytes) {
 
 ZEL_TARGET_AES inline void store(std::uint8_t* bytes, __m128i block) {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(bytes), block);
-}
-
-// No register keeps a key or a block.
-inline void clearRegisters() {
-    __asm__ volatile(
-        "pxor %%xmm0, %%xmm0\n\tpxor %%xmm1, %%xmm1\n\tpxor %%xmm2, %%xmm2\n\tpxor %%xmm3, %%xmm3\n\t"
-        "pxor %%xmm4, %%xmm4\n\tpxor %%xmm5, %%xmm5\n\tpxor %%xmm6, %%xmm6\n\tpxor %%xmm7, %%xmm7\n\t"
-        "pxor %%xmm8, %%xmm8\n\tpxor %%xmm9, %%xmm9\n\tpxor %%xmm10, %%xmm10\n\tpxor %%xmm11, %%xmm11\n\t"
-        "pxor %%xmm12, %%xmm12\n\tpxor %%xmm13, %%xmm13\n\tpxor %%xmm14, %%xmm14\n\tpxor %%xmm15, %%xmm15" ::
-            : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10", "xmm11", "xmm12",
-              "xmm13", "xmm14", "xmm15");
 }
 
 // Keeps the compiler from holding the keys in registers across blocks: there are too few, and it would spill some to
@@ -106,7 +96,7 @@ ZEL_TARGET_AES void parallel(const std::uint32_t* roundKeys, std::int32_t rounds
     if (mode != Parallel::ecb) {
         store(iv, before);
     }
-    clearRegisters();
+    clearSseRegisters();
 }
 
 // All four columns alike stay where they are when the rows shift, so that only the S-box is left of the last round.
@@ -147,7 +137,7 @@ template <Chain chain> ZEL_TARGET_AES void chained(const std::uint32_t* roundKey
         store(output, _mm_aesenclast_si128(beforeLast, lastKey));
     }
     store(iv, _mm_xor_si128(x[0], keys[0]));
-    clearRegisters();
+    clearSseRegisters();
 }
 
 } // namespace
@@ -169,7 +159,7 @@ void aesNiOfb(const std::uint32_t* roundKeys, std::int32_t rounds, std::uint8_t*
 
 void aesNiExpandKey(const std::uint8_t* key, std::uint32_t keyBits, std::uint32_t* roundKeys) {
     aesExpandKeyBy(substituteWord, key, keyBits, roundKeys);
-    clearRegisters();
+    clearSseRegisters();
 }
 
 ZEL_TARGET_AES void aesNiDecryptionSchedule(const std::uint32_t* encryptRoundKeys, std::int32_t rounds,
@@ -182,7 +172,7 @@ ZEL_TARGET_AES void aesNiDecryptionSchedule(const std::uint32_t* encryptRoundKey
         _mm_storeu_si128(to++, AesNiKeys::byteOrder(mixed));
     }
     _mm_storeu_si128(to, _mm_loadu_si128(from));
-    clearRegisters();
+    clearSseRegisters();
 }
 
 constinit const AesModes aesModesNi = {

@@ -1,5 +1,6 @@
 #include "core/aes/x86/aes_ni_keys.h"
 #include "core/aes/x86/aes_x86.h"
+#include "core/cpu/clear_registers.h"
 
 namespace {
 
@@ -84,21 +85,6 @@ someBlocks(const WideKeys& keys, __m512i& before, const std::uint8_t* input, std
     }
 }
 
-// No register keeps a key or a block.
-ZEL_TARGET_VAES inline void clearRegisters() {
-    __asm__ volatile(
-        "vzeroall\n\t"
-        "vpxorq %%xmm16, %%xmm16, %%xmm16\n\tvpxorq %%xmm17, %%xmm17, %%xmm17\n\tvpxorq %%xmm18, %%xmm18, %%xmm18\n\t"
-        "vpxorq %%xmm19, %%xmm19, %%xmm19\n\tvpxorq %%xmm20, %%xmm20, %%xmm20\n\tvpxorq %%xmm21, %%xmm21, %%xmm21\n\t"
-        "vpxorq %%xmm22, %%xmm22, %%xmm22\n\tvpxorq %%xmm23, %%xmm23, %%xmm23\n\tvpxorq %%xmm24, %%xmm24, %%xmm24\n\t"
-        "vpxorq %%xmm25, %%xmm25, %%xmm25\n\tvpxorq %%xmm26, %%xmm26, %%xmm26\n\tvpxorq %%xmm27, %%xmm27, %%xmm27\n\t"
-        "vpxorq %%xmm28, %%xmm28, %%xmm28\n\tvpxorq %%xmm29, %%xmm29, %%xmm29\n\tvpxorq %%xmm30, %%xmm30, %%xmm30\n\t"
-        "vpxorq %%xmm31, %%xmm31, %%xmm31" ::
-            : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10", "xmm11", "xmm12",
-              "xmm13", "xmm14", "xmm15", "xmm16", "xmm17", "xmm18", "xmm19", "xmm20", "xmm21", "xmm22", "xmm23",
-              "xmm24", "xmm25", "xmm26", "xmm27", "xmm28", "xmm29", "xmm30", "xmm31");
-}
-
 // narrow: the same for less than a register, for which four copies of each key would not pay.
 template <Mode mode, Direction direction, AesModeRun AesModes::*narrow>
 ZEL_TARGET_VAES void parallel(const std::uint32_t* roundKeys, std::int32_t rounds, std::uint8_t* iv,
@@ -128,7 +114,7 @@ ZEL_TARGET_VAES void parallel(const std::uint32_t* roundKeys, std::int32_t round
         const auto lanes = static_cast<__mmask8>((1u << 2 * blockCount) - 1);
         someBlocks<mode, direction, 1>(keys, before, input, output, lanes);
     }
-    clearRegisters();
+    clearAvx512Registers();
 }
 
 } // namespace

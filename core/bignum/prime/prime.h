@@ -52,8 +52,8 @@ Status PRIME_millerRabinTest(const MontgomeryCtx* context, const vlong* n, const
                              vlong** queue);
 
 // PRIME_lucasTest: whether U(n + 1) = 0 mod n for the Lucas sequence with P = 1 and D = PRIME_selfridgeD(n).
-// In/out:  never returns for 1, -1, perfect squares and their negatives, for which there is no D (the sign of n does
-//          not count): the caller excludes them.
+// In/out:  never returns for 1, -1, perfect squares and their negatives, for which there is no D: the caller excludes
+//          them. The verdict on a negative n says nothing of |n|.
 // Errors:  ERR_NULL_POINTER; ERR_EVEN_NUMBER n even or zero; ERR_BAD_LENGTH n above 4095 units; growth.
 // Source:  FIPS 186-4 C.3.3 without its test for squares.
 Status PRIME_lucasTest(const vlong* n, std::uint32_t* flag, vlong** queue);

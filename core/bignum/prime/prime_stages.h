@@ -12,8 +12,8 @@
 Status primeTestSieved(const RandomBytes& random, const vlong* n, PrimePurpose purpose, std::uint32_t factor,
                        std::uint32_t* flag, vlong** queue);
 
-// primeLucasTest: PRIME_lucasTest for the odd modulus of a context. Errors: ERR_BAD_LENGTH the
-// modulus is above 4095 units; growth.
+// primeLucasTest: PRIME_lucasTest for the odd modulus of a context.
+// Errors:  ERR_BAD_LENGTH the modulus is above 4095 units; growth.
 Status primeLucasTest(const MontgomeryCtx& context, std::uint32_t* flag, vlong** queue);
 
 #endif

@@ -6,9 +6,9 @@
 #include "core/bignum/branch_free.h"
 #include "core/bignum/x86/ifma_products.h"
 #include "core/bignum/x86/x86_kernels.h"
-
+#include "core/cpu/clear_registers.h"
 #include "core/cpu/cpu_features.h"
-#include "core/memory/memory.h"
+#include "core/memory/secret.h"
 
 #include <algorithm>
 
@@ -35,28 +35,12 @@ lookUp(Unit* result, const Unit* table, std::uint32_t entries, Unit first, Unit 
     selectEntry<S>(result, table, entries, index, std::make_integer_sequence<std::uint32_t, S::V>{});
 }
 
+// The deepest frame of the functions here that hold digits in registers.
+constexpr std::size_t kDeepestFrame = 4096;
+
 // No digit of a secret stays in a register.
 ZEL_TARGET_IFMA void wipeRegisters() {
-    __asm__ volatile("vpxorq %%xmm16, %%xmm16, %%xmm16\n\tvpxorq %%xmm17, %%xmm17, %%xmm17\n\t"
-                     "vpxorq %%xmm18, %%xmm18, %%xmm18\n\tvpxorq %%xmm19, %%xmm19, %%xmm19\n\t"
-                     "vpxorq %%xmm20, %%xmm20, %%xmm20\n\tvpxorq %%xmm21, %%xmm21, %%xmm21\n\t"
-                     "vpxorq %%xmm22, %%xmm22, %%xmm22\n\tvpxorq %%xmm23, %%xmm23, %%xmm23\n\t"
-                     "vpxorq %%xmm24, %%xmm24, %%xmm24\n\tvpxorq %%xmm25, %%xmm25, %%xmm25\n\t"
-                     "vpxorq %%xmm26, %%xmm26, %%xmm26\n\tvpxorq %%xmm27, %%xmm27, %%xmm27\n\t"
-                     "vpxorq %%xmm28, %%xmm28, %%xmm28\n\tvpxorq %%xmm29, %%xmm29, %%xmm29\n\t"
-                     "vpxorq %%xmm30, %%xmm30, %%xmm30\n\tvpxorq %%xmm31, %%xmm31, %%xmm31\n\tvzeroall"
-                     :
-                     :
-                     : "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10", "xmm11",
-                       "xmm12", "xmm13", "xmm14", "xmm15", "xmm16", "xmm17", "xmm18", "xmm19", "xmm20", "xmm21",
-                       "xmm22", "xmm23", "xmm24", "xmm25", "xmm26", "xmm27", "xmm28", "xmm29", "xmm30", "xmm31");
-}
-
-// The compiler may have kept registers on the stack of the functions above, which ran at this depth.
-__attribute__((noinline)) void wipeStack() {
-    constexpr std::size_t kDeepestFrame = 4096;
-    std::uint8_t frame[kDeepestFrame];
-    memWipe(frame, sizeof frame);
+    clearAvx512Registers();
 }
 
 // Where digit d of a task stands in a number.
@@ -190,7 +174,7 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
         fromDigits<S>(tasks[task]->result, task, power, tasks[task]->modulus.units);
     }
     wipeRegisters();
-    wipeStack();
+    wipeStack<kDeepestFrame>();
 }
 
 } // namespace

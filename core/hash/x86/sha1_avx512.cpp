@@ -1,3 +1,4 @@
+#include "core/cpu/clear_registers.h"
 #include "core/cpu/target.h"
 #include "core/hash/sha_kernels.h"
 #include "core/hash/x86/sha_x86.h"
@@ -9,6 +10,7 @@
 #define SHA1_TARGET ZEL_TARGET_SHA_AVX512
 #define SHA1_COMPRESS sha1CompressAvx512
 #define SHA1_G sha1GAvx512
+#define SHA1_CLEAR clearAvx512Registers
 
 namespace {
 

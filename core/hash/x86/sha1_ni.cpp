@@ -1,3 +1,4 @@
+#include "core/cpu/clear_registers.h"
 #include "core/cpu/target.h"
 #include "core/hash/sha_kernels.h"
 #include "core/hash/x86/sha_x86.h"
@@ -9,6 +10,7 @@
 #define SHA1_TARGET ZEL_TARGET_SHA
 #define SHA1_COMPRESS sha1CompressNi
 #define SHA1_G sha1GNi
+#define SHA1_CLEAR clearSseRegisters
 
 namespace {
 

@@ -1,3 +1,4 @@
+#include "core/cpu/clear_registers.h"
 #include "core/cpu/target.h"
 #include "core/hash/sha2_constants.h"
 #include "core/hash/x86/sha_x86.h"
@@ -52,4 +53,5 @@ ZEL_TARGET_SHA void sha256CompressNi(std::uint32_t* state, const std::uint8_t* b
     const __m128i dchg = _mm_shuffle_epi32(cdgh, 0xB1);
     _mm_storeu_si128(halves, _mm_blend_epi16(feba, dchg, 0xF0));
     _mm_storeu_si128(halves + 1, _mm_alignr_epi8(dchg, feba, 8));
+    clearSseRegisters();
 }

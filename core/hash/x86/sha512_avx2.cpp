@@ -1,3 +1,4 @@
+#include "core/cpu/clear_registers.h"
 #include "core/cpu/target.h"
 #include "core/hash/sha2_constants.h"
 #include "core/hash/x86/sha_x86.h"
@@ -10,6 +11,7 @@
 
 #define SHA512_TARGET ZEL_TARGET_AVX2
 #define SHA512_COMPRESS sha512CompressAvx2
+#define SHA512_CLEAR clearAvxRegisters
 
 namespace {
 

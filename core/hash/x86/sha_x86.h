@@ -14,10 +14,10 @@ void sha256CompressNi(std::uint32_t* state, const std::uint8_t* blocks, std::siz
 void sha1CompressAvx512(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount);
 void sha1GAvx512(const std::uint64_t* block, std::uint64_t* out);
 
-// The schedule in AVX2 registers, the rounds with BMI2's rotations: cpuFeatures().avx2 and bmi2.
+// The schedule in AVX2 registers, the rounds with BMI2's rotations: cpuFeatures().avx2, bmi1 and bmi2.
 void sha512CompressAvx2(std::uint64_t* state, const std::uint8_t* blocks, std::size_t blockCount);
 
-// The same with AVX-512's rotations and three-way logic on the same registers: cpuFeatures().avx512 and bmi2.
+// The same with AVX-512's rotations and three-way logic on the same registers: also cpuFeatures().avx512.
 void sha512CompressAvx512(std::uint64_t* state, const std::uint8_t* blocks, std::size_t blockCount);
 
 #endif

@@ -3,7 +3,8 @@
 
     vectors.inc      keys and signatures made by openssl, and signatures that this model forges, with the key and without it
     output.txt       the debug output of output_main.cpp, by this model
-    ../../tools/...  key.der, good, good.sig, forged, forged.sig: the same kind of things as files, for the command-line tool
+    ../../tools/...  key.der, good, good.sig, forged, forged.sig: the same kind of things as files, for the command-line tool;
+                     short.sig, good's signature with a block that is one octet too short
 
 Byte i of a file of any size is (7 i + i div 256) mod 256; the large one is zeros.
 
@@ -50,9 +51,9 @@ class Key:
             file.flush()
             return openssl("dgst", "-sha256", "-sign", key.name, file.name)
 
-    def power(self, digest):
+    def power(self, digest, start=b"\0\1"):
         info = PREFIX + digest
-        block = b"\0\1" + b"\xff" * (self.k - len(info) - 3) + b"\0" + info
+        block = start + b"\xff" * (self.k - len(info) - len(start) - 1) + b"\0" + info
         return pow(int.from_bytes(block, "big"), self.d, self.n).to_bytes(self.k, "big")
 
 
@@ -119,6 +120,8 @@ def output(wanted, signed):
         to_verdict + error + "file signature verification failed\n",
         compared(signed) + info + "file signature verification succeeded\n",
         compared(wanted) + error + "file signature verification failed\n",
+        *(reading + info + "reading source file for signature\n" + error + f"error reading source file: {status}\n"
+          for status in ("ERR_INTERNAL_ERROR", -1)),
     ))
 
 
@@ -140,7 +143,8 @@ def main():
         put(file, "LARGE_FILE", LARGE, key.power(digest_of_large()))
         put(file, "LARGEST_KEY", large_key.public, 5, large_key.sign(content(5)))
     files = {"key.der": key.public, "good": content(5), "good.sig": key.sign(content(5)), "forged": content(5),
-             "forged.sig": forged_signature, "output.txt": output(sha256(content(4)), sha256(content(5))).encode()}
+             "forged.sig": forged_signature, "short.sig": key.power(sha256(content(5)), b"\0\0\1"),
+             "output.txt": output(sha256(content(4)), sha256(content(5))).encode()}
     for name, data in files.items():
         with open(f"{HERE if name == 'output.txt' else TOOLS}/{name}", "wb") as file:
             file.write(data)

@@ -164,6 +164,9 @@ TEST(MontgomeryContext, ForeignModuliDoNoHarm) {
             EXPECT_TRUE(isError(status) || VLONG_cmpMagnitude(result, m) < 0);
         }
         EXPECT_EQ(power(context.get(), Number(5), Number(Unit{0})), Number(1));
+        Number one;
+        const Status status = VLONG_montExpWindow(context.get(), Number(5), Number(Unit{0}), one.out(), nullptr);
+        EXPECT_TRUE(status == ERR_DIVIDE_BY_ZERO || one.text() == (Number(text) == Number(1) ? "0" : "1"));
     }
 }
 

@@ -117,6 +117,10 @@ TEST(Vlong, LimitsOfBytesAndWords) {
     EXPECT_EQ(VLONG_fromWords32(words.data(), 2 * kMaxUnits, value.out()), OK);
     EXPECT_EQ(VLONG_fromWords32(words.data(), 2 * kMaxUnits + 1, value.out()), ERR_BAD_LENGTH);
     EXPECT_EQ(VLONG_fromWords32(words.data(), std::numeric_limits<std::uint32_t>::max(), value.out()), ERR_BAD_LENGTH);
+    std::vector<std::uint32_t> behindZeros(2 * kMaxUnits + 2);
+    behindZeros.back() = 7;
+    EXPECT_EQ(VLONG_fromWords32(behindZeros.data(), 2 * kMaxUnits + 2, value.out()), OK);
+    EXPECT_EQ(value.text(), "7");
     std::uint8_t low[3];
     EXPECT_EQ(VLONG_toBytesFixed(Number("11223344"), low, 3), OK); // the high byte is lost
     EXPECT_EQ(Bytes(low, low + 3), (Bytes{0x22, 0x33, 0x44}));

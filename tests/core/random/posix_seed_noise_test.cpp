@@ -1,11 +1,29 @@
-// What makes a seed strong: two processes with the same pool, at the same moment, still get different seeds.
+// What makes a seed strong: two processes with the same pool, at the same moment, still get different seeds. And clocks that
+// stand still.
+#include "core/random/random.h"
 #include "core/random/seed_pool.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
+#include <ctime>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+namespace {
+std::atomic<bool> isClockStill{false};
+}
+
+// In place of the C library's.
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept {
+    if (isClockStill) {
+        *time = {1'000'000'000, 0};
+        return 0;
+    }
+    return static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+}
 
 namespace {
 
@@ -41,6 +59,14 @@ TEST(SeedNoise, CopiesOfAProcessGetDifferentSeeds) {
     for (std::size_t i = 1; i < seeds.size(); ++i) {
         EXPECT_NE(seeds[i], seeds[i - 1]) << i;
     }
+}
+
+TEST(SeedNoise, EndsThoughTheClocksStandStill) {
+    RandomContext* context = nullptr;
+    isClockStill = true;
+    EXPECT_EQ(randomAcquireContext(&context), OK);
+    isClockStill = false;
+    EXPECT_EQ(randomReleaseContext(&context), OK);
 }
 
 } // namespace

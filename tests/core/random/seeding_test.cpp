@@ -78,6 +78,18 @@ TEST(Seeding, D_TheSharedContextWithoutADepot) {
     EXPECT_EQ(globalRandomContext(), context) << "one user is left";
     EXPECT_EQ(randomFreeGlobal(), OK);
     EXPECT_EQ(globalRandomContext(), nullptr);
+
+    // Released under its user: the next one makes it anew; the last one finds nothing and leaves nothing behind.
+    EXPECT_EQ(randomInitGlobal(), OK);
+    EXPECT_EQ(randomReleaseGlobalContext(), OK);
+    EXPECT_EQ(randomInitGlobal(), OK);
+    EXPECT_NE(globalRandomContext(), nullptr);
+    EXPECT_EQ(randomFreeGlobal(), OK);
+    EXPECT_EQ(randomReleaseGlobalContext(), OK);
+    EXPECT_EQ(randomFreeGlobal(), ERR_RAND_CTX_NOT_INITIALIZED);
+    EXPECT_EQ(randomFreeGlobal(), ERR_RAND_CTX_NOT_INITIALIZED);
+    EXPECT_EQ(randomInitGlobal(), OK);
+    EXPECT_EQ(randomFreeGlobal(), OK) << "one user again";
     ASSERT_EQ(randomSetSeedingMode(kSeedWithThreads), OK);
 }
 

@@ -26,7 +26,14 @@ import picocli.CommandLine.Parameters;
             "  zel digest *.iso > SUMS && zel digest --check SUMS"
         })
 final class DigestCommand implements Callable<Integer> {
-    private static final Pattern SUM_LINE = Pattern.compile("(?s)(\\\\?)([0-9a-fA-F]{40}|[0-9a-fA-F]{64}) [ *](.+)");
+    private static final String SHA1_HEX = "([0-9a-fA-F]{40})";
+    private static final String SHA256_HEX = "([0-9a-fA-F]{64})";
+    private static final Pattern SUM_LINE =
+            Pattern.compile("(?s)[ \t]*(\\\\?)(?:" + SHA1_HEX + "|" + SHA256_HEX + ") [ *](.+)");
+
+    /** What {@code sha256sum --tag} and {@code openssl dgst} print. */
+    private static final Pattern TAGGED_LINE = Pattern.compile(
+            "(?s)\\A[ \t]*(\\\\?)(?:SHA1 ?\\((.+)\\) ?= ?" + SHA1_HEX + "|SHA(?:2-)?256 ?\\((.+)\\) ?= ?" + SHA256_HEX + ")\\z");
     private static final int SUMS_AT_MOST_BYTES = 64 << 20;
 
     @Option(names = {"-a", "--algorithm"}, paramLabel = "NAME", description = "SHA-256 (the default) or SHA-1.")
@@ -45,13 +52,17 @@ final class DigestCommand implements Callable<Integer> {
     private boolean isUnread;
 
     @Override
-    public Integer call() throws IOException, GeneralSecurityException {
+    public Integer call() throws GeneralSecurityException {
         Engines.require("MessageDigest", algorithm);
         for (String file : files) {
-            if (checks) {
-                check(file);
-            } else {
+            if (!checks) {
                 print(file);
+                continue;
+            }
+            try {
+                check(file);
+            } catch (IOException | InvalidPathException | Failures.UserError e) {
+                unread(file, e);
             }
         }
         if (json.isWanted) {
@@ -67,8 +78,7 @@ final class DigestCommand implements Callable<Integer> {
         }
         rows.add(Json.object("file", file, "algorithm", algorithm, "digest", hex));
         if (!json.isWanted) {
-            String escaped = escaped(file);
-            Zel.out().println((escaped.equals(file) ? "" : "\\") + hex + "  " + escaped);
+            printNaming(hex + "  ", file, "");
         }
     }
 
@@ -78,19 +88,24 @@ final class DigestCommand implements Callable<Integer> {
         try (Input input = new Input(file)) {
             input.forEachPiece((bytes, count) -> digest.update(bytes, 0, count));
         } catch (IOException | InvalidPathException e) {
-            String message = Failures.describe(e);
-            Zel.err().println("zel: " + message);
-            rows.add(Json.object("file", file, "error", message));
-            isUnread = true;
+            unread(file, e);
             return null;
         }
         byte[] bytes = digest.digest();
         return Json.hex(bytes, bytes.length);
     }
 
-    /** A file name on one line, as the sum programs write it. */
-    private static String escaped(String file) {
-        return file.replace("\\", "\\\\").replace("\n", "\\n").replace("\r", "\\r");
+    private void unread(String file, Exception e) {
+        String message = Failures.describe(e);
+        Zel.err().println("zel: " + message);
+        rows.add(Json.object("file", file, "error", message));
+        isUnread = true;
+    }
+
+    /** A line that names a file, as the sum programs write it: where the name had to be escaped a backslash goes before. */
+    private static void printNaming(String before, String file, String behind) {
+        String escaped = file.replace("\\", "\\\\").replace("\n", "\\n").replace("\r", "\\r");
+        Zel.out().println((escaped.equals(file) ? "" : "\\") + before + escaped + behind);
     }
 
     private static String unescaped(String file) {
@@ -99,25 +114,45 @@ final class DigestCommand implements Callable<Integer> {
                 match.group(1).equals("n") ? "\n" : match.group(1).equals("r") ? "\r" : "\\"));
     }
 
-    /** Checks what a file of sums names. One digest that differs is the answer, whatever else could not be read. */
+    /**
+     * Checks what a file of sums names. Lines that are none are counted and passed over, as the sum programs do; a file with
+     * nothing else is a wrong one. One digest that differs is the answer, whatever else could not be read.
+     */
     private void check(String sums) throws IOException, GeneralSecurityException {
+        int lines = 0;
+        int strange = 0;
         for (String line : new String(Input.small(sums, SUMS_AT_MOST_BYTES), StandardCharsets.UTF_8).split("\r?\n")) {
-            Matcher matcher = SUM_LINE.matcher(line);
-            if (!matcher.matches()) {
-                throw new Failures.UserError(sums + ": not a line of digests: " + line);
-            }
-            String file = matcher.group(1).isEmpty() ? matcher.group(3) : unescaped(matcher.group(3));
-            // The length tells the algorithm.
-            String expected = matcher.group(2);
-            String actual = digest(file, expected.length() == 40 ? "SHA-1" : "SHA-256");
-            if (actual != null) {
-                boolean isSame = actual.equalsIgnoreCase(expected);
-                differs |= !isSame;
-                rows.add(Json.object("file", file, "same", isSame));
-                if (!json.isWanted) {
-                    Zel.out().println(escaped(file) + (isSame ? ": OK" : ": FAILED"));
-                }
+            if (!line.isEmpty() && !line.startsWith("#")) {
+                ++lines;
+                strange += checkLine(line) ? 0 : 1;
             }
         }
+        if (strange == lines) {
+            throw new Failures.UserError(sums + ": no line of digests");
+        }
+        if (strange > 0) {
+            Zel.err().println("zel: " + sums + ": lines that are no digests: " + strange);
+        }
+    }
+
+    /** Checks what a line names; false for a line that is none. */
+    private boolean checkLine(String line) throws GeneralSecurityException {
+        Matcher matcher = SUM_LINE.matcher(TAGGED_LINE.matcher(line).replaceFirst("$1$3$5  $2$4"));
+        if (!matcher.matches()) {
+            return false;
+        }
+        String file = matcher.group(1).isEmpty() ? matcher.group(4) : unescaped(matcher.group(4));
+        boolean isSha1 = matcher.group(2) != null;
+        String expected = matcher.group(isSha1 ? 2 : 3);
+        String actual = digest(file, isSha1 ? "SHA-1" : "SHA-256");
+        if (actual != null) {
+            boolean isSame = actual.equalsIgnoreCase(expected);
+            differs |= !isSame;
+            rows.add(Json.object("file", file, "same", isSame));
+            if (!json.isWanted) {
+                printNaming("", file, isSame ? ": OK" : ": FAILED");
+            }
+        }
+        return true;
     }
 }

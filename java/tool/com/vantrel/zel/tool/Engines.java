@@ -2,6 +2,7 @@ package com.vantrel.zel.tool;
 
 import com.vantrel.zel.provider.ZelSecurityProvider;
 import com.vantrel.zel.provider.internal.NativeInfo;
+import com.vantrel.zel.provider.internal.RandomStart;
 import java.security.GeneralSecurityException;
 import java.security.Provider;
 import java.security.Provider.Service;
@@ -14,7 +15,12 @@ final class Engines {
     static final String GENERATOR = "FIPS186PRNG";
 
     /** The provider; the virtual machine's own list of providers stays as it is. */
-    static final Provider ZEL = new ZelSecurityProvider();
+    static final Provider ZEL;
+
+    static {
+        RandomStart.leaveToFirstUser(); // for most commands there is none, and seeding costs more than they do
+        ZEL = new ZelSecurityProvider();
+    }
 
     private Engines() {}
 

@@ -53,7 +53,7 @@ final class InfoCommand implements Callable<Integer> {
             Zel.out().println(name);
             ((Map<?, ?>) value).forEach((key, kind) -> Zel.out().printf("  %-18s%s%n", key, kind));
         } else if (value instanceof Boolean) {
-            Zel.out().printf("%-20s%s%n", "random generator", (Boolean) value ? "ready" : "being seeded");
+            Zel.out().printf("%-20s%s%n", "random generator", (Boolean) value ? "ready" : "seeded when first used");
         } else {
             Zel.out().printf("%-20s%s%n", name, value);
         }

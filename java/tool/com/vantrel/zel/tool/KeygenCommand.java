@@ -3,12 +3,10 @@ package com.vantrel.zel.tool;
 import java.io.IOException;
 import java.math.BigInteger;
 import java.nio.charset.StandardCharsets;
-import java.nio.file.Path;
 import java.security.GeneralSecurityException;
 import java.security.InvalidParameterException;
 import java.security.KeyPair;
 import java.security.KeyPairGenerator;
-import java.security.SecureRandom;
 import java.security.interfaces.RSAPublicKey;
 import java.util.Arrays;
 import java.util.List;
@@ -88,24 +86,25 @@ final class KeygenCommand implements Callable<Integer> {
             throw new Failures.UserError("a key pair takes two files: name the first with --output");
         }
         String publicName = output.name + ".pub";
-        Output.checkTarget(Path.of(publicName), output.force);
-        if (pkcs1File != null) {
-            if (List.of(output.name, publicName).contains(pkcs1File)) {
-                throw new Failures.UserError("--pkcs1 wants a file of its own");
-            }
-            Output.checkTarget(Path.of(pkcs1File), output.force);
+        if (pkcs1File != null && List.of(output.name, publicName).contains(pkcs1File)) {
+            throw new Failures.UserError("--pkcs1 wants a file of its own");
         }
-        try (Output privateOut = output.open(null, true)) {
-            SecureRandom random = Engines.random();
+        KeyPairGenerator generator = generator(algorithm, size);
+        try (Output privateOut = output.open(null, true);
+                Output publicOut = new Output(publicName, output.force, false);
+                Output pkcs1Out = pkcs1File == null ? null : new Output(pkcs1File, output.force, false)) {
+            Engines.random(); // so that the wait is explained and not counted
             long start = System.nanoTime();
-            KeyPair pair = generate(algorithm, size, random);
+            KeyPair pair = generator.generateKeyPair();
             double seconds = (System.nanoTime() - start) / 1e9;
             byte[] privateBytes = KeyFiles.encoded(pair.getPrivate(), form == Form.pem);
             privateOut.write(privateBytes);
             Arrays.fill(privateBytes, (byte) 0);
-            writePublic(publicName, KeyFiles.encoded(pair.getPublic(), form == Form.pem));
-            if (pkcs1File != null) {
-                writePublic(pkcs1File, pkcs1((RSAPublicKey) pair.getPublic()));
+            publicOut.write(KeyFiles.encoded(pair.getPublic(), form == Form.pem));
+            publicOut.finish();
+            if (pkcs1Out != null) {
+                pkcs1Out.write(pkcs1((RSAPublicKey) pair.getPublic()));
+                pkcs1Out.finish();
             }
             privateOut.finish();
             tell(Json.object("kind", algorithm, "bits", size, "privateKey", output.name, "publicKey", publicName,
@@ -116,21 +115,15 @@ final class KeygenCommand implements Callable<Integer> {
         return 0;
     }
 
-    private static KeyPair generate(String algorithm, int size, SecureRandom random) throws GeneralSecurityException {
+    /** A generator of keys of this size; refuses other sizes without randomness. */
+    private static KeyPairGenerator generator(String algorithm, int size) throws GeneralSecurityException {
         KeyPairGenerator generator = KeyPairGenerator.getInstance(algorithm, Engines.ZEL);
         try {
-            generator.initialize(size, random);
+            generator.initialize(size, null); // it takes no other random numbers than its own
         } catch (InvalidParameterException e) {
             throw new Failures.UserError(e.getMessage());
         }
-        return generator.generateKeyPair();
-    }
-
-    private void writePublic(String name, byte[] bytes) throws IOException {
-        try (Output out = new Output(name, output.force, false)) {
-            out.write(bytes);
-            out.finish();
-        }
+        return generator;
     }
 
     private void tell(Map<String, Object> object, String line) {

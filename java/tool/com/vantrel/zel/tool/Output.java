@@ -58,7 +58,7 @@ final class Output implements AutoCloseable {
     }
 
     /** Fails for a name that could not be written in the end, before any work is done for it. */
-    static void checkTarget(Path file, boolean mayOverwrite) throws IOException {
+    private static void checkTarget(Path file, boolean mayOverwrite) throws IOException {
         if (Files.isDirectory(file)) {
             throw new FileSystemException(file.toString(), null, "is a directory");
         }

@@ -3,6 +3,7 @@ package com.vantrel.zel.tool;
 import java.io.PrintStream;
 import java.io.PrintWriter;
 import java.nio.charset.StandardCharsets;
+import java.util.ArrayList;
 import java.util.List;
 import picocli.CommandLine;
 import picocli.CommandLine.Command;
@@ -63,33 +64,56 @@ public final class Zel implements Runnable {
      * @param args the command line
      */
     public static void main(String[] args) {
+        StandardOutput.install();
         System.exit(run(args));
     }
 
     /**
-     * Runs the program: one command, or several joined by {@code --then}, up to the first that does not end with 0.
+     * Runs the program: one command, or several joined by {@code --then}, up to the first that does not end with 0. None is
+     * run where one of them cannot be understood.
      *
      * @param args the command line
      * @return the exit code
      */
     public static int run(String... args) {
+        List<String[]> commands = new ArrayList<>();
         List<String> words = List.of(args);
-        int end = words.indexOf(THEN);
-        if (end < 0) {
-            return runOne(args);
+        for (int end = words.indexOf(THEN); end >= 0; end = words.indexOf(THEN)) {
+            commands.add(words.subList(0, end).toArray(String[]::new));
+            words = words.subList(end + 1, words.size());
         }
-        int exitCode = runOne(words.subList(0, end).toArray(String[]::new));
-        return exitCode != 0 ? exitCode : run(words.subList(end + 1, words.size()).toArray(String[]::new));
+        commands.add(words.toArray(String[]::new));
+        int exitCode = 0;
+        for (int i = 1; i < commands.size() && exitCode == 0; ++i) {
+            exitCode = understand(commands.get(i));
+        }
+        for (int i = 0; i < commands.size() && exitCode == 0; ++i) {
+            exitCode = runOne(commands.get(i));
+        }
+        return exitCode;
     }
 
-    private static int runOne(String... args) {
+    private static int understand(String... args) {
+        try {
+            commandLine().parseArgs(args);
+            return 0;
+        } catch (ParameterException e) {
+            return usageError(e);
+        }
+    }
+
+    private static CommandLine commandLine() {
         CommandLine commandLine = new CommandLine(new Zel());
         commandLine.setOut(new PrintWriter(out(), true));
         commandLine.setErr(new PrintWriter(err(), true));
         commandLine.setCaseInsensitiveEnumValuesAllowed(true);
         commandLine.setParameterExceptionHandler((e, arguments) -> usageError(e));
         commandLine.setExecutionExceptionHandler((e, command, result) -> failure(e));
-        int exitCode = commandLine.execute(args);
+        return commandLine;
+    }
+
+    private static int runOne(String... args) {
+        int exitCode = commandLine().execute(args);
         // A full disk or a closed pipe behind standard output shows only here.
         if (exitCode != TROUBLE && System.out.checkError()) {
             err().println("zel: " + Output.NO_STANDARD_OUTPUT);

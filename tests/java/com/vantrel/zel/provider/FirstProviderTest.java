@@ -20,6 +20,8 @@ import java.security.KeyPair;
 import java.security.KeyPairGenerator;
 import java.security.KeyStore;
 import java.security.PrivateKey;
+import java.security.SecureRandom;
+import java.security.Security;
 import java.security.Signature;
 import java.security.spec.AlgorithmParameterSpec;
 import java.security.spec.RSAKeyGenParameterSpec;
@@ -40,12 +42,21 @@ class FirstProviderTest {
 
     @TempDir Path folder;
 
+    private static final String FIRST = "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\n"
+            + "security.provider.2=SUN\nsecurity.provider.3=SunRsaSign\nsecurity.provider.4=SunEC\nsecurity.provider.5=SunJSSE\n"
+            + "security.provider.6=SunJCE\n";
+
+    /** As README advises it. */
+    private static final String BEHIND_AND_PREFERRED = "security.provider.%d=com.vantrel.zel.provider.ZelSecurityProvider\n"
+            + "jdk.security.provider.preferred=Signature.SHA256withRSA:Zel, KeyPairGenerator.RSA:Zel, Cipher.AES/CBC/PKCS5Padding:Zel\n";
+
     /** Runs a class of the JDK's or the tests' own with this provider first. */
     private String run(String... arguments) throws Exception {
-        Path properties = Files.writeString(folder.resolve("java.security"),
-                "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\nsecurity.provider.2=SUN\n"
-                + "security.provider.3=SunRsaSign\nsecurity.provider.4=SunEC\nsecurity.provider.5=SunJSSE\n"
-                + "security.provider.6=SunJCE\n");
+        return runWith(FIRST, arguments);
+    }
+
+    private String runWith(String settings, String... arguments) throws Exception {
+        Path properties = Files.writeString(folder.resolve("java.security"), settings);
         List<String> all = new ArrayList<>(List.of("-cp", ChildJvm.providerJar() + File.pathSeparator + ChildJvm.testClasses(),
                 "-Djava.security.properties=" + properties, "-Duser.language=en", "-Xcheck:jni"));
         all.addAll(List.of(arguments));
@@ -124,7 +135,19 @@ class FirstProviderTest {
                 + "RSA 1032 SunRsaSign sign Zel verify Zel\n"
                 + "RSA 2048/4294967297 SunRsaSign sign SunRsaSign verify SunRsaSign\n"
                 + "DSA 1024 Zel sign Zel verify Zel\n"
-                + "DSA 2048 refused\nDSA 2048 SUN sign SUN verify SUN\n", run(Refusals.class.getName()));
+                + "DSA 2048 refused\nDSA 2048 SUN sign SUN verify SUN\nrandom Zel\n", run(Refusals.class.getName()));
+    }
+
+    @Test
+    void whereOtherProvidersStandInFrontItServesWhatItIsPreferredFor() throws Exception {
+        String settings = String.format(BEHIND_AND_PREFERRED, Security.getProviders().length + 1);
+        assertEquals("AES 256 Zel\nAES 128 SunJCE\n"
+                + "RSA 2048 Zel sign Zel verify Zel\n"
+                + "RSA 1032 SunRsaSign sign Zel verify Zel\n"
+                + "RSA 2048/4294967297 SunRsaSign sign SunRsaSign verify SunRsaSign\n"
+                + "DSA 1024 SUN sign SUN verify SUN\n"
+                + "DSA 2048 SUN sign SUN verify SUN\nDSA 2048 SUN sign SUN verify SUN\nrandom another\n",
+                runWith(settings, Refusals.class.getName()));
     }
 
     /** Run in a child: prints who serves which key. */
@@ -145,6 +168,7 @@ class FirstProviderTest {
                 System.out.println("DSA 2048 refused");
             }
             use(KeyPairGenerator.getInstance("DSA", "SUN"), 2048, null, "SHA256withDSA");
+            System.out.println("random " + (new SecureRandom().getProvider().getName().equals("Zel") ? "Zel" : "another"));
         }
 
         private static void use(String kind, int bits, BigInteger exponent, String algorithm) throws Exception {

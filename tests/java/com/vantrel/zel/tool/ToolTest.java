@@ -5,6 +5,7 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import com.vantrel.zel.provider.internal.NativeInfo;
 import java.io.ByteArrayInputStream;
 import java.io.ByteArrayOutputStream;
 import java.io.IOException;
@@ -29,6 +30,9 @@ class ToolTest {
     private static final String ABC_SHA256 = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
 
     private static final Path PROGRAM = Path.of(System.getProperty("zel.tool.jar")).resolveSibling("zel");
+
+    /** Waits for what the first run of the script leaves to a process of its own. */
+    private static final String MADE = "for i in $(seq 600); do [ -s 'the program'/*.jsa ] && break; sleep 0.1; done 2>/dev/null; ";
 
     @TempDir Path folder;
     private String file;
@@ -114,8 +118,20 @@ class ToolTest {
         shell("sha256sum --check sums");
         assertEquals(0, zel("digest --check %s", path("sums")), err);
         Files.writeString(odd, "abd");
+        shell("{ echo '# by us'; echo; echo so-so; sha256sum --tag abc a*; openssl dgst -r -sha256 abc; } >> sums"
+                + " && sed -i -e 's|^SHA256 (|&" + folder + "/|; s|^.SHA256 (|&" + folder + "/|; s|[*]|&" + folder + "/|' sums");
         assertEquals(1, zel("digest --check %s", path("sums")));
-        assertEquals(file + ": OK\n" + folder + "/a\\\\b\\nc\u00e4: FAILED", out);
+        assertEquals(new String(shell("sha256sum --check sums 2>/dev/null || true"), StandardCharsets.UTF_8).strip(), out);
+        assertEquals("zel: " + path("sums") + ": lines that are no digests: 1", err);
+        String[] tagged = {"SHA1 (%s) = a9993e364706816aba3e25717850c26c9cd0d89d", "SHA2-256(%s)= " + ABC_SHA256,
+            "\tSHA256(%s)= " + ABC_SHA256, "SHA1 (%s) = " + ABC_SHA256, ABC_SHA256 + "0  %s", "MD5 (%s) = 00"};
+        for (int i = 0; i < tagged.length; ++i) {
+            Files.writeString(folder.resolve("sums"), String.format(tagged[i], file) + "\r\n");
+            assertEquals(i < 3 ? 0 : 2, zel("digest --check %s", path("sums")), tagged[i]);
+            assertEquals(i < 3 ? file + ": OK" : "", out);
+        }
+        assertEquals(2, zel("digest --check %s %s", path("sums"), path("none"))); // and the next one has its turn
+        assertEquals("zel: " + path("sums") + ": no line of digests\nzel: " + path("none") + ": no such file", err);
 
         assertEquals(2, zel("digest %s %s", path("none"), file));
         assertEquals("zel: " + path("none") + ": no such file", err);
@@ -217,7 +233,9 @@ class ToolTest {
         assertFails(2, "no RSA or DSA private key", "sign -k " + file + " " + file);
         assertFails(2, "AES keys have 256 bits", "keygen aes -b 128 -o " + path("x"));
         assertFails(2, "--output is needed", "decrypt -k " + path("key") + " " + file);
-        assertFails(2, "not a line of digests", "digest --check " + file);
+        assertFails(2, "no line of digests", "digest --check " + file);
+        assertFails(2, path("no/x") + ": no such folder", "keygen rsa -o " + path("x") + " --pkcs1 " + path("no/x"));
+        assertFails(2, "no such command: sing", "digest " + file + " --then sing");
         assertEquals(0, zel("encrypt --force --json -k %s %s", path("key"), file));
         assertTrue(out.startsWith("{\"file\": \"" + file + "\", \"output\": \"" + file + ".enc\", \"bytes\": 3, "), out);
         assertNothingLeftBehind();
@@ -233,6 +251,52 @@ class ToolTest {
         assertEquals("zel: large.enc: File too large\n", Files.readString(folder.resolve("said")));
         assertEquals("old", Files.readString(folder.resolve("large.enc")));
         assertNothingLeftBehind();
+    }
+
+    /** Run in a process of its own: nothing here needs randomness, least of all what is refused. */
+    public static final class Unseeded {
+        public static void main(String[] args) {
+            for (String line : new String[] {"digest abc", "keygen rsa --bits 1000 -o x", "keygen dsa --bits 2048 -o x",
+                "keygen aes -o no/x", "keygen rsa -o x --then random --formt hex", "random -1"}) {
+                Zel.run(line.split(" "));
+            }
+            System.out.println("ready: " + NativeInfo.isRandomReady());
+        }
+    }
+
+    @Test
+    void whatCanBeRefusedAtOnceIsRefusedBeforeTheSeeding() throws Exception {
+        String said = new String(shell("'" + System.getProperty("java.home") + "/bin/java' -cp '"
+                + System.getProperty("java.class.path") + "' '" + Unseeded.class.getName() + "'"), StandardCharsets.UTF_8);
+        assertTrue(said.matches("(?s)ba78.*zel: .*zel: .*zel: .*zel: .*zel: .*ready: false\n"), said);
+    }
+
+    /** The script that starts the program: its streams, and with which Java it starts it how. */
+    @Test
+    void theScriptStartsTheProgram() throws Exception {
+        shell("mkdir home home/bin 'the program' && cp '" + PROGRAM + "' 'the program' && cd 'the program' && touch zel-tool.jar"
+                + " && printf '%s\\n' '#!/bin/sh' 'for word; do case $word in' '*AtExit=*) echo made >\"${word#*=}\";;'"
+                + " '*) echo \"$word\";; esac; done' > ../home/bin/java && chmod +x ../home/bin/java");
+        String[][] cases = { // command, what it prints on both streams (a regular expression), its exit code
+            {"'" + PROGRAM + "' digest <&-", "zel: -: Bad file descriptor\n", "2"},
+            {"mkfifo pipe; exec 3<>pipe 4>pipe 3<&-; '" + PROGRAM + "' digest abc >&4", "", "2"},
+            {"'" + PROGRAM + "' digest abc >/dev/full", "zel: cannot write to standard output\n", "2"},
+            {"JAVA_HOME=nowhere '" + PROGRAM + "' digest abc", "zel: no Java: version 11 or newer is needed.*\n", "2"},
+            {"JAVA_HOME=home 'the program/zel' digest 'a b'",
+                "(?s)-XX:[+]Use.*=1\n-jar\n.*the program/zel-tool.jar\ndigest\na b\n", "0"},
+            {MADE + "JAVA_HOME=home 'the program/zel' digest",
+                "(?s)-XX:SharedArchiveFile=.*the program/zel-[0-9]+.jsa\n-XX:[+]Use.*", "0"},
+            {"JAVA_HOME=home 'the program/zel' digest --then speed", "(?s)-XX:Sh.*Level=4\n.*", "0"},
+            {"touch -d tomorrow 'the program/zel-tool.jar'; JAVA_HOME=home 'the program/zel' digest", "(?s)-XX:[+]Use.*", "0"},
+            {MADE + "rm 'the program/zel-tool.jar'; cp '" + PROGRAM.getParent()
+                + "'/*.jar 'the program'; 'the program/zel' digest abc", ABC_SHA256 + "  abc\n", "0"},
+            {MADE + "'the program/zel' digest abc", ABC_SHA256 + "  abc\n", "0"},
+            {"chmod +w 'the program'/*.jsa; echo no classes >'the program'/*.jsa; 'the program/zel' digest abc",
+                ABC_SHA256 + "  abc\n", "0"}};
+        for (String[] row : cases) {
+            String said = new String(shell("{ " + row[0] + "; } 2>&1; echo $?"), StandardCharsets.UTF_8);
+            assertTrue(said.matches(row[1] + row[2] + "\n"), row[0] + ": " + said);
+        }
     }
 
     @Test

@@ -35,6 +35,11 @@ public final class RandomStart {
         }
     }
 
+    /** For a program that may need no randomness: the first user makes the generator. Does nothing once it has begun. */
+    public static synchronized void leaveToFirstUser() {
+        begun = true;
+    }
+
     private static void keepFailure(Runnable start) {
         try {
             start.run();

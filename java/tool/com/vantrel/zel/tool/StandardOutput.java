@@ -1,0 +1,34 @@
+package com.vantrel.zel.tool;
+
+import java.io.FileDescriptor;
+import java.io.FileOutputStream;
+import java.io.FilterOutputStream;
+import java.io.IOException;
+import java.io.PrintStream;
+
+/**
+ * The process's standard output. When its reader leaves, as {@code head} does that has enough, the program ends without a
+ * word, which a stream for printing could not tell from a full disk.
+ */
+final class StandardOutput extends FilterOutputStream {
+    private StandardOutput() {
+        super(new FileOutputStream(FileDescriptor.out));
+    }
+
+    /** Makes it the stream for printing. */
+    static void install() {
+        System.setOut(new PrintStream(new StandardOutput(), true));
+    }
+
+    @Override
+    public void write(byte[] bytes, int offset, int count) throws IOException {
+        try {
+            out.write(bytes, offset, count);
+        } catch (IOException e) {
+            if ("Broken pipe".equals(e.getMessage())) {
+                System.exit(Zel.TROUBLE); // which deletes what is half written elsewhere
+            }
+            throw e;
+        }
+    }
+}
