@@ -35,13 +35,24 @@ inline Unit areEqual(const Unit* a, const Unit* b, std::uint32_t n) {
     return 1 - isNonzero(difference);
 }
 
-// isBelow: 1 when a[n] is below b[n], else 0.
+// isBelow: 1 when a[n] is below b[n], else 0. The borrow of each unit by its bits: compilers make branches of comparisons.
 inline Unit isBelow(const Unit* a, const Unit* b, std::uint32_t n) {
     Unit borrow = 0;
     for (std::uint32_t i = 0; i < n; ++i) {
-        borrow = (a[i] < b[i] ? 1U : 0U) | ((a[i] == b[i] ? 1U : 0U) & borrow);
+        borrow = ((~a[i] & b[i]) | ((~a[i] | b[i]) & (a[i] - b[i] - borrow))) >> (kUnitBits - 1);
     }
     return borrow;
+}
+
+// significantBits: the bits of a unit without the zeros on top.
+constexpr std::uint32_t significantBits(Unit unit) {
+    Unit count = 0;
+    for (std::uint32_t half = kUnitBits / 2; half > 0; half /= 2) {
+        const Unit shift = half * isNonzero(unit >> half);
+        unit >>= shift;
+        count += shift;
+    }
+    return static_cast<std::uint32_t>(count + unit);
 }
 
 // significantUnits: how many units of units[n] remain without the zeros on top.

@@ -33,8 +33,7 @@ MontModulus montModulusOf(const MontgomeryCtx& context) {
 
 void montRadixSquared(Unit* square, const MontModulus& m, Unit* scratch) {
     const std::uint32_t k = m.count, bits = kUnitBits * k;
-    const auto topBits = static_cast<std::uint32_t>(publicly(std::bit_width(m.units[k - 1])));
-    const std::uint32_t modulusBits = kUnitBits * (k - 1) + topBits;
+    const std::uint32_t modulusBits = kUnitBits * (k - 1) + publicly(significantBits(m.units[k - 1]));
     // 2^doublings R by doubling, from the largest power of two below m on; then 2^(64 k) R by squaring.
     std::uint32_t doublings = bits >> std::countr_zero(bits),
                   squares = static_cast<std::uint32_t>(std::countr_zero(bits));
@@ -156,8 +155,7 @@ Status Residues::invert(Unit* r, const Unit* a, bool isSecret, bool* isFound) {
     block_[0] = 2;
     (void)kernels.subUnits(sum_, modulus_.units, block_, k); // no borrow: m is odd and above 1
     const std::uint32_t top = isSecret ? k : significantUnits(sum_, k);
-    const std::uint32_t bits =
-        isSecret ? kUnitBits * k : kUnitBits * (top - 1) + static_cast<std::uint32_t>(std::bit_width(sum_[top - 1]));
+    const std::uint32_t bits = isSecret ? kUnitBits * k : kUnitBits * (top - 1) + significantBits(sum_[top - 1]);
     // A public exponent of few units is quickest without a kernel that reads its table as a whole.
     const ModExpKernel& kernel = isSecret ? modExpKernelFor(modulus_, true) : modExpKernelTable().back().run;
     SecretBuffer scratch;

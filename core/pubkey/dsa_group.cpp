@@ -33,7 +33,8 @@ Status DsaGroup::powers(const Power& first, const Power& second) const {
 }
 
 std::uint32_t dsaWholeOctets(const vlong* x) {
-    return publicly(VLONG_bitLength(x) / 8);
+    const std::uint32_t length = x->length;
+    return length == 0 ? 0 : publicly((kUnitBits * (length - 1) + significantBits(x->units[length - 1])) / 8);
 }
 
 std::uint32_t dsaPublicBitsOfX(const DSAKey& key) {
