@@ -47,10 +47,10 @@ Path pathOf(const ModExpKernel& kernel, std::uint32_t k, bool pair, Units expone
     square[k - 1] >>= 1; // stands for the squared radix: the path is the same with any value
     const Unit inverse = VLONG_montNegInverse64(Number(modulus));
     ModExpTask tasks[2] = {
-        {result.data(), base.data(), exponent.data(), bits, {modulus.data(), square.data(), inverse, k}}};
+        {result.data(), base.data(), exponent.data(), bits, {modulus.data(), square.data(), inverse, k}, bits > 64}};
     tasks[1] = tasks[0];
     tasks[1].result = other.data();
-    Units scratch(kernel.scratchUnits(k, bits) + 8);
+    Units scratch(kernel.scratchUnits(k, bits, bits > 64) + 8);
     Unit* const aligned =
         scratch.data() + (Unit{0} - reinterpret_cast<std::uintptr_t>(scratch.data())) % 64 / sizeof(Unit);
     kernel.one(tasks[0], aligned); // resolves what is resolved at the first call
