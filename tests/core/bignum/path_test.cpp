@@ -2,15 +2,12 @@
 // processor's single-step mode calls a signal handler after each instruction, which folds the addresses into a number.
 #include "core/bignum/kernels.h"
 #include "core/bignum/modexp.h"
-#include "tests/core/bignum/bignum_support.h"
+#include "tests/support/number.h"
 
 #include <csignal>
 #include <ucontext.h>
 
 namespace {
-
-using bignumtest::Random;
-using bignumtest::Units;
 
 struct Path {
     std::uint64_t steps, hash;
@@ -48,12 +45,12 @@ Path pathOf(const ModExpKernel& kernel, std::uint32_t k, bool pair, Units expone
     modulus[k - 1] |= Unit{1} << 63;
     base[k - 1] >>= 1;
     square[k - 1] >>= 1; // stands for the squared radix: the path is the same with any value
-    const Unit inverse = VLONG_montNegInverse64(bignumtest::Number(modulus));
+    const Unit inverse = VLONG_montNegInverse64(Number(modulus));
     ModExpTask tasks[2] = {
-        {result.data(), base.data(), exponent.data(), bits, {modulus.data(), square.data(), inverse, k}}};
+        {result.data(), base.data(), exponent.data(), bits, {modulus.data(), square.data(), inverse, k}, bits > 64}};
     tasks[1] = tasks[0];
     tasks[1].result = other.data();
-    Units scratch(kernel.scratchUnits(k, bits) + 8);
+    Units scratch(kernel.scratchUnits(k, bits, bits > 64) + 8);
     Unit* const aligned =
         scratch.data() + (Unit{0} - reinterpret_cast<std::uintptr_t>(scratch.data())) % 64 / sizeof(Unit);
     kernel.one(tasks[0], aligned); // resolves what is resolved at the first call
