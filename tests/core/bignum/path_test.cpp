@@ -3,16 +3,13 @@
 // folds the instruction's address and those of its operands in memory into a number.
 #include "core/bignum/kernels.h"
 #include "core/bignum/modexp.h"
-#include "tests/core/bignum/bignum_support.h"
+#include "tests/support/number.h"
 
 #include <algorithm>
 #include <csignal>
 #include <ucontext.h>
 
 namespace {
-
-using bignumtest::Random;
-using bignumtest::Units;
 
 struct Path {
     std::uint64_t steps, hash;
@@ -124,7 +121,7 @@ Path pathOf(std::uint32_t k, bool pair, Unit exponent, bool isSecret, Random& ra
     modulus[k - 1] |= Unit{1} << 63;
     base[k - 1] >>= 1;
     square[k - 1] >>= 1; // stands for the squared radix: the path is the same with any value
-    const Unit inverse = VLONG_montNegInverse64(bignumtest::Number(Units(modulus, modulus + k)));
+    const Unit inverse = VLONG_montNegInverse64(Number(Units(modulus, modulus + k)));
     ModExpTask tasks[2] = {{result, base, &exponentUnit, bits, {modulus, square, inverse, k}, isSecret}};
     tasks[1] = tasks[0];
     tasks[1].result = other;

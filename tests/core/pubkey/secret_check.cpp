@@ -49,6 +49,15 @@ Status randomFill(void* source, std::uint32_t length, std::uint8_t* buffer) {
     return status;
 }
 
+Bytes privateDer(const RsaNumbers& k) {
+    Bytes content;
+    for (const std::string& value : {std::string(), k.n, k.e, k.d, k.p, k.q, k.dP, k.dQ, k.qInv}) {
+        const Bytes number = derInteger(value);
+        content.insert(content.end(), number.begin(), number.end());
+    }
+    return derItem(0x30, content);
+}
+
 // The private operation with all of the key but n and e, and with the input, hidden.
 bool rsa(const RsaNumbers& numbers, bool isBlinded) {
     FilledKey key(privateDer(numbers));
@@ -95,10 +104,7 @@ bool dsa() {
                  "2070b3223dba372fde1c0ffc7b2e3b498b260614",
                  "19131871d75b1612a819f29d78d1b0d7346f7aa77bb62a859bfd6c5675da9d212d3a36ef1672ef660b8c7c255cc0ec74"
                  "858fba33f44c06699630a76b030ee333"};
-    const Octets p = fromHex(example.p), q = fromHex(example.q), g = fromHex(example.g), x = fromHex(example.x);
-    const auto size = [](const Octets& octets) {
-        return static_cast<std::uint32_t>(octets.size());
-    };
+    const Bytes p = fromHex(example.p), q = fromHex(example.q), g = fromHex(example.g), x = fromHex(example.x);
     ScopedKey key;
     if (AsymKey_SetDsaParameters(key.get(), p.data(), size(p), q.data(), size(q), g.data(), size(g), nullptr, 0,
                                  x.data(), size(x), nullptr) != OK) {
@@ -121,7 +127,8 @@ bool run(std::string_view operation) {
         return dsa();
     }
     bool isRight = true;
-    for (const RsaNumbers& numbers : kRsaKeys) {
+    for (const Words& words : vectorsOf("core/pubkey/rsa_vectors.txt", "rsakey")) {
+        const RsaNumbers numbers(words);
         if (operation == "shown") {
             FilledKey key(privateDer(numbers));
             hide({key->p});

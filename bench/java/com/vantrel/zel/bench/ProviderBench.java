@@ -9,11 +9,14 @@ import java.security.KeyPairGenerator;
 import java.security.MessageDigest;
 import java.security.Provider;
 import java.security.SecureRandom;
+import java.security.Security;
 import java.security.Signature;
 import java.security.spec.DSAParameterSpec;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.Locale;
+import java.util.regex.Pattern;
 import javax.crypto.Cipher;
 import javax.crypto.spec.IvParameterSpec;
 import javax.crypto.spec.SecretKeySpec;
@@ -26,6 +29,8 @@ import javax.crypto.spec.SecretKeySpec;
 public final class ProviderBench {
     private static final int ROUNDS = 25;
     private static final long ROUND_NANOS = 10_000_000;
+    private static final Pattern ROWS = Pattern.compile(System.getProperty("zel.rows", ""));
+    private static final boolean IS_WINDOWS = System.getProperty("os.name").startsWith("Windows");
     private static final ThreadMXBean THREADS = ManagementFactory.getThreadMXBean();
 
     /** One call of the measured work. */
@@ -36,7 +41,8 @@ public final class ProviderBench {
     private ProviderBench() {}
 
     /**
-     * Runs all benchmarks, or those whose name begins with an argument.
+     * Runs all benchmarks, or those whose name begins with an argument; of these the rows that the property zel.rows, a regular
+     * expression, finds.
      *
      * @param args beginnings of names
      */
@@ -175,11 +181,14 @@ public final class ProviderBench {
 
     /** Key pairs, one by one: their times differ too much for rounds. Fresh DSA parameters on both sides. */
     private static void keyPair(String algorithm, int bits, String jdk, Provider zel) throws Exception {
+        if (!ROWS.matcher(algorithm + " " + bits + " key pair").find()) {
+            return;
+        }
         int count = 20;
         double[][] millis = new double[2][count];
         for (int i = -1; i < count; ++i) { // the first to warm up, and to wait until the random generator has started
             for (boolean isOurs : new boolean[] {true, false}) {
-                long start = THREADS.getCurrentThreadCpuTime();
+                long start = cpuNanos();
                 KeyPairGenerator generator = isOurs ? KeyPairGenerator.getInstance(algorithm, zel)
                         : KeyPairGenerator.getInstance(algorithm, jdk);
                 if (algorithm.equals("DSA") && !isOurs) { // otherwise the JDK takes parameters that it has ready
@@ -190,7 +199,7 @@ public final class ProviderBench {
                     generator.initialize(bits);
                 }
                 generator.generateKeyPair();
-                millis[isOurs ? 0 : 1][Math.max(i, 0)] = (THREADS.getCurrentThreadCpuTime() - start) / 1e6;
+                millis[isOurs ? 0 : 1][Math.max(i, 0)] = (cpuNanos() - start) / 1e6;
             }
         }
         System.out.printf("%-36s median %9.1f ms, mean %9.1f ms   %5.2f of %s (medians), %5.2f (means)%n",
@@ -204,14 +213,17 @@ public final class ProviderBench {
 
     private static void random(int size, Provider zel) throws Exception {
         byte[] bytes = new byte[size];
-        List<SecureRandom> randoms = List.of(SecureRandom.getInstance("FIPS186PRNG", zel),
-                SecureRandom.getInstance("SHA1PRNG"), SecureRandom.getInstance("DRBG"),
-                SecureRandom.getInstance("NativePRNG"));
-        List<Work> works = new ArrayList<>();
-        for (SecureRandom random : randoms) {
-            works.add(() -> random.nextBytes(bytes));
+        SecureRandom ours = SecureRandom.getInstance("FIPS186PRNG", zel);
+        List<String> names = new ArrayList<>(List.of("zel"));
+        List<Work> works = new ArrayList<>(List.of(() -> ours.nextBytes(bytes)));
+        for (String peer : List.of("SHA1PRNG", "DRBG", "NativePRNG")) {
+            if (Security.getAlgorithms("SecureRandom").contains(peer.toUpperCase(Locale.ROOT))) { // Windows has no NativePRNG
+                SecureRandom random = SecureRandom.getInstance(peer);
+                names.add(peer);
+                works.add(() -> random.nextBytes(bytes));
+            }
         }
-        compare("random " + size, size, List.of("zel", "SHA1PRNG", "DRBG", "NativePRNG"), works);
+        compare("random " + size, size, names, works);
     }
 
     /** What a thousand random objects take of the Java heap; the generator itself is one for all of them. */
@@ -244,6 +256,9 @@ public final class ProviderBench {
 
     /** Measures the works in turn and prints the first one beside the others. */
     private static void compare(String name, long bytes, List<String> names, List<Work> works) throws Exception {
+        if (!ROWS.matcher(name).find()) {
+            return;
+        }
         double[][] nanos = new double[works.size()][ROUNDS];
         for (Work work : works) {
             measure(work); // to warm up
@@ -266,7 +281,7 @@ public final class ProviderBench {
     /** Nanoseconds for one call, over a round of calls. */
     private static double measure(Work work) throws Exception {
         long calls = 0;
-        long cpuStart = THREADS.getCurrentThreadCpuTime();
+        long cpuStart = cpuNanos();
         long start = System.nanoTime();
         do {
             for (int i = 0; i < 8; ++i) {
@@ -274,7 +289,12 @@ public final class ProviderBench {
             }
             calls += 8;
         } while (System.nanoTime() - start < ROUND_NANOS); // cheaper to ask for
-        return (double) (THREADS.getCurrentThreadCpuTime() - cpuStart) / calls;
+        return (double) (cpuNanos() - cpuStart) / calls;
+    }
+
+    /** The calling thread's time; on Windows, which counts that in steps of a round and more, the wall clock's. */
+    private static long cpuNanos() {
+        return IS_WINDOWS ? System.nanoTime() : THREADS.getCurrentThreadCpuTime();
     }
 
     private static double median(double[] values) {

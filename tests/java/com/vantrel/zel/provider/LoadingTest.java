@@ -13,11 +13,14 @@ import java.net.URLClassLoader;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.nio.file.attribute.FileTime;
 import java.security.GeneralSecurityException;
 import java.security.MessageDigest;
 import java.security.Provider;
 import java.security.ProviderException;
 import java.security.Security;
+import java.time.Duration;
+import java.time.Instant;
 import java.util.ArrayList;
 import java.util.Collections;
 import java.util.List;
@@ -38,8 +41,12 @@ import org.junit.jupiter.api.io.TempDir;
 /** How a virtual machine finds the native library and the provider. */
 class LoadingTest {
     private static final Path LIBRARY = Path.of(System.getProperty("zel.library"));
+    private static final String NAME = LIBRARY.getFileName().toString();
+    private static final boolean IS_WINDOWS = OS.WINDOWS.isCurrentOs();
+    private static final String IN_JAR = "/native/" + (IS_WINDOWS ? "windows" : "linux") + "-x86_64/" + NAME;
     private static final int ELF_MACHINE = 18; // offset in the ELF header
-    private static final byte ELF_MACHINE_AARCH64 = (byte) 183;
+    private static final int PE_HEADER = 0x3c; // says where in a DLL that header stands, 4 bytes before the machine
+    private static final byte ANOTHER_MACHINE = (byte) 183;
 
     @TempDir Path folder;
     private Path temporary;
@@ -110,19 +117,27 @@ class LoadingTest {
 
     @BeforeEach
     void folders() throws IOException {
-        temporary = Files.createDirectory(folder.resolve("tmp"));
-        libraryPath = Files.createDirectory(folder.resolve("path"));
+        temporary = Files.createDirectory(folder.resolve("my tmp\u00e4"));
+        libraryPath = Files.createDirectory(folder.resolve("my p\u00e4th"));
     }
 
     private String probe(String classPath, Path temporaryFolder) throws Exception {
-        return ChildJvm.outputOf(Probe.class, List.of("-cp", classPath + File.pathSeparator + ChildJvm.testClasses(),
-                "-Djava.io.tmpdir=" + temporaryFolder, "-Djava.library.path=" + libraryPath)).strip();
+        return ChildJvm.outputOf(Probe.class, options(classPath, temporaryFolder)).strip();
     }
 
-    /** Whether the library was loaded, leaving nothing behind. */
+    private List<String> options(String classPath, Path temporaryFolder) {
+        return List.of("-cp", classPath + File.pathSeparator + ChildJvm.testClasses(), "-Djava.io.tmpdir=" + temporaryFolder,
+                "-Djava.library.path=" + libraryPath);
+    }
+
+    /** Whether the library was loaded, leaving nothing behind: on Windows one copy, which a start two days later sweeps. */
     private void assertLoads(String classPath, String origin) throws Exception {
         assertEquals("Zel 20 " + origin, probe(classPath, temporary));
-        assertEquals(0, temporary.toFile().list().length);
+        File[] left = temporary.toFile().listFiles();
+        assertTrue(left.length <= (IS_WINDOWS ? 1 : 0));
+        for (File copy : left) {
+            Files.setLastModifiedTime(copy.toPath(), FileTime.from(Instant.now().minus(Duration.ofDays(2))));
+        }
     }
 
     /** The provider's classes without the native libraries. */
@@ -141,11 +156,10 @@ class LoadingTest {
     }
 
     @Test
-    @DisabledOnOs(value = OS.WINDOWS, disabledReason = "cannot delete a library that is loaded")
     void fromTheJarOrTheLibraryPath() throws Exception {
-        String inJar = "jar:" + new File(ChildJvm.providerJar()).toURI() + "!/native/linux-x86_64/libzelspi.so";
+        String inJar = "jar:" + new File(ChildJvm.providerJar()).toURI().toASCIIString() + "!" + IN_JAR;
         assertLoads(ChildJvm.providerJar(), inJar);
-        Path installed = Files.copy(LIBRARY, libraryPath.resolve(LIBRARY.getFileName()));
+        Path installed = Files.copy(LIBRARY, libraryPath.resolve(NAME));
         String classes = classesOnly();
         assertLoads(classes, installed.toString());
         assertLoads(ChildJvm.providerJar(), installed.toString());
@@ -155,25 +169,24 @@ class LoadingTest {
                 StandardCharsets.ISO_8859_1);
         assertLoads(ChildJvm.providerJar(), inJar);
         String said = probe(classes, temporary);
-        assertTrue(said.endsWith("in the provider's jar; " + installed + " is of version 0.0.0, the provider (file:"
-                + classes + "/com/vantrel/zel/provider/internal/NativeLibrary.class) of version " + Version.TEXT), said);
+        assertTrue(said.endsWith("in the provider's jar; " + installed + " is of version 0.0.0, the provider ("
+                + new File(classes).toURI() + "com/vantrel/zel/provider/internal/NativeLibrary.class) of version " + Version.TEXT), said);
     }
 
     @Test
-    @DisabledOnOs(value = OS.WINDOWS, disabledReason = "cannot delete a library that is loaded")
     void byManyClassLoadersAtOnce() throws Exception {
         for (Path path : List.of(folder, LIBRARY.getParent())) { // without a library and with one that only one can load
             assertEquals(("Zel version " + Version.TEXT + "\n").repeat(ManyLoaders.LOADERS), ChildJvm.outputOf(ManyLoaders.class,
                     List.of("-Djava.io.tmpdir=" + temporary, "-Djava.library.path=" + path), ChildJvm.providerJar()));
         }
-        assertEquals(0, temporary.toFile().list().length);
+        assertTrue(IS_WINDOWS || temporary.toFile().list().length == 0);
     }
 
     /** Java's own threads are made with stacks of 256 MiB in 12 GB of addresses: there is room for some thirty. */
     @Test
     @EnabledOnOs(OS.LINUX)
     void aShortageOfThreadsPasses() throws Exception {
-        List<String> options = new ArrayList<>(ChildJvm.nativeAccess(Runtime.version().feature(), "ALL-UNNAMED"));
+        List<String> options = new ArrayList<>(ChildJvm.nativeAccess("ALL-UNNAMED"));
         options.addAll(List.of("-Xmx64m", "-XX:+UseSerialGC", "-Xlog:disable", "-XX:ThreadStackSize=262144", "-cp",
                 System.getProperty("java.class.path"), ShortOfThreads.class.getName()));
         ChildJvm child = ChildJvm.runLimited("-v 12000000", options);
@@ -189,27 +202,30 @@ class LoadingTest {
 
     /** A library for another machine is told, not replaced by the jar's. */
     @Test
-    @DisabledOnOs(value = OS.WINDOWS, disabledReason = "the names and the format are those of Linux")
     void whatIsMissingOrUnfitIsNamed() throws Exception {
         byte[] library = Files.readAllBytes(LIBRARY);
-        library[ELF_MACHINE] = ELF_MACHINE_AARCH64;
-        Path foreign = Files.write(libraryPath.resolve(LIBRARY.getFileName()), library);
+        library[IS_WINDOWS ? Byte.toUnsignedInt(library[PE_HEADER]) + 4 : ELF_MACHINE] = ANOTHER_MACHINE;
+        Path foreign = Files.write(libraryPath.resolve(NAME), library);
         String said = probe(ChildJvm.providerJar(), temporary);
-        assertTrue(said.startsWith("cannot load the native library " + foreign + " on linux-"), said);
+        assertTrue(said.startsWith("cannot load the native library " + foreign + " on "), said);
         Files.delete(foreign);
 
         said = probe(classesOnly(), temporary);
-        assertTrue(said.startsWith("no native library for linux-"), said);
-        assertTrue(said.contains("libzelspi.so in java.library.path (" + libraryPath + ")"), said);
-        assertTrue(said.contains("/libzelspi.so in the provider's jar"), said);
+        assertTrue(said.startsWith("no native library for "), said);
+        assertTrue(said.contains(NAME + " in java.library.path (" + libraryPath + ")"), said);
+        assertTrue(said.contains(IN_JAR + " in the provider's jar"), said);
 
         Path missing = temporary.resolve("missing");
-        said = probe(ChildJvm.providerJar(), missing);
-        assertTrue(said.startsWith("cannot unpack /native/linux-"), said);
+        said = ChildJvm.run(Probe.class, options(ChildJvm.providerJar(), missing)).out; // the VM itself may warn of the folder
+        assertTrue(said.startsWith("cannot unpack " + IN_JAR), said);
         assertTrue(said.contains("into " + missing), said);
+    }
 
-        // No file can be larger than 100 KiB, which stands in for a full disk.
-        said = ChildJvm.runLimited("-f 200", List.of("-cp", ChildJvm.providerJar() + File.pathSeparator
+    /** No file can be larger than 100 KiB, which stands in for a full disk. */
+    @Test
+    @DisabledOnOs(value = OS.WINDOWS, disabledReason = "has no limit on the size of files")
+    void withoutRoomNothingIsLeft() throws Exception {
+        String said = ChildJvm.runLimited("-f 200", List.of("-cp", ChildJvm.providerJar() + File.pathSeparator
                 + ChildJvm.testClasses(), "-Djava.io.tmpdir=" + temporary, Probe.class.getName())).out;
         assertTrue(said.contains("into " + temporary) && said.endsWith("File too large\n"), said);
         assertEquals(0, temporary.toFile().list().length);
