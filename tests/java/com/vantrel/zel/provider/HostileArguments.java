@@ -2,13 +2,8 @@ package com.vantrel.zel.provider;
 
 import java.io.ByteArrayOutputStream;
 import java.lang.reflect.Method;
-import java.security.KeyPair;
-import java.security.KeyPairGenerator;
-import java.security.SecureRandom;
-import java.util.ArrayList;
-import java.util.Arrays;
-import java.util.List;
-import java.util.Random;
+import java.security.*;
+import java.util.*;
 
 /** What a hostile program passes to native methods: pools of arguments for each type, and keys whose numbers are odd. */
 final class HostileArguments {

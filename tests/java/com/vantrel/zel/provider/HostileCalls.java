@@ -1,19 +1,8 @@
 package com.vantrel.zel.provider;
 
-import java.lang.reflect.Array;
-import java.lang.reflect.InvocationTargetException;
-import java.lang.reflect.Method;
-import java.security.DigestException;
-import java.security.InvalidAlgorithmParameterException;
-import java.security.InvalidKeyException;
-import java.security.ProviderException;
-import java.security.SignatureException;
-import java.util.ArrayList;
-import java.util.Arrays;
-import java.util.HashSet;
-import java.util.List;
-import java.util.Random;
-import java.util.Set;
+import java.lang.reflect.*;
+import java.security.*;
+import java.util.*;
 import java.util.stream.Collectors;
 import javax.crypto.BadPaddingException;
 import javax.crypto.ShortBufferException;

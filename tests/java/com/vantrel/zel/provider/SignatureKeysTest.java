@@ -1,15 +1,9 @@
 package com.vantrel.zel.provider;
 
 import static com.vantrel.zel.provider.TestKeys.*;
-import static org.junit.jupiter.api.Assertions.assertArrayEquals;
-import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertFalse;
-import static org.junit.jupiter.api.Assertions.assertThrows;
-import static org.junit.jupiter.api.Assertions.assertTrue;
-import static org.junit.jupiter.api.Assumptions.assumeTrue;
+import static org.junit.jupiter.api.Assertions.*;
 
 import com.sun.management.HotSpotDiagnosticMXBean;
-import java.io.File;
 import java.lang.management.ManagementFactory;
 import java.lang.ref.Reference;
 import java.lang.reflect.Proxy;
@@ -17,35 +11,10 @@ import java.math.BigInteger;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.security.InvalidAlgorithmParameterException;
-import java.security.InvalidKeyException;
-import java.security.InvalidParameterException;
-import java.security.Key;
-import java.security.KeyFactory;
-import java.security.KeyPair;
-import java.security.KeyPairGenerator;
-import java.security.MessageDigest;
-import java.security.PrivateKey;
-import java.security.PublicKey;
-import java.security.Signature;
-import java.security.SignatureException;
-import java.security.interfaces.DSAParams;
-import java.security.interfaces.DSAPrivateKey;
-import java.security.interfaces.DSAPublicKey;
-import java.security.interfaces.RSAPrivateCrtKey;
-import java.security.interfaces.RSAPrivateKey;
-import java.security.interfaces.RSAPublicKey;
-import java.security.spec.DSAParameterSpec;
-import java.security.spec.DSAPrivateKeySpec;
-import java.security.spec.DSAPublicKeySpec;
-import java.security.spec.PKCS8EncodedKeySpec;
-import java.security.spec.RSAKeyGenParameterSpec;
-import java.security.spec.RSAPrivateCrtKeySpec;
-import java.security.spec.RSAPrivateKeySpec;
-import java.util.ArrayList;
-import java.util.Arrays;
-import java.util.List;
-import java.util.concurrent.TimeUnit;
+import java.security.*;
+import java.security.interfaces.*;
+import java.security.spec.*;
+import java.util.*;
 import java.util.regex.Pattern;
 import java.util.stream.Stream;
 import javax.crypto.Cipher;
@@ -55,9 +24,7 @@ import org.junit.jupiter.api.condition.EnabledOnOs;
 import org.junit.jupiter.api.condition.OS;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
-import org.junit.jupiter.params.provider.Arguments;
-import org.junit.jupiter.params.provider.MethodSource;
-import org.junit.jupiter.params.provider.ValueSource;
+import org.junit.jupiter.params.provider.*;
 
 /** The keys of signatures: which are taken, which are made, and what becomes of the caller's; the JDK and openssl are the oracles. */
 class SignatureKeysTest {
@@ -248,50 +215,6 @@ class SignatureKeysTest {
         assertThrows(InvalidAlgorithmParameterException.class, () -> dsa.initialize(given));
         assertThrows(InvalidAlgorithmParameterException.class, () -> rsa.initialize(given));
         assertThrows(InvalidAlgorithmParameterException.class, () -> rsa.initialize(exponent3));
-    }
-
-    private static void assumeOpenssl() {
-        assumeTrue(Stream.of(System.getenv("PATH").split(File.pathSeparator))
-                .anyMatch(path -> new File(path, "openssl").exists()), "there is no openssl command");
-    }
-
-    private static String openssl(Path folder, String... arguments) throws Exception {
-        List<String> command = new ArrayList<>(List.of("openssl"));
-        command.addAll(List.of(arguments));
-        Path out = folder.resolve("out");
-        Process process = new ProcessBuilder(command).directory(folder.toFile()).redirectErrorStream(true)
-                .redirectOutput(out.toFile()).start();
-        assertTrue(process.waitFor(60, TimeUnit.SECONDS), () -> command + " does not end");
-        String said = new String(Files.readAllBytes(out)).strip();
-        assertEquals(0, process.exitValue(), () -> command + ": " + said);
-        return said;
-    }
-
-    /** Keys as it makes and writes them, which the JDK does not get to see. */
-    @ParameterizedTest
-    @ValueSource(strings = {"RSA", "DSA"})
-    void takesKeysOfOpenssl(String kind, @TempDir Path folder) throws Exception {
-        assumeOpenssl();
-        if (kind.equals("RSA")) {
-            openssl(folder, "genpkey", "-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048", "-out", "key");
-        } else {
-            openssl(folder, "genpkey", "-genparam", "-algorithm", "DSA", "-pkeyopt", "dsa_paramgen_bits:1024", "-pkeyopt",
-                    "dsa_paramgen_q_bits:160", "-out", "params");
-            openssl(folder, "genpkey", "-paramfile", "params", "-out", "key");
-        }
-        openssl(folder, "pkcs8", "-topk8", "-nocrypt", "-in", "key", "-outform", "DER", "-out", "private");
-        openssl(folder, "pkey", "-inform", "DER", "-in", "private", "-pubout", "-outform", "DER", "-out", "public");
-        Class<? extends PrivateKey> privateType = kind.equals("RSA") ? RSAPrivateKey.class : DSAPrivateKey.class;
-        Class<? extends PublicKey> publicType = kind.equals("RSA") ? RSAPublicKey.class : DSAPublicKey.class;
-        Signature signature = Signature.getInstance("SHA1with" + kind, ZEL);
-        signature.initSign(oddKey(privateType, "PKCS#8", Files.readAllBytes(folder.resolve("private"))));
-        byte[] signed = signature.sign();
-        signature.initVerify(oddKey(publicType, "X.509", Files.readAllBytes(folder.resolve("public"))));
-        assertTrue(signature.verify(signed));
-        Files.write(folder.resolve("ours"), signed);
-        Files.write(folder.resolve("message"), new byte[0]);
-        assertEquals("Verified OK", openssl(folder, "dgst", "-sha1", "-keyform", "DER", "-verify", "public", "-signature", "ours",
-                "message"));
     }
 
     /** The JDK takes any numbers for a key: what they have to be to each other. */
