@@ -79,8 +79,28 @@ template <typename Engine> Engine& engineOf(jobject object) {
 
 // Native callers built against the digest classes call by position in the table of virtual functions. In the C++ ABI of
 // gcc and clang the destructor takes the first two places.
-template <typename Function> Function slot(jobject object, std::size_t number) {
-    return reinterpret_cast<Function>(engineOf<void**>(object)[number]);
+template <std::size_t kSlot, typename... Arguments> jint callSlot(jobject self, Arguments... arguments) {
+    void** const slots = engineOf<void**>(self);
+    return reinterpret_cast<int (*)(void*, Arguments...)>(slots[kSlot])(&engineOf<char>(self), arguments...);
+}
+jint digestReset(JNIEnv*, jobject self) {
+    return callSlot<3>(self);
+}
+jint digestUpdate(JNIEnv*, jobject self, jbyteArray input, jint offset, jint length) {
+    return callSlot<6>(self, pointerTo(input), static_cast<int>(offset), static_cast<int>(length));
+}
+jint digestRaw(JNIEnv* env, jobject self, jbyteArray output, jint length) {
+    return callSlot<7>(self, env, self, pointerTo(output), static_cast<int>(length));
+}
+jint digestNative(JNIEnv*, jobject self, jbyteArray output, jint length) {
+    return callSlot<10>(self, pointerTo(output), static_cast<int>(length));
+}
+
+template <auto kMethod> jint rsaKey(JNIEnv*, jobject self, jbyteArray key, jint length) {
+    return (engineOf<ZelShaWithRsaSignature>(self).*kMethod)(length, pointerTo(key));
+}
+template <auto kMethod> jint rsaBytes(JNIEnv*, jobject self, jbyteArray bytes, jint offset, jint length) {
+    return (engineOf<ZelShaWithRsaSignature>(self).*kMethod)(pointerTo(bytes), offset, length);
 }
 
 jint checkFile(JNIEnv*, jobject, jbyteArray key, jint keyLength, jbyteArray path, jint pathLength) {
@@ -134,47 +154,16 @@ std::vector<EntryPoint> nativeEntryPoints() {
                                        entryPoint("DsaDer.parseDSAPublicKey", parsePublicKey)};
     for (const std::string name : {"ZelSha1", "ZelSha256"}) {
         const std::string digest = name + "MessageDigestSpi.", rsa = name + "WithRsaSignatureSpi.";
-        const auto add = [&]<typename... Arguments>(const std::string& method, jint (*call)(Arguments...)) {
-            entries.push_back(entryPoint(method, call));
-        };
-        add(
-            digest + "nativeReset",
-            +[](JNIEnv*, jobject self) -> jint { return slot<int (*)(void*)>(self, 3)(&engineOf<char>(self)); });
-        add(
-            digest + "nativeUpdate", +[](JNIEnv*, jobject self, jbyteArray input, jint offset, jint length) -> jint {
-                return slot<int (*)(void*, const std::uint8_t*, int, int)>(self, 6)(&engineOf<char>(self),
-                                                                                    pointerTo(input), offset, length);
-            });
-        add(
-            digest + "digest", +[](JNIEnv* env, jobject self, jbyteArray output, jint length) -> jint {
-                return slot<int (*)(void*, JNIEnv*, jobject, std::uint8_t*, int)>(self, 7)(
-                    &engineOf<char>(self), env, self, pointerTo(output), length);
-            });
-        add(
-            digest + "nativeDigest", +[](JNIEnv*, jobject self, jbyteArray output, jint length) -> jint {
-                return slot<int (*)(void*, std::uint8_t*, int)>(self, 10)(&engineOf<char>(self), pointerTo(output),
-                                                                          length);
-            });
-        add(
-            rsa + "nativeInitVerify", +[](JNIEnv*, jobject self, jbyteArray key, jint length) -> jint {
-                return engineOf<ZelShaWithRsaSignature>(self).nativeInitVerify(length, pointerTo(key));
-            });
-        add(
-            rsa + "nativeInitSign", +[](JNIEnv*, jobject self, jbyteArray key, jint length) -> jint {
-                return engineOf<ZelShaWithRsaSignature>(self).nativeInitSign(length, pointerTo(key));
-            });
-        add(
-            rsa + "nativeUpdate", +[](JNIEnv*, jobject self, jbyteArray input, jint offset, jint length) -> jint {
-                return engineOf<ZelShaWithRsaSignature>(self).nativeUpdate(pointerTo(input), offset, length);
-            });
-        add(
-            rsa + "nativeSign", +[](JNIEnv*, jobject self, jbyteArray output, jint offset, jint length) -> jint {
-                return engineOf<ZelShaWithRsaSignature>(self).nativeSign(pointerTo(output), offset, length);
-            });
-        add(
-            rsa + "nativeVerify", +[](JNIEnv*, jobject self, jbyteArray signature, jint offset, jint length) -> jint {
-                return engineOf<ZelShaWithRsaSignature>(self).nativeVerify(pointerTo(signature), offset, length);
-            });
+        using Rsa = ZelShaWithRsaSignature;
+        entries.insert(entries.end(),
+                       {entryPoint(digest + "nativeReset", digestReset),
+                        entryPoint(digest + "nativeUpdate", digestUpdate), entryPoint(digest + "digest", digestRaw),
+                        entryPoint(digest + "nativeDigest", digestNative),
+                        entryPoint(rsa + "nativeInitVerify", rsaKey<&Rsa::nativeInitVerify>),
+                        entryPoint(rsa + "nativeInitSign", rsaKey<&Rsa::nativeInitSign>),
+                        entryPoint(rsa + "nativeUpdate", rsaBytes<&Rsa::nativeUpdate>),
+                        entryPoint(rsa + "nativeSign", rsaBytes<&Rsa::nativeSign>),
+                        entryPoint(rsa + "nativeVerify", rsaBytes<&Rsa::nativeVerify>)});
     }
     return entries;
 }

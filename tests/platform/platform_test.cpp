@@ -25,16 +25,12 @@ protected:
         if (mutex != nullptr) {
             EXPECT_EQ(rtosMutexFree(&mutex), OK);
         }
-        EXPECT_EQ(testheap::liveBlocks(), live_);
     }
     template <typename Work> static void elsewhere(Work work) {
         std::thread(work).join();
     }
 
     RtosMutex mutex = nullptr;
-
-private:
-    std::uint64_t live_ = testheap::liveBlocks();
 };
 
 TEST_F(Mutex, IsRecursive) {

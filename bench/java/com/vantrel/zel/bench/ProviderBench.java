@@ -16,6 +16,7 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.Locale;
+import java.util.regex.Pattern;
 import javax.crypto.Cipher;
 import javax.crypto.spec.IvParameterSpec;
 import javax.crypto.spec.SecretKeySpec;
@@ -28,6 +29,7 @@ import javax.crypto.spec.SecretKeySpec;
 public final class ProviderBench {
     private static final int ROUNDS = 25;
     private static final long ROUND_NANOS = 10_000_000;
+    private static final Pattern ROWS = Pattern.compile(System.getProperty("zel.rows", ""));
     private static final boolean IS_WINDOWS = System.getProperty("os.name").startsWith("Windows");
     private static final ThreadMXBean THREADS = ManagementFactory.getThreadMXBean();
 
@@ -39,7 +41,8 @@ public final class ProviderBench {
     private ProviderBench() {}
 
     /**
-     * Runs all benchmarks, or those whose name begins with an argument.
+     * Runs all benchmarks, or those whose name begins with an argument; of these the rows that the property zel.rows, a regular
+     * expression, finds.
      *
      * @param args beginnings of names
      */
@@ -178,6 +181,9 @@ public final class ProviderBench {
 
     /** Key pairs, one by one: their times differ too much for rounds. Fresh DSA parameters on both sides. */
     private static void keyPair(String algorithm, int bits, String jdk, Provider zel) throws Exception {
+        if (!ROWS.matcher(algorithm + " " + bits + " key pair").find()) {
+            return;
+        }
         int count = 20;
         double[][] millis = new double[2][count];
         for (int i = -1; i < count; ++i) { // the first to warm up, and to wait until the random generator has started
@@ -250,6 +256,9 @@ public final class ProviderBench {
 
     /** Measures the works in turn and prints the first one beside the others. */
     private static void compare(String name, long bytes, List<String> names, List<Work> works) throws Exception {
+        if (!ROWS.matcher(name).find()) {
+            return;
+        }
         double[][] nanos = new double[works.size()][ROUNDS];
         for (Work work : works) {
             measure(work); // to warm up

@@ -27,6 +27,7 @@ import javax.crypto.spec.SecretKeySpec;
 import javax.net.ssl.*;
 import jdk.security.jarsigner.JarSigner;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.condition.OS;
 import org.junit.jupiter.api.io.TempDir;
 
 /** A virtual machine whose first provider is this one: its own tools, TLS, and whatever only the JDK's providers can do. */
@@ -46,7 +47,10 @@ class FirstProviderTest {
     private String run(String settings, String... arguments) throws Exception {
         Path properties = Files.writeString(folder.resolve("java.security"), settings);
         List<String> all = new ArrayList<>(List.of("-cp", ChildJvm.providerJar() + File.pathSeparator + ChildJvm.testClasses(),
-                "-Djava.security.properties=" + properties, "-Duser.language=en", "-Xcheck:jni"));
+                "-Djava.security.properties=" + properties, "-Duser.language=en"));
+        if (!OS.WINDOWS.isCurrentOs()) { // there the checker complains of the JDK's own NetworkInterface, which seeds its generator
+            all.add("-Xcheck:jni");
+        }
         all.addAll(List.of(arguments));
         ChildJvm child = ChildJvm.run(all);
         assertEquals(0, child.exitCode, child.out + child.err);
