@@ -1,5 +1,7 @@
 package com.vantrel.zel.provider;
 
+import static com.vantrel.zel.provider.TestKeys.item;
+
 import java.io.ByteArrayOutputStream;
 import java.lang.reflect.Method;
 import java.security.*;
@@ -79,13 +81,7 @@ final class HostileArguments {
                 content = new byte[unusedBits + inside.length];
                 System.arraycopy(inside, 0, content, unusedBits, inside.length);
             }
-            out.write(tag);
-            if (content.length >= 0x80) {
-                out.write(0x82);
-                out.write(content.length >> 8);
-            }
-            out.write(content.length);
-            out.write(content, 0, content.length);
+            out.writeBytes(item(tag, content));
             at += header + size;
         }
         return out.toByteArray();
