@@ -343,7 +343,9 @@ TEST(Rsa, OneKeyInManyThreads) {
     ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
     RandomContext* random = nullptr;
     ASSERT_EQ(randomAcquireContext(&random), OK);
-    testheap::keep(2); // the seed pool's two locks
+    ASSERT_EQ(randomReleaseContext(&random), OK);
+    testheap::keep(2); // the seed pool's two locks, where a lock takes memory
+    ASSERT_EQ(randomAcquireContext(&random), OK);
     FilledKey key;
     std::vector<std::thread> threads;
     for (unsigned thread = 0; thread < 16; ++thread) {
