@@ -17,7 +17,7 @@ Bytes pem(const Bytes& der) {
     for (std::size_t bit = 0; bit < 8 * der.size(); bit += 6) {
         std::size_t digit = 0;
         for (std::size_t at = bit; at < bit + 6; ++at) {
-            digit = 2 * digit + (at < 8 * der.size() ? der[at / 8] >> (7 - at % 8) & 1U : 0U);
+            digit = 2 * digit + (at < 8 * der.size() ? std::size_t{der[at / 8]} >> (7 - at % 8) & 1 : 0);
         }
         text += bit % 384 == 0 ? "\r\n" : "";
         text += kDigits[digit];
