@@ -66,7 +66,8 @@ TEST(SeedNoise, CopiesOfAProcessGetDifferentSeeds) {
 extern "C" char __data_start, _end; // where the linker has put the program's variables
 
 // Whether the bytes stand among the program's variables; the sanitizers' gaps between those are looked at, too.
-__attribute__((no_sanitize("address", "thread", "undefined"))) bool isInAVariable(const std::uint8_t* bytes, std::size_t count) {
+__attribute__((no_sanitize("address", "thread", "undefined"))) bool isInAVariable(const std::uint8_t* bytes,
+                                                                                  std::size_t count) {
     for (const volatile char* at = &__data_start; at + count <= &_end; ++at) {
         std::size_t same = 0;
         while (same < count && static_cast<std::uint8_t>(at[same]) == bytes[same]) {
