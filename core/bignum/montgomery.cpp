@@ -90,8 +90,10 @@ Status makeRadixSquared(MontgomeryCtx* context, bool isSecret, vlong** queue) {
         SecretBuffer scratch;
         RETURN_IF_ERROR(scratch.alloc((std::size_t{k} + montScratchUnits(k)) * sizeof(Unit)));
         RETURN_IF_ERROR(VLONG_growDiscard(square.get(), k));
-        montRadixSquared(square.get()->units, {modulus->units, nullptr, context->negInverse, k},
-                         reinterpret_cast<Unit*>(scratch.data()));
+        MontModulus m{modulus->units, nullptr, context->negInverse, k};
+        montRadixSquared(square.get()->units, m, reinterpret_cast<Unit*>(scratch.data()));
+        memWipe(&m, sizeof m); // tells of the modulus
+        wipeKernelFrames();
         square.get()->length = significantUnits(square.get()->units, k);
         context->radixSquared = square.release();
         return OK;
