@@ -75,7 +75,7 @@ Status makeRInverse(MontgomeryCtx* context, vlong** queue) {
     RETURN_IF_ERROR(VLONG_growDiscard(inverse.get(), k));
     invertRadix(inverse.get()->units, modulus->units, k, Unit{0} - context->negInverse,
                 reinterpret_cast<Unit*>(scratch.data()));
-    inverse.get()->length = significantUnits(inverse.get()->units, k);
+    inverse.get()->length = publicly(significantUnits(inverse.get()->units, k));
     context->RInverse = inverse.release();
     return OK;
 }
@@ -94,7 +94,7 @@ Status makeRadixSquared(MontgomeryCtx* context, bool isSecret, vlong** queue) {
         montRadixSquared(square.get()->units, m, reinterpret_cast<Unit*>(scratch.data()));
         memWipe(&m, sizeof m); // tells of the modulus
         wipeKernelFrames();
-        square.get()->length = significantUnits(square.get()->units, k);
+        square.get()->length = publicly(significantUnits(square.get()->units, k));
         context->radixSquared = square.release();
         return OK;
     }

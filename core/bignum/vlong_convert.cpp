@@ -40,7 +40,7 @@ Status VLONG_fromBytes(const std::uint8_t* bytes, std::int32_t byteCount, vlong*
         value->units[count] = unit;
         left = first;
     }
-    value->length = significantUnits(value->units, count);
+    value->length = publicly(significantUnits(value->units, count));
     return OK;
 }
 
