@@ -5,6 +5,7 @@
 #include "core/random/random.h"
 #include "tests/core/pubkey/key_support.h"
 
+#include <memory>
 #include <thread>
 
 namespace {
@@ -111,6 +112,8 @@ Status rewrite(const Words& in, Words& out) {
 VectorOperation reading(Reader reader) {
     return [reader](const Words& in, Words& out) {
         const Bytes der = derOf(in[1], named);
+        // The largest take seconds each; the others are refused each allocation.
+        const auto unrefused = der.size() > 2000 ? std::make_unique<testheap::OwnWork>() : nullptr;
         Status status = OK;
         for (const bool isFilled : {false, true}) {
             ScopedKey key;
@@ -340,7 +343,9 @@ TEST(Rsa, OneKeyInManyThreads) {
     ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
     RandomContext* random = nullptr;
     ASSERT_EQ(randomAcquireContext(&random), OK);
-    testheap::keep(2); // the seed pool's two locks
+    ASSERT_EQ(randomReleaseContext(&random), OK);
+    testheap::keep(2); // the seed pool's two locks, where a lock takes memory
+    ASSERT_EQ(randomAcquireContext(&random), OK);
     FilledKey key;
     std::vector<std::thread> threads;
     for (unsigned thread = 0; thread < 16; ++thread) {

@@ -1,8 +1,6 @@
 package com.vantrel.zel.probe;
 
-import java.security.MessageDigest;
-import java.security.Provider;
-import java.security.Security;
+import java.security.*;
 import java.util.ServiceLoader;
 
 /** Run in a child: finds the provider by its name or through a ServiceLoader, and uses it. No package of the module's. */

@@ -1,51 +1,21 @@
 package com.vantrel.zel.provider;
 
-import static org.junit.jupiter.api.Assertions.assertArrayEquals;
-import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertNull;
-import static org.junit.jupiter.api.Assertions.assertThrows;
+import static com.vantrel.zel.provider.TestKeys.*;
+import static org.junit.jupiter.api.Assertions.*;
 
 import java.nio.ByteBuffer;
-import java.security.AlgorithmParameters;
-import java.security.InvalidAlgorithmParameterException;
-import java.security.InvalidKeyException;
-import java.security.Key;
-import java.security.KeyPair;
-import java.security.KeyPairGenerator;
-import java.security.NoSuchAlgorithmException;
-import java.security.Provider;
+import java.security.*;
 import java.security.spec.AlgorithmParameterSpec;
 import java.util.Arrays;
-import java.util.Random;
-import javax.crypto.BadPaddingException;
-import javax.crypto.Cipher;
-import javax.crypto.SecretKey;
-import javax.crypto.ShortBufferException;
-import javax.crypto.spec.IvParameterSpec;
-import javax.crypto.spec.PBEParameterSpec;
-import javax.crypto.spec.SecretKeySpec;
-import org.junit.jupiter.api.BeforeAll;
+import javax.crypto.*;
+import javax.crypto.spec.*;
 import org.junit.jupiter.api.Test;
 
 /** What random uses of the cipher do not show: too little room, bad paddings, parameters and keys; the JDK's provider is the oracle. */
 class CipherTest {
-    private static final Provider ZEL = new ZelSecurityProvider();
     private static final String TRANSFORMATION = "AES/CBC/PKCS5Padding";
-    private static final Random RANDOM = new Random(7);
     private static final SecretKey KEY = new SecretKeySpec(randomBytes(32), "AES");
     private static final IvParameterSpec IV = new IvParameterSpec(randomBytes(16));
-    private static KeyPair rsa;
-
-    @BeforeAll
-    static void makeKeys() throws Exception {
-        rsa = KeyPairGenerator.getInstance("RSA").generateKeyPair();
-    }
-
-    private static byte[] randomBytes(int length) {
-        byte[] bytes = new byte[length];
-        RANDOM.nextBytes(bytes);
-        return bytes;
-    }
 
     private static Cipher zel(int mode) throws Exception {
         Cipher cipher = Cipher.getInstance(TRANSFORMATION, ZEL);
@@ -53,17 +23,10 @@ class CipherTest {
         return cipher;
     }
 
-    private static byte[] jdk(int mode, byte[] data) throws Exception {
-        Cipher cipher = Cipher.getInstance(TRANSFORMATION, "SunJCE");
-        cipher.init(mode, KEY, IV);
-        return cipher.doFinal(data);
-    }
-
-    /** Encrypted without padding of our own, to make bad paddings. */
-    private static byte[] encryptedBlocks(byte[] blocks) throws Exception {
-        Cipher cipher = Cipher.getInstance("AES/CBC/NoPadding", "SunJCE");
+    private static byte[] encrypted(byte[] message, String padding) throws Exception {
+        Cipher cipher = Cipher.getInstance("AES/CBC/" + padding, "SunJCE");
         cipher.init(Cipher.ENCRYPT_MODE, KEY, IV);
-        return cipher.doFinal(blocks);
+        return cipher.doFinal(message);
     }
 
     @Test
@@ -93,7 +56,7 @@ class CipherTest {
     void shortBuffers() throws Exception {
         for (int size = 0; size < 50; ++size) {
             byte[] message = randomBytes(size);
-            byte[] ciphertext = jdk(Cipher.ENCRYPT_MODE, message);
+            byte[] ciphertext = encrypted(message, "PKCS5Padding");
             for (int before = 0; before <= size; before += 1 + before % 7) {
                 for (boolean encrypts : new boolean[] {true, false}) {
                     byte[] from = encrypts ? message : ciphertext;
@@ -137,10 +100,9 @@ class CipherTest {
                 if (wrongAt >= 0) {
                     blocks[16 + wrongAt] ^= 0x40;
                 }
-                byte[] ciphertext = encryptedBlocks(blocks);
+                byte[] ciphertext = encrypted(blocks, "NoPadding");
                 Cipher cipher = zel(Cipher.DECRYPT_MODE);
-                boolean isGood = padding >= 1 && padding <= 16 && wrongAt < 16 - padding;
-                if (isGood) {
+                if (padding >= 1 && padding <= 16 && wrongAt < 16 - padding) {
                     assertArrayEquals(Arrays.copyOf(blocks, 32 - padding), cipher.doFinal(ciphertext));
                 } else {
                     byte[] out = new byte[32];
@@ -152,7 +114,7 @@ class CipherTest {
         }
         Cipher cipher = zel(Cipher.DECRYPT_MODE);
         assertThrows(BadPaddingException.class, () -> cipher.doFinal(new byte[17]));
-        assertArrayEquals(new byte[] {8}, cipher.doFinal(jdk(Cipher.ENCRYPT_MODE, new byte[] {8})));
+        assertArrayEquals(new byte[] {8}, cipher.doFinal(encrypted(new byte[] {8}, "PKCS5Padding")));
     }
 
     @Test
@@ -184,7 +146,7 @@ class CipherTest {
     void wrongKeys() throws Exception {
         Cipher cipher = Cipher.getInstance(TRANSFORMATION, ZEL);
         for (Key key : new Key[] {null, new SecretKeySpec(new byte[16], "AES"), new SecretKeySpec(new byte[33], "AES"),
-            new SecretKeySpec(new byte[32], "HmacSHA256"), rsa.getPrivate()}) {
+            new SecretKeySpec(new byte[32], "HmacSHA256"), jdkPair("RSA", 1024).getPrivate()}) {
             assertThrows(InvalidKeyException.class, () -> cipher.init(Cipher.ENCRYPT_MODE, key, IV), "" + key);
             assertThrows(InvalidKeyException.class, () -> cipher.init(Cipher.ENCRYPT_MODE, key), "" + key);
         }
@@ -194,8 +156,9 @@ class CipherTest {
     void wrapsKeysOfEveryKind() throws Exception {
         Cipher wrapping = zel(Cipher.WRAP_MODE);
         Cipher unwrapping = zel(Cipher.UNWRAP_MODE);
+        KeyPair rsa = jdkPair("RSA", 1024);
         byte[] wrapped = wrapping.wrap(KEY);
-        assertArrayEquals(jdk(Cipher.ENCRYPT_MODE, KEY.getEncoded()), wrapped);
+        assertArrayEquals(encrypted(KEY.getEncoded(), "PKCS5Padding"), wrapped);
         assertEquals(KEY, unwrapping.unwrap(wrapped, "AES", Cipher.SECRET_KEY));
         assertEquals(rsa.getPrivate(), unwrapping.unwrap(wrapping.wrap(rsa.getPrivate()), "RSA", Cipher.PRIVATE_KEY));
         assertEquals(rsa.getPublic(), unwrapping.unwrap(wrapping.wrap(rsa.getPublic()), "RSA", Cipher.PUBLIC_KEY));

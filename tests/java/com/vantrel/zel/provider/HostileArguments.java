@@ -1,14 +1,11 @@
 package com.vantrel.zel.provider;
 
+import static com.vantrel.zel.provider.TestKeys.item;
+
 import java.io.ByteArrayOutputStream;
 import java.lang.reflect.Method;
-import java.security.KeyPair;
-import java.security.KeyPairGenerator;
-import java.security.SecureRandom;
-import java.util.ArrayList;
-import java.util.Arrays;
-import java.util.List;
-import java.util.Random;
+import java.security.*;
+import java.util.*;
 
 /** What a hostile program passes to native methods: pools of arguments for each type, and keys whose numbers are odd. */
 final class HostileArguments {
@@ -84,13 +81,7 @@ final class HostileArguments {
                 content = new byte[unusedBits + inside.length];
                 System.arraycopy(inside, 0, content, unusedBits, inside.length);
             }
-            out.write(tag);
-            if (content.length >= 0x80) {
-                out.write(0x82);
-                out.write(content.length >> 8);
-            }
-            out.write(content.length);
-            out.write(content, 0, content.length);
+            out.writeBytes(item(tag, content));
             at += header + size;
         }
         return out.toByteArray();

@@ -1,19 +1,10 @@
 package com.vantrel.zel.provider;
 
-import java.lang.reflect.Array;
-import java.lang.reflect.InvocationTargetException;
-import java.lang.reflect.Method;
-import java.security.DigestException;
-import java.security.InvalidAlgorithmParameterException;
-import java.security.InvalidKeyException;
-import java.security.ProviderException;
-import java.security.SignatureException;
-import java.util.ArrayList;
-import java.util.Arrays;
-import java.util.HashSet;
-import java.util.List;
-import java.util.Random;
-import java.util.Set;
+import java.lang.reflect.*;
+import java.nio.file.Path;
+import java.security.*;
+import java.util.*;
+import java.util.jar.JarFile;
 import java.util.stream.Collectors;
 import javax.crypto.BadPaddingException;
 import javax.crypto.ShortBufferException;
@@ -67,15 +58,15 @@ public final class HostileCalls {
 
     /** Keys in good order whose numbers are not: each is read, and used as far as it lets itself be used. */
     private void oddKeys(Class<?> type) throws Exception {
-        for (Method opener : NativeMethods.of(type)) {
+        for (Method opener : methodsOf(type)) {
             if (!opener.getName().startsWith("engineInit") || opener.getParameterCount() != 1) {
                 continue;
             }
             for (byte[] oddKey : pool.oddKeys()) {
-                for (Method method : NativeMethods.of(type)) {
+                for (Method method : methodsOf(type)) {
                     Object[] things = method.getName().equals("engineVerify0") ? pool.signatures() : new Object[1];
                     for (Object thing : things) {
-                        Object engine = NativeMethods.newEngine(type);
+                        Object engine = newEngine(type);
                         call(engine, opener, new Object[] {oddKey});
                         call(engine, method, thing != null && method.getParameterCount() == 1
                                 ? new Object[] {thing} : pool.random(method));
@@ -94,7 +85,7 @@ public final class HostileCalls {
         watchdog.setDaemon(true);
         watchdog.start();
         new ZelSecurityProvider();
-        List<Class<?>> classes = NativeMethods.classes();
+        List<Class<?>> classes = classes();
         HostileCalls calls = new HostileCalls(seed, randomCalls);
         for (Class<?> type : classes) {
             calls.everyCombination(type);
@@ -106,6 +97,40 @@ public final class HostileCalls {
         }
         calls.randomSequences(classes, randomCalls);
         System.out.println(calls.callCount + " calls in all");
+    }
+
+    /** The classes of the provider that have native methods, as its jar has them. */
+    private static List<Class<?>> classes() throws Exception {
+        List<Class<?>> classes = new ArrayList<>();
+        Path jar = Path.of(ZelSecurityProvider.class.getProtectionDomain().getCodeSource().getLocation().toURI());
+        try (JarFile file = new JarFile(jar.toFile())) {
+            for (String name : Collections.list(file.entries()).stream().map(e -> e.getName()).sorted()
+                    .filter(n -> n.endsWith(".class") && !n.equals("module-info.class")).collect(Collectors.toList())) {
+                Class<?> type = Class.forName(name.substring(0, name.length() - 6).replace('/', '.'));
+                if (!methodsOf(type).isEmpty()) {
+                    classes.add(type);
+                }
+            }
+        }
+        return classes;
+    }
+
+    /** The native methods of a class, in an order that does not change. */
+    private static List<Method> methodsOf(Class<?> type) {
+        return Arrays.stream(type.getDeclaredMethods()).filter(m -> Modifier.isNative(m.getModifiers()))
+                .peek(m -> m.setAccessible(true)).sorted((a, b) -> a.toString().compareTo(b.toString()))
+                .collect(Collectors.toList());
+    }
+
+    /** A new object of a class, or null where the native methods are static. */
+    private static Object newEngine(Class<?> type) throws Exception {
+        for (Constructor<?> constructor : type.getDeclaredConstructors()) {
+            if (constructor.getParameterCount() == 0) {
+                constructor.setAccessible(true);
+                return constructor.newInstance();
+            }
+        }
+        return null;
     }
 
     private static void watch() {
@@ -127,7 +152,7 @@ public final class HostileCalls {
     private List<List<Call>> states(Class<?> type) throws Exception {
         List<List<Call>> states = new ArrayList<>();
         states.add(List.of());
-        for (Method method : NativeMethods.of(type)) {
+        for (Method method : methodsOf(type)) {
             if (!method.getName().matches("engine(Init|Reset|SetSeed).*")) {
                 continue;
             }
@@ -135,7 +160,7 @@ public final class HostileCalls {
             HostileArguments.forEachCombination(pool.pools(method, false), arguments -> {
                 List<Object> numbers = Arrays.stream(arguments).filter(a -> a instanceof Integer)
                         .collect(Collectors.toList());
-                Object engine = NativeMethods.newEngine(type);
+                Object engine = newEngine(type);
                 if (!known.contains(numbers) && call(engine, method, arguments)) {
                     known.add(numbers);
                     states.add(List.of(new Call(method, arguments)));
@@ -159,11 +184,11 @@ public final class HostileCalls {
         }
         everyCombination(type, states.get(states.size() - 1), 3, true);
         // Every array for every place of one: keys of the wrong kind, and those that fit.
-        for (Method method : NativeMethods.of(type)) {
+        for (Method method : methodsOf(type)) {
             List<Object[]> pools = pool.pools(method, false);
             if (pools.stream().mapToInt(pool -> pool.length).reduce(1, (a, b) -> a * b) < 20_000) {
                 HostileArguments.forEachCombination(pools, arguments -> {
-                    Object engine = NativeMethods.newEngine(type);
+                    Object engine = newEngine(type);
                     call(engine, method, arguments);
                     delete(engine);
                 });
@@ -172,7 +197,7 @@ public final class HostileCalls {
     }
 
     private void everyCombination(Class<?> type, List<Call> state, int uses, boolean isDeleted) throws Exception {
-        for (Method method : NativeMethods.of(type)) {
+        for (Method method : methodsOf(type)) {
             HostileArguments.forEachCombination(pool.pools(method, true), arguments -> {
                 Object engine = prepared(type, state, uses);
                 if (isDeleted) {
@@ -185,11 +210,11 @@ public final class HostileCalls {
     }
 
     private Object prepared(Class<?> type, List<Call> state, int uses) throws Exception {
-        Object engine = NativeMethods.newEngine(type);
+        Object engine = newEngine(type);
         for (Call earlier : state) {
             call(engine, earlier.method, earlier.arguments);
         }
-        List<Method> methods = NativeMethods.of(type);
+        List<Method> methods = methodsOf(type);
         for (int i = 0; i < uses; ++i) {
             Method method = methods.get(random.nextInt(methods.size()));
             if (!method.getName().equals("deleteContext0")) {
@@ -201,7 +226,7 @@ public final class HostileCalls {
 
     private void randomSequences(List<Class<?>> classes, int count) throws Exception {
         Object[][] engines = new Object[classes.size()][3];
-        List<List<Method>> methods = classes.stream().map(NativeMethods::of).collect(Collectors.toList());
+        List<List<Method>> methods = classes.stream().map(HostileCalls::methodsOf).collect(Collectors.toList());
         for (int i = 0; i < count; ++i) {
             int type = random.nextInt(engines.length);
             int which = random.nextInt(3);
@@ -209,7 +234,7 @@ public final class HostileCalls {
                 if (engines[type][which] != null) {
                     delete(engines[type][which]);
                 }
-                engines[type][which] = NativeMethods.newEngine(classes.get(type));
+                engines[type][which] = newEngine(classes.get(type));
             }
             Method method = methods.get(type).get(random.nextInt(methods.get(type).size()));
             call(engines[type][which], method, pool.random(method));
@@ -225,7 +250,7 @@ public final class HostileCalls {
         if (engine == null) {
             return;
         }
-        for (Method method : NativeMethods.of(engine.getClass())) {
+        for (Method method : methodsOf(engine.getClass())) {
             if (method.getName().equals("deleteContext0")) {
                 call(engine, method, new Object[0]);
             }

@@ -1,49 +1,28 @@
 package com.vantrel.zel.provider;
 
-import static org.junit.jupiter.api.Assertions.assertSame;
-import java.util.Arrays;
-import java.io.ObjectOutputStream;
-import java.io.ObjectInputStream;
-import com.vantrel.zel.provider.spi.ZelSecureRandomSpi;
-import com.vantrel.zel.provider.internal.RandomStart;
-import com.vantrel.zel.provider.internal.NativeInfo;
-import com.vantrel.zel.probe.ServiceProbe;
-import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertThrows;
-import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assertions.*;
 
-import com.vantrel.zel.provider.internal.NativeLibrary;
-import com.vantrel.zel.provider.internal.Version;
-import java.io.File;
-import java.io.IOException;
+import com.vantrel.zel.probe.ServiceProbe;
+import com.vantrel.zel.provider.internal.*;
+import com.vantrel.zel.provider.spi.ZelSecureRandomSpi;
+import java.io.*;
 import java.net.URL;
 import java.net.URLClassLoader;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.nio.file.attribute.FileTime;
-import java.security.GeneralSecurityException;
-import java.security.MessageDigest;
-import java.security.Provider;
-import java.security.ProviderException;
-import java.security.Security;
+import java.security.*;
 import java.time.Duration;
 import java.time.Instant;
-import java.util.ArrayList;
-import java.util.Collections;
-import java.util.List;
-import java.util.concurrent.Callable;
-import java.util.concurrent.ExecutorService;
-import java.util.concurrent.Executors;
-import java.util.concurrent.Future;
+import java.util.*;
+import java.util.concurrent.*;
 import java.util.concurrent.locks.LockSupport;
 import java.util.zip.ZipEntry;
 import java.util.zip.ZipFile;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.api.condition.DisabledOnOs;
-import org.junit.jupiter.api.condition.EnabledOnOs;
-import org.junit.jupiter.api.condition.OS;
+import org.junit.jupiter.api.condition.*;
 import org.junit.jupiter.api.io.TempDir;
 
 /** How programs come by the provider, and the provider by the native library and its random numbers. */

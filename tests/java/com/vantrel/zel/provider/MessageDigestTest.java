@@ -3,9 +3,7 @@ package com.vantrel.zel.provider;
 import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 
-import java.security.DigestException;
-import java.security.MessageDigest;
-import java.security.Provider;
+import java.security.*;
 import org.junit.jupiter.api.Test;
 
 /** What the digests refuse. */

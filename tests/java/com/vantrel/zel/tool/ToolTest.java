@@ -1,24 +1,14 @@
 package com.vantrel.zel.tool;
 
-import static org.junit.jupiter.api.Assertions.assertArrayEquals;
-import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assertions.assertFalse;
-import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assertions.*;
 import static org.junit.jupiter.api.Assumptions.assumeFalse;
 
 import com.vantrel.zel.provider.internal.NativeInfo;
-import java.io.ByteArrayInputStream;
-import java.io.ByteArrayOutputStream;
-import java.io.IOException;
-import java.io.InputStream;
-import java.io.PrintStream;
-import java.io.RandomAccessFile;
+import java.io.*;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
-import java.nio.file.attribute.AclEntry;
-import java.nio.file.attribute.AclFileAttributeView;
-import java.nio.file.attribute.PosixFilePermissions;
+import java.nio.file.attribute.*;
 import java.util.Arrays;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.BeforeEach;
@@ -208,6 +198,10 @@ class ToolTest {
                         + " -sign key.pem -out abc.sig abc");
             }
             assertEquals(0, zel("verify -k %s %s", path("key.pub"), file), err);
+            if (!IS_WINDOWS) { // a key as openssl writes it
+                assertEquals(0, zel("sign --force -k %s %s", path("key.pem"), file), err);
+                shell("openssl dgst " + kind[2] + " -verify pub.pem -signature abc.sig abc");
+            }
             stdin = "abd".getBytes(StandardCharsets.US_ASCII);
             assertEquals(1, zel("verify --json -k %s -s %s.sig -", path("key.pub"), file), err);
             assertTrue(out.contains("\"valid\": false"), out);
