@@ -21,6 +21,7 @@ public:
     MontPower& operator=(const MontPower&) = delete;
     ~MontPower() {
         memWipe(&task_, sizeof task_); // tells of the modulus, which may be a secret prime
+        wipeKernelFrames();
     }
 
     Status prepare(const ModExpOperands& operands) {

@@ -75,7 +75,7 @@ Status makeRInverse(MontgomeryCtx* context, vlong** queue) {
     RETURN_IF_ERROR(VLONG_growDiscard(inverse.get(), k));
     invertRadix(inverse.get()->units, modulus->units, k, Unit{0} - context->negInverse,
                 reinterpret_cast<Unit*>(scratch.data()));
-    inverse.get()->length = significantUnits(inverse.get()->units, k);
+    inverse.get()->length = publicly(significantUnits(inverse.get()->units, k));
     context->RInverse = inverse.release();
     return OK;
 }
@@ -90,9 +90,11 @@ Status makeRadixSquared(MontgomeryCtx* context, bool isSecret, vlong** queue) {
         SecretBuffer scratch;
         RETURN_IF_ERROR(scratch.alloc((std::size_t{k} + montScratchUnits(k)) * sizeof(Unit)));
         RETURN_IF_ERROR(VLONG_growDiscard(square.get(), k));
-        montRadixSquared(square.get()->units, {modulus->units, nullptr, context->negInverse, k},
-                         reinterpret_cast<Unit*>(scratch.data()));
-        square.get()->length = significantUnits(square.get()->units, k);
+        MontModulus m{modulus->units, nullptr, context->negInverse, k};
+        montRadixSquared(square.get()->units, m, reinterpret_cast<Unit*>(scratch.data()));
+        memWipe(&m, sizeof m); // tells of the modulus
+        wipeKernelFrames();
+        square.get()->length = publicly(significantUnits(square.get()->units, k));
         context->radixSquared = square.release();
         return OK;
     }

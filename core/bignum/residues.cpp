@@ -52,6 +52,7 @@ void montRadixSquared(Unit* square, const MontModulus& m, Unit* scratch) {
 
 Residues::~Residues() {
     memWipe(&modulus_, sizeof modulus_); // tells of the modulus, which may be a secret prime
+    wipeKernelFrames();
 }
 
 Status Residues::allocate(std::uint32_t count) {

@@ -20,6 +20,11 @@ MontModulus montModulusOf(const MontgomeryCtx& context);
 // scratch[k + montScratchUnits(k)].
 void montRadixSquared(Unit* square, const MontModulus& m, Unit* scratch);
 
+// wipeKernelFrames: zeroes what the kernels that its caller has run left on the stack: the products of few units stand there.
+inline void wipeKernelFrames() {
+    wipeStack<2048>();
+}
+
 class Residues {
 public:
     Residues() = default;

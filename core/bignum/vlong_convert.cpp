@@ -1,5 +1,6 @@
 // Big integers from and to plain big-endian bytes and words, and the debug dump.
 #include "core/bignum/vlong_convert.h"
+#include "core/bignum/branch_free.h"
 #include "core/bignum/scoped_vlong.h"
 
 #include <algorithm>
@@ -28,16 +29,18 @@ Status VLONG_fromBytes(const std::uint8_t* bytes, std::int32_t byteCount, vlong*
     RETURN_IF_ERROR(record.alloc());
     // One unit more than 65,536 bytes need, so that is one byte too many for the size limit: meant.
     RETURN_IF_ERROR(VLONG_growKeep(record.get(), left / kUnitBytes + 1));
-    vlong* const value = *out = record.release(); // handed out before the stores, which the growth has made room for
-    for (std::uint32_t index = 0; left > 0; ++index) {
+    vlong* const value = *out = record.release(); // nothing fails any more, and no branch follows a unit
+    std::uint32_t count = 0;
+    for (; left > 0; ++count) {
         const std::uint32_t first = left - std::min(left, kUnitBytes);
         Unit unit = 0;
         for (std::uint32_t i = first; i < left; ++i) {
             unit = unit << 8 | bytes[i];
         }
-        RETURN_IF_ERROR(VLONG_setUnit(value, index, unit));
+        value->units[count] = unit;
         left = first;
     }
+    value->length = publicly(significantUnits(value->units, count));
     return OK;
 }
 

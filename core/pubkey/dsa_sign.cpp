@@ -39,7 +39,7 @@ Status makePowers(Signing& signing, const vlong* k, std::uint32_t kBits, std::ui
 // Whether the values of a key are such that a signature with it need not show them: as those of every key that is one.
 bool hasHiddenForm(const DSAKey& key, const vlong* m) {
     return takesResidues(key.q) && dsaHidesX(key) && key.x->negative == 0 && m->negative == 0 &&
-           key.x->length <= kMaxUnits / 2 && m->length <= kMaxUnits / 2;
+           key.x->length < kMaxUnits / 2 && m->length <= kMaxUnits / 2;
 }
 
 // By residues modulo q: the time shows lengths only.

@@ -85,7 +85,7 @@ Status inverseOfExponent(const vlong* exponent, const vlong* modulus, vlong** ou
             RETURN_IF_ERROR(inverse.alloc());
             RETURN_IF_ERROR(VLONG_growDiscard(inverse.get(), modulus->length));
             divideMultiple(inverse.get()->units, modulus, k, e);
-            inverse.get()->length = significantUnits(inverse.get()->units, modulus->length);
+            inverse.get()->length = publicly(significantUnits(inverse.get()->units, modulus->length));
             *out = inverse.release();
             return OK;
         }

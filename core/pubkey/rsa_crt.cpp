@@ -93,7 +93,7 @@ Status rsaInverseModPrime(const vlong* a, const vlong* p, vlong** out, vlong** q
         RETURN_IF_ERROR(prime.invert(inverse, reduced, true, &isFound));
         if (isFound) {
             RETURN_IF_ERROR(prime.record(inverse, out, queue));
-            (*out)->length = significantUnits(inverse, prime.units());
+            (*out)->length = publicly(significantUnits(inverse, prime.units()));
             return OK;
         }
     }

@@ -139,6 +139,21 @@ TEST(Stack, OfAnRsaSignature) {
                }),
                secrets);
     EXPECT_EQ(jni.takePending(), "");
+    // Nor where no deeper frame comes behind the products.
+    const std::function<Status()> parts[] = {
+        [&]() -> Status {
+            ScopedVlong result(nullptr);
+            return Rsa_PrivateCrt(&rsa, rsa.qInv, result.out(), nullptr);
+        },
+        [&]() -> Status {
+            ScopedKey loaded;
+            return AsymKey_FromPkcs8Der(der.data(), static_cast<std::uint32_t>(der.size()), loaded.get());
+        },
+    };
+    for (const auto& part : parts) {
+        SCOPED_TRACE(&part - parts);
+        expectNone(stackAfter(part), secrets);
+    }
     // The words of a divisor that a division works with all along.
     const auto division = [&rsa] {
         ScopedVlong rest(nullptr);

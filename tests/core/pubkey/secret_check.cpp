@@ -52,7 +52,11 @@ Status randomFill(void* source, std::uint32_t length, std::uint8_t* buffer) {
 Bytes privateDer(const RsaNumbers& k) {
     Bytes content;
     for (const std::string& value : {std::string(), k.n, k.e, k.d, k.p, k.q, k.dP, k.dQ, k.qInv}) {
-        const Bytes number = derInteger(value);
+        Bytes number = derInteger(value);
+        if (value != k.n && value.size() > 16) { // a secret, of which the length is public
+            const std::size_t hidden = value.size() / 2 - 2;
+            VALGRIND_MAKE_MEM_UNDEFINED(number.data() + number.size() - hidden, hidden);
+        }
         content.insert(content.end(), number.begin(), number.end());
     }
     return derItem(0x30, content);
@@ -78,7 +82,7 @@ bool rsa(const RsaNumbers& numbers, bool isBlinded) {
     return isRight;
 }
 
-// Preparing a key whose primes are hidden: without qInv, which then is a power modulo p.
+// Preparing a key whose primes are hidden, without qInv, which then is a power modulo p: with it FilledKey has read the key.
 bool load(const RsaNumbers& numbers) {
     FilledKey key(privateDer(numbers));
     std::swap(key->p, key->q);
