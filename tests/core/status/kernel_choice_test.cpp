@@ -38,8 +38,9 @@ TEST(KernelChoice, FallsOnTheBestThatTheCpuSupports) {
     expectBest("Big integers", bignumKernelTable(), chooseKernel(bignumKernelTable()));
     expectBest("Powers", modExpKernelTable(), chooseKernel(modExpKernelTable()));
     const Unit odd[16] = {1}, even[16] = {2};
-    EXPECT_EQ(&modExpKernelFor({odd, nullptr, 0, 16}), &chooseKernel(modExpKernelTable()).run);
-    EXPECT_EQ(&modExpKernelFor({even, nullptr, 0, 16}), &modExpKernelTable().back().run); // alone takes even moduli
+    EXPECT_EQ(&modExpKernelFor({odd, nullptr, 0, 16}, true), &chooseKernel(modExpKernelTable()).run);
+    EXPECT_FALSE(modExpKernelFor({odd, nullptr, 0, 16}, false).isForSecrets);
+    EXPECT_EQ(&modExpKernelFor({even, nullptr, 0, 16}, false), &modExpKernelTable().back().run); // alone takes those
 }
 
 #if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__) // clang knows fewer names

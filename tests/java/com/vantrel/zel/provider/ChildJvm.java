@@ -94,7 +94,7 @@ final class ChildJvm {
         out.toFile().deleteOnExit(); // not sooner: wine may hold them a while after the child's end
         err.toFile().deleteOnExit();
         Process process = new ProcessBuilder(command).redirectOutput(out.toFile()).redirectError(err.toFile()).start();
-        if (!process.waitFor(120, TimeUnit.SECONDS)) {
+        if (!process.waitFor(300, TimeUnit.SECONDS)) {
             process.destroyForcibly();
             throw new AssertionError("the child did not end: " + command);
         }

@@ -1,5 +1,13 @@
 package com.vantrel.zel.provider;
 
+import static org.junit.jupiter.api.Assertions.assertSame;
+import java.util.Arrays;
+import java.io.ObjectOutputStream;
+import java.io.ObjectInputStream;
+import com.vantrel.zel.provider.spi.ZelSecureRandomSpi;
+import com.vantrel.zel.provider.internal.RandomStart;
+import com.vantrel.zel.provider.internal.NativeInfo;
+import com.vantrel.zel.probe.ServiceProbe;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
@@ -38,7 +46,7 @@ import org.junit.jupiter.api.condition.EnabledOnOs;
 import org.junit.jupiter.api.condition.OS;
 import org.junit.jupiter.api.io.TempDir;
 
-/** How a virtual machine finds the native library and the provider. */
+/** How programs come by the provider, and the provider by the native library and its random numbers. */
 class LoadingTest {
     private static final Path LIBRARY = Path.of(System.getProperty("zel.library"));
     private static final String NAME = LIBRARY.getFileName().toString();
@@ -52,7 +60,10 @@ class LoadingTest {
     private Path temporary;
     private Path libraryPath;
 
-    /** Run in a child: prints which provider answers, the size of a digest and whence the library, or the provider's complaint. */
+    /**
+     * Run in a child: prints which provider answers, the size of a digest, whence the library, and in the end whether there are random numbers;
+     * or the provider's complaint.
+     */
     public static final class Probe {
         public static void main(String[] args) throws Exception {
             try {
@@ -61,6 +72,7 @@ class LoadingTest {
                 digest.update((byte) 'a');
                 System.out.println(digest.getProvider().getName() + " " + digest.digest().length + " "
                         + NativeLibrary.origin());
+                Runtime.getRuntime().addShutdownHook(new Thread(() -> System.out.println(NativeInfo.isRandomReady())));
             } catch (ProviderException e) {
                 System.out.println(e.getMessage());
             }
@@ -77,17 +89,16 @@ class LoadingTest {
 
     /** Run in a child: many class loaders load the provider at once, each closing the jar behind itself. */
     public static final class ManyLoaders {
-        private static final int LOADERS = 40;
-
         public static void main(String[] args) throws Exception {
+            int count = Integer.parseInt(args[1]);
             URL[] jar = {new File(args[0]).toURI().toURL()};
             Callable<Object> load = () -> {
                 try (URLClassLoader loader = new URLClassLoader(jar, null)) {
                     return loader.loadClass(ZelSecurityProvider.class.getName()).getConstructor().newInstance();
                 }
             };
-            ExecutorService threads = Executors.newFixedThreadPool(LOADERS);
-            for (Future<Object> provider : threads.invokeAll(Collections.nCopies(LOADERS, load))) {
+            ExecutorService threads = Executors.newFixedThreadPool(count);
+            for (Future<Object> provider : threads.invokeAll(Collections.nCopies(count, load))) {
                 System.out.println(provider.get());
             }
             threads.shutdown();
@@ -115,6 +126,35 @@ class LoadingTest {
         }
     }
 
+    /** Run in a child: the random start fails, and then the first users; last, reads back a generator that its parent has stored. */
+    public static final class FailingStart {
+        public static void main(String[] args) throws Exception {
+            Thread[] starter = new Thread[1];
+            RandomStart.begin(() -> {
+                starter[0] = Thread.currentThread();
+                throw new OutOfMemoryError("start");
+            });
+            RandomStart.begin(() -> System.out.println("begun twice"));
+            while (starter[0] == null || starter[0].isAlive()) {
+                Thread.sleep(1);
+            }
+            RandomStart.withFailureOfStart(() -> { }); // works now: nothing to tell
+            for (RuntimeException failure : List.of(new IllegalArgumentException("not the generator's doing"),
+                    new ProviderException("use"), new ProviderException("use again"))) {
+                try {
+                    RandomStart.withFailureOfStart(() -> {
+                        throw failure;
+                    });
+                } catch (RuntimeException e) {
+                    System.out.println(e.getMessage() + " " + Arrays.toString(e.getSuppressed()));
+                }
+            }
+            try (ObjectInputStream in = new ObjectInputStream(Files.newInputStream(Path.of(args[0])))) {
+                System.out.println(in.readObject().getClass().getSimpleName());
+            }
+        }
+    }
+
     @BeforeEach
     void folders() throws IOException {
         temporary = Files.createDirectory(folder.resolve("my tmp\u00e4"));
@@ -130,9 +170,9 @@ class LoadingTest {
                 "-Djava.library.path=" + libraryPath);
     }
 
-    /** Whether the library was loaded, leaving nothing behind: on Windows one copy, which a start two days later sweeps. */
+    /** Whether the library was loaded, without a wait for random numbers at the end, leaving nothing behind: on Windows one copy, which a start two days later sweeps. */
     private void assertLoads(String classPath, String origin) throws Exception {
-        assertEquals("Zel 20 " + origin, probe(classPath, temporary));
+        assertEquals("Zel 20 " + origin + "\nfalse", probe(classPath, temporary));
         File[] left = temporary.toFile().listFiles();
         assertTrue(left.length <= (IS_WINDOWS ? 1 : 0));
         for (File copy : left) {
@@ -175,9 +215,10 @@ class LoadingTest {
 
     @Test
     void byManyClassLoadersAtOnce() throws Exception {
-        for (Path path : List.of(folder, LIBRARY.getParent())) { // without a library and with one that only one can load
-            assertEquals(("Zel version " + Version.TEXT + "\n").repeat(ManyLoaders.LOADERS), ChildJvm.outputOf(ManyLoaders.class,
-                    List.of("-Djava.io.tmpdir=" + temporary, "-Djava.library.path=" + path), ChildJvm.providerJar()));
+        for (int count : new int[] {40, 3}) { // without a library, and with one that only one can load
+            Path path = count == 40 ? folder : LIBRARY.getParent();
+            assertEquals(("Zel version " + Version.TEXT + "\n").repeat(count), ChildJvm.outputOf(ManyLoaders.class, List.of(
+                    "-Djava.io.tmpdir=" + temporary, "-Djava.library.path=" + path), ChildJvm.providerJar(), "" + count));
         }
         assertTrue(IS_WINDOWS || temporary.toFile().list().length == 0);
     }
@@ -229,5 +270,77 @@ class LoadingTest {
                 + ChildJvm.testClasses(), "-Djava.io.tmpdir=" + temporary, Probe.class.getName())).out;
         assertTrue(said.contains("into " + temporary) && said.endsWith("File too large\n"), said);
         assertEquals(0, temporary.toFile().list().length);
+    }
+
+    /** A failure of the start is told to the first user who fails, too; reading a stored generator loads the library. */
+    @Test
+    void failuresOfTheStartAndStoredGenerators() throws Exception {
+        String file = folder + "/random";
+        try (ObjectOutputStream out = new ObjectOutputStream(Files.newOutputStream(Path.of(file)))) {
+            out.writeObject(new ZelSecureRandomSpi());
+        }
+        String failures = "not the generator's doing []\nuse [java.lang.OutOfMemoryError: start]\nuse again []\n";
+        assertEquals(failures + "ZelSecureRandomSpi\n", ChildJvm.outputOf(FailingStart.class, List.of(), file));
+        ChildJvm without = ChildJvm.run(FailingStart.class,
+                List.of("-Djava.io.tmpdir=/nonexistent", "-Djava.library.path="), file);
+        assertTrue(without.out.equals(failures) && without.err.contains("cannot unpack"), without.err);
+    }
+
+    private static String service(String access, String... arguments) throws Exception {
+        List<String> all = new ArrayList<>(ChildJvm.nativeAccess(access));
+        all.addAll(List.of(arguments));
+        ChildJvm child = ChildJvm.run(all);
+        assertEquals("", child.err);
+        return child.out.strip();
+    }
+
+    @Test
+    void onTheClassPathAndOnTheModulePath() throws Exception {
+        String jar = ChildJvm.providerJar();
+        String classes = ChildJvm.testClasses();
+        String probe = ServiceProbe.class.getName();
+        String byName = Files.writeString(folder.resolve("byName"), "security.provider.1=Zel\nsecurity.provider.2=SUN\n")
+                .toString();
+        String classPath = jar + File.pathSeparator + classes;
+        String module = "com.vantrel.zel.provider";
+        if (Runtime.version().feature() >= ChildJvm.FIRST_VERSION_THAT_CAN_DENY) {
+            String byClass = Files.writeString(folder.resolve("byClass"),
+                    "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\n").toString();
+            String said = ChildJvm.run(List.of("--illegal-native-access=deny", "-cp", classPath,
+                    "-Djava.security.properties=" + byClass, probe, "registered")).err;
+            assertTrue(said.contains("start Java with --enable-native-access=ALL-UNNAMED"), said);
+        }
+        assertEquals("null 32", service("ALL-UNNAMED", "-cp", classPath, probe, "loader"));
+        assertEquals("null 32", service("ALL-UNNAMED", "-cp", classPath, "-Djava.security.properties=" + byName,
+                probe, "registered"));
+        assertEquals(module + " 32", service(module, "-p", jar, "-cp", classes, probe, "loader"));
+        assertEquals(module + " 32", service(module, "-p", jar, "-cp", classes,
+                "-Djava.security.properties=" + byName, probe, "registered"));
+    }
+
+    /** For each of our services, whatever name the JDK's own provider knows it by. */
+    @Test
+    void answersToEveryNameThatTheJdkKnows() throws Exception {
+        Provider zel = new ZelSecurityProvider();
+        int names = 0;
+        for (String jdk : List.of("SUN", "SunRsaSign", "SunJCE")) {
+            Provider provider = Security.getProvider(jdk);
+            for (String entry : provider.stringPropertyNames()) {
+                String[] alias = entry.replaceFirst("^Alg\\.Alias\\.", "").split("\\.", 2);
+                Provider.Service ours = zel.getService(alias[0], provider.getProperty(entry));
+                if (ours != null && entry.startsWith("Alg.Alias.")) {
+                    assertSame(ours, zel.getService(alias[0], alias[1]), entry);
+                    ++names;
+                }
+            }
+        }
+        assertTrue(names > 20, names + " names");
+    }
+
+    /** The tool's jar says in its manifest that it loads native code, so no VM warns of it or denies it: java.base is any other module. */
+    @Test
+    void theTool() throws Exception {
+        String said = service("java.base", "-jar", System.getProperty("zel.tool.jar"), "info");
+        assertTrue(said.contains("java                " + Runtime.version().feature()), said);
     }
 }

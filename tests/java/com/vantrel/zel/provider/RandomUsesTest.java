@@ -1,12 +1,14 @@
 package com.vantrel.zel.provider;
 
 import static com.vantrel.zel.provider.TestKeys.*;
+import static org.junit.jupiter.api.Assertions.assertThrows;
 
 import com.vantrel.zel.provider.RandomUses.Use;
 import java.math.BigInteger;
 import java.security.GeneralSecurityException;
 import java.security.KeyPair;
 import java.security.KeyPairGenerator;
+import java.security.SecureRandom;
 import java.security.spec.RSAKeyGenParameterSpec;
 import java.util.ArrayList;
 import java.util.List;
@@ -39,6 +41,7 @@ class RandomUsesTest {
         repeat(USES.cipher(Cipher.ENCRYPT_MODE), 750);
         repeat(USES.cipher(Cipher.DECRYPT_MODE), 750);
         repeat(USES.random(), 50);
+        assertThrows(RuntimeException.class, () -> SecureRandom.getInstance("FIPS186PRNG", ZEL).generateSeed(-1));
     }
 
     /** Made here and by the JDK. */

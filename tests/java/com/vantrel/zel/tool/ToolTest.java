@@ -313,6 +313,7 @@ class ToolTest {
             {MADE + "JAVA_HOME=home 'the program/zel' digest",
                 "(?s)-XX:SharedArchiveFile=.*the program/zel-[0-9]+.jsa\n-XX:[+]Use.*", "0"},
             {"JAVA_HOME=home 'the program/zel' digest --then speed", "(?s)-XX:Sh.*Level=4\n.*", "0"},
+            {"cd 'the program'; chmod +t .; JAVA_HOME=../home ./zel digest; chmod -t .", "(?s)-XX:[+]Use.*", "0"},
             {"touch -d tomorrow 'the program/zel-tool.jar'; JAVA_HOME=home 'the program/zel' digest", "(?s)-XX:[+]Use.*", "0"},
             {MADE + "rm 'the program/zel-tool.jar'; cp '" + PROGRAM.getParent()
                 + "'/*.jar 'the program'; 'the program/zel' digest abc", ABC_SHA256 + "  abc\n", "0"},
