@@ -56,7 +56,7 @@ TEST(Residues, AgreeWithTheDivision) {
                 expect(Number(x));
             }
             Units x = random.units(k), y = round % 3 == 0 ? units : random.units(k, true);
-            y[0] -= round % 3 == 0 ? 1 : 0; // m - 1
+            y[0] -= round % 3 == 0 ? 1U : 0U; // m - 1
             residues.reduce(a, x.data(), k);
             residues.reduce(b, y.data(), k);
             const Number left(Units(a, a + k)), right(Units(b, b + k)), any(Units(k, ~Unit{0}));
