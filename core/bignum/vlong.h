@@ -24,7 +24,7 @@
 // a truth value read a null record as zero. Growth is the only thing that can fail beyond that: ERR_BAD_LENGTH above
 // the size limit, ERR_MEM_ALLOC_FAIL when the heap refuses; "Errors: growth" below means these two. After a failure a
 // record that was to be changed holds an unspecified, valid value. Whatever is not promised otherwise takes time that
-// depends on the values: nothing here is meant to be constant-time, with the exceptions that kernels.h names.
+// depends on the values: secrets go by residues.h and modexp.h.
 #ifndef ZELSPI_CORE_BIGNUM_VLONG_H
 #define ZELSPI_CORE_BIGNUM_VLONG_H
 

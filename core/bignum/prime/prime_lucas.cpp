@@ -4,9 +4,9 @@
 // has one, U(m) = 0 says that the quotient c of the two roots of x^2 - x + Q has c^m = 1. With V(i) = c^i + c^-i and
 // T = V(1) = 1/Q - 2 that is the same as V(m) = 2 and V(m + 1) = T, which cost one product and one square a bit of m:
 // V(2 i) = V(i)^2 - 2, V(2 i + 1) = V(i) V(i + 1) - T.
-#include "core/bignum/kernels.h"
 #include "core/bignum/prime/prime_stages.h"
 #include "core/bignum/prime/word_remainder.h"
+#include "core/bignum/residues.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
 #include "core/memory/secret.h"
@@ -19,9 +19,7 @@ namespace {
 // LucasLadder: V(i) and V(i + 1) modulo an odd modulus of k units, from i = 0 on.
 class LucasLadder {
 public:
-    explicit LucasLadder(const MontgomeryCtx& context)
-        : kernels_(bignumKernels()), modulus_{context.modulus->units, context.radixSquared->units, context.negInverse,
-                                              context.modulus->length} {
+    explicit LucasLadder(const MontgomeryCtx& context) : kernels_(bignumKernels()), modulus_(montModulusOf(context)) {
     }
     LucasLadder(const LucasLadder&) = delete;
     LucasLadder& operator=(const LucasLadder&) = delete;
@@ -125,9 +123,7 @@ Status PRIME_lucasTest(const vlong* n, std::uint32_t* flag, vlong** queue) {
         return ERR_EVEN_NUMBER;
     }
     LocalQueue local(queue);
-    MontgomeryCtx context;
-    RETURN_IF_ERROR(VLONG_initMontgomeryCtx(&context, n, local.get()));
-    const Status status = primeLucasTest(context, flag, local.get());
-    (void)VLONG_clearMontgomeryCtx(&context, local.get()); // always OK
-    return status;
+    ScopedMontgomeryCtx context(local.get());
+    RETURN_IF_ERROR(context.make(n));
+    return primeLucasTest(*context.get(), flag, local.get());
 }

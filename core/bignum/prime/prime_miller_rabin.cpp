@@ -2,6 +2,7 @@
 #include "core/bignum/prime/candidate_sieve.h"
 #include "core/bignum/prime/prime_stages.h"
 #include "core/bignum/prime/word_remainder.h"
+#include "core/bignum/residues.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
 
@@ -104,28 +105,6 @@ Status canPass(const vlong* n, const vlong* a, std::uint32_t factor, bool* answe
     return OK;
 }
 
-// ScopedContext: a Montgomery context that is made when it is first wanted.
-class ScopedContext {
-public:
-    explicit ScopedContext(vlong** queue) : queue_(queue) {
-    }
-    ScopedContext(const ScopedContext&) = delete;
-    ScopedContext& operator=(const ScopedContext&) = delete;
-    ~ScopedContext() {
-        (void)VLONG_deleteMontgomeryCtx(&context_, queue_); // always OK
-    }
-    Status make(const vlong* modulus) {
-        return context_ != nullptr ? OK : VLONG_newMontgomeryCtx(&context_, modulus, queue_);
-    }
-    const MontgomeryCtx* get() const {
-        return context_;
-    }
-
-private:
-    MontgomeryCtx* context_ = nullptr;
-    vlong** queue_;
-};
-
 } // namespace
 
 std::uint32_t PRIME_millerRabinRounds(std::uint32_t bits, PrimePurpose purpose) {
@@ -153,15 +132,16 @@ Status PRIME_millerRabinTest(const MontgomeryCtx* context, const vlong* n, const
     ScopedVlong predecessor(queue), oddPart(queue), y(queue), square(queue);
     std::uint32_t twos = 0;
     RETURN_IF_ERROR(splitPredecessor(n, predecessor.out(), oddPart.out(), &twos, queue));
-    RETURN_IF_ERROR(VLONG_modExpCtx(context, a, oddPart.get(), y.out(), queue));
+    // The candidate may become a secret prime, of which its length is public.
+    const std::uint32_t secretBits = takesResidues(n) ? VLONG_bitLength(n) : 0;
+    RETURN_IF_ERROR(VLONG_modExpOne({context, a, oddPart.get(), y.out(), secretBits}, queue));
     if (VLONG_cmpUnit(y.get(), 1) == 0 || VLONG_cmp(y.get(), predecessor.get()) == 0) {
         *flag = 1;
         return OK;
     }
-    RETURN_IF_ERROR(square.alloc());
     for (std::uint32_t i = 1; i < twos; ++i) {
-        RETURN_IF_ERROR(VLONG_square(square.get(), y.get()));
-        RETURN_IF_ERROR(VLONG_mod(square.get(), n, y.out(), queue));
+        RETURN_IF_ERROR(VLONG_mulMod(y.get(), y.get(), n, square.out(), queue));
+        y.swap(square);
         if (VLONG_cmp(y.get(), predecessor.get()) == 0) {
             *flag = 1;
             return OK;
@@ -177,7 +157,7 @@ Status primeTestSieved(const RandomBytes& random, const vlong* n, PrimePurpose p
                        std::uint32_t* flag, vlong** queue) {
     *flag = 0;
     const std::uint32_t bits = VLONG_bitLength(n);
-    ScopedContext context(queue);
+    ScopedMontgomeryCtx context(queue); // made when it is first wanted
     ScopedVlong base(queue);
     for (std::uint32_t left = PRIME_millerRabinRounds(bits, purpose); left > 0; --left) {
         // A base that happens to be a multiple of a prime n, possible for small n only, makes n composite: meant.

@@ -2,10 +2,11 @@
 // on one is an error, so a clean run shows that the compiled code takes the same path and reads the same places for all
 // values. What the library itself declares public (markPublic) is defined from there on.
 //
-// Usage: secret_check rsa|blinded|load|dsa portable|adx. With "shown" for an operation a secret is compared with another,
+// Usage: secret_check products|rsa|blinded|load|dsa portable|adx. With "shown" for an operation a secret is compared with another,
 // which must be reported: the proof that the check sees anything. Valgrind executes MULX, ADCX and ADOX on every CPU,
 // whatever CPUID says; AVX-512 it does not know.
 #include "core/bignum/branch_free.h"
+#include "core/bignum/kernels.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/cpu/cpu_features.h"
 #include "core/pubkey/dsa.h"
@@ -41,6 +42,22 @@ void hide(std::initializer_list<const vlong*> values) {
 void hide(const MontgomeryCtx& context) {
     VALGRIND_MAKE_MEM_UNDEFINED(&context.negInverse, sizeof context.negInverse);
     hide({context.modulus, context.radixSquared, context.RInverse});
+}
+
+// Powers, and so Montgomery products and squares, of sizes that the kernels treat each in their own way.
+bool products() {
+    for (const std::uint32_t k : {1U, 2U, 3U, 4U, 5U, 8U, 9U, 15U, 16U, 24U, 32U, 33U, 64U}) {
+        Units modulus(k, ~Unit{0}), radixSquared(k), base(k), exponent(2), result(k);
+        radixSquared[0] = 1;                                            // (2^(64 k))^2 modulo 2^(64 k) - 1
+        const MontModulus m{modulus.data(), radixSquared.data(), 1, k}; // -1/m of 2^64 - 1
+        for (Units* const secret : {&modulus, &base, &exponent}) {
+            VALGRIND_MAKE_MEM_UNDEFINED(secret->data(), secret->size() * sizeof(Unit));
+        }
+        const ModExpKernel& kernel = modExpKernelFor(m, true);
+        Units scratch(kernel.scratchUnits(k, 66, true));
+        kernel.one({result.data(), base.data(), exponent.data(), 66, m, true}, scratch.data());
+    }
+    return true;
 }
 
 Status randomFill(void* source, std::uint32_t length, std::uint8_t* buffer) {
@@ -127,8 +144,8 @@ bool dsa() {
 }
 
 bool run(std::string_view operation) {
-    if (operation == "dsa") {
-        return dsa();
+    if (operation == "dsa" || operation == "products") {
+        return operation == "dsa" ? dsa() : products();
     }
     bool isRight = true;
     for (const Words& words : vectorsOf("core/pubkey/rsa_vectors.txt", "rsakey")) {
