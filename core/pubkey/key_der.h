@@ -7,7 +7,8 @@
 //
 // A reader releases what the container held and leaves it empty on failure. A writer leaves the container as it is.
 // Foreign bytes: a reader never crashes, leaks or hangs, but only asymKeyReadSigner bounds the size of an RSA key: loading
-// one of 16,384 bits takes milliseconds, one of half a million bits seconds. Callers that take keys from strangers cap them.
+// one of 16,384 bits takes milliseconds if its qInv is right and p > q, otherwise the time of a power modulo p; one of half
+// a million bits takes seconds. Callers that take keys from strangers cap them.
 #ifndef ZELSPI_CORE_PUBKEY_KEY_DER_H
 #define ZELSPI_CORE_PUBKEY_KEY_DER_H
 
