@@ -4,12 +4,11 @@
 
 namespace {
 
-FaultPoint* firstPoint = nullptr;
+std::atomic<FaultPoint*> firstPoint{nullptr};
 
 } // namespace
 
-FaultPoint::FaultPoint() : next_(firstPoint) {
-    firstPoint = this;
+FaultPoint::FaultPoint() : next_(firstPoint.exchange(this)) {
 }
 
 bool FaultPoint::strikes() {
