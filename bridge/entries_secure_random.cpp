@@ -5,12 +5,12 @@
 
 namespace {
 
-// The one engine, bound to self on its first call.
+// The one engine, bound to self on its first call. Null with an exception pending: the binding cannot be read or written.
 ZelSecureRandom* boundEngine(JNIEnv* env, jobject self) {
     ZelSecureRandom* const engine = findEngine<ZelSecureRandom>(env, self);
     if (engine == nullptr && env->ExceptionCheck() == JNI_FALSE) {
         ZelObject::setContext(env, self, ZelSecureRandom::instance());
-        return ZelSecureRandom::instance();
+        return env->ExceptionCheck() == JNI_FALSE ? ZelSecureRandom::instance() : nullptr;
     }
     return engine;
 }

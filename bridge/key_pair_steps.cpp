@@ -2,6 +2,7 @@
 
 #include "bridge/java_arrays.h"
 #include "bridge/java_exceptions.h"
+#include "bridge/shared_random.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ jbyteArray newKeyPair(JNIEnv* env, jint keySize, const KeyPairSteps& steps) {
     ScopedKey key;
     if (!raise(env, "error initializing asymmetric key", AsymKey_Init(key.get())) ||
         !raise(env, steps.makeFailed, steps.make(key.get(), nullptr)) ||
-        !raise(env, steps.generateFailed, steps.generate(context, key.get(), keySize))) {
+        !raise(env, steps.generateFailed, steps.generate(sharedBytes(context), key.get(), keySize))) {
         return nullptr;
     }
     std::uint8_t* bytes = nullptr;

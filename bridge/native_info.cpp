@@ -1,7 +1,7 @@
 // The native methods of the Java class NativeInfo. They are registered when a VM loads the library, so that they add
 // nothing to the exported entry points.
 
-#include "bridge/native_info.h"
+#include "bridge/shared_random.h"
 #include "core/aes/aes_kernels.h"
 #include "core/bignum/kernels.h"
 #include "core/hash/sha_kernels.h"
@@ -12,6 +12,9 @@
 #include <iterator>
 
 namespace {
+
+// What the Java side looks for in the library's file before it loads it; nothing here reads it.
+[[gnu::used]] constexpr char kVersionMark[] = "zelspi version " ZEL_VERSION;
 
 constexpr char kClassName[] = "com/vantrel/zel/provider/internal/NativeInfo";
 

@@ -34,7 +34,8 @@ public:
     // name as its text: "message : NAME", "message : -12345" for a status without a name, the message alone for OK.
     // In/out:  an exception that was pending already becomes the new one's cause.
     // Errors:  an Error of the VM that is pending stays, and nothing is raised; a class that cannot be found leaves the
-    //          VM's NoClassDefFoundError; an exception that cannot be raised leaves a line on standard error.
+    //          VM's NoClassDefFoundError, a lack of memory its OutOfMemoryError, which suppress what was pending; an
+    //          exception that cannot be raised leaves a line on standard error, and what was pending.
     static void throwStaticException(JNIEnv* env, const char* className, const char* message,
                                      enum_errDescrValues status);
 

@@ -1,7 +1,7 @@
 #include "bridge/java_exceptions.h"
-#include "bridge/native_info.h"
+#include "bridge/shared_random.h"
 #include "bridge/zel_object.h"
-#include "core/random/random.h"
+#include "platform/rtos_clock.h"
 #include "platform/static_lock.h"
 
 #include <atomic>
@@ -13,6 +13,11 @@ std::atomic<RandomContext*> sharedContext{nullptr};
 
 // Not one of the core's mutexes: their limit of five seconds is less than an acquisition takes.
 StaticLock makingLock;
+
+// How many threads have waited for the context for as long as the core lets them. Its mutex knows no order: while there are
+// any, the others stand back, but not for longer, so that nobody starves in a crowd.
+std::atomic<int> overdue{0};
+constexpr int kStandBackMs = 5000;
 
 Status makeShared() {
     const StaticLockHolder holder(makingLock);
@@ -40,4 +45,19 @@ RandomContext* ZelObject::getRandomContext(JNIEnv* env) {
 
 bool isSharedRandomReady() {
     return sharedContext.load(std::memory_order_acquire) != nullptr;
+}
+
+Status drawShared(void* context, std::uint32_t length, std::uint8_t* buffer) {
+    for (int i = 0; i < kStandBackMs && overdue.load(std::memory_order_relaxed) != 0; ++i) {
+        rtosSleepMs(1);
+    }
+    Status status = randomGenerateCallback(context, length, buffer);
+    if (status == ERR_RTOS_MUTEX_WAIT) { // the core's limit, or an owner that has ended
+        overdue.fetch_add(1, std::memory_order_relaxed);
+        do {
+            status = randomGenerateCallback(context, length, buffer);
+        } while (status == ERR_RTOS_MUTEX_WAIT);
+        overdue.fetch_sub(1, std::memory_order_relaxed);
+    }
+    return status;
 }

@@ -26,49 +26,58 @@ jthrowable takePending(JNIEnv* env) {
     return pending;
 }
 
-// Whether the exception is an Error: the VM's own (OutOfMemoryError, NoClassDefFoundError, NoSuchFieldError).
+// Whether the exception is an Error: the VM's own (OutOfMemoryError, NoClassDefFoundError, NoSuchFieldError). A VM that does
+// not find that class is short of something itself: what it has left is then taken for one.
 bool isVmError(JNIEnv* env, jthrowable exception) {
     const jclass errorClass = env->FindClass("java/lang/Error");
     if (errorClass == nullptr) {
         env->ExceptionClear();
-        return false;
+        return true;
     }
     const bool isError = env->IsInstanceOf(exception, errorClass) != JNI_FALSE;
     env->DeleteLocalRef(errorClass);
     return isError;
 }
 
-// Makes cause the cause of the exception that is pending, which stays pending.
-void attachCause(JNIEnv* env, jthrowable cause) {
+// Attaches the earlier exception to the one that is pending, which stays pending: as its cause, or as suppressed by an Error
+// of the VM that has come in its place, which has a cause of its own or is one object for all threads.
+void attach(JNIEnv* env, jthrowable earlier) {
     const jthrowable raised = takePending(env);
     const jclass raisedClass = env->GetObjectClass(raised);
-    const jmethodID initCause =
-        env->GetMethodID(raisedClass, "initCause", "(Ljava/lang/Throwable;)Ljava/lang/Throwable;");
-    if (initCause != nullptr) {
-        env->DeleteLocalRef(env->CallObjectMethod(raised, initCause, cause));
+    if (isVmError(env, raised)) {
+        const jmethodID addSuppressed = env->GetMethodID(raisedClass, "addSuppressed", "(Ljava/lang/Throwable;)V");
+        if (addSuppressed != nullptr) {
+            env->CallVoidMethod(raised, addSuppressed, earlier);
+        }
+    } else {
+        const jmethodID initCause =
+            env->GetMethodID(raisedClass, "initCause", "(Ljava/lang/Throwable;)Ljava/lang/Throwable;");
+        if (initCause != nullptr) {
+            env->DeleteLocalRef(env->CallObjectMethod(raised, initCause, earlier));
+        }
     }
-    env->ExceptionClear(); // without its cause it still says what failed
+    env->ExceptionClear(); // without the earlier one it still says what failed
     env->Throw(raised);
     env->DeleteLocalRef(raisedClass);
     env->DeleteLocalRef(raised);
 }
 
+// Leaves an exception pending: the new one, or the VM's Error where its class is not found or memory is short.
 void raise(JNIEnv* env, const char* className, const char* text, jthrowable earlier) {
     const jclass exceptionClass = env->FindClass(className);
-    if (exceptionClass == nullptr) {
-        return;
-    }
-    if (env->ThrowNew(exceptionClass, text) == 0) {
-        if (earlier != nullptr) {
-            attachCause(env, earlier);
-        }
-    } else {
+    if (exceptionClass != nullptr && env->ThrowNew(exceptionClass, text) != 0) {
         std::fprintf(stderr, "unable to throw exception: %s\n", text);
         if (earlier != nullptr && env->ExceptionCheck() == JNI_FALSE) {
             env->Throw(earlier);
+            earlier = nullptr;
         }
     }
-    env->DeleteLocalRef(exceptionClass);
+    if (earlier != nullptr) {
+        attach(env, earlier);
+    }
+    if (exceptionClass != nullptr) {
+        env->DeleteLocalRef(exceptionClass);
+    }
 }
 
 } // namespace

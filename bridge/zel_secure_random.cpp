@@ -3,8 +3,8 @@
 #include "bridge/java_arrays.h"
 #include "bridge/java_exceptions.h"
 #include "bridge/pieces.h"
+#include "bridge/shared_random.h"
 #include "core/memory/secret.h"
-#include "core/random/random.h"
 
 #include <algorithm>
 #include <new>
@@ -42,7 +42,7 @@ bool addSeed(JNIEnv* env, RandomContext* context, jbyteArray seed, std::uint8_t*
 // Fills the array up to the first failure. False when it is not filled: by the status, or with an exception pending.
 bool fill(JNIEnv* env, RandomContext* context, jbyteArray bytes, std::uint8_t* piece, Status& status) {
     return forEachPiece(env->GetArrayLength(bytes), [&](jint offset, jint count) {
-        status = randomGenerate(context, piece, static_cast<std::uint32_t>(count));
+        status = drawShared(context, static_cast<std::uint32_t>(count), piece);
         return !isError(status) &&
                copyPiece(env, bytes, offset, [&](std::uint8_t* to) { (void)memCopy(to, piece, count); });
     });

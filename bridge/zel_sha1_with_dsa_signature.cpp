@@ -3,6 +3,7 @@
 #include "bridge/dsa_der.h"
 #include "bridge/java_arrays.h"
 #include "bridge/java_exceptions.h"
+#include "bridge/shared_random.h"
 #include "bridge/zel_sha1_message_digest.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
@@ -111,8 +112,8 @@ Status ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object, std::uint8_t**
     ScopedVlong s(nullptr);
     bool verified = false;
     const Status status = context == nullptr ? ERR_NULL_POINTER
-                                             : dsaSignMakingY(context, asymKeyDsa(&state_.key), message.get(),
-                                                              &verified, r.out(), s.out(), nullptr);
+                                             : dsaSignMakingY(sharedBytes(context), asymKeyDsa(&state_.key),
+                                                              message.get(), &verified, r.out(), s.out(), nullptr);
     if (!raise(env, "error signing message", status)) {
         return ERR_INTERNAL_ERROR;
     }

@@ -259,9 +259,17 @@ bool ZelShaWithRsaSignature::openSignature(JNIEnv* env, jbyteArray signature, ji
     ScopedVlong input(nullptr);
     ScopedVlong result(nullptr);
     Status status = OK;
+    bool isOpen = false;
     {
         const CriticalBytes bytes(env, signature);
-        status = bytes.isOpen() ? Rsa_BytesToVlong(bytes.data() + offset, k, input.out()) : ERR_MEM_ALLOC_FAIL;
+        isOpen = bytes.isOpen();
+        if (isOpen) {
+            status = Rsa_BytesToVlong(bytes.data() + offset, k, input.out());
+        }
+    }
+    if (!isOpen) {
+        raiseOutOfMemory(env);
+        return false;
     }
     if (!raise(env, kNoSignatureInteger, status)) {
         return false;

@@ -152,9 +152,7 @@ TEST_F(DsaSignature, RefusalsOfSign) {
     initSign();
     EXPECT_EQ(entries->signInto(env, object, nullptr, 0, 60), 0);
     EXPECT_EQ(jni.takePending(), kNullArray);
-    const Fault fault(PlatformService::mutexWait, 1);
-    EXPECT_EQ(entries->sign(env, object), nullptr);
-    EXPECT_EQ(jni.takePending(), failedSign("error signing message : ERR_RTOS_MUTEX_WAIT", "ERR_INTERNAL_ERROR"));
+    const Fault fault(PlatformService::mutexWait, 1); // waits once more
     jni.newByteArrayGivesNull = true;
     EXPECT_EQ(entries->sign(env, object), nullptr);
     EXPECT_EQ(jni.takePending(), kNoMemory);

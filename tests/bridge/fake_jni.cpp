@@ -19,6 +19,9 @@ std::string describe(const FakeObject* throwable) {
     std::string text;
     for (; throwable != nullptr; throwable = throwable->cause) {
         text += (text.empty() ? "" : " < ") + throwable->className + ": " + throwable->message;
+        if (throwable->suppressed != nullptr) {
+            text += " + " + describe(throwable->suppressed);
+        }
     }
     return text;
 }
@@ -79,14 +82,20 @@ void FakeJni::installObjects() {
     };
     table_.GetMethodID = [](JNIEnv* env, jclass, const char* name, const char*) -> jmethodID {
         self(env).enter("GetMethodID");
-        return std::string(name) == "initCause" ? reinterpret_cast<jmethodID>(&self(env)) : nullptr;
+        return std::set<std::string>{"initCause", "addSuppressed"}.contains(name)
+                   ? reinterpret_cast<jmethodID>(&self(env))
+                   : nullptr;
     };
-    // Throwable.initCause is the only method there is.
+    // Throwable.initCause is the only method that returns an object, Throwable.addSuppressed the only one without a result.
     table_.CallObjectMethodV = [](JNIEnv* env, jobject object, jmethodID, va_list arguments) -> jobject {
         self(env).enter("CallObjectMethod");
         fake(object)->cause = fake(va_arg(arguments, jobject));
         ++self(env).localReferences;
         return object;
+    };
+    table_.CallVoidMethodV = [](JNIEnv* env, jobject object, jmethodID, va_list arguments) -> void {
+        self(env).enter("CallVoidMethod");
+        fake(object)->suppressed = fake(va_arg(arguments, jobject));
     };
 }
 
@@ -103,7 +112,11 @@ void FakeJni::installExceptions() {
         if (jni.throwNewFails) {
             return JNI_ERR;
         }
-        jni.raise(fake(type)->className.c_str(), message);
+        if (jni.throwNewRunsOut) {
+            jni.raise("java/lang/OutOfMemoryError", "Java heap space");
+        } else {
+            jni.raise(fake(type)->className.c_str(), message);
+        }
         return 0;
     };
     table_.ExceptionOccurred = [](JNIEnv* env) -> jthrowable {

@@ -22,6 +22,7 @@ struct FakeObject {
     std::map<std::string, jlong> fields; // long fields
     std::string message;                 // of a throwable
     FakeObject* cause = nullptr;         // of a throwable
+    FakeObject* suppressed = nullptr;    // of a throwable: the last one
     std::vector<jbyte> bytes;            // of a byte array
     jsize claimedLength = -1; // of a byte array: what GetArrayLength says instead of the truth; -1: the truth
 };
@@ -45,7 +46,8 @@ public:
     static FakeObject& of(jobject object);
     static jlong context0(jobject object);
 
-    // What is pending: "class: message", with " < class: message" for each cause; empty when nothing is.
+    // What is pending: "class: message", with " < class: message" for each cause and " + " for what is
+    // suppressed; empty when nothing is.
     std::string pending() const;
     // The same, and nothing is pending any more.
     std::string takePending();
@@ -53,6 +55,7 @@ public:
     // Switches.
     std::string classNotFound;            // FindClass fails for this class
     bool throwNewFails = false;           // ThrowNew reports failure and leaves nothing pending
+    bool throwNewRunsOut = false;         // ThrowNew leaves an OutOfMemoryError and reports success
     bool newByteArrayFails = false;       // NewByteArray leaves an OutOfMemoryError
     bool newByteArrayGivesNull = false;   // ... returns null and leaves nothing pending
     bool criticalFails = false;           // GetPrimitiveArrayCritical returns null

@@ -250,6 +250,10 @@ TEST_F(RsaSignature, RefusalsOfTheVm) {
     jni.takePending();
     const jbyteArray signature = entries->sign(env, object); // of nothing, as the hash is spent
     initVerify(kRsa512);
+    jni.criticalFails = true;
+    EXPECT_EQ(entries->verify(env, object, signature), JNI_FALSE);
+    EXPECT_EQ(jni.takePending(), kNoMemory);
+    jni.criticalFails = false;
     EXPECT_EQ(entries->verify(env, object, signature), JNI_TRUE);
 }
 

@@ -35,6 +35,7 @@ TEST_F(Frame, AnEarlierExceptionBecomesTheCauseButErrorsOfTheVmStand) {
     EXPECT_EQ(jni.takePending(),
               "java/security/DigestException: high < java/security/ProviderException: low : ERR_EOF");
     raise("heap", OK, kOutOfMemoryError);
+    jni.classNotFound = "java/lang/Error"; // that is pending all the same
     raise("later", ERR_EOF);
     EXPECT_EQ(jni.takePending(), "java/lang/OutOfMemoryError: heap");
 }
@@ -46,9 +47,17 @@ TEST_F(Frame, ExceptionsThatCannotBeRaised) {
     raise("high", ERR_EOF);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "unable to throw exception: high : ERR_EOF\n");
     EXPECT_EQ(jni.takePending(), "java/security/ProviderException: low");
-    jni.classNotFound = kProviderException;
-    raise("text");
-    EXPECT_EQ(jni.takePending(), std::string("java/lang/NoClassDefFoundError: ") + kProviderException);
+    jni.throwNewFails = false;
+    raise("low");
+    jni.throwNewRunsOut = true;
+    raise("high");
+    EXPECT_EQ(jni.takePending(), "java/lang/OutOfMemoryError: Java heap space + java/security/ProviderException: low");
+    jni.throwNewRunsOut = false;
+    raise("low");
+    jni.classNotFound = kDigestException;
+    raise("high", OK, kDigestException);
+    EXPECT_EQ(jni.takePending(), std::string("java/lang/NoClassDefFoundError: ") + kDigestException +
+                                     " + java/security/ProviderException: low");
 }
 
 std::string dumped(const std::vector<std::uint8_t>& bytes) {

@@ -68,9 +68,9 @@ final class ChildJvm {
         return runAfter(List.of(), javaHome, arguments);
     }
 
-    /** Runs java where no file can be larger than 100 KiB, which stands in for a full disk. */
-    static ChildJvm runWithoutRoom(List<String> arguments) throws IOException, InterruptedException {
-        String limited = "ulimit -f 200; java=$1; shift; exec \"$java\" -XX:-UsePerfData \"$@\"";
+    /** Runs java under a limit that the shell's command ulimit sets. */
+    static ChildJvm runLimited(String limit, List<String> arguments) throws IOException, InterruptedException {
+        String limited = "ulimit " + limit + "; java=$1; shift; exec \"$java\" -XX:-UsePerfData \"$@\"";
         return runAfter(List.of("sh", "-c", limited, "sh"), Path.of(System.getProperty("java.home")), arguments);
     }
 

@@ -27,6 +27,7 @@ import org.junit.jupiter.params.provider.MethodSource;
 class DeploymentTest {
     private static final Path JDKS = Path.of("/usr/lib/jvm");
     private static final int FIRST_VERSION = 11;
+    private static final int FIRST_VERSION_THAT_DENIES = 24;
 
     @TempDir Path folder;
 
@@ -70,6 +71,13 @@ class DeploymentTest {
                 .toString();
         String classPath = jar + File.pathSeparator + classes;
         String module = "com.vantrel.zel.provider";
+        if (version(jdk) >= FIRST_VERSION_THAT_DENIES) {
+            String byClass = Files.writeString(folder.resolve("byClass"),
+                    "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\n").toString();
+            String said = ChildJvm.run(jdk, List.of("--illegal-native-access=deny", "-cp", classPath,
+                    "-Djava.security.properties=" + byClass, probe, "registered")).err;
+            assertTrue(said.contains("start Java with --enable-native-access=ALL-UNNAMED"), said);
+        }
         assertEquals("null 32", probe(jdk, "ALL-UNNAMED", "-cp", classPath, probe, "loader"));
         assertEquals("null 32", probe(jdk, "ALL-UNNAMED", "-cp", classPath, "-Djava.security.properties=" + byName,
                 probe, "registered"));

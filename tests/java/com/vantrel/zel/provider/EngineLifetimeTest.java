@@ -2,25 +2,36 @@ package com.vantrel.zel.provider;
 
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import com.sun.management.HotSpotDiagnosticMXBean;
+import java.lang.management.ManagementFactory;
+import java.lang.ref.Reference;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.security.KeyFactory;
+import java.security.KeyPair;
 import java.security.KeyPairGenerator;
 import java.security.MessageDigest;
 import java.security.Provider;
 import java.security.PublicKey;
 import java.security.Signature;
+import java.security.interfaces.RSAPrivateCrtKey;
+import java.security.spec.PKCS8EncodedKeySpec;
 import java.util.List;
+import java.util.regex.Pattern;
 import javax.crypto.Cipher;
 import javax.crypto.spec.IvParameterSpec;
 import javax.crypto.spec.SecretKeySpec;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.condition.EnabledOnOs;
 import org.junit.jupiter.api.condition.OS;
+import org.junit.jupiter.api.io.TempDir;
 
-/** Native memory comes back when Java objects are dropped. Linux says how much a process has. */
+/** What stays in memory: native memory comes back when Java objects are dropped. Linux says how much a process has. */
 @EnabledOnOs(OS.LINUX)
 class EngineLifetimeTest {
     private static final int DIGESTS = 1_000_000;
+    private static final int SIGNERS = 100;
 
     /** Run in a child with a small heap: prints by how many KiB the process has grown while it made and dropped digests. */
     public static final class Dropper {
@@ -70,6 +81,35 @@ class EngineLifetimeTest {
                     .filter(line -> line.startsWith("VmRSS:")).findAny().get();
             return Long.parseLong(resident.replaceAll("[^0-9]", ""));
         }
+    }
+
+    /** Run in a child: prints how often the prime of a key stands in the Java heap while many objects have that key. */
+    public static final class Signers {
+        public static void main(String[] args) throws Exception {
+            RSAPrivateCrtKey key = (RSAPrivateCrtKey) KeyFactory.getInstance("RSA", "SunRsaSign")
+                    .generatePrivate(new PKCS8EncodedKeySpec(Files.readAllBytes(Path.of(args[1]))));
+            Signature[] signatures = new Signature[SIGNERS];
+            for (int i = 0; i < SIGNERS; ++i) {
+                signatures[i] = TestKeys.signing("SHA256withRSA", new KeyPair(null, key), TestKeys.ZEL);
+                signatures[i].sign();
+                signatures[i].update((byte) 1);
+            }
+            ManagementFactory.getPlatformMXBean(HotSpotDiagnosticMXBean.class).dumpHeap(args[0], false);
+            String content = Files.readString(Path.of(args[0]), StandardCharsets.ISO_8859_1);
+            // Without the sign byte; a BigInteger stands there in the same order.
+            String prime = new String(key.getPrimeP().toByteArray(), 1, 64, StandardCharsets.ISO_8859_1);
+            System.out.println(content.split(Pattern.quote(prime), -1).length - 1);
+            Reference.reachabilityFence(signatures);
+        }
+    }
+
+    /** But by the key itself, and by the reading of it. */
+    @Test
+    void privateKeysAreNotCopied(@TempDir Path folder) throws Exception {
+        Path key = Files.write(folder.resolve("key"), TestKeys.jdkPair("RSA", 1024).getPrivate().getEncoded());
+        String count = ChildJvm.outputOf(Signers.class, List.of("-Xmx256m", "-XX:+UseSerialGC"),
+                folder.resolve("heap.hprof").toString(), key.toString()).strip();
+        assertTrue(Integer.parseInt(count) > 0 && Integer.parseInt(count) < SIGNERS, count + " copies");
     }
 
     @Test

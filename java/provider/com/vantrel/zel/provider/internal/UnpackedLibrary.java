@@ -5,6 +5,7 @@ import java.io.InputStream;
 import java.nio.file.DirectoryIteratorException;
 import java.nio.file.DirectoryStream;
 import java.nio.file.FileAlreadyExistsException;
+import java.nio.file.FileSystemException;
 import java.nio.file.Files;
 import java.nio.file.LinkOption;
 import java.nio.file.Path;
@@ -14,6 +15,7 @@ import java.nio.file.attribute.PosixFilePermissions;
 import java.nio.file.attribute.UserPrincipal;
 import java.time.Duration;
 import java.time.Instant;
+import java.util.Iterator;
 
 /**
  * A library in a private temporary folder of its own, gone when closed. Some systems do not delete a library that is
@@ -21,12 +23,19 @@ import java.time.Instant;
  *
  * <p>The JDK's own helpers for temporary files draw their names from a SecureRandom, which may be this very provider. So
  * the name is made here: it may be guessed, but a folder that exists already is never used, and only its owner can enter.
+ * Where other users could put another folder in its place nothing is unpacked.
  */
 final class UnpackedLibrary implements AutoCloseable {
     private static final String PREFIX = "zelspi-";
     private static final Duration STALE = Duration.ofDays(1);
     private static final int ATTEMPTS = 1000;
-    private static final int SWEPT_AT_ONCE = 100;
+
+    /** The most that a sweep looks at: anybody may fill a shared folder with such names, and every start would pay for it. */
+    private static final int LOOKED_AT_ONCE = 200;
+
+    private static final String MODE = "unix:mode";
+    private static final int STICKY = 01000;
+    private static final int WRITABLE_BY_OTHERS = 00002;
 
     private final Path file;
 
@@ -36,7 +45,7 @@ final class UnpackedLibrary implements AutoCloseable {
 
     /** Copies the library into a new private folder, under the given file name. */
     static UnpackedLibrary of(InputStream library, String fileName) throws IOException {
-        Path temporary = Path.of(System.getProperty("java.io.tmpdir", "")).toAbsolutePath();
+        Path temporary = safe(Path.of(System.getProperty("java.io.tmpdir", "")).toAbsolutePath());
         Path folder = newFolder(temporary);
         sweep(temporary, fileName, Files.getOwner(folder));
         UnpackedLibrary unpacked = new UnpackedLibrary(folder.resolve(fileName));
@@ -56,6 +65,27 @@ final class UnpackedLibrary implements AutoCloseable {
     @Override
     public void close() {
         deleteUnpacked(file);
+    }
+
+    /**
+     * The folder's real path, which leads through no folder whose entries any user can rename. A folder that a group may write
+     * to is its owner's choice. Windows has no such bits: its temporary folder is each user's own, and in the one of the
+     * system's services nobody but the owner can rename.
+     *
+     * @throws FileSystemException if there is such a folder on the way
+     */
+    private static Path safe(Path temporary) throws IOException {
+        if (!temporary.getFileSystem().supportedFileAttributeViews().contains("unix")) {
+            return temporary;
+        }
+        Path real = temporary.toRealPath();
+        for (Path folder = real; folder != null; folder = folder.getParent()) {
+            if (((int) Files.getAttribute(folder, MODE) & (WRITABLE_BY_OTHERS | STICKY)) == WRITABLE_BY_OTHERS) {
+                throw new FileSystemException(folder.toString(), null, "other users could replace the library there; name"
+                        + " another folder by -Djava.io.tmpdir, or put the library into a folder of java.library.path");
+            }
+        }
+        return real;
     }
 
     private static Path newFolder(Path temporary) throws IOException {
@@ -84,13 +114,11 @@ final class UnpackedLibrary implements AutoCloseable {
     private static void sweep(Path temporary, String fileName, UserPrincipal owner) {
         FileTime limit = FileTime.from(Instant.now().minus(STALE));
         try (DirectoryStream<Path> folders = Files.newDirectoryStream(temporary, PREFIX + "*")) {
-            int swept = 0;
-            for (Path folder : folders) {
+            int left = LOOKED_AT_ONCE;
+            for (Iterator<Path> each = folders.iterator(); left > 0 && each.hasNext(); --left) {
+                Path folder = each.next();
                 if (isStale(folder, owner, limit)) {
                     deleteUnpacked(folder.resolve(fileName));
-                    if (++swept == SWEPT_AT_ONCE) {
-                        return;
-                    }
                 }
             }
         } catch (IOException | DirectoryIteratorException e) {

@@ -47,8 +47,8 @@ final class AesMessage {
         byte[] keyBytes = new byte[AesKeys.KEY_BYTES];
         this.key = keyBytes;
         this.owner = new EngineOwner(engine, context0 -> {
-            ZelAes256CipherSpi.delete(context0);
             Arrays.fill(keyBytes, (byte) 0);
+            ZelAes256CipherSpi.delete(context0);
         });
     }
 
@@ -57,7 +57,7 @@ final class AesMessage {
         return iv == null ? null : iv.clone();
     }
 
-    /** Starts afresh, on a new engine; keeps the iv and a copy of the key's bytes. */
+    /** Starts afresh, on a new engine; keeps the iv and a copy of the key's bytes, but neither when the engine cannot be made. */
     synchronized void init(boolean encrypts, byte[] iv, byte[] keyBytes) {
         if (engine.context0() != 0) {
             engine.deleteContext0();
@@ -67,7 +67,14 @@ final class AesMessage {
         this.encrypts = encrypts;
         this.iv = iv;
         forget();
-        begin();
+        try {
+            begin();
+        } finally {
+            if (!isRunning) {
+                Arrays.fill(key, (byte) 0);
+                this.iv = null;
+            }
+        }
     }
 
     private long messageSize(int length) {

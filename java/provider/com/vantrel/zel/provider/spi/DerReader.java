@@ -66,14 +66,19 @@ final class DerReader {
         return content;
     }
 
-    /** An INTEGER as its content bytes say, read as unsigned: some programs leave out the sign byte. */
+    /** A copy of an INTEGER, for what is no secret. */
     BigInteger integer() throws IOException {
+        return magnitude().toBigInteger();
+    }
+
+    /** An INTEGER as its content bytes say, read as unsigned: some programs leave out the sign byte. */
+    Magnitude magnitude() throws IOException {
         DerReader content = element(INTEGER);
         int length = content.end - content.at;
         if (length == 0 || length > 1 && bytes[content.at] == 0 && bytes[content.at + 1] >= 0) {
             throw new IOException("an integer that is not DER");
         }
-        return new BigInteger(1, bytes, content.at, length);
+        return new Magnitude(bytes, content.at, content.end);
     }
 
     /** Passes over an OBJECT IDENTIFIER; whether it has this content. */

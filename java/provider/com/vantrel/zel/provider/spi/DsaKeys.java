@@ -32,8 +32,8 @@ final class DsaKeys {
     static byte[] encodedPublic(PublicKey key) throws InvalidKeyException {
         return KeyEncodings.checked(key, DSAPublicKey.class, "X.509", encoded -> {
             DerReader info = new DerReader(encoded).sequence();
-            BigInteger p = checkedParameters(info.sequence())[0];
-            checkRange("y", new DerReader(info.bitString().rest()).integer(), p);
+            Magnitude p = checkedParameters(info.sequence())[0];
+            checkRange("y", info.bitString().magnitude(), p);
             return encoded;
         });
     }
@@ -43,8 +43,8 @@ final class DsaKeys {
         return KeyEncodings.checked(key, DSAPrivateKey.class, "PKCS#8", encoded -> {
             DerReader info = new DerReader(encoded).sequence();
             info.integer(); // the version, which the engine judges
-            BigInteger q = checkedParameters(info.sequence())[1];
-            BigInteger x = info.octetString().integer();
+            Magnitude q = checkedParameters(info.sequence())[1];
+            Magnitude x = info.octetString().magnitude();
             if (x.bitLength() < MIN_X_BITS || x.compareTo(q) >= 0) {
                 throw new InvalidKeyException("the value x of the DSA key is out of range");
             }
@@ -53,7 +53,7 @@ final class DsaKeys {
     }
 
     /** Reads p, q and g, in this order. */
-    private static BigInteger[] checkedParameters(DerReader algorithm) throws IOException, InvalidKeyException {
+    private static Magnitude[] checkedParameters(DerReader algorithm) throws IOException, InvalidKeyException {
         if (!algorithm.isObjectIdentifier(ID_DSA)) {
             throw new InvalidKeyException("the key is not for the algorithm DSA");
         }
@@ -61,19 +61,19 @@ final class DsaKeys {
             throw new InvalidKeyException("the DSA key has no parameters of its own");
         }
         DerReader values = algorithm.sequence();
-        BigInteger[] parameters = {values.integer(), values.integer(), values.integer()};
+        Magnitude[] parameters = {values.magnitude(), values.magnitude(), values.magnitude()};
         if (parameters[0].bitLength() != P_BITS || parameters[1].bitLength() != Q_BITS) {
             throw new InvalidKeyException("only DSA keys with a p of " + P_BITS + " bits and a q of " + Q_BITS
                     + " bits are supported, not of " + parameters[0].bitLength() + " and " + parameters[1].bitLength());
         }
-        if (!parameters[0].testBit(0) || !parameters[1].testBit(0)) {
+        if (!parameters[0].isOdd() || !parameters[1].isOdd()) {
             throw new InvalidKeyException("the primes of the DSA key are even");
         }
         checkRange("g", parameters[2], parameters[0]);
         return parameters;
     }
 
-    private static void checkRange(String name, BigInteger value, BigInteger p) throws InvalidKeyException {
+    private static void checkRange(String name, Magnitude value, Magnitude p) throws InvalidKeyException {
         if (value.bitLength() < 2 || value.compareTo(p) >= 0) {
             throw new InvalidKeyException("the value " + name + " of the DSA key is out of range");
         }

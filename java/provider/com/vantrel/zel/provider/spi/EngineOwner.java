@@ -10,7 +10,8 @@ import java.util.function.LongConsumer;
  * call that may have made an engine; the cleaning action knows only that address, never the object.
  */
 final class EngineOwner {
-    private static final Cleaner CLEANER = Cleaner.create();
+    /** Made when it is first needed: where there is no thread for it then, the next object tries again. */
+    private static volatile Cleaner cleaner;
 
     private final Release release;
 
@@ -18,11 +19,23 @@ final class EngineOwner {
      * Watches over an object.
      *
      * @param object the object whose engine it is
-     * @param delete destroys the engine at an address; must not hold the object
+     * @param delete destroys the engine at an address, if that is not 0; must not hold the object
+     * @throws OutOfMemoryError if there is no memory or no thread to watch over it
      */
     EngineOwner(Object object, LongConsumer delete) {
         release = new Release(delete);
-        CLEANER.register(object, release);
+        cleaner().register(object, release);
+    }
+
+    private static Cleaner cleaner() {
+        return cleaner != null ? cleaner : makeCleaner();
+    }
+
+    private static synchronized Cleaner makeCleaner() {
+        if (cleaner == null) {
+            cleaner = Cleaner.create();
+        }
+        return cleaner;
     }
 
     /** Notes the address that now stands in the object's field. */
@@ -42,9 +55,7 @@ final class EngineOwner {
 
         @Override
         public void run() {
-            if (context0 != 0) {
-                delete.accept(context0);
-            }
+            delete.accept(context0);
         }
     }
 }

@@ -8,6 +8,9 @@ import java.util.Arrays;
 
 /** The encoded forms of keys, on their way into the native engines. */
 final class KeyEncodings {
+    /** Three times what the longest key takes: the native side needs many times the memory of what it reads. */
+    private static final int MAX_BYTES = 1 << 15;
+
     private KeyEncodings() {}
 
     /** Looks at an encoding and gives the engine what it is to have of it. */
@@ -32,6 +35,10 @@ final class KeyEncodings {
         byte[] encoded = copy(key);
         if (encoded == null || !format.equals(key.getFormat())) {
             throw new InvalidKeyException("the key has no encoding in the format " + format);
+        }
+        if (encoded.length > MAX_BYTES) {
+            Arrays.fill(encoded, (byte) 0);
+            throw new InvalidKeyException("the key's encoding has more than " + MAX_BYTES + " bytes: " + encoded.length);
         }
         byte[] result = null;
         try {

@@ -23,20 +23,24 @@ final class RsaKeys {
     /** rsaEncryption, 1.2.840.113549.1.1.1. */
     private static final byte[] RSA_ENCRYPTION = {0x2A, (byte) 0x86, 0x48, (byte) 0x86, (byte) 0xF7, 0x0D, 1, 1, 1};
 
-    private static final BigInteger THREE = BigInteger.valueOf(3);
-
     private RsaKeys() {}
 
     /** The PKCS#1 form of a public key that the engine can use. */
     static byte[] encodedPublic(PublicKey key) throws InvalidKeyException {
         return KeyEncodings.checked(key, RSAPublicKey.class, "X.509", encoded -> {
-            DerReader info = new DerReader(encoded).sequence();
+            DerReader whole = new DerReader(encoded);
+            DerReader info = whole.sequence();
+            whole.expectEnd();
             expectRsa(info);
             byte[] pkcs1 = info.bitString().rest();
-            DerReader values = new DerReader(pkcs1).sequence();
-            checkModulus(values.integer());
+            info.expectEnd();
+            whole = new DerReader(pkcs1);
+            DerReader values = whole.sequence();
+            whole.expectEnd();
+            checkModulus(values.magnitude());
             int exponentAt = values.position();
-            checkExponent(pkcs1, exponentAt, values.integer());
+            checkExponent(pkcs1, exponentAt, values.magnitude());
+            values.expectEnd();
             return pkcs1;
         });
     }
@@ -45,28 +49,28 @@ final class RsaKeys {
     static byte[] encodedPrivate(PrivateKey key) throws InvalidKeyException {
         return KeyEncodings.checked(key, RSAPrivateKey.class, "PKCS#8", encoded -> {
             DerReader info = new DerReader(encoded).sequence();
-            info.integer(); // the version, which the engine judges
+            info.magnitude(); // the version, which the engine judges
             expectRsa(info);
             DerReader values = info.octetString().sequence();
-            if (values.integer().signum() != 0) {
+            if (values.magnitude().bitLength() != 0) {
                 throw new InvalidKeyException("RSA keys of more than two primes are not supported");
             }
-            BigInteger n = values.integer();
+            Magnitude n = values.magnitude();
             checkModulus(n);
             int exponentAt = values.position();
-            BigInteger e = values.integer();
-            values.integer(); // d, which the engine computes from the others
-            BigInteger p = values.integer();
-            BigInteger q = values.integer();
-            if (e.signum() == 0 || p.signum() == 0 || q.signum() == 0) { // as keys of n and d alone are encoded
+            Magnitude e = values.magnitude();
+            values.magnitude(); // d, which the engine computes from the others
+            Magnitude p = values.magnitude();
+            Magnitude q = values.magnitude();
+            if (e.bitLength() == 0 || p.bitLength() == 0 || q.bitLength() == 0) { // as keys of n and d alone are encoded
                 throw new InvalidKeyException("the RSA key lacks the values of the Chinese remainder theorem");
             }
             checkExponent(encoded, exponentAt, e);
-            if (!p.multiply(q).equals(n) || p.equals(q) || p.bitLength() < 2 || q.bitLength() < 2) {
+            if (!n.isProduct(p, q) || p.compareTo(q) == 0 || p.bitLength() < 2 || q.bitLength() < 2) {
                 throw new InvalidKeyException("the primes of the RSA key do not make its modulus");
             }
             for (int i = 0; i < 3; ++i) {
-                values.integer(); // dP, dQ and qInv likewise
+                values.magnitude(); // dP, dQ and qInv likewise
             }
             values.expectEnd();
             return encoded;
@@ -79,22 +83,22 @@ final class RsaKeys {
         }
     }
 
-    private static void checkModulus(BigInteger n) throws InvalidKeyException {
+    private static void checkModulus(Magnitude n) throws InvalidKeyException {
         if (n.bitLength() < MIN_BITS || n.bitLength() > MAX_BITS) {
             throw new InvalidKeyException("RSA keys must have " + MIN_BITS + " to " + MAX_BITS + " bits, not "
                     + n.bitLength());
         }
-        if (!n.testBit(0)) {
+        if (!n.isOdd()) {
             throw new InvalidKeyException("the RSA modulus is even");
         }
     }
 
     /** Checks the exponent at a place in the encoding; brings one of 32 bits into the form in which the engine reads it. */
-    private static void checkExponent(byte[] der, int at, BigInteger e) throws InvalidKeyException {
+    private static void checkExponent(byte[] der, int at, Magnitude e) throws InvalidKeyException {
         if (e.bitLength() > 32) {
             throw new InvalidKeyException("public exponents of more than 32 bits are not supported");
         }
-        if (e.compareTo(THREE) < 0 || !e.testBit(0)) {
+        if (e.bitLength() < 2 || !e.isOdd()) {
             throw new InvalidKeyException("the public exponent is not an odd number above 1");
         }
         if (der[at + 1] == 5) { // 02 05 00 and four octets: the engine takes at most four

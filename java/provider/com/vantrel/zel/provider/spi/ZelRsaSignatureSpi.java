@@ -1,7 +1,6 @@
 package com.vantrel.zel.provider.spi;
 
 import java.io.IOException;
-import java.math.BigInteger;
 import java.security.InvalidKeyException;
 import java.security.PrivateKey;
 import java.security.PublicKey;
@@ -29,17 +28,17 @@ abstract class ZelRsaSignatureSpi extends ZelSignatureSpi {
 
     @Override
     final boolean verifyByEngine(byte[] signature, byte[] publicKey) throws SignatureException {
-        BigInteger n = modulus(publicKey);
+        Magnitude n = modulus(publicKey);
         // The engine would reduce it, so that a signature had more than one form.
-        if (signature.length == (n.bitLength() + 7) / 8 && new BigInteger(1, signature).compareTo(n) >= 0) {
+        if (signature.length == (n.bitLength() + 7) / 8 && new Magnitude(signature, 0, signature.length).compareTo(n) >= 0) {
             return false;
         }
         return engineVerify0(signature);
     }
 
-    private static BigInteger modulus(byte[] pkcs1) {
+    private static Magnitude modulus(byte[] pkcs1) {
         try {
-            return new DerReader(pkcs1).sequence().integer();
+            return new DerReader(pkcs1).sequence().magnitude();
         } catch (IOException e) {
             throw new AssertionError(e); // it has been read before
         }

@@ -12,12 +12,16 @@ import java.security.PublicKey;
 import java.security.SignatureException;
 import java.security.SignatureSpi;
 import java.security.spec.AlgorithmParameterSpec;
+import java.util.Arrays;
 import java.util.function.LongConsumer;
 
 /**
- * What the signatures have in common. The native engine forgets its key with every signature; this class keeps the key's
- * encoding and initialises the engine again for the next message, so that the object stays usable, as every Signature does. A
- * key that is refused leaves the object as it was; one that the engine fails with leaves it uninitialised.
+ * What the signatures have in common. The native engine forgets its key with every signature; this class keeps the key and
+ * initialises the engine again for the next message, so that the object stays usable, as every Signature does. A key that is
+ * refused leaves the object as it was; one that the engine fails with leaves it uninitialised.
+ *
+ * <p>A private key is asked for its encoding whenever the engine is to have it, and that copy is wiped at once: kept, it would
+ * stand in memory for as long as the object does.
  *
  * <p>A signature is not made for two threads at once. The locks turn that mistake of a program into wrong signatures, where
  * it would be the end of the whole virtual machine.
@@ -29,7 +33,10 @@ abstract class ZelSignatureSpi extends SignatureSpi {
     private enum Mode { NONE, SIGNING, VERIFYING }
 
     private final EngineOwner owner;
-    private final KeptKey key = new KeptKey();
+
+    /** The key of the mode, the public one as the engine takes it. */
+    private PrivateKey privateKey;
+    private byte[] publicKey;
     private Mode mode = Mode.NONE;
 
     /** Whether the engine has the key, and stands in or before the current message. */
@@ -37,11 +44,7 @@ abstract class ZelSignatureSpi extends SignatureSpi {
 
     ZelSignatureSpi(LongConsumer delete) {
         NativeLibrary.load();
-        KeptKey kept = key;
-        owner = new EngineOwner(this, context0 -> {
-            delete.accept(context0);
-            kept.forget();
-        });
+        owner = new EngineOwner(this, delete);
     }
 
     /** A blank object, made only to hand an engine's address to {@code deleteContext0}. */
@@ -69,7 +72,7 @@ abstract class ZelSignatureSpi extends SignatureSpi {
 
     abstract void deleteContext0();
 
-    /** What the engine is to have of a public key; the array is this object's from then on. */
+    /** What the engine is to have of a public key, as an array for this object alone. */
     abstract byte[] encoded(PublicKey publicKey) throws InvalidKeyException;
 
     /** The same for a private key. */
@@ -79,45 +82,58 @@ abstract class ZelSignatureSpi extends SignatureSpi {
     abstract boolean verifyByEngine(byte[] signature, byte[] publicKey) throws SignatureException;
 
     @Override
-    protected final synchronized void engineInitVerify(PublicKey publicKey) throws InvalidKeyException {
-        init(Mode.VERIFYING, encoded(publicKey));
+    protected final synchronized void engineInitVerify(PublicKey given) throws InvalidKeyException {
+        init(Mode.VERIFYING, null, encoded(given));
     }
 
     @Override
-    protected final synchronized void engineInitSign(PrivateKey privateKey) throws InvalidKeyException {
-        init(Mode.SIGNING, encoded(privateKey));
+    protected final synchronized void engineInitSign(PrivateKey given) throws InvalidKeyException {
+        init(Mode.SIGNING, given, encoded(given));
     }
 
-    private void init(Mode wanted, byte[] encoded) throws InvalidKeyException {
-        key.replace(encoded);
+    private void init(Mode wanted, PrivateKey given, byte[] encoded) throws InvalidKeyException {
         mode = wanted;
+        privateKey = given;
+        publicKey = given == null ? encoded : null;
         isReady = false;
         try {
-            makeReady();
+            giveKey(encoded);
         } catch (ProviderException e) {
             throw new InvalidKeyException(e.getMessage(), e);
         } finally {
             if (!isReady) { // whatever was thrown: no message is to begin half initialised
                 mode = Mode.NONE;
-                key.forget();
+                privateKey = null;
             }
         }
     }
 
-    private void makeReady() {
+    /** Initialises the engine, and wipes the encoding of a private key. */
+    private void giveKey(byte[] encoded) {
+        try {
+            if (mode == Mode.SIGNING) {
+                engineInitSign0(encoded);
+            } else {
+                engineInitVerify0(encoded);
+            }
+        } finally {
+            if (mode == Mode.SIGNING) {
+                Arrays.fill(encoded, (byte) 0);
+            }
+            noteEngine();
+        }
+        isReady = true;
+    }
+
+    private void makeReady() throws SignatureException {
         if (isReady) {
             return;
         }
         try {
-            if (mode == Mode.SIGNING) {
-                engineInitSign0(key.bytes());
-            } else {
-                engineInitVerify0(key.bytes());
-            }
-        } finally {
-            noteEngine();
+            giveKey(mode == Mode.SIGNING ? encoded(privateKey) : publicKey);
+        } catch (InvalidKeyException e) { // destroyed meanwhile
+            throw new SignatureException(e.getMessage(), e);
         }
-        isReady = true;
     }
 
     /** Refuses what the object is not initialised for; null for either. */
@@ -171,7 +187,7 @@ abstract class ZelSignatureSpi extends SignatureSpi {
         begin(Mode.VERIFYING, "signature not initialized for verifying");
         isReady = false;
         try {
-            return verifyByEngine(signature, key.bytes());
+            return verifyByEngine(signature, publicKey);
         } finally {
             noteEngine();
         }
