@@ -5,6 +5,7 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertNull;
 import static org.junit.jupiter.api.Assertions.assertThrows;
 
+import com.vantrel.zel.provider.internal.ShortWay;
 import java.io.ByteArrayOutputStream;
 import java.nio.ByteBuffer;
 import java.security.AlgorithmParameters;
@@ -108,6 +109,7 @@ class CipherTest {
     void everySplitInEveryFormAndMessageAfterMessage() throws Exception {
         Cipher[] ciphers = {zel(Cipher.ENCRYPT_MODE), zel(Cipher.DECRYPT_MODE)}; // never initialised again
         for (int round = 0; round < 1500; ++round) { // now and then in more than one native call
+            ShortWay.take(round % 3 == 0);
             byte[] message = randomBytes(RANDOM.nextInt(round % 50 == 1 ? 5 << 20 : round % 20 == 0 ? 20_000 : 100));
             byte[] ciphertext = jdk(Cipher.ENCRYPT_MODE, message);
             boolean encrypts = round % 2 == 0;

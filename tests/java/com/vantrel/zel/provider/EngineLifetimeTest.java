@@ -53,13 +53,14 @@ class EngineLifetimeTest {
             Signature keptSignature = Signature.getInstance("SHA1withDSA", zel);
             for (int i = 0; i < count; ++i) {
                 MessageDigest digest = MessageDigest.getInstance(i % 2 == 0 ? "SHA-1" : "SHA-256", zel);
-                digest.update((byte) i);
+                digest.update(new byte[i % 8 == 0 ? 5000 : 1]); // with an engine, or without
+                ((MessageDigest) digest.clone()).digest();
                 digest.digest();
-                if (i % 4 == 0) { // a new cipher, and a kept one whose every init takes a new engine
+                if (i % 4 == 0) { // a new cipher, and a kept one
                     for (Cipher cipher : List.of(Cipher.getInstance("AES/CBC/PKCS5Padding", zel), kept)) {
                         cipher.init(Cipher.ENCRYPT_MODE, new SecretKeySpec(new byte[32], "AES"),
                                 new IvParameterSpec(new byte[16]));
-                        cipher.doFinal();
+                        cipher.doFinal(new byte[i % 8 == 0 ? 5000 : 1]);
                     }
                 }
                 if (i % 64 == 0) { // a new signature, and a kept one whose every message takes the key again

@@ -8,8 +8,10 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.Collections;
 import java.util.List;
+import java.util.Objects;
 import java.util.jar.JarFile;
 import java.util.stream.Collectors;
+import java.util.stream.Stream;
 
 /** The native methods of the provider, as its jar has them. */
 final class NativeMethods {
@@ -23,7 +25,7 @@ final class NativeMethods {
             for (String name : Collections.list(file.entries()).stream().map(e -> e.getName()).sorted()
                     .filter(n -> n.endsWith(".class") && !n.equals("module-info.class")).collect(Collectors.toList())) {
                 Class<?> type = Class.forName(name.substring(0, name.length() - 6).replace('/', '.'));
-                if (!of(type).isEmpty()) {
+                if (!of(type).isEmpty() && !Modifier.isAbstract(type.getModifiers())) {
                     classes.add(type);
                 }
             }
@@ -31,9 +33,10 @@ final class NativeMethods {
         return classes;
     }
 
-    /** Those of a class, in an order that does not change. */
+    /** Those of a class and of what it extends, in an order that does not change. */
     static List<Method> of(Class<?> type) {
-        return Arrays.stream(type.getDeclaredMethods()).filter(m -> Modifier.isNative(m.getModifiers()))
+        return Stream.<Class<?>>iterate(type, Objects::nonNull, Class::getSuperclass).filter(c -> c.getName().startsWith("com.vantrel"))
+                .flatMap(c -> Arrays.stream(c.getDeclaredMethods())).filter(m -> Modifier.isNative(m.getModifiers()))
                 .peek(m -> m.setAccessible(true)).sorted((a, b) -> a.toString().compareTo(b.toString()))
                 .collect(Collectors.toList());
     }

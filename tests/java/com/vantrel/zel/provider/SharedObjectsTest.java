@@ -3,6 +3,7 @@ package com.vantrel.zel.provider;
 import static com.vantrel.zel.provider.TestKeys.*;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 
+import com.vantrel.zel.provider.internal.ShortWay;
 import java.security.GeneralSecurityException;
 import java.security.KeyPair;
 import java.security.MessageDigest;
@@ -17,7 +18,6 @@ import java.util.concurrent.Future;
 import javax.crypto.Cipher;
 import javax.crypto.spec.IvParameterSpec;
 import javax.crypto.spec.SecretKeySpec;
-import org.junit.jupiter.api.Test;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.ValueSource;
 
@@ -50,18 +50,28 @@ class SharedObjectsTest {
         }
     }
 
-    @Test
-    void digestCipherAndRandom() throws Exception {
+    @ParameterizedTest
+    @ValueSource(booleans = {false, true})
+    void digestCipherAndRandom(boolean isForeign) throws Exception {
+        ShortWay.take(isForeign);
         MessageDigest digest = MessageDigest.getInstance("SHA-256", ZEL);
-        share(5000, List.of(random -> digest.update(new byte[random.nextInt(1000)]), random -> digest.reset(),
-                random -> digest.digest()));
+        share(5000, List.of(random -> digest.update(new byte[random.nextInt(3000)]), random -> digest.reset(),
+                random -> digest.digest(), random -> clone(digest).digest(new byte[random.nextInt(6000)])));
         Cipher cipher = Cipher.getInstance("AES/CBC/PKCS5Padding", ZEL);
         SecretKeySpec key = new SecretKeySpec(new byte[32], "AES");
         IvParameterSpec iv = new IvParameterSpec(new byte[16]);
         share(3000, List.of(random -> cipher.init(1 + random.nextInt(2), key, iv),
-                random -> cipher.update(new byte[random.nextInt(600)]), random -> cipher.doFinal(new byte[random.nextInt(600)])));
+                random -> cipher.update(new byte[random.nextInt(600)]), random -> cipher.doFinal(new byte[random.nextInt(6000)])));
         SecureRandom shared = SecureRandom.getInstance("FIPS186PRNG", ZEL); // which may be shared
         share(500, List.of(random -> shared.nextBytes(new byte[1000]), random -> shared.setSeed(random.nextLong())));
+    }
+
+    private static MessageDigest clone(MessageDigest digest) throws GeneralSecurityException {
+        try {
+            return (MessageDigest) digest.clone();
+        } catch (CloneNotSupportedException e) {
+            throw new AssertionError(e);
+        }
     }
 
     @ParameterizedTest

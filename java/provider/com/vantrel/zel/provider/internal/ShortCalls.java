@@ -1,0 +1,103 @@
+package com.vantrel.zel.provider.internal;
+
+import java.util.Objects;
+
+/**
+ * The native work on short messages: everything goes along as arguments, and no engine is made or looked up.
+ *
+ * <p>Where this Java can call C itself, and may, it does; else the methods here do, which the native library registers. Who
+ * calls does not see which. The arguments are all checked here, in variables that no other thread sees: C takes what it is given.
+ */
+public final class ShortCalls {
+    /** The most bytes that one call takes: while it runs, it may hold up the garbage collector. */
+    public static final int MOST_BYTES = 4096;
+
+    /** The bytes of an expanded key of AES-256, in one direction. */
+    public static final int SCHEDULE_BYTES = 240;
+
+    /** What {@link #cbc} works with: the expanded key, then the chaining value of one block. */
+    public static final int STATE_BYTES = SCHEDULE_BYTES + 16;
+
+    /** How many calls the registered methods serve in any case: making ready for the others takes longer than that. */
+    static int registeredLeft = 10_000;
+
+    private ShortCalls() {}
+
+    /**
+     * Writes the digest of {@code message[0 .. length)} to {@code output[offset ..]}.
+     *
+     * @param digestLength says which digest: 20 or 32
+     */
+    public static void digest(int digestLength, byte[] message, int length, byte[] output, int offset) {
+        checkMessage(message, 0, length);
+        Objects.checkFromIndexSize(offset, digestLength, output.length);
+        if (isForeign()) {
+            try {
+                requireDone(digestLength, (int) ForeignCalls.DIGEST.invokeExact(digestLength, message, length, output, offset));
+            } catch (Throwable e) {
+                throw unexpected(e);
+            }
+        } else {
+            requireDone(digestLength, digest0(digestLength, message, length, output, offset));
+        }
+    }
+
+    /**
+     * Sends {@code blocks[offset .. offset + length)}, whole blocks, through AES-256 in CBC mode, in place.
+     *
+     * @param state {@link #STATE_BYTES}, made for this direction; stays as it is
+     */
+    public static void cbc(boolean encrypts, byte[] state, byte[] blocks, int offset, int length) {
+        checkMessage(blocks, offset, length);
+        Objects.checkFromIndexSize(0, STATE_BYTES, state.length);
+        int direction = encrypts ? 1 : 0;
+        if (isForeign()) {
+            try {
+                requireDone(length, (int) ForeignCalls.CBC.invokeExact(direction, state, blocks, offset, length));
+            } catch (Throwable e) {
+                throw unexpected(e);
+            }
+        } else {
+            requireDone(length, cbc0(direction, state, blocks, offset, length));
+        }
+    }
+
+    /** Writes the expanded form of a key to the beginning of {@code state}. */
+    public static void expandKey(boolean encrypts, byte[] key, byte[] state) {
+        requireDone(SCHEDULE_BYTES, expandKey0(encrypts ? 1 : 0, key, state, 0));
+    }
+
+    private static void checkMessage(byte[] message, int offset, int length) {
+        Objects.checkFromIndexSize(offset, length, message.length);
+        Objects.checkFromIndexSize(0, length, MOST_BYTES);
+    }
+
+    private static void requireDone(int expected, int written) {
+        if (written != expected) {
+            throw new IllegalArgumentException("not " + expected + " bytes, but " + written);
+        }
+    }
+
+    private static RuntimeException unexpected(Throwable e) {
+        if (e instanceof RuntimeException) {
+            return (RuntimeException) e;
+        }
+        throw e instanceof Error ? (Error) e : new AssertionError(e);
+    }
+
+    private static boolean isForeign() {
+        if (registeredLeft > 0) {
+            --registeredLeft;
+            return false;
+        }
+        return ForeignCalls.ARE_BOUND;
+    }
+
+    static native long address0(int function);
+
+    private static native int digest0(int digestLength, byte[] input, int length, byte[] output, int offset);
+
+    private static native int cbc0(int encrypts, byte[] state, byte[] blocks, int offset, int length);
+
+    private static native int expandKey0(int encrypts, byte[] key, byte[] output, int offset);
+}
