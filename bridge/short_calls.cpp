@@ -1,5 +1,5 @@
-// What a message is here: bytes that came in whole. The work itself are plain functions, which the registered methods call
-// with copies of the Java arrays, and a Java that can call C itself with the arrays as they are.
+// The work itself is plain functions, which the registered methods call, and a Java that can call C itself. The methods check
+// every argument; such a Java has done so before, because C cannot.
 #include "bridge/short_calls.h"
 
 #include "bridge/engine_call.h"
@@ -13,7 +13,6 @@
 
 namespace {
 
-constexpr jint kMostBytes = 4096;
 constexpr jint kKeyBytes = 32;
 constexpr std::int32_t kRounds = 14;
 constexpr jint kBlockBytes = 16;
@@ -48,96 +47,66 @@ jint cbcOver(jint encrypts, const std::uint8_t* state, std::uint8_t* blocks, jin
     return length;
 }
 
-// LocalBytes: the copy of a slice of a Java array, on the stack; what was used of it is wiped.
-template <jint capacity> class LocalBytes {
-public:
-    LocalBytes() = default;
-    LocalBytes(const LocalBytes&) = delete;
-    LocalBytes& operator=(const LocalBytes&) = delete;
-    ~LocalBytes() {
-        memWipe(words_, static_cast<std::size_t>(used_));
-    }
-
-    // read: copies array[offset .. offset + length), write: copies back to it. The VM checks the slice.
-    // Errors:  false with an exception pending: the array is null, the slice not inside, or longer than the capacity.
-    bool read(JNIEnv* env, jbyteArray array, jint offset, jint length) {
-        if (isAllowed(env, array, length)) {
-            used_ = length;
-            env->GetByteArrayRegion(array, offset, length, reinterpret_cast<jbyte*>(words_));
-        }
-        return env->ExceptionCheck() == JNI_FALSE;
-    }
-    bool write(JNIEnv* env, jbyteArray array, jint offset, jint length) {
-        if (isAllowed(env, array, length)) {
-            env->SetByteArrayRegion(array, offset, length, reinterpret_cast<const jbyte*>(words_));
-        }
-        return env->ExceptionCheck() == JNI_FALSE;
-    }
-
-    // result: where a result of the whole capacity is put together.
-    std::uint32_t* result() {
-        used_ = capacity;
-        return words_;
-    }
-    std::uint8_t* data() {
-        return reinterpret_cast<std::uint8_t*>(words_);
-    }
-
-private:
-    static bool isAllowed(JNIEnv* env, jbyteArray array, jint length) {
-        if (!requireArray(env, array)) {
-            return false;
-        }
-        if (length < 0 || length > capacity) {
-            ZelObject::throwStaticException(env, kArrayIndexOutOfBoundsException, "offset or length out of range", OK);
-            return false;
-        }
-        return true;
-    }
-
-    std::uint32_t words_[std::size_t{capacity} / 4]; // words, because an expanded key is read as such
-    jint used_ = 0;
-};
-
-// The methods of ShortCalls. Each gives the count of bytes that it has written.
-
-jint digest0(JNIEnv* env, jclass, jint digestBytes, jbyteArray input, jint length, jbyteArray output, jint offset) {
-    LocalBytes<kMostBytes> message;
-    LocalBytes<Sha256DigestHash::kDigestBytes> digest;
-    if (!message.read(env, input, 0, length)) {
-        return 0;
-    }
-    (void)digest.result();
-    const jint written = digestOf(digestBytes, message.data(), length, digest.data(), 0);
-    return digest.write(env, output, offset, written) ? written : 0;
+jint outOfMemory(JNIEnv* env) {
+    raiseOutOfMemory(env);
+    return 0;
 }
 
-jint cbc0(JNIEnv* env, jclass, jint encrypts, jbyteArray stateArray, jbyteArray blocks, jint offset, jint length) {
-    LocalBytes<kStateBytes> state;
-    LocalBytes<kMostBytes> message;
-    if (!state.read(env, stateArray, 0, kStateBytes) || !message.read(env, blocks, offset, length)) {
+// give: writes bytes[length] to output[offset ..], whose bounds the VM checks.
+jint give(JNIEnv* env, const std::uint8_t* bytes, jbyteArray output, jint offset, jint length) {
+    env->SetByteArrayRegion(output, offset, length, reinterpret_cast<const jbyte*>(bytes));
+    return length;
+}
+
+// The methods of ShortCalls. Each gives the count of bytes that it has written, 0 with an exception pending.
+
+jint digest0(JNIEnv* env, jclass, jint digestBytes, jbyteArray input, jint length, jbyteArray output, jint offset) {
+    SecretArray<std::uint8_t, Sha256DigestHash::kDigestBytes> digest;
+    jint written = 0;
+    if (!requireArray(env, output) || !requireSlice(env, input, 0, length)) {
         return 0;
     }
-    const jint written = cbcOver(encrypts, state.data(), message.data(), 0, length / kBlockBytes * kBlockBytes);
-    return message.write(env, blocks, offset, written) ? written : 0;
+    {
+        const CriticalBytes message(env, input, length);
+        written = message.isOpen() ? digestOf(digestBytes, message.data(), length, digest.data(), 0) : -1;
+    }
+    return written < 0 ? outOfMemory(env) : give(env, digest.data(), output, offset, written);
+}
+
+jint cbc0(JNIEnv* env, jclass, jint encrypts, jbyteArray state, jbyteArray blocks, jint offset, jint length) {
+    if (!requireSlice(env, state, 0, kStateBytes) || !requireSlice(env, blocks, offset, length)) {
+        return 0;
+    }
+    {
+        const CriticalBytes text(env, blocks, offset + length); // first: the state may be the same array
+        if (text.isOpen()) {
+            const CriticalBytes key(env, state, kStateBytes);
+            if (key.isOpen()) {
+                return cbcOver(encrypts, key.data(), text.data(), offset, length / kBlockBytes * kBlockBytes);
+            }
+        }
+    }
+    return outOfMemory(env);
 }
 
 // The expanded key of one direction, as cbc0 wants it in front of the chaining value.
 jint expandKey0(JNIEnv* env, jclass, jint encrypts, jbyteArray keyArray, jbyteArray output, jint offset) {
-    LocalBytes<kKeyBytes> key;
-    LocalBytes<kScheduleBytes> schedule;
-    if (!key.read(env, keyArray, 0, kKeyBytes)) {
+    if (!requireArray(env, output) || !requireSlice(env, keyArray, 0, kKeyBytes)) {
         return 0;
     }
     const AesModes& kernel = aesKernel().run;
-    if (encrypts != 0) {
-        kernel.expandKey(key.data(), 8 * kKeyBytes, schedule.result());
-    } else {
-        SecretArray<std::uint32_t, kScheduleWords> encryption;
+    SecretArray<std::uint32_t, kScheduleWords> encryption, decryption;
+    bool isExpanded = false;
+    if (const CriticalBytes key(env, keyArray, kKeyBytes); key.isOpen()) {
         kernel.expandKey(key.data(), 8 * kKeyBytes, encryption.data());
-        kernel.invertSchedule(encryption.data(), kRounds, schedule.result());
+        isExpanded = true;
     }
-    return schedule.write(env, output, offset, kScheduleBytes) ? kScheduleBytes : 0;
+    if (!isExpanded) {
+        return outOfMemory(env);
+    }
+    kernel.invertSchedule(encryption.data(), kRounds, decryption.data());
+    const auto& schedule = encrypts != 0 ? encryption : decryption;
+    return give(env, reinterpret_cast<const std::uint8_t*>(schedule.data()), output, offset, kScheduleBytes);
 }
 
 // Where the functions above stand, for a Java that calls C itself; 0 for a number that stands for none.

@@ -4,6 +4,7 @@ import com.vantrel.zel.provider.internal.NativeLibrary;
 import com.vantrel.zel.provider.internal.RandomStart;
 import java.io.IOException;
 import java.io.ObjectInputStream;
+import java.security.SecureRandomParameters;
 import java.security.SecureRandomSpi;
 
 /**
@@ -19,6 +20,19 @@ public final class ZelSecureRandomSpi extends SecureRandomSpi {
     /** A view of the process's generator. */
     public ZelSecureRandomSpi() {
         NativeLibrary.load();
+    }
+
+    /**
+     * The constructor that the platform looks for first: where it finds none, an exception costs it more than all the rest.
+     *
+     * @param parameters null
+     * @throws IllegalArgumentException if there are any: this generator has none
+     */
+    public ZelSecureRandomSpi(SecureRandomParameters parameters) {
+        this();
+        if (parameters != null) {
+            throw new IllegalArgumentException("no parameters are supported");
+        }
     }
 
     /**
