@@ -5,6 +5,7 @@
 #include "bridge/engine_call.h"
 #include "bridge/java_arrays.h"
 #include "bridge/native_methods.h"
+#include "bridge/zel_secure_random.h"
 #include "bridge/zel_sha1_message_digest.h"
 #include "bridge/zel_sha256_message_digest.h"
 #include "core/aes/aes_kernels.h"
@@ -109,6 +110,11 @@ jint expandKey0(JNIEnv* env, jclass, jint encrypts, jbyteArray keyArray, jbyteAr
     return give(env, reinterpret_cast<const std::uint8_t*>(schedule.data()), output, offset, kScheduleBytes);
 }
 
+// The one engine of all random objects needs none of them.
+void nextBytes0(JNIEnv* env, jclass, jbyteArray bytes) {
+    ZelSecureRandom::instance()->nextBytes(env, nullptr, bytes);
+}
+
 // Where the functions above stand, for a Java that calls C itself; 0 for a number that stands for none.
 jlong address0(JNIEnv*, jclass, jint function) {
     switch (function) {
@@ -156,9 +162,8 @@ void copyEngine0(JNIEnv* env, jobject self, jobject from) {
 
 void registerShortCalls(JNIEnv* env) {
     const JNINativeMethod shortCalls[] = {
-        nativeMethod("digest0", "(I[BI[BI)I", digest0),
-        nativeMethod("cbc0", "(I[B[BII)I", cbc0),
-        nativeMethod("expandKey0", "(I[B[BI)I", expandKey0),
+        nativeMethod("digest0", "(I[BI[BI)I", digest0),      nativeMethod("cbc0", "(I[B[BII)I", cbc0),
+        nativeMethod("expandKey0", "(I[B[BI)I", expandKey0), nativeMethod("nextBytes0", "([B)V", nextBytes0),
         nativeMethod("address0", "(I)J", address0),
     };
     registerMethods(env, "com/vantrel/zel/provider/internal/ShortCalls", shortCalls);

@@ -77,7 +77,13 @@ Status update(Context* context, const std::uint8_t* data, std::uint32_t length) 
 template <typename Algorithm, typename Context> void writeDigest(const Context* context, std::uint8_t* out) {
     constexpr std::size_t wordBytes = sizeof context->state[0];
     for (std::size_t i = 0; i < Algorithm::kDigestBytes / wordBytes; ++i) {
-        storeBigEndian(out + wordBytes * i, context->state[i]);
+        if constexpr (wordBytes == 4 && std::endian::native == std::endian::little) {
+            // storeBigEndian in a row becomes slow vector instructions.
+            const std::uint32_t swapped = __builtin_bswap32(context->state[i]);
+            std::memcpy(out + wordBytes * i, &swapped, wordBytes);
+        } else {
+            storeBigEndian(out + wordBytes * i, context->state[i]);
+        }
     }
 }
 

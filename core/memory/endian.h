@@ -5,7 +5,6 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 // loadBigEndian: the Word that stands in bytes[sizeof(Word)], most significant byte first. No alignment is asked.
 template <typename Word> Word loadBigEndian(const std::uint8_t* bytes) {
@@ -18,12 +17,6 @@ template <typename Word> Word loadBigEndian(const std::uint8_t* bytes) {
 
 // storeBigEndian: writes word into bytes[sizeof(Word)], most significant byte first.
 template <typename Word> void storeBigEndian(std::uint8_t* bytes, Word word) {
-    if constexpr (std::endian::native == std::endian::little && sizeof(Word) == 4) {
-        word =
-            __builtin_bswap32(word); // where shifts stand side by side, compilers make slow vector instructions of them
-        std::memcpy(bytes, &word, sizeof word);
-        return;
-    }
     for (std::size_t i = 0; i < sizeof(Word); ++i) {
         bytes[i] = static_cast<std::uint8_t>(word >> (8 * (sizeof(Word) - 1 - i)));
     }

@@ -267,7 +267,7 @@ public final class HostileCalls {
         boolean returnsCount = call.method.getReturnType() == int.class;
         for (int i = 0; i < after.length; ++i) {
             byte[] now = after[i] instanceof byte[] ? (byte[]) after[i] : null;
-            if (now == null || now.length > 5000 || call.method.getName().equals("engineNextBytes0")) {
+            if (now == null || now.length > 5000 || call.method.getName().toLowerCase().endsWith("nextbytes0")) {
                 continue;
             }
             byte[] before = ((byte[]) call.arguments[i]).clone();

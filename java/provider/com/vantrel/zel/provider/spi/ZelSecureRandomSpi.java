@@ -2,6 +2,7 @@ package com.vantrel.zel.provider.spi;
 
 import com.vantrel.zel.provider.internal.NativeLibrary;
 import com.vantrel.zel.provider.internal.RandomStart;
+import com.vantrel.zel.provider.internal.ShortCalls;
 import java.io.IOException;
 import java.io.ObjectInputStream;
 import java.security.SecureRandomParameters;
@@ -55,7 +56,8 @@ public final class ZelSecureRandomSpi extends SecureRandomSpi {
 
     @Override
     protected void engineNextBytes(byte[] bytes) {
-        RandomStart.withFailureOfStart(() -> engineNextBytes0(bytes));
+        boolean isShort = bytes.length <= ShortCalls.MOST_BYTES;
+        RandomStart.withFailureOfStart(isShort ? () -> ShortCalls.nextBytes(bytes) : () -> engineNextBytes0(bytes));
     }
 
     /** Ordinary output of the generator: there is no separate source of entropy. */

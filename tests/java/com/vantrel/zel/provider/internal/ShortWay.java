@@ -6,6 +6,6 @@ public final class ShortWay {
 
     /** Java's own calls of C, where there are any, or the registered methods. */
     public static void take(boolean isForeign) {
-        ShortCalls.registeredLeft = isForeign ? 0 : Integer.MAX_VALUE;
+        ShortCalls.isForeign = isForeign && ForeignCalls.ARE_BOUND;
     }
 }
