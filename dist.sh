@@ -53,7 +53,7 @@ cmake --install "$windows" >>"$work/build.log"
 cp "$windows/zelspi.dll" "$linux"/{zel.cmd,zel-tool.jar,zel-provider.jar,picocli.jar} README.md LICENSE "$work/zip"
 cp -r docs "$work/zip" # README names them
 mkdir -p "$work/zip/tests/junit"
-cp "$linux/zel-tests.jar" "$work/zip/tests"
+cp -r "$linux/tests/java/classes" "$work/zip/tests"
 cp -L $(sed 's/;/ /g' "$linux/junit-jars.txt") "$work/zip/tests/junit"
 [ ! -d tools/windows ] || cp tools/windows/* "$work/zip"
 find "$work/zip" -exec touch --no-dereference --date="@$SOURCE_DATE_EPOCH" {} +

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # ./test.sh: builds and runs the fast tests, native and Java. ./test.sh --full adds the other compiler, the sanitizers, the
-# cross build for Windows with its tests under wine, and the tests that take long. Ends with ctest's closing line.
+# cross build for Windows with its tests under wine, the Java side in other versions of Java and in JVMs for Windows, and the
+# tests that take long. Ends with ctest's closing line.
 set -euo pipefail
 CDPATH= cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")"
 
@@ -14,7 +15,8 @@ esac
 packages=(cmake ninja-build g++ openjdk-17-jdk-headless junit5 libpicocli-java libgtest-dev openssl pkg-config)
 if $full; then
   packages+=(clang g++-mingw-w64-x86-64-posix wine64 googletest valgrind
-    libbenchmark-dev libssl-dev libgmp-dev dpkg-dev git zip) # these last for the benchmarks and ./dist.sh
+    libbenchmark-dev libssl-dev libgmp-dev dpkg-dev git zip # these for the benchmarks and ./dist.sh
+    python3-pip unzip) # these for the Java runtimes
 fi
 cmake/install-packages.sh "${packages[@]}"
 
@@ -48,6 +50,8 @@ if ! $full; then
   run_tests release --label-exclude long
   exit
 fi
+
+cmake/fetch-java-runtimes.sh build/runtimes
 
 # Wine's own settings are made anew in the build folder, once, before tests run side by side.
 export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all

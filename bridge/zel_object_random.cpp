@@ -17,7 +17,7 @@ StaticLock makingLock;
 // How many threads have waited for the context for as long as the core lets them. Its mutex knows no order: while there are
 // any, the others stand back, but not for longer, so that nobody starves in a crowd.
 std::atomic<int> overdue{0};
-constexpr int kStandBackMs = 5000;
+constexpr std::uint32_t kStandBackMs = 5000;
 
 Status makeShared() {
     const StaticLockHolder holder(makingLock);
@@ -48,8 +48,11 @@ bool isSharedRandomReady() {
 }
 
 Status drawShared(void* context, std::uint32_t length, std::uint8_t* buffer) {
-    for (int i = 0; i < kStandBackMs && overdue.load(std::memory_order_relaxed) != 0; ++i) {
-        rtosSleepMs(1);
+    if (overdue.load(std::memory_order_relaxed) != 0) {
+        const std::uint32_t start = rtosGetTickCount(); // a sleep can take many times what is asked for
+        do {
+            rtosSleepMs(1);
+        } while (overdue.load(std::memory_order_relaxed) != 0 && rtosGetTickCount() - start < kStandBackMs);
     }
     Status status = randomGenerateCallback(context, length, buffer);
     if (status == ERR_RTOS_MUTEX_WAIT) { // the core's limit, or an owner that has ended

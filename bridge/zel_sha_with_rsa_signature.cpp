@@ -206,8 +206,7 @@ bool ZelShaWithRsaSignature::signEncoded(JNIEnv* env, const std::uint8_t* encode
     ScopedVlong result(nullptr);
     if (!raise(env, "error generating integer representative message", Rsa_BytesToVlong(encoded, k, message.out())) ||
         // Unblinded: no random source is passed. Meant.
-        !raise(env, kNoSignatureInteger,
-               Rsa_PrivateOp(asymKeyRsa(&state_.key), message.get(), nullptr, nullptr, result.out(), nullptr))) {
+        !raise(env, kNoSignatureInteger, rsaSign(asymKeyRsa(&state_.key), message.get(), result.out(), nullptr))) {
         return false;
     }
     std::uint8_t* bytes = nullptr;

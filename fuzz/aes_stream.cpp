@@ -8,8 +8,6 @@
 
 namespace {
 
-using Bytes = FuzzInput::Bytes;
-
 Bytes slice(const Bytes& bytes, std::size_t from, std::size_t count) {
     const auto begin = bytes.begin() + static_cast<std::ptrdiff_t>(from);
     return Bytes(begin, begin + static_cast<std::ptrdiff_t>(count));

@@ -6,6 +6,7 @@
 #include "core/bignum/vlong_math.h"
 #include "core/memory/memory.h"
 #include "fuzz/fuzz_check.h"
+#include "fuzz/fuzz_input.h"
 
 #include <algorithm>
 #include <iterator>
@@ -16,40 +17,20 @@ void requireOk(Status status) {
     FUZZ_CHECK(!isError(status));
 }
 
-class Input {
-public:
-    Input(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {
+// The next value, which is not zero when isPositive is asked for.
+void take(FuzzInput& input, ScopedVlong& out, bool isPositive = false) {
+    const Bytes bytes = input.bytes();
+    requireOk(VLONG_fromBytes(dataOf(bytes), static_cast<std::int32_t>(bytes.size()), out.out(), nullptr));
+    if (isPositive && VLONG_isZero(out.get())) {
+        requireOk(VLONG_setValue(out.get(), 1));
     }
-    std::uint8_t byte() {
-        return left_ == 0 ? std::uint8_t{0} : (--left_, *data_++);
-    }
-    // The next value, which is not zero when isPositive is asked for.
-    void value(ScopedVlong& out, bool isPositive = false) {
-        const std::size_t count = std::min<std::size_t>(byte(), left_);
-        requireOk(VLONG_fromBytes(data_, static_cast<std::int32_t>(count), out.out(), nullptr));
-        data_ += count;
-        left_ -= count;
-        if (isPositive && VLONG_isZero(out.get())) {
-            requireOk(VLONG_setValue(out.get(), 1));
-        }
-    }
-    const std::uint8_t* rest() const {
-        return data_;
-    }
-    std::uint32_t left() const {
-        return static_cast<std::uint32_t>(left_);
-    }
-
-private:
-    const std::uint8_t* data_;
-    std::size_t left_;
-};
+}
 
 // a div b * b + a mod b = a with a mod b < b; (a * b) div b = a; (a + b) - b = a; a * a = a squared.
-void sumsAndQuotients(Input& input) {
+void sumsAndQuotients(FuzzInput& input) {
     ScopedVlong a(nullptr), b(nullptr), quotient(nullptr), rest(nullptr), product(nullptr), copy(nullptr);
-    input.value(a);
-    input.value(b, true);
+    take(input, a);
+    take(input, b, true);
     requireOk(VLONG_div(a.get(), b.get(), quotient.out(), nullptr));
     requireOk(VLONG_mod(a.get(), b.get(), rest.out(), nullptr));
     FUZZ_CHECK(VLONG_cmp(rest.get(), b.get()) < 0);
@@ -69,11 +50,11 @@ void sumsAndQuotients(Input& input) {
 }
 
 // A power with a small exponent is the product of so many bases; Barrett's method may give the modulus in place of 0.
-void powers(Input& input) {
+void powers(FuzzInput& input) {
     ScopedVlong base(nullptr), modulus(nullptr), exponent(nullptr), expected(nullptr), product(nullptr), power(nullptr);
     const std::uint8_t count = input.byte();
-    input.value(base);
-    input.value(modulus, true);
+    take(input, base);
+    take(input, modulus, true);
     requireOk(VLONG_newValue(count, exponent.out(), nullptr));
     requireOk(VLONG_newValue(VLONG_isZero(base.get()) ? 0 : 1, expected.out(), nullptr));
     for (std::uint8_t i = 0; i < count; ++i) {
@@ -86,11 +67,11 @@ void powers(Input& input) {
 }
 
 // Long exponents: the kernels for powers, two side by side, agree with the scan by single bits, which does without them.
-void pairs(Input& input) {
+void pairs(FuzzInput& input) {
     ScopedVlong base(nullptr), exponent(nullptr), modulus(nullptr), first(nullptr), second(nullptr), bitwise(nullptr);
-    input.value(base, true);
-    input.value(exponent, true);
-    input.value(modulus);
+    take(input, base, true);
+    take(input, exponent, true);
+    take(input, modulus);
     requireOk(VLONG_setBit(modulus.get(), 0));
     requireOk(VLONG_setBit(modulus.get(), 64)); // two units at least
     MontgomeryCtx* context = nullptr;
@@ -105,10 +86,10 @@ void pairs(Input& input) {
 }
 
 // gcd(a, n) divides both, and when it is 1, a * modInverse(a, n) mod n is 1 mod n.
-void inverses(Input& input) {
+void inverses(FuzzInput& input) {
     ScopedVlong a(nullptr), n(nullptr), gcd(nullptr), rest(nullptr), inverse(nullptr), product(nullptr), one(nullptr);
-    input.value(a, true);
-    input.value(n, true);
+    take(input, a, true);
+    take(input, n, true);
     requireOk(VLONG_gcd(a.get(), n.get(), gcd.out(), nullptr));
     for (const vlong* multiple : {a.get(), n.get()}) {
         requireOk(VLONG_mod(multiple, gcd.get(), rest.out(), nullptr));
@@ -123,28 +104,29 @@ void inverses(Input& input) {
 }
 
 // What VLONG_fromMpint reads, VLONG_toMpint writes so that it reads back.
-void mpints(Input& input) {
+void mpints(FuzzInput& input) {
     ScopedVlong value(nullptr), readBack(nullptr);
     std::uint32_t consumed = 0, count = 0;
-    if (isError(VLONG_fromMpint(input.rest(), input.left(), value.out(), &consumed))) {
+    const Bytes body = input.rest();
+    const auto left = static_cast<std::uint32_t>(body.size());
+    if (isError(VLONG_fromMpint(dataOf(body), left, value.out(), &consumed))) {
         FUZZ_CHECK(value.get() == nullptr);
         return;
     }
-    FUZZ_CHECK(consumed <= input.left());
+    FUZZ_CHECK(consumed <= left);
     std::uint8_t* bytes = nullptr;
     requireOk(VLONG_toMpint(value.get(), &bytes, &count));
     requireOk(VLONG_fromMpint(bytes, count, readBack.out(), &consumed));
     FUZZ_CHECK(consumed == count && VLONG_cmp(value.get(), readBack.get()) == 0);
     void* block = bytes;
-    requireOk(memFree(&block));
+    requireOk(memWipeAndFree(&block, count));
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    static constexpr std::uint8_t kNothing = 0;
-    Input input(data == nullptr ? &kNothing : data, size);
-    constexpr void (*kIdentities[])(Input&) = {sumsAndQuotients, powers, inverses, mpints, pairs};
+    FuzzInput input(data, size);
+    constexpr void (*kIdentities[])(FuzzInput&) = {sumsAndQuotients, powers, inverses, mpints, pairs};
     kIdentities[input.byte() % std::size(kIdentities)](input);
     return 0;
 }

@@ -7,16 +7,16 @@
 #include <cstdint>
 #include <vector>
 
+using Bytes = std::vector<std::uint8_t>;
+
 // dataOf: where the bytes stand; no null pointer for an empty string.
-inline const std::uint8_t* dataOf(const std::vector<std::uint8_t>& bytes) {
+inline const std::uint8_t* dataOf(const Bytes& bytes) {
     static constexpr std::uint8_t kNothing = 0;
     return bytes.empty() ? &kNothing : bytes.data();
 }
 
 class FuzzInput {
 public:
-    using Bytes = std::vector<std::uint8_t>;
-
     FuzzInput(const std::uint8_t* data, std::size_t size) : data_(data), left_(size) {
     }
     std::size_t left() const {

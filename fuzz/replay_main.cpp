@@ -1,23 +1,79 @@
-// Replays a corpus through a fuzz target: every file of the folder given, each once.
+// Replays a corpus through a fuzz target: every file of the folder given, and of each a fixed number of changed copies, the
+// same ones in every run.
+#include "tests/support/test_heap.h"
+
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <random>
 #include <vector>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
-int main(int argc, char** argv) {
-    int inputs = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(argc > 1 ? argv[1] : ".")) {
-        std::ifstream file(entry.path(), std::ios::binary);
-        const std::vector<char> bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-        // An exact copy on the heap, so that the sanitizers see a read one byte too far.
-        const std::vector<std::uint8_t> input(bytes.begin(), bytes.end());
-        (void)LLVMFuzzerTestOneInput(input.data(), input.size());
-        ++inputs;
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr int kCopies = 100;
+
+// A few changes at random places: a bit, a byte of a kind that borders are made of, octets gone, doubled or cut off.
+void change(Bytes& bytes, std::minstd_rand& random) {
+    constexpr std::uint8_t kBorders[] = {0x00, 0x01, 0x7F, 0x80, 0x81, 0xFF};
+    Bytes doubled;
+    for (std::size_t left = 1 + random() % 4; left > 0 && !bytes.empty(); --left) {
+        const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(random() % bytes.size());
+        const auto end = at + static_cast<std::ptrdiff_t>(
+                                  random() % std::min<std::size_t>(static_cast<std::size_t>(bytes.end() - at), 9));
+        switch (random() % 6) {
+        case 0:
+            *at = static_cast<std::uint8_t>(*at ^ 1 << random() % 8);
+            break;
+        case 1:
+            *at = kBorders[random() % std::size(kBorders)];
+            break;
+        case 2:
+            *at = static_cast<std::uint8_t>(*at + random() % 3 - 1);
+            break;
+        case 3:
+            bytes.erase(at, end);
+            break;
+        case 4:
+            doubled.assign(at, end);
+            bytes.insert(at, doubled.begin(), doubled.end());
+            break;
+        default:
+            bytes.erase(at, random() % 4 == 0 ? bytes.end() : at);
+            break;
+        }
     }
-    std::printf("%d inputs replayed\n", inputs);
-    return inputs > 0 ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(argc > 1 ? argv[1] : ".")) {
+        files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+    std::minstd_rand random(20261122);
+    for (const auto& path : files) {
+        std::ifstream file(path, std::ios::binary);
+        const Bytes whole{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+        for (int copy = 0; copy <= kCopies; ++copy) {
+            Bytes input = whole;
+            if (copy > 0) {
+                change(input, random);
+            }
+            const Bytes exact(input.begin(), input.end()); // so that the sanitizers see a read one byte too far
+            (void)LLVMFuzzerTestOneInput(exact.data(), exact.size());
+        }
+    }
+    const bool isClean = testheap::liveBlocks() == 0 && testheap::dirtyFrees() == 0;
+    std::printf("%zu inputs replayed, with %d changed copies of each; %s\n", files.size(), kCopies,
+                isClean ? "nothing left behind" : "blocks left behind or unwiped");
+    return !files.empty() && isClean ? 0 : 1;
 }

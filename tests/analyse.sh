@@ -38,7 +38,7 @@ for tool in "$@"; do
         valgrind --quiet --error-exitcode=1 --leak-check=full --errors-for-leak-kinds=definite \
           "$program" --gtest_brief=1 --gtest_filter='-*Statistics*:*MillionA*:Stack.*' </dev/null || status=1
       done < <(find build/release/tests -type f -name '*_test' -perm -u+x ! -name '*long*' ! -name '*large*' \
-        ! -name '*seeding*' ! -name 'debug_switch*' | sort)
+        ! -name '*seeding*' | sort)
       ;;
     *) echo "no such analysis: $tool" >&2; exit 2 ;;
   esac

@@ -82,7 +82,7 @@ std::optional<Bytes> decodeBase64(std::string_view text) {
             bits &= (1U << bitCount) - 1;
         }
     }
-    return bits == 0 && bitCount == paddingBits ? std::optional(bytes) : std::nullopt;
+    return bits == 0 && bitCount == paddingBits && bitCount < 6 ? std::optional(bytes) : std::nullopt;
 }
 
 PublicKeyFile fromDer(const Bytes& der, const std::string& name) {

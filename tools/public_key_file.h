@@ -7,9 +7,10 @@
 #include <vector>
 
 struct PublicKeyFile {
-    std::vector<std::uint8_t>
-        pkcs1;          // the RSAPublicKey of PKCS#1 in DER, or what looks like one; empty if there is none
-    std::string reason; // then what there is instead, with the command that makes a public key of it
+    // The RSAPublicKey of PKCS#1 in DER, or what looks like one. Empty if there is none; reason then says what there is
+    // instead, with the command that makes a public key of it.
+    std::vector<std::uint8_t> pkcs1;
+    std::string reason;
 };
 
 // readPublicKeyFile: finds the key in a file's content: an RSAPublicKey of PKCS#1 or a SubjectPublicKeyInfo of X.509, each

@@ -8,36 +8,40 @@
 // Base gives the kernels underneath: add and sub as in BignumKernels, mul(r, a, b, n) and square(r, a, n) for products of
 // up to kSmallest units, a power of two, at which the method stops.
 //
-// Secrets: time depends on the order of the operands' halves.
+// Secrets: time depends on n only: the middle product is formed and added with its sign whatever the halves are.
 #ifndef ZELSPI_CORE_BIGNUM_KARATSUBA_H
 #define ZELSPI_CORE_BIGNUM_KARATSUBA_H
 
+#include "core/bignum/branch_free.h"
 #include "core/bignum/kernels.h"
 
-// karatsubaDifference: r[h] := |a[h] - b[h]|; returns the sign of a - b.
-template <typename Base> std::int32_t karatsubaDifference(Unit* r, const Unit* a, const Unit* b, std::uint32_t h) {
-    const std::int32_t sign = VLONG_cmpUnits(a, b, h);
-    if (sign > 0) {
-        (void)Base::sub(r, a, b, h); // the larger half first: no borrow
-    } else if (sign < 0) {
-        (void)Base::sub(r, b, a, h);
+// karatsubaNegateIf: r[n] := -r[n] modulo 2^(64 n) where the mask is all ones, unchanged where it is 0; returns what is
+// carried out of the top: 1 for the negation of 0.
+inline Unit karatsubaNegateIf(Unit mask, Unit* r, std::uint32_t n) {
+    Unit carry = mask & 1;
+    for (std::uint32_t i = 0; i < n; ++i) {
+        r[i] = (r[i] ^ mask) + carry;
+        carry = r[i] < carry ? 1 : 0;
     }
-    return sign;
+    return carry;
 }
 
-// karatsubaAddMiddle: adds the middle sum into r[2n], which holds the outer products: low + high + sign * middle at unit
-// h. The middle sum is n units and one carry, and the carry goes on upwards.
-template <typename Base>
-void karatsubaAddMiddle(Unit* r, std::int32_t sign, const Unit* middle, Unit* sum, std::uint32_t n) {
+// karatsubaDifference: r[h] := |a[h] - b[h]|; returns all ones when a is below b, else 0.
+template <typename Base> Unit karatsubaDifference(Unit* r, const Unit* a, const Unit* b, std::uint32_t h) {
+    const Unit isNegative = maskOf(Base::sub(r, a, b, h));
+    (void)karatsubaNegateIf(isNegative, r, h); // no carry: the difference is not 0
+    return isNegative;
+}
+
+// karatsubaAddMiddle: adds the middle sum into r[2n], which holds the outer products: low + high +- middle at unit h. The
+// middle sum is n units and one carry, and the carry goes on upwards. middle is overwritten.
+template <typename Base> void karatsubaAddMiddle(Unit* r, Unit isNegative, Unit* middle, Unit* sum, std::uint32_t n) {
     const std::uint32_t h = n / 2;
     Unit carry = Base::add(sum, r, r + n, n);
-    if (sign > 0) {
-        carry += Base::add(sum, sum, middle, n);
-    } else if (sign < 0) {
-        carry -= Base::sub(sum, sum, middle, n);
-    }
+    carry += karatsubaNegateIf(isNegative, middle, n) - (isNegative & 1);
+    carry += Base::add(sum, sum, middle, n);
     carry += Base::add(r + h, r + h, sum, n);
-    for (std::uint32_t i = h + n; carry != 0 && i < 2 * n; ++i) {
+    for (std::uint32_t i = h + n; i < 2 * n; ++i) {
         r[i] += carry;
         carry = r[i] < carry ? 1 : 0;
     }
@@ -51,14 +55,12 @@ template <typename Base> void karatsubaMul(Unit* r, const Unit* a, const Unit* b
     const std::uint32_t h = n / 2;
     Unit* const middle = scratch + n;
     Unit* const deeper = scratch + std::size_t{2} * n;
-    const std::int32_t sign =
-        karatsubaDifference<Base>(scratch, a, a + h, h) * karatsubaDifference<Base>(scratch + h, b + h, b, h);
-    if (sign != 0) {
-        karatsubaMul<Base>(middle, scratch, scratch + h, h, deeper);
-    }
+    const Unit isNegative =
+        karatsubaDifference<Base>(scratch, a, a + h, h) ^ karatsubaDifference<Base>(scratch + h, b + h, b, h);
+    karatsubaMul<Base>(middle, scratch, scratch + h, h, deeper);
     karatsubaMul<Base>(r, a, b, h, deeper);
     karatsubaMul<Base>(r + n, a + h, b + h, h, deeper);
-    karatsubaAddMiddle<Base>(r, sign, middle, scratch, n);
+    karatsubaAddMiddle<Base>(r, isNegative, middle, scratch, n);
 }
 
 template <typename Base> void karatsubaSquare(Unit* r, const Unit* a, std::uint32_t n, Unit* scratch) {
@@ -68,13 +70,11 @@ template <typename Base> void karatsubaSquare(Unit* r, const Unit* a, std::uint3
     const std::uint32_t h = n / 2;
     Unit* const middle = scratch + n;
     Unit* const deeper = scratch + std::size_t{2} * n;
-    const bool isUnequal = karatsubaDifference<Base>(scratch, a, a + h, h) != 0;
-    if (isUnequal) {
-        karatsubaSquare<Base>(middle, scratch, h, deeper);
-    }
+    (void)karatsubaDifference<Base>(scratch, a, a + h, h);
+    karatsubaSquare<Base>(middle, scratch, h, deeper);
     karatsubaSquare<Base>(r, a, h, deeper);
     karatsubaSquare<Base>(r + n, a + h, h, deeper);
-    karatsubaAddMiddle<Base>(r, isUnequal ? -1 : 0, middle, scratch, n); // (a0 - a1)(a1 - a0) is never positive
+    karatsubaAddMiddle<Base>(r, ~Unit{0}, middle, scratch, n); // (a0 - a1)(a1 - a0) is never positive
 }
 
 #endif

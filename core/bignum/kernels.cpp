@@ -20,6 +20,7 @@ constexpr Kernel<ModExpKernel> kModExpTable[] = {
     {"ifma", ifmaIsSupported, kIfmaModExpKernel},
     {"adx", adxIsSupported, kAdxModExpKernel},
 #endif
+    {"portable-windows", alwaysSupported, kPortableWindowsKernel},
     {"portable", alwaysSupported, kPortableModExpKernel},
 };
 
@@ -38,10 +39,11 @@ std::span<const Kernel<ModExpKernel>> modExpKernelTable() {
     return kModExpTable;
 }
 
-const ModExpKernel& modExpKernelFor(const MontModulus& modulus) {
-    const bool isOdd = (modulus.units[0] & 1) != 0;
+const ModExpKernel& modExpKernelFor(const MontModulus& modulus, bool isSecret) {
+    const bool isOdd = isSecret || (modulus.units[0] & 1) != 0;
     for (const Kernel<ModExpKernel>& kernel : modExpKernelTable()) {
-        if (isOdd && kernel.isSupported() && kernel.run.takes(modulus.count)) {
+        if (isOdd && kernel.isSupported() && kernel.run.takes(modulus.count) &&
+            (isSecret || !kernel.run.isForSecrets)) {
             return kernel.run;
         }
     }

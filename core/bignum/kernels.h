@@ -67,13 +67,12 @@ struct BignumKernels {
     void (*square8)(Unit* r, const Unit* a);
 
     // karatsubaMul: r[2n] := a[n] * b[n]. karatsubaSquare: r[2n] := a[n]^2. karatsubaTakes(n); scratch[4n].
-    // Secrets: time depends on the order of the operands' halves.
     void (*karatsubaMul)(Unit* r, const Unit* a, const Unit* b, std::uint32_t n, Unit* scratch);
     void (*karatsubaSquare)(Unit* r, const Unit* a, std::uint32_t n, Unit* scratch);
 
     // montMultiply: r[k] := a[k] * b[k] / 2^(64 k) mod m. montSquare: the same with b = a. r may be a or b.
-    // a, b < m; the result is below m. (An even m gives some value below m.) scratch[montScratchUnits(k)].
-    // Secrets: the choice between the sum and the reduced sum is free of branches; Karatsuba as above.
+    // a b < 2^(64 k) m, for which it is enough that one of them is below m; the result is below m. (An even m gives some
+    // value below m.) scratch[montScratchUnits(k)].
     void (*montMultiply)(Unit* r, const Unit* a, const Unit* b, const MontModulus& m, Unit* scratch);
     void (*montSquare)(Unit* r, const Unit* a, const MontModulus& m, Unit* scratch);
 };
@@ -83,13 +82,15 @@ std::span<const Kernel<BignumKernels>> bignumKernelTable();
 // bignumKernels: the kernels chosen for this CPU.
 const BignumKernels& bignumKernels();
 
-// ModExpTask: result[k] := base[k]^exponent mod m for base < m.
+// ModExpTask: result[k] := base[k]^exponent mod m for base < m. A power to 0 is 1, of a secret exponent only.
 struct ModExpTask {
     Unit* result;
     const Unit* base;
-    const Unit* exponent;       // exponent[ceil(exponentBits / 64)], its top significant bit set
-    std::uint32_t exponentBits; // at least 1
+    const Unit* exponent; // exponent[ceil(exponentBits / 64)]
+    std::uint32_t
+        exponentBits; // at least 1; of a public exponent the significant ones, of a secret one its public length
     MontModulus modulus;
+    bool isSecret; // exponent and base, and the modulus too, may be secrets: the modulus is odd
 };
 
 struct ModExpKernel {
@@ -97,20 +98,25 @@ struct ModExpKernel {
     // too, which give some value below the modulus.
     bool (*takes)(std::uint32_t k);
 
-    // scratchUnits: the scratch that one and pair need for moduli of k units and exponents of up to exponentBits.
-    std::size_t (*scratchUnits)(std::uint32_t k, std::uint32_t exponentBits);
+    // scratchUnits: the scratch that one and pair need for moduli of k units and exponents of up to exponentBits, when
+    // none or any of them is secret.
+    std::size_t (*scratchUnits)(std::uint32_t k, std::uint32_t exponentBits, bool isSecret);
 
     // one: a single exponentiation. result may be base.
-    // Secrets: the portable kernel's time and addresses follow the exponent's bits; others say at their place.
+    // Secrets: time and addresses depend on the lengths of exponent and modulus, and on a public exponent. The last kernel
+    // of the table, for public exponents and even moduli, follows the bits of every exponent.
     void (*one)(const ModExpTask& task, Unit* scratch);
 
     // pair: two with moduli of the same number of units, side by side. Null: one after the other is as good.
     void (*pair)(const ModExpTask& first, const ModExpTask& second, Unit* scratch);
+
+    // isForSecrets: whether another kernel behind it is faster for public exponents.
+    bool isForSecrets;
 };
 
 std::span<const Kernel<ModExpKernel>> modExpKernelTable();
 
-// modExpKernelFor: the best kernel on this CPU for a modulus.
-const ModExpKernel& modExpKernelFor(const MontModulus& modulus);
+// modExpKernelFor: the best kernel on this CPU for a modulus, which is odd for a secret exponent.
+const ModExpKernel& modExpKernelFor(const MontModulus& modulus, bool isSecret);
 
 #endif

@@ -1,6 +1,7 @@
 // Exponentiation: the choice of the engine, and the powers by Montgomery's method.
 #include "core/bignum/modexp.h"
-#include "core/bignum/kernels.h"
+#include "core/bignum/branch_free.h"
+#include "core/bignum/residues.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
 #include "core/memory/secret.h"
@@ -22,7 +23,9 @@ public:
         memWipe(&task_, sizeof task_); // tells of the modulus, which may be a secret prime
     }
 
-    Status prepare(const MontgomeryCtx& context, const vlong* base, const vlong* exponent) {
+    Status prepare(const ModExpOperands& operands) {
+        const auto& [contextOf, base, exponent, out, secretBits, isBasePublic] = operands;
+        const MontgomeryCtx& context = *contextOf;
         const vlong* const modulus = context.modulus;
         if (VLONG_isZero(modulus)) {
             return ERR_DIVIDE_BY_ZERO;
@@ -35,22 +38,14 @@ public:
         if (base->length + k + 1 > kMaxUnits) {
             return ERR_BAD_LENGTH;
         }
-        ScopedVlong reduced(queue_);
-        if (VLONG_cmpMagnitude(base, modulus) >= 0) {
-            RETURN_IF_ERROR(VLONG_mod(base, modulus, reduced.out(), queue_));
-            base = reduced.get();
-        }
         RETURN_IF_ERROR(base_.alloc(std::size_t{k} * sizeof(Unit)));
         RETURN_IF_ERROR(result_.alloc());
         RETURN_IF_ERROR(VLONG_growDiscard(result_.get(), k));
-        Unit* const baseUnits = reinterpret_cast<Unit*>(base_.data());
-        std::copy_n(base->units, base->length, baseUnits); // zeros above
-        task_ = {result_.get()->units,
-                 baseUnits,
-                 exponent->units,
-                 VLONG_bitLength(exponent),
-                 {modulus->units, context.radixSquared->units, context.negInverse, k}};
-        return OK;
+        task_ = {result_.get()->units,   baseUnits(),
+                 exponent->units,        secretBits != 0 ? secretBits : VLONG_bitLength(exponent),
+                 montModulusOf(context), secretBits != 0};
+        RETURN_IF_ERROR(task_.isSecret && !isBasePublic ? takeSecretBase(context, base) : takeBase(base, modulus));
+        return task_.isSecret ? takeSecretExponent(exponent) : OK;
     }
 
     const ModExpTask& task() const {
@@ -58,14 +53,43 @@ public:
     }
 
     vlong* finish() {
-        result_.get()->length = task_.modulus.count;
-        VLONG_normalise(result_.get());
+        result_.get()->length = significantUnits(task_.result, task_.modulus.count);
         return result_.release();
     }
 
 private:
+    Unit* baseUnits() {
+        return reinterpret_cast<Unit*>(base_.data());
+    }
+
+    Status takeBase(const vlong* base, const vlong* modulus) {
+        ScopedVlong reduced(queue_);
+        if (VLONG_cmpMagnitude(base, modulus) >= 0) {
+            RETURN_IF_ERROR(VLONG_mod(base, modulus, reduced.out(), queue_));
+            base = reduced.get();
+        }
+        std::copy_n(base->units, base->length, baseUnits()); // zeros above
+        return OK;
+    }
+
+    Status takeSecretBase(const MontgomeryCtx& context, const vlong* base) {
+        Residues residues;
+        RETURN_IF_ERROR(residues.start(context, 0));
+        residues.reduce(baseUnits(), base->units, base->length);
+        return OK;
+    }
+
+    Status takeSecretExponent(const vlong* exponent) {
+        const std::uint32_t count = (task_.exponentBits + kUnitBits - 1) / kUnitBits;
+        RETURN_IF_ERROR(exponent_.alloc(std::size_t{count} * sizeof(Unit)));
+        Unit* const units = reinterpret_cast<Unit*>(exponent_.data());
+        std::copy_n(exponent->units, std::min(count, exponent->length), units); // zeros above
+        task_.exponent = units;
+        return OK;
+    }
+
     vlong** queue_;
-    SecretBuffer base_;
+    SecretBuffer base_, exponent_;
     ScopedVlong result_;
     ModExpTask task_{};
 };
@@ -80,21 +104,29 @@ Status trivialPower(const vlong* base, const vlong* exponent, vlong** out, vlong
 }
 
 bool isTrivial(const ModExpOperands& operands) {
-    return VLONG_bitLength(operands.base) == 0 || VLONG_bitLength(operands.exponent) == 0;
+    return operands.secretBits == 0 && (VLONG_bitLength(operands.base) == 0 || VLONG_bitLength(operands.exponent) == 0);
 }
 
-bool hasNull(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out) {
-    return context == nullptr || context->modulus == nullptr || base == nullptr || exponent == nullptr ||
-           out == nullptr;
+bool hasNull(const ModExpOperands& operands) {
+    return operands.context == nullptr || operands.context->modulus == nullptr || operands.base == nullptr ||
+           operands.exponent == nullptr || operands.out == nullptr;
 }
 
-Status modExpInTurn(const ModExpOperands& first, const ModExpOperands& second, vlong** queue) {
-    RETURN_IF_ERROR(VLONG_modExpCtx(first.context, first.base, first.exponent, first.out, queue));
-    const Status status = VLONG_modExpCtx(second.context, second.base, second.exponent, second.out, queue);
-    if (isError(status)) {
-        (void)VLONG_free(first.out, queue); // not null
+// One exponentiation that is not trivial.
+Status modExpAlone(const ModExpOperands& operands, vlong** queue) {
+    MontPower power(queue);
+    RETURN_IF_ERROR(power.prepare(operands));
+    const ModExpTask& task = power.task();
+    if (task.exponentBits == 0) { // for which no kernel is made
+        return VLONG_newValue(VLONG_cmpUnit(operands.context->modulus, 1) == 0 ? 0 : 1, operands.out, queue);
     }
-    return status;
+    const ModExpKernel& kernel = modExpKernelFor(task.modulus, task.isSecret);
+    SecretBuffer scratch;
+    RETURN_IF_ERROR(
+        scratch.alloc(kernel.scratchUnits(task.modulus.count, task.exponentBits, task.isSecret) * sizeof(Unit)));
+    kernel.one(task, reinterpret_cast<Unit*>(scratch.data()));
+    *operands.out = power.finish();
+    return OK;
 }
 
 } // namespace
@@ -126,48 +158,59 @@ Status VLONG_modExpMontgomery(const vlong* base, const vlong* exponent, const vl
         return ERR_BAD_MODULO;
     }
     LocalQueue local(queue);
-    MontgomeryCtx context;
-    RETURN_IF_ERROR(VLONG_initMontgomeryCtx(&context, modulus, local.get()));
-    const Status status = VLONG_montExpWindow(&context, base, exponent, out, local.get());
-    (void)VLONG_clearMontgomeryCtx(&context, local.get()); // always OK
-    return status;
+    ScopedMontgomeryCtx context(local.get());
+    RETURN_IF_ERROR(context.make(modulus));
+    return VLONG_montExpWindow(context.get(), base, exponent, out, local.get());
 }
 
 Status VLONG_modExpCtx(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out,
                        vlong** queue) {
-    if (hasNull(context, base, exponent, out)) {
+    return VLONG_modExpOne({context, base, exponent, out}, queue);
+}
+
+Status VLONG_modExpOne(const ModExpOperands& power, vlong** queue) {
+    if (hasNull(power)) {
         return ERR_NULL_POINTER;
     }
-    RETURN_IF_ERROR(trivialPower(base, exponent, out, queue));
-    return *out != nullptr ? OK : VLONG_montExpWindow(context, base, exponent, out, queue);
+    *power.out = nullptr;
+    if (power.secretBits == 0) {
+        RETURN_IF_ERROR(trivialPower(power.base, power.exponent, power.out, queue));
+    }
+    return *power.out != nullptr ? OK : modExpAlone(power, queue);
 }
 
 Status VLONG_modExpCtxPair(const ModExpOperands& first, const ModExpOperands& second, vlong** queue) {
-    if (hasNull(first.context, first.base, first.exponent, first.out) ||
-        hasNull(second.context, second.base, second.exponent, second.out)) {
+    if (hasNull(first) || hasNull(second)) {
         return ERR_NULL_POINTER;
     }
     *first.out = nullptr;
     *second.out = nullptr;
     const std::uint32_t k = first.context->modulus->length;
     if (isTrivial(first) || isTrivial(second) || k != second.context->modulus->length) {
-        return modExpInTurn(first, second, queue);
+        RETURN_IF_ERROR(VLONG_modExpOne(first, queue));
+        const Status status = VLONG_modExpOne(second, queue);
+        if (isError(status)) {
+            (void)VLONG_free(first.out, queue); // not null
+        }
+        return status;
     }
     MontPower one(queue), other(queue);
-    RETURN_IF_ERROR(one.prepare(*first.context, first.base, first.exponent));
-    RETURN_IF_ERROR(other.prepare(*second.context, second.base, second.exponent));
-    const ModExpKernel& kernel = modExpKernelFor(one.task().modulus);
-    const ModExpKernel& otherKernel = modExpKernelFor(other.task().modulus);
-    const std::uint32_t bits = std::max(one.task().exponentBits, other.task().exponentBits);
+    RETURN_IF_ERROR(one.prepare(first));
+    RETURN_IF_ERROR(other.prepare(second));
+    const ModExpTask &task = one.task(), &otherTask = other.task();
+    const ModExpKernel& kernel = modExpKernelFor(task.modulus, task.isSecret);
+    const ModExpKernel& otherKernel = modExpKernelFor(otherTask.modulus, otherTask.isSecret);
+    const std::uint32_t bits = std::max(task.exponentBits, otherTask.exponentBits);
+    const bool isSecret = task.isSecret || otherTask.isSecret;
     SecretBuffer scratch;
-    RETURN_IF_ERROR(
-        scratch.alloc(std::max(kernel.scratchUnits(k, bits), otherKernel.scratchUnits(k, bits)) * sizeof(Unit)));
+    RETURN_IF_ERROR(scratch.alloc(
+        std::max(kernel.scratchUnits(k, bits, isSecret), otherKernel.scratchUnits(k, bits, isSecret)) * sizeof(Unit)));
     Unit* const scratchUnits = reinterpret_cast<Unit*>(scratch.data());
     if (kernel.pair != nullptr && &kernel == &otherKernel) {
-        kernel.pair(one.task(), other.task(), scratchUnits);
+        kernel.pair(task, otherTask, scratchUnits);
     } else {
-        kernel.one(one.task(), scratchUnits);
-        otherKernel.one(other.task(), scratchUnits);
+        kernel.one(task, scratchUnits);
+        otherKernel.one(otherTask, scratchUnits);
     }
     *first.out = one.finish();
     *second.out = other.finish();
@@ -189,27 +232,16 @@ std::uint32_t VLONG_windowWidth(std::uint32_t exponentBits) {
 
 Status VLONG_montExpWindow(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out,
                            vlong** queue) {
-    if (hasNull(context, base, exponent, out)) {
+    if (hasNull({context, base, exponent, out})) {
         return ERR_NULL_POINTER;
     }
     *out = nullptr;
-    MontPower power(queue);
-    RETURN_IF_ERROR(power.prepare(*context, base, exponent));
-    const ModExpTask& task = power.task();
-    if (task.exponentBits == 0) { // for which no kernel is made
-        return VLONG_newValue(VLONG_cmpUnit(context->modulus, 1) == 0 ? 0 : 1, out, queue);
-    }
-    const ModExpKernel& kernel = modExpKernelFor(task.modulus);
-    SecretBuffer scratch;
-    RETURN_IF_ERROR(scratch.alloc(kernel.scratchUnits(task.modulus.count, task.exponentBits) * sizeof(Unit)));
-    kernel.one(task, reinterpret_cast<Unit*>(scratch.data()));
-    *out = power.finish();
-    return OK;
+    return modExpAlone({context, base, exponent, out}, queue);
 }
 
 Status VLONG_montExpBinary(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out,
                            vlong** queue) {
-    if (hasNull(context, base, exponent, out)) {
+    if (hasNull({context, base, exponent, out})) {
         return ERR_NULL_POINTER;
     }
     *out = nullptr;

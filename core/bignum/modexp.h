@@ -7,9 +7,8 @@
 // Limits: moduli above 4094 units need not fit the double-length intermediates, from 4096 they never do:
 // ERR_BAD_LENGTH. For the same reason base and an odd modulus together must stay below kMaxUnits units. Queue:
 // temporaries come from the queue and go back to it; without one an exponentiation makes its own and drains it.
-// Secrets: the time depends on the exponent, the lengths of all operands and, through Karatsuba's method, on the
-// values, unless the kernel in use says otherwise (kernels.h). The last step of a Montgomery product is free of
-// branches.
+// Secrets: the exponent, unless it is named as a secret, is public, and the time depends on it; it depends on the other
+// values where base or modulus are such as Montgomery's method does not take as they are.
 #ifndef ZELSPI_CORE_BIGNUM_MODEXP_H
 #define ZELSPI_CORE_BIGNUM_MODEXP_H
 
@@ -19,7 +18,7 @@
 // during exponentiations; a context, like a record, belongs to one thread.
 struct MontgomeryCtx {
     Unit negInverse; // -1/modulus modulo 2^64
-    vlong* R;        // 2^(64 k)
+    vlong* R;        // 2^(64 k); null, like RInverse, in a ScopedMontgomeryCtx: VLONG_montExpBinary alone reads them
     vlong* RInverse; // 1/R mod modulus
     vlong* modulus;  // an own copy
     // R^2 mod modulus, which may be 0, in k units; empty where no exponentiation takes the modulus.
@@ -43,6 +42,13 @@ Status VLONG_modExp(const vlong* base, const vlong* exponent, const vlong* modul
 Status VLONG_newMontgomeryCtx(MontgomeryCtx** out, const vlong* modulus, vlong** queue);
 Status VLONG_initMontgomeryCtx(MontgomeryCtx* context, const vlong* modulus, vlong** queue);
 
+// VLONG_initPowerCtx: VLONG_initMontgomeryCtx without R and RInverse, for every power but that of VLONG_montExpBinary.
+Status VLONG_initPowerCtx(MontgomeryCtx* context, const vlong* modulus, vlong** queue);
+
+// VLONG_newSecretMontgomeryCtx: VLONG_newMontgomeryCtx in a time that shows no more of the modulus than its bit length, if
+// takesResidues (residues.h) holds for it.
+Status VLONG_newSecretMontgomeryCtx(MontgomeryCtx** out, const vlong* modulus, vlong** queue);
+
 // VLONG_clearMontgomeryCtx: releases the records of a context and sets all of it to zero. Null is accepted; always OK.
 // VLONG_deleteMontgomeryCtx: the same for a context of the heap, which is freed; *context becomes null. A null pointer
 // or a null context is accepted; always OK.
@@ -57,13 +63,22 @@ Status VLONG_cloneMontgomeryCtx(const MontgomeryCtx* source, MontgomeryCtx** out
 Status VLONG_modExpCtx(const MontgomeryCtx* context, const vlong* base, const vlong* exponent, vlong** out,
                        vlong** queue);
 
-// ModExpOperands: one of two exponentiations that are to run side by side.
+// ModExpOperands: an exponentiation with a prepared context: *out := a new record, base^exponent mod modulus.
+//
+// A secret exponent, of a modulus for which takesResidues (residues.h) holds, has no more bits than secretBits, its public
+// length. Time and addresses then depend on lengths alone, 0^0 is 1, and the result has k units to be read, zeros above
+// its length.
 struct ModExpOperands {
     const MontgomeryCtx* context;
     const vlong* base;
     const vlong* exponent;
     vlong** out;
+    std::uint32_t secretBits = 0; // 0 for a public exponent
+    bool isBasePublic = false;    // of a secret exponent: base and modulus are none
 };
+
+// VLONG_modExpOne: one of them. Errors: as VLONG_modExpCtx.
+Status VLONG_modExpOne(const ModExpOperands& power, vlong** queue);
 
 // VLONG_modExpCtxPair: two exponentiations as by VLONG_modExpCtx, side by side where a kernel can do that: for the two
 // primes of an RSA key, or the two powers of a DSA verification.

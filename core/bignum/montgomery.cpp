@@ -1,6 +1,8 @@
 // Montgomery contexts, and Montgomery products of records.
+#include "core/bignum/branch_free.h"
 #include "core/bignum/kernels.h"
 #include "core/bignum/modexp.h"
+#include "core/bignum/residues.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
 #include "core/memory/secret.h"
@@ -63,7 +65,7 @@ void invertRadix(Unit* inverse, const Unit* m, std::uint32_t k, Unit unitInverse
 Status makeRInverse(MontgomeryCtx* context, vlong** queue) {
     const vlong* const modulus = context->modulus;
     const std::uint32_t k = modulus->length;
-    if (!VLONG_testBit(modulus, 0) || VLONG_cmpUnit(modulus, 1) <= 0 || !hasRoomForSquare(k)) {
+    if (!takesResidues(modulus)) {
         return VLONG_modInverse(context->R, modulus, &context->RInverse, queue);
     }
     SecretBuffer scratch;
@@ -73,32 +75,64 @@ Status makeRInverse(MontgomeryCtx* context, vlong** queue) {
     RETURN_IF_ERROR(VLONG_growDiscard(inverse.get(), k));
     invertRadix(inverse.get()->units, modulus->units, k, Unit{0} - context->negInverse,
                 reinterpret_cast<Unit*>(scratch.data()));
-    inverse.get()->length = k;
-    VLONG_normalise(inverse.get());
+    inverse.get()->length = significantUnits(inverse.get()->units, k);
     context->RInverse = inverse.release();
     return OK;
 }
 
 // radixSquared. A modulus that no exponentiation takes gets an empty one: the context itself is not refused.
-Status makeRadixSquared(MontgomeryCtx* context, vlong** queue) {
-    const std::uint32_t k = context->modulus->length;
-    if (k == 0 || !hasRoomForSquare(k)) {
-        return VLONG_alloc(&context->radixSquared, queue);
-    }
+Status makeRadixSquared(MontgomeryCtx* context, bool isSecret, vlong** queue) {
+    const vlong* const modulus = context->modulus;
+    const std::uint32_t k = modulus->length;
     ScopedVlong square(queue);
     RETURN_IF_ERROR(square.alloc());
+    if (isSecret && takesResidues(modulus)) {
+        SecretBuffer scratch;
+        RETURN_IF_ERROR(scratch.alloc((std::size_t{k} + montScratchUnits(k)) * sizeof(Unit)));
+        RETURN_IF_ERROR(VLONG_growDiscard(square.get(), k));
+        montRadixSquared(square.get()->units, {modulus->units, nullptr, context->negInverse, k},
+                         reinterpret_cast<Unit*>(scratch.data()));
+        square.get()->length = significantUnits(square.get()->units, k);
+        context->radixSquared = square.release();
+        return OK;
+    }
+    if (k == 0 || !hasRoomForSquare(k)) {
+        context->radixSquared = square.release();
+        return OK;
+    }
     RETURN_IF_ERROR(VLONG_setUnit(square.get(), 2 * k, 1));
-    RETURN_IF_ERROR(VLONG_mod(square.get(), context->modulus, &context->radixSquared, queue));
+    RETURN_IF_ERROR(VLONG_mod(square.get(), modulus, &context->radixSquared, queue));
     return pad(context->radixSquared, k);
 }
 
-Status fillContext(MontgomeryCtx* context, const vlong* modulus, vlong** queue) {
+// ContextParts: what is to be made of a context, and whether its modulus is a secret.
+struct ContextParts {
+    bool isWhole, isSecret;
+};
+
+Status fillContext(MontgomeryCtx* context, const vlong* modulus, ContextParts parts, vlong** queue) {
     context->negInverse = VLONG_montNegInverse64(modulus);
-    RETURN_IF_ERROR(VLONG_alloc(&context->R, queue));
-    RETURN_IF_ERROR(VLONG_setUnit(context->R, modulus->length, 1));
     RETURN_IF_ERROR(VLONG_newCopy(modulus, &context->modulus, queue));
-    RETURN_IF_ERROR(makeRInverse(context, queue));
-    return makeRadixSquared(context, queue);
+    if (parts.isWhole) {
+        RETURN_IF_ERROR(VLONG_alloc(&context->R, queue));
+        RETURN_IF_ERROR(VLONG_setUnit(context->R, modulus->length, 1));
+        RETURN_IF_ERROR(makeRInverse(context, queue));
+    }
+    return makeRadixSquared(context, parts.isSecret, queue);
+}
+
+// A new context on the heap, of which fill() makes the contents; released again when that fails.
+template <typename Fill> Status newContext(MontgomeryCtx** out, vlong** queue, Fill fill) {
+    *out = nullptr;
+    MontgomeryCtx* context = nullptr;
+    RETURN_IF_ERROR(memAllocRecord(&context));
+    const Status status = fill(context);
+    if (isError(status)) {
+        (void)VLONG_deleteMontgomeryCtx(&context, queue); // always OK
+        return status;
+    }
+    *out = context;
+    return OK;
 }
 
 Status copyContext(MontgomeryCtx* target, const MontgomeryCtx* source, vlong** queue) {
@@ -127,32 +161,43 @@ Unit VLONG_montNegInverse64(const vlong* modulus) {
     return Unit{0} - x;
 }
 
-Status VLONG_initMontgomeryCtx(MontgomeryCtx* context, const vlong* modulus, vlong** queue) {
+namespace {
+
+Status initContext(MontgomeryCtx* context, const vlong* modulus, ContextParts parts, vlong** queue) {
     if (context == nullptr || modulus == nullptr) {
         return ERR_NULL_POINTER;
     }
     *context = {};
-    const Status status = fillContext(context, modulus, queue);
+    const Status status = fillContext(context, modulus, parts, queue);
     if (isError(status)) {
         (void)VLONG_clearMontgomeryCtx(context, queue); // always OK
     }
     return status;
 }
 
-Status VLONG_newMontgomeryCtx(MontgomeryCtx** out, const vlong* modulus, vlong** queue) {
+Status newContextOf(MontgomeryCtx** out, const vlong* modulus, ContextParts parts, vlong** queue) {
     if (out == nullptr || modulus == nullptr) {
         return ERR_NULL_POINTER;
     }
-    *out = nullptr;
-    MontgomeryCtx* context = nullptr;
-    RETURN_IF_ERROR(memAllocRecord(&context));
-    const Status status = VLONG_initMontgomeryCtx(context, modulus, queue);
-    if (isError(status)) {
-        (void)VLONG_deleteMontgomeryCtx(&context, queue); // always OK
-        return status;
-    }
-    *out = context;
-    return OK;
+    return newContext(out, queue, [&](MontgomeryCtx* context) { return initContext(context, modulus, parts, queue); });
+}
+
+} // namespace
+
+Status VLONG_initMontgomeryCtx(MontgomeryCtx* context, const vlong* modulus, vlong** queue) {
+    return initContext(context, modulus, {true, false}, queue);
+}
+
+Status VLONG_initPowerCtx(MontgomeryCtx* context, const vlong* modulus, vlong** queue) {
+    return initContext(context, modulus, {false, false}, queue);
+}
+
+Status VLONG_newMontgomeryCtx(MontgomeryCtx** out, const vlong* modulus, vlong** queue) {
+    return newContextOf(out, modulus, {true, false}, queue);
+}
+
+Status VLONG_newSecretMontgomeryCtx(MontgomeryCtx** out, const vlong* modulus, vlong** queue) {
+    return newContextOf(out, modulus, {true, true}, queue);
 }
 
 Status VLONG_clearMontgomeryCtx(MontgomeryCtx* context, vlong** queue) {
@@ -178,19 +223,10 @@ Status VLONG_cloneMontgomeryCtx(const MontgomeryCtx* source, MontgomeryCtx** out
     if (source == nullptr || out == nullptr) {
         return ERR_NULL_POINTER;
     }
-    *out = nullptr;
-    if (source->modulus == nullptr) {
-        return ERR_NULL_POINTER; // an empty context has nothing to copy
-    }
-    MontgomeryCtx* context = nullptr;
-    RETURN_IF_ERROR(memAllocRecord(&context));
-    const Status status = copyContext(context, source, queue);
-    if (isError(status)) {
-        (void)VLONG_deleteMontgomeryCtx(&context, queue); // always OK
-        return status;
-    }
-    *out = context;
-    return OK;
+    return newContext(out, queue, [&](MontgomeryCtx* context) {
+        const bool isWhole = source->modulus != nullptr && source->R != nullptr;
+        return isWhole ? copyContext(context, source, queue) : ERR_NULL_POINTER; // nothing to copy, or not all of it
+    });
 }
 
 namespace {

@@ -1,8 +1,9 @@
-// Guards for big integers: ScopedVlong returns a record to the queue it came from, LocalQueue drains a queue.
+// Guards for big integers: ScopedVlong and ScopedMontgomeryCtx return their records to the queue they came from,
+// LocalQueue drains a queue.
 #ifndef ZELSPI_CORE_BIGNUM_SCOPED_VLONG_H
 #define ZELSPI_CORE_BIGNUM_SCOPED_VLONG_H
 
-#include "core/bignum/vlong.h"
+#include "core/bignum/modexp.h"
 
 #include <utility>
 
@@ -50,6 +51,32 @@ public:
 
 private:
     vlong* record_ = nullptr;
+    vlong** queue_;
+};
+
+// ScopedMontgomeryCtx: owns a context or none; the queue (or null) must outlive it.
+class ScopedMontgomeryCtx {
+public:
+    explicit ScopedMontgomeryCtx(vlong** queue) : queue_(queue) {
+    }
+    ScopedMontgomeryCtx(const ScopedMontgomeryCtx&) = delete;
+    ScopedMontgomeryCtx& operator=(const ScopedMontgomeryCtx&) = delete;
+    ~ScopedMontgomeryCtx() {
+        (void)VLONG_clearMontgomeryCtx(&context_, queue_); // always OK
+    }
+
+    // make: the context of a modulus, by VLONG_initPowerCtx, unless there is one.
+    Status make(const vlong* modulus) {
+        return get() != nullptr ? OK : VLONG_initPowerCtx(&context_, modulus, queue_);
+    }
+
+    // get: null when there is none.
+    const MontgomeryCtx* get() const {
+        return context_.modulus != nullptr ? &context_ : nullptr;
+    }
+
+private:
+    MontgomeryCtx context_{};
     vlong** queue_;
 };
 

@@ -136,3 +136,13 @@ Status VLONG_div(const vlong* a, const vlong* b, vlong** out, vlong** queue) {
     *out = nullptr;
     return divideInto(Wanted::quotient, a, b, a->negative ^ b->negative, out, queue);
 }
+
+Status VLONG_mulMod(const vlong* a, const vlong* b, const vlong* modulus, vlong** out, vlong** queue) {
+    if (a == nullptr || b == nullptr || modulus == nullptr || out == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    *out = nullptr;
+    ScopedVlong product(queue);
+    RETURN_IF_ERROR(VLONG_mulSigned(a, b, product.out(), queue));
+    return VLONG_mod(product.get(), modulus, out, queue);
+}

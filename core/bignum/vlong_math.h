@@ -66,6 +66,9 @@ Status VLONG_divide(vlong* quotient, const vlong* dividend, const vlong* divisor
 Status VLONG_mod(const vlong* a, const vlong* modulus, vlong** out, vlong** queue);
 Status VLONG_div(const vlong* a, const vlong* b, vlong** out, vlong** queue);
 
+// VLONG_mulMod: a new record := a * b mod modulus with the sign of the product. Errors: as VLONG_mul and VLONG_divide.
+Status VLONG_mulMod(const vlong* a, const vlong* b, const vlong* modulus, vlong** out, vlong** queue);
+
 // Shifts
 // ----------------------------------------------------------------------------------------------------------------
 

@@ -2,10 +2,9 @@
 //
 // New values in out-pointers belong to the caller; they are null on failure. "Errors: growth" as in vlong.h. Foreign
 // values of any kind give a status or a meaningless result, never an endless loop.
-// Secrets: k, x and everything derived from them is wiped. The time of a signature depends on them: the reduction of the
-// wide random number to k, the reduction of x r and the inverse of k take steps that depend on the values, and the power
-// of g shows the bit length of k, also where a constant-time exponentiation kernel runs (core/bignum/modexp.h); where
-// none does it depends on all of k. Loading or generating a private key, which raises g to x, shows x to the same degree.
+// Secrets: k, x and everything derived from them is wiped. The time of signing, of loading and of making a key pair from
+// given parameters shows the lengths of p and q and the whole octets of x, which decide how much is drawn for k. For the
+// values of strangers that are no key (p or q not prime, g zero) it may show more.
 #ifndef ZELSPI_CORE_PUBKEY_DSA_H
 #define ZELSPI_CORE_PUBKEY_DSA_H
 

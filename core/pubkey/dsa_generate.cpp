@@ -1,8 +1,7 @@
 // DSA key generation: parameters, generator, key pair.
-#include "core/bignum/scoped_vlong.h"
-#include "core/bignum/vlong_convert.h"
-#include "core/bignum/vlong_math.h"
+#include "core/bignum/branch_free.h"
 #include "core/memory/secret.h"
+#include "core/pubkey/dsa_group.h"
 #include "core/pubkey/dsa_params.h"
 
 #include <algorithm>
@@ -14,10 +13,13 @@ constexpr std::uint32_t kPrivateKeyBytes = 40; // so many that the remainder by 
 Status makeKeyPair(const RandomBytes& random, DSAKey& key, vlong** queue) {
     SecretArray<std::uint8_t, kPrivateKeyBytes> bytes;
     RETURN_IF_ERROR(random.fill(bytes.data(), kPrivateKeyBytes));
-    ScopedVlong wide(queue);
-    RETURN_IF_ERROR(VLONG_fromBytes(bytes.data(), kPrivateKeyBytes, wide.out(), queue));
-    RETURN_IF_ERROR(VLONG_mod(wide.get(), key.q, &key.x, queue)); // 0 is not ruled out: meant
-    return VLONG_modExp(key.g, key.x, key.p, &key.y, queue);
+    Residues q;
+    RETURN_IF_ERROR(q.start(key.q, 1));
+    Unit* const x = q.take();
+    RETURN_IF_ERROR(q.reduceOctets(x, bytes.data(), kPrivateKeyBytes)); // 0 is not ruled out: meant
+    RETURN_IF_ERROR(q.record(x, &key.x, queue));
+    key.x->length = publicly(significantUnits(x, q.units()));
+    return dsaMakeY(key, queue);
 }
 
 } // namespace

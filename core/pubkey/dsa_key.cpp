@@ -1,9 +1,8 @@
 // DSA key records: making, freeing, loading.
-#include "core/bignum/modexp.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
 #include "core/memory/memory.h"
-#include "core/pubkey/dsa.h"
+#include "core/pubkey/dsa_group.h"
 #include "core/pubkey/key_load.h"
 
 #include <utility>
@@ -80,7 +79,7 @@ Status dsaKeyLoadPrivate(DSAKey* dsaKey, BigEndian p, BigEndian q, BigEndian g, 
     dsaKeyClear(dsaKey, queue);
     Status status = load(*dsaKey, p, q, g, x, &dsaKey->x, queue);
     if (!isError(status) && !(leavesY && mayWait(*dsaKey))) {
-        status = VLONG_modExp(dsaKey->g, dsaKey->x, dsaKey->p, &dsaKey->y, queue);
+        status = dsaMakeY(*dsaKey, queue);
     }
     return finish(dsaKey, status, queue);
 }

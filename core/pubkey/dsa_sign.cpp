@@ -1,4 +1,5 @@
 // DSA signatures: making one.
+#include "core/bignum/branch_free.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
 #include "core/bignum/vlong_math.h"
@@ -7,30 +8,91 @@
 
 namespace {
 
-// k := a random number modulo q.
-Status drawNonce(const RandomBytes& random, const DSAKey& key, ScopedVlong& k, vlong** queue) {
-    // Twice the bytes of x, less two: meant. A tiny x, of 15 bits or less, leaves nothing to draw, and k is 0.
-    const std::uint32_t byteCount = 2 * (VLONG_bitLength(key.x) / 8);
-    SecretBuffer bytes;
-    RETURN_IF_ERROR(bytes.alloc(byteCount));
-    if (byteCount > 2) {
-        RETURN_IF_ERROR(random.fill(bytes.data() + 2, byteCount - 2));
+// Signing: one signature on its way. y is made beside r where the key lacks it and wantsY says so.
+struct Signing {
+    Signing(const DSAKey& dsaKey, vlong** spare)
+        : key(dsaKey), queue(spare), group(spare), r(spare), s(spare), y(spare) {
     }
-    ScopedVlong wide(queue);
-    RETURN_IF_ERROR(VLONG_fromBytes(bytes.data(), static_cast<std::int32_t>(byteCount), wide.out(), queue));
-    return VLONG_mod(wide.get(), key.q, k.out(), queue);
+
+    DSAKey key;
+    vlong** queue;
+    DsaGroup group;
+    SecretBuffer random; // what the nonce is made from, big-endian
+    ScopedVlong r, s, y;
+};
+
+Status drawRandom(const RandomBytes& random, const vlong* x, SecretBuffer& octets) {
+    // Twice the octets of x, less two: meant. A tiny x, of 15 bits or less, leaves nothing to draw, and k is 0.
+    const std::uint32_t count = 2 * dsaWholeOctets(x);
+    RETURN_IF_ERROR(octets.alloc(count));
+    return count > 2 ? random.fill(octets.data() + 2, count - 2) : OK;
 }
 
-// *s := (m + x r) / k mod q.
-Status makeS(const DSAKey& key, const vlong* m, const vlong* k, const vlong* r, vlong** s, vlong** queue) {
-    ScopedVlong product(queue), t(queue), inverse(queue);
-    RETURN_IF_ERROR(VLONG_mulSigned(key.x, r, product.out(), queue));
-    RETURN_IF_ERROR(VLONG_mod(product.get(), key.q, t.out(), queue));
+// r and, if it is wanted, y. The exponents' lengths are those of secrets, or 0 for both.
+Status makePowers(Signing& signing, const vlong* k, std::uint32_t kBits, std::uint32_t xBits, bool wantsY,
+                  ScopedVlong& power) {
+    const DSAKey& key = signing.key;
+    const DsaGroup::Power forR = {key.g, k, power.out(), kBits};
+    return wantsY ? signing.group.powers(forR, {key.g, key.x, signing.y.out(), xBits}) : signing.group.power(forR);
+}
+
+// Whether the values of a key are such that a signature with it need not show them: as those of every key that is one.
+bool hasHiddenForm(const DSAKey& key, const vlong* m) {
+    return takesResidues(key.q) && dsaHidesX(key) && key.x->negative == 0 && m->negative == 0 &&
+           key.x->length <= kMaxUnits / 2 && m->length <= kMaxUnits / 2;
+}
+
+// By residues modulo q: the time shows lengths only.
+Status signHidden(Signing& signing, const vlong* m, bool wantsY) {
+    const DSAKey& key = signing.key;
+    vlong** const queue = signing.queue;
+    Residues q;
+    RETURN_IF_ERROR(q.start(key.q, 6));
+    Unit *const k = q.take(), *const r = q.take(), *const x = q.take(), *const t = q.take();
+    Unit *const inverse = q.take(), *const s = q.take();
+    RETURN_IF_ERROR(q.reduceOctets(k, signing.random.data(), signing.random.size()));
+    ScopedVlong nonce(queue), power(queue);
+    RETURN_IF_ERROR(q.record(k, nonce.out(), queue));
+    RETURN_IF_ERROR(signing.group.start(key.p));
+    RETURN_IF_ERROR(makePowers(signing, nonce.get(), VLONG_bitLength(key.q), dsaPublicBitsOfX(key), wantsY, power));
+    q.reduce(r, power.get()->units, key.p->length);
+
+    q.reduce(x, key.x->units, key.x->length);
+    q.reduce(t, m->units, m->length);
+    q.multiply(x, x, r);
+    q.add(t, t, x);
+    bool isFound = false;
+    RETURN_IF_ERROR(q.invert(inverse, k, false, &isFound));
+    if (!isFound) { // q is no prime, or k is 0, and then the result means nothing
+        VLONG_normalise(nonce.get());
+        RETURN_IF_ERROR(VLONG_modInverse(nonce.get(), key.q, power.out(), queue));
+        q.reduce(inverse, power.get()->units, power.get()->length);
+    }
+    q.multiply(s, inverse, t);
+    RETURN_IF_ERROR(q.publicRecord(r, signing.r.out(), queue));
+    RETURN_IF_ERROR(q.publicRecord(s, signing.s.out(), queue));
+    if (wantsY) {
+        markPublic(signing.y.get());
+    }
+    return OK;
+}
+
+// By division, for the p and q of strangers that residues do not take.
+Status signPlainly(Signing& signing, const vlong* m, bool wantsY) {
+    const DSAKey& key = signing.key;
+    vlong** const queue = signing.queue;
+    ScopedVlong wide(queue), k(queue), power(queue), t(queue), sum(queue), inverse(queue);
+    RETURN_IF_ERROR(
+        VLONG_fromBytes(signing.random.data(), static_cast<std::int32_t>(signing.random.size()), wide.out(), queue));
+    RETURN_IF_ERROR(VLONG_mod(wide.get(), key.q, k.out(), queue));
+    RETURN_IF_ERROR(signing.group.start(key.p));
+    RETURN_IF_ERROR(makePowers(signing, k.get(), 0, 0, wantsY, power));
+    RETURN_IF_ERROR(VLONG_mod(power.get(), key.q, signing.r.out(), queue));
+    RETURN_IF_ERROR(VLONG_mulMod(key.x, signing.r.get(), key.q, t.out(), queue));
     RETURN_IF_ERROR(VLONG_add(t.get(), m, queue));
-    RETURN_IF_ERROR(VLONG_mod(t.get(), key.q, product.out(), queue));
-    RETURN_IF_ERROR(VLONG_modInverse(k, key.q, inverse.out(), queue));
-    RETURN_IF_ERROR(VLONG_mulSigned(inverse.get(), product.get(), t.out(), queue));
-    return VLONG_mod(t.get(), key.q, s, queue);
+    RETURN_IF_ERROR(VLONG_mod(t.get(), key.q, sum.out(), queue));
+    RETURN_IF_ERROR(VLONG_modInverse(k.get(), key.q, inverse.out(), queue));
+    return VLONG_mulMod(inverse.get(), sum.get(), key.q, signing.s.out(), queue);
 }
 
 Status sign(const RandomBytes& random, const DSAKey* dsaKey, const vlong* m, bool makesY, bool* verified, vlong** r,
@@ -47,26 +109,20 @@ Status sign(const RandomBytes& random, const DSAKey* dsaKey, const vlong* m, boo
         return ERR_NULL_POINTER;
     }
     LocalQueue local(queue);
-    vlong** const spare = local.get();
-    DsaGroup group(spare);
-    ScopedVlong k(spare), power(spare), madeR(spare), madeS(spare), y(spare);
-    DSAKey key = *dsaKey;
-    RETURN_IF_ERROR(drawNonce(random, key, k, spare));
-    RETURN_IF_ERROR(group.start(key.p));
-    if (verified != nullptr && key.y == nullptr && makesY) {
-        RETURN_IF_ERROR(group.powers(key.g, k.get(), power.out(), key.g, key.x, y.out()));
-        key.y = y.get();
-    } else {
-        RETURN_IF_ERROR(group.power(key.g, k.get(), power.out()));
+    Signing signing(*dsaKey, local.get());
+    DSAKey& key = signing.key;
+    const bool wantsY = verified != nullptr && key.y == nullptr && makesY;
+    RETURN_IF_ERROR(drawRandom(random, key.x, signing.random));
+    RETURN_IF_ERROR(hasHiddenForm(key, m) ? signHidden(signing, m, wantsY) : signPlainly(signing, m, wantsY));
+    if (wantsY) {
+        key.y = signing.y.get();
     }
-    RETURN_IF_ERROR(VLONG_mod(power.get(), key.q, madeR.out(), spare));
-    RETURN_IF_ERROR(makeS(key, m, k.get(), madeR.get(), madeS.out(), spare));
     if (verified != nullptr && key.y != nullptr) {
         // Its status does not count: a pair out of range is a signature that does not hold. Meant.
-        (void)dsaVerifyIn(group, key, m, madeR.get(), madeS.get(), verified, spare);
+        (void)dsaVerifyIn(signing.group, key, m, signing.r.get(), signing.s.get(), verified, local.get());
     }
-    *r = madeR.release(); // r and s of 0 are not ruled out: meant
-    *s = madeS.release();
+    *r = signing.r.release(); // r and s of 0 are not ruled out: meant
+    *s = signing.s.release();
     return OK;
 }
 

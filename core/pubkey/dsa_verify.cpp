@@ -5,13 +5,6 @@
 
 namespace {
 
-// *out := a b mod m.
-Status mulMod(const vlong* a, const vlong* b, const vlong* m, vlong** out, vlong** queue) {
-    ScopedVlong product(queue);
-    RETURN_IF_ERROR(VLONG_mulSigned(a, b, product.out(), queue));
-    return VLONG_mod(product.get(), m, out, queue);
-}
-
 // Whether 0 < value < q.
 bool isInRange(const vlong* value, const vlong* q) {
     return VLONG_cmpUnit(value, 0) > 0 && VLONG_cmp(value, q) < 0;
@@ -27,10 +20,10 @@ Status dsaVerifyIn(const DsaGroup& group, const DSAKey& key, const vlong* m, con
     }
     ScopedVlong w(queue), u1(queue), u2(queue), gPower(queue), yPower(queue), product(queue), v(queue);
     RETURN_IF_ERROR(VLONG_modInverse(s, key.q, w.out(), queue));
-    RETURN_IF_ERROR(mulMod(m, w.get(), key.q, u1.out(), queue));
-    RETURN_IF_ERROR(mulMod(r, w.get(), key.q, u2.out(), queue));
-    RETURN_IF_ERROR(group.powers(key.g, u1.get(), gPower.out(), key.y, u2.get(), yPower.out()));
-    RETURN_IF_ERROR(mulMod(gPower.get(), yPower.get(), group.modulus(), product.out(), queue));
+    RETURN_IF_ERROR(VLONG_mulMod(m, w.get(), key.q, u1.out(), queue));
+    RETURN_IF_ERROR(VLONG_mulMod(r, w.get(), key.q, u2.out(), queue));
+    RETURN_IF_ERROR(group.powers({key.g, u1.get(), gPower.out()}, {key.y, u2.get(), yPower.out()}));
+    RETURN_IF_ERROR(VLONG_mulMod(gPower.get(), yPower.get(), group.modulus(), product.out(), queue));
     RETURN_IF_ERROR(VLONG_mod(product.get(), key.q, v.out(), queue));
     *valid = VLONG_cmp(v.get(), r) == 0;
     return OK;

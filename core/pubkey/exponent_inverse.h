@@ -5,9 +5,9 @@
 #include "core/bignum/vlong.h"
 
 // inverseOfExponent: a new record := VLONG_modInverse(exponent, modulus), for every modulus and exponent, but many times
-// faster where exponent has at most 32 bits and no common divisor with the modulus.
-// Errors:  ERR_NULL_POINTER; as VLONG_modInverse. Secrets: the time depends on the length of modulus, and on its value
-//          as far as that of the processor's division does.
+// faster where exponent is odd, has at most 32 bits and no common divisor with the modulus.
+// Errors:  ERR_NULL_POINTER; as VLONG_modInverse. Secrets: in that case the time depends on the exponent and on the length
+//          of the modulus only.
 Status inverseOfExponent(const vlong* exponent, const vlong* modulus, vlong** out, vlong** queue);
 
 #endif

@@ -5,10 +5,8 @@
 // as they were, except that the blinding pair may have been replaced. "Errors: growth" as in vlong.h.
 // Threads: one private key may be used from several threads at once: the blinding pair has its lock, and the rest of
 // the key is only read. Preparation and generation need the key for themselves.
-// Secrets: an unblinded private operation takes time that depends on the input and the primes: the reduction of the input
-// by each prime and the recombination of the two halves divide, compare and multiply in time that depends on the values,
-// also where a constant-time exponentiation kernel runs (core/bignum/modexp.h); where none does so do the powers.
-// Blinding makes that time independent of the input.
+// Secrets: loading and preparing a key and the private operation, blinded or not, take time that shows the lengths of the
+// input, of n and of the primes. For the values of strangers that are no key (p or q even, or no prime) it may show more.
 #ifndef ZELSPI_CORE_PUBKEY_RSA_H
 #define ZELSPI_CORE_PUBKEY_RSA_H
 
@@ -60,6 +58,11 @@ Status Rsa_PrivateOp(RSAKey* rsaKey, const vlong* input, RandomSource random, vo
 // Rsa_PrivateCrt: *out := input^d mod n by the two primes, unblinded. The result is not checked.
 // Errors:  ERR_NULL_POINTER; ERR_RSA_KEY_NOT_READY a public key or one that is not prepared; growth.
 Status Rsa_PrivateCrt(const RSAKey* rsaKey, const vlong* input, vlong** out, vlong** queue);
+
+// rsaSign: *out := message^d mod n, unblinded, for a message below n. Where p q = n the result is checked by the public
+// operation: a fault of the machine in one half, or a key whose values do not belong together, would give away a prime.
+// Errors:  as Rsa_PrivateCrt and Rsa_PublicOp; ERR_RSA_BAD_SIGNATURE the check has failed.
+Status rsaSign(RSAKey* rsaKey, const vlong* message, vlong** out, vlong** queue);
 
 // Rsa_OpenPkcs1Signature: block[*blockLength] := what the signature's block holds behind its padding.
 // Shapes:  signature[k], block[k] at least, for a modulus of k bytes.

@@ -1,8 +1,11 @@
 // Blinding: the private operation on x = input r^e, whose result is divided by r, so that its time tells nothing about
 // the input. A pair (r^e, 1/r) is squared after each use rather than made anew, and replaced after 33 uses.
+#include "core/bignum/branch_free.h"
+#include "core/bignum/residues.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
 #include "core/pubkey/rsa.h"
+#include "core/pubkey/rsa_crt.h"
 
 namespace {
 
@@ -31,13 +34,70 @@ private:
     bool isHeld_ = false;
 };
 
-// *out := a b mod n.
-Status multiplyMod(const vlong* a, const vlong* b, const vlong* n, vlong** out, vlong** queue) {
-    ScopedVlong product(queue);
-    RETURN_IF_ERROR(product.alloc());
-    RETURN_IF_ERROR(VLONG_mul(product.get(), a, b));
-    return VLONG_mod(product.get(), n, out, queue);
-}
+// ModulusN: products modulo n, by residues where n allows: as that of every key.
+class ModulusN {
+public:
+    explicit ModulusN(vlong** queue) : context_(queue), queue_(queue) {
+    }
+
+    Status start(const vlong* n) {
+        n_ = n;
+        isHidden_ = n->length >= 2 && takesResidues(n);
+        RETURN_IF_ERROR(isHidden_ ? context_.make(n) : OK);
+        return isHidden_ ? residues_.start(*context_.get(), 2) : OK;
+    }
+
+    // *out := a b mod n, in all units of n where it is hidden.
+    Status multiply(const vlong* a, const vlong* b, vlong** out) {
+        if (!isHidden_) {
+            return VLONG_mulMod(a, b, n_, out, queue_);
+        }
+        reduceBoth(a, b);
+        return residues_.record(x_, out, queue_);
+    }
+
+    // *out := r^e mod n, in the same form.
+    Status power(const vlong* r, const vlong* e, vlong** out) {
+        if (!isHidden_) {
+            return VLONG_modExp(r, e, n_, out, queue_);
+        }
+        RETURN_IF_ERROR(VLONG_modExpOne({context_.get(), r, e, out, VLONG_bitLength(e)}, queue_));
+        (*out)->length = n_->length;
+        return OK;
+    }
+
+    // *out := 1/r mod n, by the primes if they are some.
+    Status invert(const RSAKey& key, const vlong* r, vlong** out) {
+        if (isHidden_ && hasHiddenCrt(key)) {
+            ScopedVlong inverse(queue_);
+            RETURN_IF_ERROR(rsaHiddenInverse(key, r, inverse.out(), queue_));
+            reduceBoth(r, inverse.get());
+            if (publicly(residues_.isOne(x_)) != 0) {
+                return residues_.record(y_, out, queue_);
+            }
+        }
+        return VLONG_modInverse(r, n_, out, queue_);
+    }
+
+private:
+    // x_ := a b, y_ := b.
+    void reduceBoth(const vlong* a, const vlong* b) {
+        if (x_ == nullptr) {
+            x_ = residues_.take();
+            y_ = residues_.take();
+        }
+        residues_.reduce(x_, a->units, a->length);
+        residues_.reduce(y_, b->units, b->length);
+        residues_.multiply(x_, x_, y_);
+    }
+
+    const vlong* n_ = nullptr;
+    bool isHidden_ = false;
+    ScopedMontgomeryCtx context_;
+    Residues residues_;
+    Unit *x_ = nullptr, *y_ = nullptr;
+    vlong** queue_;
+};
 
 void dropPair(RsaBlinding& blinding, vlong** queue) {
     (void)VLONG_free(&blinding.blind, queue);   // an absent one is skipped
@@ -51,7 +111,7 @@ void storePair(RsaBlinding& blinding, ScopedVlong& blind, ScopedVlong& unblind, 
     blinding.unblind = unblind.release();
 }
 
-Status makePair(RSAKey& key, const RandomBytes& random, vlong** queue) {
+Status makePair(RSAKey& key, ModulusN& n, const RandomBytes& random, vlong** queue) {
     if (key.n->length < 2) {
         return ERR_RSA_INVALID_KEY; // there is no r of one unit fewer
     }
@@ -61,21 +121,20 @@ Status makePair(RSAKey& key, const RandomBytes& random, vlong** queue) {
     RETURN_IF_ERROR(VLONG_growDiscard(r.get(), unitCount));
     RETURN_IF_ERROR(random.fill(reinterpret_cast<std::uint8_t*>(r.get()->units),
                                 unitCount * static_cast<std::uint32_t>(sizeof(Unit))));
-    r.get()->length = unitCount;
-    VLONG_normalise(r.get());
-    RETURN_IF_ERROR(VLONG_modExp(r.get(), key.e, key.n, blind.out(), queue));
-    RETURN_IF_ERROR(VLONG_modInverse(r.get(), key.n, unblind.out(), queue));
+    r.get()->length = publicly(significantUnits(r.get()->units, unitCount));
+    RETURN_IF_ERROR(n.power(r.get(), key.e, blind.out()));
+    RETURN_IF_ERROR(n.invert(key, r.get(), unblind.out()));
     storePair(key.blinding, blind, unblind, queue);
     key.blinding.blindUses = 0;
     return OK;
 }
 
-Status squarePair(RSAKey& key, vlong** queue) {
+Status squarePair(RSAKey& key, ModulusN& n, vlong** queue) {
     RsaBlinding& blinding = key.blinding;
     ScopedVlong blind(queue), unblind(queue);
-    Status status = multiplyMod(blinding.blind, blinding.blind, key.n, blind.out(), queue);
+    Status status = n.multiply(blinding.blind, blinding.blind, blind.out());
     if (!isError(status)) {
-        status = multiplyMod(blinding.unblind, blinding.unblind, key.n, unblind.out(), queue);
+        status = n.multiply(blinding.unblind, blinding.unblind, unblind.out());
     }
     if (isError(status)) {
         dropPair(blinding, queue); // nor may a pair serve twice unchanged
@@ -86,7 +145,7 @@ Status squarePair(RSAKey& key, vlong** queue) {
 }
 
 // Under the lock: *blinded := input r^e mod n, *unblind := the 1/r that belongs to it.
-Status blindInput(RSAKey& key, const vlong* input, const RandomBytes& random, ScopedVlong& blinded,
+Status blindInput(RSAKey& key, ModulusN& n, const vlong* input, const RandomBytes& random, ScopedVlong& blinded,
                   ScopedVlong& unblind, vlong** queue) {
     RsaBlinding& blinding = key.blinding;
     LockedBlinding lock(blinding);
@@ -97,11 +156,11 @@ Status blindInput(RSAKey& key, const vlong* input, const RandomBytes& random, Sc
     if (blinding.blind != nullptr && blinding.unblind != nullptr) {
         ++blinding.blindUses;
     } else {
-        RETURN_IF_ERROR(makePair(key, random, queue));
+        RETURN_IF_ERROR(makePair(key, n, random, queue));
     }
-    RETURN_IF_ERROR(multiplyMod(input, blinding.blind, key.n, blinded.out(), queue));
+    RETURN_IF_ERROR(n.multiply(input, blinding.blind, blinded.out()));
     RETURN_IF_ERROR(VLONG_newCopy(blinding.unblind, unblind.out(), queue));
-    return squarePair(key, queue);
+    return squarePair(key, n, queue);
 }
 
 } // namespace
@@ -120,7 +179,16 @@ Status Rsa_PrivateOp(RSAKey* rsaKey, const vlong* input, RandomSource random, vo
     }
     LocalQueue local(queue);
     ScopedVlong blinded(local.get()), unblind(local.get()), power(local.get());
-    RETURN_IF_ERROR(blindInput(*rsaKey, input, RandomBytes(random, randomContext), blinded, unblind, local.get()));
-    RETURN_IF_ERROR(Rsa_PrivateCrt(rsaKey, blinded.get(), power.out(), local.get()));
-    return multiplyMod(power.get(), unblind.get(), rsaKey->n, out, local.get());
+    ModulusN n(local.get());
+    RETURN_IF_ERROR(n.start(rsaKey->n));
+    RETURN_IF_ERROR(blindInput(*rsaKey, n, input, RandomBytes(random, randomContext), blinded, unblind, local.get()));
+    if (hasHiddenCrt(*rsaKey)) {
+        RETURN_IF_ERROR(rsaHiddenPower(*rsaKey, blinded.get(), power.out(), local.get()));
+    } else {
+        VLONG_normalise(blinded.get());
+        RETURN_IF_ERROR(Rsa_PrivateCrt(rsaKey, blinded.get(), power.out(), local.get()));
+    }
+    RETURN_IF_ERROR(n.multiply(power.get(), unblind.get(), out));
+    (*out)->length = significantUnits((*out)->units, (*out)->length);
+    return OK;
 }

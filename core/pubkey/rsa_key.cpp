@@ -1,4 +1,6 @@
 // RSA key records: loading, preparing, clearing, and the conversions between values and bytes.
+#include "core/bignum/branch_free.h"
+#include "core/bignum/residues.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
 #include "core/bignum/vlong_math.h"
@@ -6,7 +8,9 @@
 #include "core/pubkey/exponent_inverse.h"
 #include "core/pubkey/key_load.h"
 #include "core/pubkey/rsa.h"
+#include "core/pubkey/rsa_crt.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace {
@@ -23,7 +27,11 @@ void release(vlong** value, vlong** queue) {
 Status exponentOf(const vlong* e, const vlong* prime, vlong** out, vlong** queue) {
     ScopedVlong order(queue);
     RETURN_IF_ERROR(VLONG_newCopy(prime, order.out(), queue));
-    RETURN_IF_ERROR(VLONG_decrement(order.get(), queue));
+    if (prime->length >= 2 && takesResidues(prime)) {
+        order.get()->units[0] ^= 1; // odd: no borrow
+    } else {
+        RETURN_IF_ERROR(VLONG_decrement(order.get(), queue));
+    }
     return inverseOfExponent(e, order.get(), out, queue);
 }
 
@@ -46,13 +54,13 @@ Status derive(const RSAKey& key, bool isSwapped, RSAKey& derived, vlong** queue)
         RETURN_IF_ERROR(exponentOf(key.e, q, &derived.dQ, queue));
     }
     if (isSwapped || key.qInv == nullptr) {
-        RETURN_IF_ERROR(VLONG_modInverse(q, p, &derived.qInv, queue));
+        RETURN_IF_ERROR(rsaInverseModPrime(q, p, &derived.qInv, queue));
     }
     if (isSwapped || key.contextP == nullptr) {
-        RETURN_IF_ERROR(VLONG_newMontgomeryCtx(&derived.contextP, p, queue));
+        RETURN_IF_ERROR(VLONG_newSecretMontgomeryCtx(&derived.contextP, p, queue));
     }
     if (isSwapped || key.contextQ == nullptr) {
-        RETURN_IF_ERROR(VLONG_newMontgomeryCtx(&derived.contextQ, q, queue));
+        RETURN_IF_ERROR(VLONG_newSecretMontgomeryCtx(&derived.contextQ, q, queue));
     }
     return OK;
 }
@@ -71,15 +79,19 @@ Status loadPublic(RSAKey& key, std::uint32_t e, const std::uint8_t* n, std::uint
 
 // Makes qInv from a hint that is right. With p above q there is only one right value, the one that VLONG_modInverse gives.
 Status proveHint(RSAKey& key, BigEndian hint, vlong** queue) {
-    ScopedVlong candidate(queue), product(queue), rest(queue);
+    ScopedVlong candidate(queue);
     RETURN_IF_ERROR(read(hint.bytes, hint.length, candidate.out(), queue));
-    if (VLONG_cmp(candidate.get(), key.p) >= 0) {
+    if (!takesResidues(key.p) || !isSmaller(candidate.get(), key.p)) {
         return OK;
     }
-    RETURN_IF_ERROR(product.alloc());
-    RETURN_IF_ERROR(VLONG_mul(product.get(), candidate.get(), key.q));
-    RETURN_IF_ERROR(VLONG_mod(product.get(), key.p, rest.out(), queue));
-    if (VLONG_cmpUnit(rest.get(), 1) == 0) {
+    RETURN_IF_ERROR(VLONG_newSecretMontgomeryCtx(&key.contextP, key.p, queue));
+    Residues p;
+    RETURN_IF_ERROR(p.start(*key.contextP, 2));
+    Unit *const a = p.take(), *const b = p.take();
+    std::copy_n(candidate.get()->units, candidate.get()->length, a);
+    std::copy_n(key.q->units, key.q->length, b);
+    p.multiply(a, a, b);
+    if (publicly(p.isOne(a)) != 0) {
         key.qInv = candidate.release();
     }
     return OK;
@@ -91,7 +103,7 @@ Status loadPrivate(RSAKey& key, std::uint32_t e, BigEndian n, BigEndian p, BigEn
     RETURN_IF_ERROR(read(p.bytes, p.length, &key.p, queue));
     RETURN_IF_ERROR(read(q.bytes, q.length, &key.q, queue));
     key.privateKey = 1;
-    if (qInvHint.bytes != nullptr && VLONG_cmp(key.p, key.q) > 0) {
+    if (qInvHint.bytes != nullptr && isSmaller(key.q, key.p)) {
         // A hint beyond the size limits is no hint; but what is refused here is refused.
         if (const Status status = proveHint(key, qInvHint, queue); status == ERR_MEM_ALLOC_FAIL) {
             return status;
@@ -172,7 +184,7 @@ Status Rsa_PrepareKey(RSAKey* rsaKey, vlong** queue) {
         return ERR_NULL_POINTER;
     }
     LocalQueue local(queue);
-    const bool isSwapped = VLONG_cmp(rsaKey->p, rsaKey->q) < 0;
+    const bool isSwapped = isSmaller(rsaKey->p, rsaKey->q);
     RSAKey derived{}; // the key itself changes only when nothing can fail any more
     const Status status = derive(*rsaKey, isSwapped, derived, local.get());
     if (isError(status)) {

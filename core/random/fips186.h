@@ -5,8 +5,8 @@
 //
 // XKEY, the block, the bit position and the bit count are touched by several threads without a lock, on purpose:
 // threads stir the state while others draw from it, and what gets lost in such a race is of no matter. So they are
-// accessed as relaxed atomics as soon as several threads know the context, XKEY through the functions here. blockRemaining and the XSEED belong to whoever holds
-// the mutex.
+// accessed as relaxed atomics as soon as several threads know the context, XKEY through the functions here.
+// blockRemaining and the XSEED belong to whoever holds the mutex.
 #ifndef ZELSPI_CORE_RANDOM_FIPS186_H
 #define ZELSPI_CORE_RANDOM_FIPS186_H
 

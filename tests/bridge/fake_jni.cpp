@@ -1,9 +1,11 @@
 #include "tests/bridge/fake_jni.h"
 
-#include "tests/support/hex.h"
+#include "tests/support/test_heap.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <set>
+#include <utility>
 
 namespace {
 
@@ -28,6 +30,14 @@ std::string describe(const FakeObject* throwable) {
 
 } // namespace
 
+FaultPoint& vmFaults(std::string_view call) {
+    static constexpr std::string_view kCalls[] = {
+        "call",     "FindClass",    "GetFieldID",          "GetMethodID",
+        "ThrowNew", "NewByteArray", "ThrowNewOutOfMemory", "GetPrimitiveArrayCritical"};
+    static FaultPoint points[std::size(kCalls) + 1]; // the last one is for any other
+    return points[std::find(std::begin(kCalls), std::end(kCalls), call) - kCalls];
+}
+
 FakeJni& FakeJni::self(JNIEnv* env) {
     return *static_cast<Env*>(env)->self;
 }
@@ -35,9 +45,8 @@ FakeJni& FakeJni::self(JNIEnv* env) {
 void FakeJni::installObjects() {
     table_.FindClass = [](JNIEnv* env, const char* name) -> jclass {
         FakeJni& jni = self(env);
-        jni.enter("FindClass");
-        if (jni.classNotFound == name) {
-            jni.raise("java/lang/NoClassDefFoundError", name);
+        if (jni.enter("FindClass")) {
+            jni.raiseUnlessQuiet("java/lang/NoClassDefFoundError", name);
             return nullptr;
         }
         ++jni.localReferences;
@@ -47,7 +56,9 @@ void FakeJni::installObjects() {
         FakeJni& jni = self(env);
         jni.enter("GetObjectClass");
         ++jni.localReferences;
-        return real<jclass>(jni.add(fake(object)->className));
+        FakeObject* const type = jni.add(fake(object)->className);
+        type->hasContext0 = fake(object)->hasContext0;
+        return real<jclass>(type);
     };
     table_.IsInstanceOf = [](JNIEnv* env, jobject object, jclass type) -> jboolean {
         self(env).enter("IsInstanceOf");
@@ -57,12 +68,7 @@ void FakeJni::installObjects() {
     };
     table_.GetFieldID = [](JNIEnv* env, jclass type, const char* name, const char* signature) -> jfieldID {
         FakeJni& jni = self(env);
-        jni.enter("GetFieldID");
-        const bool refused = jni.fieldLookupsUntilFailure == 0;
-        if (jni.fieldLookupsUntilFailure > 0) {
-            --jni.fieldLookupsUntilFailure;
-        }
-        if (refused || fake(type)->className == "NoFields" || std::string(name) != "context0" ||
+        if (jni.enter("GetFieldID") || !fake(type)->hasContext0 || std::string(name) != "context0" ||
             std::string(signature) != "J") {
             jni.raise("java/lang/NoSuchFieldError", name);
             return nullptr;
@@ -71,20 +77,20 @@ void FakeJni::installObjects() {
     };
     table_.GetLongField = [](JNIEnv* env, jobject object, jfieldID) -> jlong {
         self(env).enter("GetLongField");
-        return fake(object)->fields["context0"];
+        return fake(object)->context0;
     };
     table_.SetLongField = [](JNIEnv* env, jobject object, jfieldID, jlong value) -> void {
         self(env).enter("SetLongField");
-        if (self(env).onSetLongField) {
-            self(env).onSetLongField();
-        }
-        fake(object)->fields["context0"] = value;
+        fake(object)->context0 = value;
+        fake(object)->liveWhenStored = testheap::liveBlocks();
     };
     table_.GetMethodID = [](JNIEnv* env, jclass, const char* name, const char*) -> jmethodID {
-        self(env).enter("GetMethodID");
-        return std::set<std::string>{"initCause", "addSuppressed"}.contains(name)
-                   ? reinterpret_cast<jmethodID>(&self(env))
-                   : nullptr;
+        FakeJni& jni = self(env);
+        if (jni.enter("GetMethodID") || !std::set<std::string>{"initCause", "addSuppressed"}.contains(name)) {
+            jni.raise("java/lang/NoSuchMethodError", name);
+            return nullptr;
+        }
+        return reinterpret_cast<jmethodID>(&jni);
     };
     // Throwable.initCause is the only method that returns an object, Throwable.addSuppressed the only one without a result.
     table_.CallObjectMethodV = [](JNIEnv* env, jobject object, jmethodID, va_list arguments) -> jobject {
@@ -101,18 +107,16 @@ void FakeJni::installObjects() {
 
 void FakeJni::installExceptions() {
     table_.Throw = [](JNIEnv* env, jthrowable throwable) -> jint {
-        FakeJni& jni = self(env);
-        jni.enter("Throw");
-        jni.pending_ = fake(throwable);
+        self(env).enter("Throw");
+        self(env).pending_ = fake(throwable);
         return 0;
     };
     table_.ThrowNew = [](JNIEnv* env, jclass type, const char* message) -> jint {
         FakeJni& jni = self(env);
-        jni.enter("ThrowNew");
-        if (jni.throwNewFails) {
+        if (jni.enter("ThrowNew")) {
             return JNI_ERR;
         }
-        if (jni.throwNewRunsOut) {
+        if (vmFaults("ThrowNewOutOfMemory").strikes()) {
             jni.raise("java/lang/OutOfMemoryError", "Java heap space");
         } else {
             jni.raise(fake(type)->className.c_str(), message);
@@ -120,20 +124,20 @@ void FakeJni::installExceptions() {
         return 0;
     };
     table_.ExceptionOccurred = [](JNIEnv* env) -> jthrowable {
-        self(env).enter("ExceptionOccurred", true);
+        self(env).enter("ExceptionOccurred", kWhilePending);
         self(env).localReferences += self(env).pending_ != nullptr ? 1 : 0;
         return real<jthrowable>(self(env).pending_);
     };
     table_.ExceptionClear = [](JNIEnv* env) -> void {
-        self(env).enter("ExceptionClear", true);
+        self(env).enter("ExceptionClear", kWhilePending);
         self(env).pending_ = nullptr;
     };
     table_.ExceptionCheck = [](JNIEnv* env) -> jboolean {
-        self(env).enter("ExceptionCheck", true);
+        self(env).enter("ExceptionCheck", kWhilePending);
         return self(env).pending_ != nullptr ? JNI_TRUE : JNI_FALSE;
     };
     table_.DeleteLocalRef = [](JNIEnv* env, jobject reference) -> void {
-        self(env).enter("DeleteLocalRef", true);
+        self(env).enter("DeleteLocalRef", kWhilePending);
         self(env).localReferences -= reference != nullptr ? 1 : 0;
     };
 }
@@ -146,21 +150,20 @@ void FakeJni::installArrays() {
     };
     table_.NewByteArray = [](JNIEnv* env, jsize length) -> jbyteArray {
         FakeJni& jni = self(env);
-        jni.enter("NewByteArray");
+        if (jni.enter("NewByteArray")) {
+            jni.raiseUnlessQuiet("java/lang/OutOfMemoryError", "Java heap space");
+            return nullptr;
+        }
         if (length < 0) {
-            jni.raise("java/lang/NegativeArraySizeException", std::to_string(length).c_str());
+            jni.raise("java/lang/NegativeArraySizeException", std::to_string(length));
             return nullptr;
         }
-        if (jni.newByteArrayFails) {
-            jni.raise("java/lang/OutOfMemoryError", "Java heap space");
-            return nullptr;
-        }
-        return jni.newByteArrayGivesNull ? nullptr : jni.newBytes(std::vector<jbyte>(static_cast<std::size_t>(length)));
+        return jni.newBytes(std::vector<std::uint8_t>(static_cast<std::size_t>(length)));
     };
     table_.GetPrimitiveArrayCritical = [](JNIEnv* env, jarray array, jboolean*) -> void* {
         FakeJni& jni = self(env);
-        jni.enter("GetPrimitiveArrayCritical", false, true);
-        if (jni.criticalFails) {
+        if (jni.enter("GetPrimitiveArrayCritical", kInRegion)) {
+            jni.raiseUnlessQuiet("java/lang/OutOfMemoryError", "Java heap space");
             return nullptr;
         }
         std::vector<jbyte>& bytes = fake(array)->bytes;
@@ -171,7 +174,7 @@ void FakeJni::installArrays() {
     };
     table_.ReleasePrimitiveArrayCritical = [](JNIEnv* env, jarray array, void* address, jint mode) -> void {
         FakeJni& jni = self(env);
-        jni.enter("ReleasePrimitiveArrayCritical", true, true);
+        jni.enter("ReleasePrimitiveArrayCritical", kAlways);
         const auto region = jni.regions_.find(address);
         if (region == jni.regions_.end() || region->second.first != fake(array) || mode != 0) {
             jni.violations.push_back("ReleasePrimitiveArrayCritical of a region that is not open, or not with mode 0");
@@ -195,41 +198,23 @@ FakeJni::FakeJni() {
 FakeJni::~FakeJni() = default;
 
 jobject FakeJni::newEngineObject(bool hasContext0) {
-    return real(add(hasContext0 ? "Engine" : "NoFields"));
+    FakeObject* const object = add("Engine");
+    object->hasContext0 = hasContext0;
+    return real(object);
 }
 
-jbyteArray FakeJni::newBytes(std::vector<jbyte> bytes) {
+jbyteArray FakeJni::newBytes(const std::vector<std::uint8_t>& bytes) {
     FakeObject* const array = add("[B");
-    array->bytes = std::move(bytes);
+    array->bytes.assign(bytes.begin(), bytes.end());
     return real<jbyteArray>(array);
-}
-
-jbyteArray FakeJni::newHex(const std::string& hex) {
-    const std::vector<std::uint8_t> bytes = fromHex(hex);
-    return newBytes({bytes.begin(), bytes.end()});
-}
-
-std::string FakeJni::hexOf(jbyteArray bytes) {
-    const std::vector<jbyte>& content = of(bytes).bytes;
-    return toHex({reinterpret_cast<const std::uint8_t*>(content.data()), content.size()});
 }
 
 FakeObject& FakeJni::of(jobject object) {
     return *fake(object);
 }
 
-jlong FakeJni::context0(jobject object) {
-    return fake(object)->fields["context0"];
-}
-
-std::string FakeJni::pending() const {
-    return describe(pending_);
-}
-
 std::string FakeJni::takePending() {
-    const std::string text = pending();
-    pending_ = nullptr;
-    return text;
+    return describe(std::exchange(pending_, nullptr));
 }
 
 FakeObject* FakeJni::add(std::string className) {
@@ -238,16 +223,26 @@ FakeObject* FakeJni::add(std::string className) {
     return objects_.back().get();
 }
 
-void FakeJni::enter(const char* function, bool allowedWhilePending, bool allowedInRegion) {
-    if (pending_ != nullptr && !allowedWhilePending) {
+bool FakeJni::enter(const char* function, Allowed allowed) {
+    if (pending_ != nullptr && allowed != kWhilePending && allowed != kAlways) {
         violations.push_back(std::string(function) + " while an exception is pending");
     }
-    if (!regions_.empty() && !allowedInRegion) {
+    if (!regions_.empty() && allowed != kInRegion && allowed != kAlways) {
         violations.push_back(std::string(function) + " inside a critical region");
     }
+    const bool isRefused = vmFaults(function).strikes();
+    const bool isCall =
+        std::set<std::string>{"GetFieldID", "NewByteArray", "GetPrimitiveArrayCritical"}.contains(function);
+    return (isCall && !isExempt && vmFaults("call").strikes()) || isRefused;
 }
 
-void FakeJni::raise(const char* className, const char* message) {
+void FakeJni::raise(const char* className, const std::string& message) {
     pending_ = add(className);
     pending_->message = message;
+}
+
+void FakeJni::raiseUnlessQuiet(const char* className, const std::string& message) {
+    if (!failsQuietly) {
+        raise(className, message);
+    }
 }

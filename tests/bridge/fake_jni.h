@@ -7,25 +7,33 @@
 #ifndef ZELSPI_TESTS_BRIDGE_FAKE_JNI_H
 #define ZELSPI_TESTS_BRIDGE_FAKE_JNI_H
 
+#include "tests/support/faults.h"
+
 #include <jni.h>
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 // One object of the environment: an instance of a Java class, a class itself, a throwable or a byte array.
 struct FakeObject {
-    std::string className;               // of a class object: the class that it stands for
-    std::map<std::string, jlong> fields; // long fields
-    std::string message;                 // of a throwable
-    FakeObject* cause = nullptr;         // of a throwable
-    FakeObject* suppressed = nullptr;    // of a throwable: the last one
-    std::vector<jbyte> bytes;            // of a byte array
-    jsize claimedLength = -1; // of a byte array: what GetArrayLength says instead of the truth; -1: the truth
+    std::string className;            // of a class object: the class that it stands for
+    jlong context0 = 0;               // of an instance
+    bool hasContext0 = true;          // whether its class has the field
+    std::uint64_t liveWhenStored = 0; // the blocks alive when the field was last written
+    std::string message;              // of a throwable
+    FakeObject* cause = nullptr;      // of a throwable
+    FakeObject* suppressed = nullptr; // of a throwable: the last one
+    std::vector<jbyte> bytes;         // of a byte array
+    jsize claimedLength = -1;         // of a byte array: what GetArrayLength says instead of the truth; -1: the truth
 };
+
+// vmFaults: where calls of the VM can be made to fail: by the name of the JNI function; "call" stands for any that looks up a
+// field, makes an array or opens a region, "ThrowNewOutOfMemory" for one that leaves another exception.
+FaultPoint& vmFaults(std::string_view call);
 
 class FakeJni {
 public:
@@ -40,28 +48,16 @@ public:
 
     // Objects; the environment owns them.
     jobject newEngineObject(bool hasContext0 = true);
-    jbyteArray newBytes(std::vector<jbyte> bytes);
-    jbyteArray newHex(const std::string& hex);
-    static std::string hexOf(jbyteArray bytes);
+    jbyteArray newBytes(const std::vector<std::uint8_t>& bytes);
     static FakeObject& of(jobject object);
-    static jlong context0(jobject object);
 
-    // What is pending: "class: message", with " < class: message" for each cause and " + " for what is
-    // suppressed; empty when nothing is.
-    std::string pending() const;
-    // The same, and nothing is pending any more.
+    // What is pending, and is not any more: "class: message", with " < class: message" for each cause and " + " for what is
+    // suppressed; else empty.
     std::string takePending();
 
-    // Switches.
-    std::string classNotFound;            // FindClass fails for this class
-    bool throwNewFails = false;           // ThrowNew reports failure and leaves nothing pending
-    bool throwNewRunsOut = false;         // ThrowNew leaves an OutOfMemoryError and reports success
-    bool newByteArrayFails = false;       // NewByteArray leaves an OutOfMemoryError
-    bool newByteArrayGivesNull = false;   // ... returns null and leaves nothing pending
-    bool criticalFails = false;           // GetPrimitiveArrayCritical returns null
-    bool criticalPins = false;            // GetPrimitiveArrayCritical returns the array itself, not a copy
-    std::function<void()> onSetLongField; // runs in front of every SetLongField
-    int fieldLookupsUntilFailure = -1;    // GetFieldID fails after this many more lookups; -1: never
+    bool isExempt = false;     // no "call" is refused or counted
+    bool failsQuietly = false; // a refused call leaves no exception
+    bool criticalPins = false; // GetPrimitiveArrayCritical returns the array itself, not a copy
 
     std::vector<std::string> violations;
     int localReferences = 0; // made and not yet deleted, arrays left out: those go back to Java
@@ -73,14 +69,17 @@ private:
     struct Env : JNIEnv_ {
         FakeJni* self;
     };
+    enum Allowed { kNormally, kWhilePending, kInRegion, kAlways };
 
     static FakeJni& self(JNIEnv* env);
     void installObjects(); // the entries of the function table
     void installExceptions();
     void installArrays();
     FakeObject* add(std::string className);
-    void enter(const char* function, bool allowedWhilePending = false, bool allowedInRegion = false);
-    void raise(const char* className, const char* message);
+    // Every function begins with this: holds it against the rules; whether it is refused.
+    bool enter(const char* function, Allowed allowed = kNormally);
+    void raise(const char* className, const std::string& message);
+    void raiseUnlessQuiet(const char* className, const std::string& message);
 
     JNINativeInterface_ table_{};
     Env env_{};

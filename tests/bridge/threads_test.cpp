@@ -1,9 +1,18 @@
 // Every engine in 64 threads at once, each thread with engines of its own, from the first use in the process on: the
 // making of the random context, the choices of kernels and whatever else happens once meet here. Under the thread
-// sanitizer above all.
+// sanitizer above all. And a thread that holds locks and sleeps.
+#include "bridge/zel_object.h"
+#include "core/bignum/scoped_vlong.h"
+#include "core/pubkey/key_der.h"
+#include "core/pubkey/rsa.h"
+#include "core/random/fips186.h"
 #include "core/random/random.h"
-#include "tests/bridge/engine_uses.h"
+#include "tests/bridge/script.h"
 #include "tests/support/gate.h"
+#include "tests/support/hex.h"
+#include "tests/support/test_heap.h"
+
+#include <gtest/gtest.h>
 
 #include <thread>
 
@@ -12,30 +21,71 @@ namespace {
 constexpr unsigned kThreads = 64;
 constexpr unsigned kRounds = 3;
 
+// The first passage of each script, each the first of some threads. All wait for the one context while it is being seeded.
 TEST(Threads, EveryEngineInSixtyFour) {
-    ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
-    constexpr std::string (EngineUses::*kUses[])() = {&EngineUses::draws, &EngineUses::encrypts, &EngineUses::digests,
-                                                      &EngineUses::signsRsa, &EngineUses::signsDsa};
-    (void)EngineUses::keys();
-    const std::uint64_t live = testheap::liveBlocks(), dirty = testheap::dirtyFrees();
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithThreads), OK);
+    std::vector<Passage> passages;
+    for (const char* const file : {"random.txt", "cipher.txt", "digest.txt", "rsa.txt", "dsa.txt"}) {
+        for (const Script& script : readScript(file)) {
+            passages.push_back(script.passages.front());
+        }
+    }
     Gate start;
     std::vector<std::thread> threads;
     for (unsigned thread = 0; thread < kThreads; ++thread) {
         threads.emplace_back([&, thread] {
-            EngineUses engines;
+            Player player;
             start.wait();
-            for (unsigned i = 0; i < kRounds * std::size(kUses); ++i) { // each kind is the first of some threads
-                EXPECT_EQ((engines.*kUses[(thread + i) % std::size(kUses)])(), "right");
+            for (unsigned i = 0; i < kRounds * passages.size(); ++i) {
+                player.play(passages[(thread + i) % passages.size()]);
             }
-            EXPECT_EQ(engines.jni.violations, std::vector<std::string>());
+            player.finish();
         });
     }
     start.open();
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_LE(testheap::liveBlocks(), live + 4) << "more than the random context, its mutex and those of the seed pool";
-    EXPECT_EQ(testheap::dirtyFrees(), dirty);
+    testheap::keep(4); // the random context, its mutex and those of the seed pool
+}
+
+// Who waits for a key's is told after five seconds, and nothing has happened; who waits for random bytes waits on.
+TEST(BusyLocks, AreWaitedFor) {
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
+    const Passage draws = readScript("random.txt").front().passages.front();
+    Player player;
+    player.play(draws);
+    FakeJni jni;
+    RandomContext* const random = ZelObject::getRandomContext(jni.env());
+    testheap::keep(4);
+    ScopedKey key;
+    const std::vector<std::uint8_t> der = fromHex(readScript("rsa_keys.txt").front().values.at("rsa512Private"));
+    ASSERT_EQ(AsymKey_FromPkcs8Der(der.data(), static_cast<std::uint32_t>(der.size()), key.get()), OK);
+    RSAKey* const rsa = asymKeyRsa(key.get());
+    ScopedVlong input(nullptr), output(nullptr);
+    ASSERT_EQ(VLONG_newValue(2, input.out(), nullptr), OK);
+    const auto blinded = [&] {
+        return Rsa_PrivateOp(rsa, input.get(), randomGenerateCallback, random, output.out(), nullptr);
+    };
+
+    Gate held, done;
+    std::thread holder([&] {
+        EXPECT_EQ(rtosMutexWait(random->state.mutex), OK);
+        EXPECT_EQ(rtosMutexWait(rsa->blinding.mutex), OK);
+        held.open();
+        done.wait(); // asleep
+        EXPECT_EQ(rtosMutexRelease(rsa->blinding.mutex), OK);
+        EXPECT_EQ(rtosMutexRelease(random->state.mutex), OK);
+    });
+    held.wait();
+    std::thread drawer([&] { player.play(draws); }); // begins to wait first, and waits on
+    EXPECT_EQ(blinded(), ERR_RTOS_MUTEX_WAIT);
+    EXPECT_EQ(output.get(), nullptr);
+    done.open();
+    holder.join();
+    drawer.join();
+    player.finish();
+    EXPECT_EQ(blinded(), OK);
 }
 
 } // namespace

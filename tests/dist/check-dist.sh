@@ -33,3 +33,4 @@ if grep -qv $'\r$' try-zelspi.cmd zel.cmd; then
 fi
 tar xzf zel-*-linux.tar.gz
 has "$(printf abc | zel-*/zel digest)" ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad
+cp zelspi-*-windows.zip "$work/windows.zip"

@@ -24,7 +24,7 @@ public:
     std::vector<std::uint32_t> draws;                 // the length of each draw
     std::size_t limit = static_cast<std::size_t>(-1); // draws beyond this number fail with ERR_RTOS_MUTEX_WAIT
 
-private:
+    // The source itself; the context is the ByteSource.
     static Status fill(void* context, std::uint32_t length, std::uint8_t* buffer) {
         auto& self = *static_cast<ByteSource*>(context);
         if (self.draws.size() >= self.limit) {
@@ -35,6 +35,7 @@ private:
         return OK;
     }
 
+private:
     std::uint8_t next() {
         if (isScripted_) {
             return position_ < script_.size() ? script_[position_++] : std::uint8_t{0};

@@ -1,41 +1,54 @@
 #include "tests/support/faults.h"
 
-#include <atomic>
-#include <cstddef>
+#include <array>
 
 namespace {
 
-constexpr std::size_t kServices = static_cast<std::size_t>(PlatformService::randomBytes) + 1;
-
-std::atomic<unsigned> countdowns[kServices];
-std::atomic<bool> struck[kServices];
-
-std::size_t indexOf(PlatformService service) {
-    return static_cast<std::size_t>(service);
-}
+FaultPoint* firstPoint = nullptr;
 
 } // namespace
 
-bool platformServiceFails(PlatformService service) {
-    std::atomic<unsigned>& countdown = countdowns[indexOf(service)];
-    unsigned left = countdown.load();
-    while (left != 0 && !countdown.compare_exchange_weak(left, left - 1)) {
+FaultPoint::FaultPoint() : next_(firstPoint) {
+    firstPoint = this;
+}
+
+bool FaultPoint::strikes() {
+    ++calls_;
+    std::uint64_t left = countdown_.load();
+    while (left != 0 && !countdown_.compare_exchange_weak(left, left - 1)) {
     }
     if (left == 1) {
-        struck[indexOf(service)] = true;
+        hasStruck_ = true;
     }
     return left == 1;
 }
 
-Fault::Fault(PlatformService service, unsigned number) : service_(service) {
-    struck[indexOf(service)] = false;
-    countdowns[indexOf(service)] = number;
+void FaultPoint::arm(std::uint64_t number) {
+    hasStruck_ = false;
+    countdown_ = number;
 }
 
-Fault::~Fault() {
-    countdowns[indexOf(service_)] = 0;
+bool FaultPoint::hasStruck() const {
+    return hasStruck_;
 }
 
-bool Fault::hasStruck() const {
-    return struck[indexOf(service_)];
+std::uint64_t FaultPoint::calls() const {
+    return calls_;
+}
+
+bool FaultPoint::disarmAll() {
+    bool wasOn = false;
+    for (FaultPoint* point = firstPoint; point != nullptr; point = point->next_) {
+        wasOn = point->countdown_.exchange(0) != 0 || wasOn;
+    }
+    return wasOn;
+}
+
+FaultPoint& platformFaults(PlatformService service) {
+    static std::array<FaultPoint, static_cast<std::size_t>(PlatformService::randomBytes) + 1> points;
+    return points[static_cast<std::size_t>(service)];
+}
+
+bool platformServiceFails(PlatformService service) {
+    return platformFaults(service).strikes();
 }

@@ -1,9 +1,8 @@
 #include "tests/support/test_heap.h"
 
 #include "core/memory/heap.h"
+#include "tests/support/faults.h"
 
-#include <algorithm>
-#include <atomic>
 #include <cstdlib>
 
 namespace {
@@ -13,25 +12,18 @@ struct alignas(std::max_align_t) BlockHead {
     std::size_t byteCount;
 };
 
-std::atomic<std::uint64_t> countdown{0};
-std::atomic<bool> hasRefused{false};
-std::atomic<std::uint64_t> live{0};
-std::atomic<std::uint64_t> dirty{0};
-
-bool isRefused() {
-    std::uint64_t left = countdown.load();
-    while (left != 0 && !countdown.compare_exchange_weak(left, left - 1)) {
-    }
-    if (left == 1) {
-        hasRefused = true;
-    }
-    return left == 1;
-}
+std::atomic<std::uint64_t> live{0}, dirty{0}, kept{0};
+std::atomic<unsigned> ownWork{0};
 
 } // namespace
 
+FaultPoint& heapFaults() {
+    static FaultPoint point;
+    return point;
+}
+
 void* heapAllocate(std::size_t byteCount) {
-    if (isRefused()) {
+    if (ownWork == 0 && heapFaults().strikes()) {
         return nullptr;
     }
     auto* const head = static_cast<BlockHead*>(std::malloc(sizeof(BlockHead) + byteCount));
@@ -60,21 +52,28 @@ void heapFree(void* block) {
 
 namespace testheap {
 
-void refuse(std::uint64_t number) {
-    hasRefused = false;
-    countdown = number;
-}
-
-bool refused() {
-    return hasRefused;
-}
-
 std::uint64_t liveBlocks() {
     return live;
 }
 
 std::uint64_t dirtyFrees() {
     return dirty;
+}
+
+void keep(std::uint64_t atMost) {
+    kept = std::min(live.load(), kept + atMost);
+}
+
+std::uint64_t keptBlocks() {
+    return kept;
+}
+
+OwnWork::OwnWork() {
+    ++ownWork;
+}
+
+OwnWork::~OwnWork() {
+    --ownWork;
 }
 
 } // namespace testheap

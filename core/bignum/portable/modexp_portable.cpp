@@ -1,4 +1,4 @@
-// The portable exponentiation: Montgomery products and a sliding window over the exponent.
+// The portable exponentiation for public exponents: Montgomery products and a sliding window over the exponent.
 //
 // Scratch, in units of k: the accumulator, the table of odd powers (entry j holds base^(2 j + 1) in Montgomery form),
 // one more value; then the scratch of a Montgomery product. All of it is claimed before the scan, which cannot fail.
@@ -46,11 +46,7 @@ Window windowAt(const Unit* exponent, std::uint32_t i, std::uint32_t width) {
 
 } // namespace
 
-bool slidingWindowTakes(std::uint32_t) {
-    return true;
-}
-
-std::size_t slidingWindowScratch(std::uint32_t k, std::uint32_t exponentBits) {
+std::size_t slidingWindowScratch(std::uint32_t k, std::uint32_t exponentBits, bool) {
     return (tableEntries(exponentBits) + 2) * k + montScratchUnits(k);
 }
 

@@ -1,4 +1,5 @@
 // Montgomery products: the double-length product, then one row of reduction for each unit of the modulus.
+#include "core/bignum/branch_free.h"
 #include "core/bignum/portable/portable_kernels.h"
 #include "core/bignum/portable/wide.h"
 
@@ -20,13 +21,7 @@ void reduce(Unit* r, Unit* t, const MontModulus& m) {
     }
     t[std::size_t{2} * k] += rowCarry;
     const Unit borrow = VLONG_subUnits(t, t + k, m.units, k);
-    // The choice must not show in the time: an optimiser that knew the mask could turn the selection into a branch, so
-    // it reads the mask from memory.
-    const volatile Unit maskInMemory = Unit{0} - (t[std::size_t{2} * k] < borrow ? 1 : 0);
-    const Unit keepSum = maskInMemory;
-    for (std::uint32_t i = 0; i < k; ++i) {
-        r[i] = (t[i + k] & keepSum) | (t[i] & ~keepSum);
-    }
+    select(r, maskOf(t[std::size_t{2} * k] < borrow ? 1 : 0), t + k, t, k);
 }
 
 bool usesKaratsuba(std::uint32_t k) {

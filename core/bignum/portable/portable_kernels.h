@@ -2,7 +2,7 @@
 #ifndef ZELSPI_CORE_BIGNUM_PORTABLE_PORTABLE_KERNELS_H
 #define ZELSPI_CORE_BIGNUM_PORTABLE_PORTABLE_KERNELS_H
 
-#include "core/bignum/kernels.h"
+#include "core/bignum/fixed_window.h"
 
 Unit VLONG_addUnits(Unit* r, const Unit* a, const Unit* b, std::uint32_t n);
 Unit VLONG_subUnits(Unit* r, const Unit* a, const Unit* b, std::uint32_t n);
@@ -19,8 +19,7 @@ void VLONG_karatsubaSquare(Unit* r, const Unit* a, std::uint32_t n, Unit* scratc
 void VLONG_montRowsMultiply(Unit* r, const Unit* a, const Unit* b, const MontModulus& m, Unit* scratch);
 void VLONG_montRowsSquare(Unit* r, const Unit* a, const MontModulus& m, Unit* scratch);
 
-bool slidingWindowTakes(std::uint32_t k);
-std::size_t slidingWindowScratch(std::uint32_t k, std::uint32_t exponentBits);
+std::size_t slidingWindowScratch(std::uint32_t k, std::uint32_t exponentBits, bool isSecret);
 void slidingWindow(const ModExpTask& task, Unit* scratch);
 
 inline constexpr BignumKernels kPortableBignumKernels{
@@ -39,7 +38,20 @@ inline constexpr BignumKernels kPortableBignumKernels{
     .montSquare = VLONG_montRowsSquare,
 };
 
-inline constexpr ModExpKernel kPortableModExpKernel{
-    .takes = slidingWindowTakes, .scratchUnits = slidingWindowScratch, .one = slidingWindow, .pair = nullptr};
+inline void portableWindows(const ModExpTask& task, Unit* scratch) {
+    fixedWindow(kPortableBignumKernels, task, scratch);
+}
+
+inline constexpr ModExpKernel kPortableWindowsKernel{.takes = takesEverySize,
+                                                     .scratchUnits = fixedWindowScratch,
+                                                     .one = portableWindows,
+                                                     .pair = nullptr,
+                                                     .isForSecrets = true};
+
+inline constexpr ModExpKernel kPortableModExpKernel{.takes = takesEverySize,
+                                                    .scratchUnits = slidingWindowScratch,
+                                                    .one = slidingWindow,
+                                                    .pair = nullptr,
+                                                    .isForSecrets = false};
 
 #endif

@@ -1,9 +1,9 @@
 // Exponentiation with AVX-512 IFMA.
 //
 // Secrets: fixed windows, each a product with a table entry that is found by reading the whole table; no branch and no
-// address depends on base, exponent or modulus, only on the lengths of exponent and modulus. Exponents of up to 64 bits
-// are public here (RSA's public exponent): their bits decide on products.
-#include "core/bignum/x86/fixed_window.h"
+// address depends on base, exponent or modulus, only on the lengths of exponent and modulus. The bits of an exponent that
+// is short and public decide on products.
+#include "core/bignum/branch_free.h"
 #include "core/bignum/x86/ifma_products.h"
 #include "core/bignum/x86/x86_kernels.h"
 #include "core/cpu/clear_registers.h"
@@ -71,8 +71,7 @@ template <typename S> void fromDigits(Unit* units, std::uint32_t task, const Uni
         units[i] = unit;
         difference |= unit ^ modulus[i];
     }
-    const volatile Unit maskInMemory = Unit{0} - ((difference | (Unit{0} - difference)) >> (kUnitBits - 1));
-    const Unit keep = maskInMemory; // read from memory, so that no optimiser makes it a branch
+    const Unit keep = maskOf(isNonzero(difference));
     for (std::uint32_t i = 0; i < S::k; ++i) {
         units[i] &= keep;
     }
@@ -98,8 +97,8 @@ void multiplyModulus(Unit* number, std::uint32_t task, const Unit* m, const Mont
 // Scratch in numbers: modulus, multiplied modulus, inverse (one vector), base, one, power, entry; the table.
 constexpr std::size_t kFixedNumbers = 7;
 
-template <typename S> constexpr std::size_t scratchUnitsOf(std::uint32_t exponentBits) {
-    return (kFixedNumbers + fixedWindowEntries(exponentBits)) * S::kNumberUnits +
+template <typename S> constexpr std::size_t scratchUnitsOf(std::uint32_t exponentBits, bool isSecret) {
+    return (kFixedNumbers + fixedWindowEntries(exponentBits, isSecret)) * S::kNumberUnits +
            kLanes; // and the way to the next 64-byte boundary
 }
 
@@ -138,7 +137,7 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
         one[place<S>(task, 0)] = 1;
     }
 
-    if (S::kTasks == 1 && bits <= kPublicExponentBits) {
+    if (S::kTasks == 1 && isShortAndPublic(bits, tasks[0]->isSecret)) {
         std::copy_n(base, n, power);
         for (std::uint32_t i = bits - 1; i-- > 0;) {
             square<S>(power, power, m);
@@ -188,20 +187,20 @@ bool ifmaTakes(std::uint32_t k) {
     return k == 8 || k == 16 || k == 24 || k == 32 || k == 48 || k == 64;
 }
 
-std::size_t ifmaScratch(std::uint32_t k, std::uint32_t exponentBits) {
+std::size_t ifmaScratch(std::uint32_t k, std::uint32_t exponentBits, bool isSecret) {
     switch (k) {
     case 8:
-        return scratchUnitsOf<Pair512>(exponentBits);
+        return scratchUnitsOf<Pair512>(exponentBits, isSecret);
     case 16:
-        return scratchUnitsOf<Pair1024>(exponentBits);
+        return scratchUnitsOf<Pair1024>(exponentBits, isSecret);
     case 24:
-        return scratchUnitsOf<Pair1536>(exponentBits);
+        return scratchUnitsOf<Pair1536>(exponentBits, isSecret);
     case 32:
-        return scratchUnitsOf<Pair2048>(exponentBits);
+        return scratchUnitsOf<Pair2048>(exponentBits, isSecret);
     case 48:
-        return scratchUnitsOf<One3072>(exponentBits);
+        return scratchUnitsOf<One3072>(exponentBits, isSecret);
     default:
-        return scratchUnitsOf<One4096>(exponentBits);
+        return scratchUnitsOf<One4096>(exponentBits, isSecret);
     }
 }
 
@@ -224,7 +223,8 @@ void ifmaModExp(const ModExpTask& task, Unit* scratch) {
 
 void ifmaModExpPair(const ModExpTask& first, const ModExpTask& second, Unit* scratch) {
     const std::uint32_t k = first.modulus.count;
-    if (std::max(first.exponentBits, second.exponentBits) <= kPublicExponentBits || k > 32) {
+    if (k > 32 ||
+        isShortAndPublic(std::max(first.exponentBits, second.exponentBits), first.isSecret || second.isSecret)) {
         ifmaModExp(first, scratch);
         ifmaModExp(second, scratch);
         return;

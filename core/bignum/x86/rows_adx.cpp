@@ -5,6 +5,7 @@
 // assembly, in blocks of eight units and of four.
 //
 // Secrets: time depends on unit counts only, but for div128by64.
+#include "core/bignum/branch_free.h"
 #include "core/bignum/karatsuba.h"
 #include "core/bignum/unit_rows.h"
 #include "core/bignum/x86/x86_kernels.h"
@@ -206,11 +207,34 @@ void reduce(Unit* r, Unit* t, const MontModulus& m) {
         t[i + k] = addUnit(t[i + k], top, carry);
     }
     const Unit borrow = adxSubUnits(t, t + k, m.units, k);
-    const volatile Unit maskInMemory = Unit{0} - (carry < borrow ? 1 : 0);
-    const Unit keepSum = maskInMemory; // read from memory, so that no optimiser makes it a branch
-    for (std::uint32_t i = 0; i < k; ++i) {
-        r[i] = (t[i + k] & keepSum) | (t[i] & ~keepSum);
+    select(r, maskOf(carry < borrow ? 1 : 0), t + k, t, k);
+}
+
+// montMultiply for a fixed number of units, so few that they stay in registers: as q of a DSA key has.
+template <std::uint32_t k> void multiplyFew(Unit* r, const Unit* a, const Unit* b, const MontModulus& m) {
+    Unit sum[k + 1] = {}, difference[k];
+    for (std::uint32_t i = 0; i < k; ++i) { // the sum and a b[i], then a multiple of m that clears the lowest unit
+        DoubleUnit column = DoubleUnit{a[0]} * b[i] + sum[0];
+        const Unit u = static_cast<Unit>(column) * m.negInverse;
+        Unit carry = static_cast<Unit>(column >> kUnitBits);
+        column = DoubleUnit{m.units[0]} * u + static_cast<Unit>(column);
+        Unit modulusCarry = static_cast<Unit>(column >> kUnitBits);
+        for (std::uint32_t j = 1; j < k; ++j) {
+            column = DoubleUnit{a[j]} * b[i] + sum[j] + carry;
+            carry = static_cast<Unit>(column >> kUnitBits);
+            column = DoubleUnit{m.units[j]} * u + static_cast<Unit>(column) + modulusCarry;
+            modulusCarry = static_cast<Unit>(column >> kUnitBits);
+            sum[j - 1] = static_cast<Unit>(column);
+        }
+        column = DoubleUnit{sum[k]} + carry + modulusCarry;
+        sum[k - 1] = static_cast<Unit>(column);
+        sum[k] = static_cast<Unit>(column >> kUnitBits);
     }
+    unsigned char borrow = 0;
+    for (std::uint32_t i = 0; i < k; ++i) {
+        difference[i] = subUnit(sum[i], m.units[i], borrow);
+    }
+    select(r, maskOf(sum[k] < borrow ? 1 : 0), sum, difference, k);
 }
 
 } // namespace
@@ -224,11 +248,23 @@ void adxKaratsubaSquare(Unit* r, const Unit* a, std::uint32_t n, Unit* scratch) 
 }
 
 void adxMontMultiply(Unit* r, const Unit* a, const Unit* b, const MontModulus& m, Unit* scratch) {
-    adxMulColumns(scratch, a, m.count, b, m.count, 2 * m.count);
-    reduce(r, scratch, m);
+    switch (m.count) {
+    case 2:
+        return multiplyFew<2>(r, a, b, m);
+    case 3:
+        return multiplyFew<3>(r, a, b, m);
+    case 4:
+        return multiplyFew<4>(r, a, b, m);
+    default:
+        adxMulColumns(scratch, a, m.count, b, m.count, 2 * m.count);
+        reduce(r, scratch, m);
+    }
 }
 
 void adxMontSquare(Unit* r, const Unit* a, const MontModulus& m, Unit* scratch) {
+    if (m.count <= 4) {
+        return adxMontMultiply(r, a, a, m, scratch);
+    }
     adxSquareColumns(scratch, a, m.count, 2 * m.count);
     reduce(r, scratch, m);
 }

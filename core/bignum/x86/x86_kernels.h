@@ -2,7 +2,7 @@
 #ifndef ZELSPI_CORE_BIGNUM_X86_X86_KERNELS_H
 #define ZELSPI_CORE_BIGNUM_X86_X86_KERNELS_H
 
-#include "core/bignum/kernels.h"
+#include "core/bignum/fixed_window.h"
 
 // Rows with MULX, ADCX and ADOX (rows_adx.cpp).
 bool adxIsSupported();
@@ -36,22 +36,25 @@ inline constexpr BignumKernels kAdxBignumKernels{
     .montSquare = adxMontSquare,
 };
 
-// Exponentiation for secret exponents and odd moduli of every size, on those rows (modexp_adx.cpp).
-bool adxTakes(std::uint32_t k);
-std::size_t adxScratch(std::uint32_t k, std::uint32_t exponentBits);
-void adxModExp(const ModExpTask& task, Unit* scratch);
+// Exponentiation for odd moduli of every size on those rows.
+inline void adxModExp(const ModExpTask& task, Unit* scratch) {
+    fixedWindow(kAdxBignumKernels, task, scratch);
+}
 
-inline constexpr ModExpKernel kAdxModExpKernel{
-    .takes = adxTakes, .scratchUnits = adxScratch, .one = adxModExp, .pair = nullptr};
+inline constexpr ModExpKernel kAdxModExpKernel{.takes = takesEverySize,
+                                               .scratchUnits = fixedWindowScratch,
+                                               .one = adxModExp,
+                                               .pair = nullptr,
+                                               .isForSecrets = false};
 
 // Exponentiation with AVX-512 IFMA for moduli of 8, 16, 24, 32, 48 and 64 units, in pairs up to 32 (modexp_ifma.cpp).
 bool ifmaIsSupported();
 bool ifmaTakes(std::uint32_t k);
-std::size_t ifmaScratch(std::uint32_t k, std::uint32_t exponentBits);
+std::size_t ifmaScratch(std::uint32_t k, std::uint32_t exponentBits, bool isSecret);
 void ifmaModExp(const ModExpTask& task, Unit* scratch);
 void ifmaModExpPair(const ModExpTask& first, const ModExpTask& second, Unit* scratch);
 
 inline constexpr ModExpKernel kIfmaModExpKernel{
-    .takes = ifmaTakes, .scratchUnits = ifmaScratch, .one = ifmaModExp, .pair = ifmaModExpPair};
+    .takes = ifmaTakes, .scratchUnits = ifmaScratch, .one = ifmaModExp, .pair = ifmaModExpPair, .isForSecrets = false};
 
 #endif

@@ -35,8 +35,8 @@ int main(int argc, char**) {
 #if defined(ZEL_X86_KERNELS)
         multiply(kAdxBignumKernels, unwritten, m);
         for (const std::uint32_t bits : {130U, 513U}) { // both widths of windows
-            std::vector<Unit> result(k), scratch(kAdxModExpKernel.scratchUnits(k, bits));
-            kAdxModExpKernel.one({result.data(), unwritten, unwritten + k, bits, m}, scratch.data());
+            std::vector<Unit> result(k), scratch(kAdxModExpKernel.scratchUnits(k, bits, true));
+            kAdxModExpKernel.one({result.data(), unwritten, unwritten + k, bits, m, true}, scratch.data());
         }
 #endif
         if (argc > 1 && VLONG_cmpUnits(unwritten, unwritten + k, k) > 0) {

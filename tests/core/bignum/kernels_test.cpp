@@ -2,18 +2,12 @@
 #include "core/bignum/kernels.h"
 #include "core/bignum/modexp.h"
 #include "core/bignum/vlong_math.h"
-#include "core/cpu/cpu_features.h"
-#include "tests/core/bignum/bignum_support.h"
+#include "tests/support/number.h"
 
 #include <algorithm>
-#include <iostream>
 #include <memory>
 
 namespace {
-
-using bignumtest::Number;
-using bignumtest::Random;
-using bignumtest::Units;
 
 constexpr Unit kGuard = 0xC0FFEE0DDBA11ULL;
 
@@ -53,90 +47,41 @@ template <typename Check> void forEachKernel(Check check) {
     }
 }
 
+// By columns (fewer than there are, all of them, and zeros above), unrolled, and by Karatsuba's method, where halves that are
+// equal in one or both leave no middle product.
 TEST(BignumKernels, ProductsAgreeWithSlowOnes) {
     forEachKernel([](const BignumKernels& kernels, Random& random) {
-        for (int round = 0; round < 1000; ++round) {
-            const Units a = random.units(random.below(20), round % 2 == 0),
-                        b = random.units(random.below(20), round % 3 == 0);
-            const Units product = slowProduct(a, b), square = slowProduct(a, a);
-            const std::uint32_t n = random.below(sizeOf(product) + 3); // fewer columns, all of them, and zeros above
-            Units result(n + 1, kGuard);
-            kernels.mulColumns(result.data(), a.data(), sizeOf(a), b.data(), sizeOf(b), n);
-            for (std::uint32_t i = 0; i < n; ++i) {
-                ASSERT_EQ(result[i], i < product.size() ? product[i] : 0);
-            }
-            kernels.squareColumns(result.data(), a.data(), sizeOf(a), n);
-            for (std::uint32_t i = 0; i < n; ++i) {
-                ASSERT_EQ(result[i], i < square.size() ? square[i] : 0);
-            }
-            ASSERT_EQ(result[n], kGuard);
-        }
-    });
-}
-
-TEST(BignumKernels, UnrolledAndKaratsubaAgreeWithColumns) {
-    forEachKernel([](const BignumKernels& kernels, Random& random) {
-        for (const std::uint32_t n : {8U, 16U, 32U, 64U}) {
-            for (int round = 0; round < 400; ++round) {
-                Units a = random.units(n, round % 2 == 0), b = random.units(n, round % 2 == 0);
-                if (round % 5 == 0) { // halves that are equal in one or both: no middle product
-                    std::copy_n(a.begin(), n / 2, a.begin() + n / 2);
+        for (std::uint32_t round = 0; round < 2400; ++round) {
+            constexpr std::uint32_t kSizes[] = {8, 16, 32, 64};
+            const bool isColumns = round < 800;
+            const std::uint32_t n = isColumns ? random.below(20) : kSizes[round / 2 % 4];
+            Units a = random.units(n, round % 2 == 0),
+                  b = random.units(isColumns ? random.below(20) : n, round % (isColumns ? 3 : 2) == 0);
+            for (Units* const halved : {&a, &b}) {
+                if (!isColumns && round % (halved == &a ? 5 : 10) == 0) {
+                    std::copy_n(halved->begin(), n / 2, halved->begin() + n / 2);
                 }
-                if (round % 10 == 0) {
-                    std::copy_n(b.begin(), n / 2, b.begin() + n / 2);
-                }
-                Units expected(2 * n), result(2 * n + 1, kGuard), scratch(4 * n + 1, kGuard);
-                const auto check = [&] {
-                    ASSERT_TRUE(std::equal(expected.begin(), expected.end(), result.begin())) << n << " units";
-                    ASSERT_EQ(result[2 * n], kGuard);
-                    ASSERT_EQ(scratch[4 * n], kGuard);
-                };
-                kernels.mulColumns(expected.data(), a.data(), n, b.data(), n, 2 * n);
-                n == 8 ? kernels.mul8x8(result.data(), a.data(), b.data())
-                       : kernels.karatsubaMul(result.data(), a.data(), b.data(), n, scratch.data());
-                check();
-                kernels.squareColumns(expected.data(), a.data(), n, 2 * n);
-                n == 8 ? kernels.square8(result.data(), a.data())
-                       : kernels.karatsubaSquare(result.data(), a.data(), n, scratch.data());
-                check();
             }
-        }
-    });
-}
-
-TEST(BignumKernels, RowsUndoEachOther) {
-    forEachKernel([](const BignumKernels& kernels, Random& random) {
-        for (int round = 0; round < 2000; ++round) {
-            const std::uint32_t n = random.below(20);
-            const Units a = random.units(n, round % 2 == 0), b = random.units(n, round % 2 == 0);
-            const Unit w = random.units(1, true)[0];
-            Units sum(n), back = a;
-            const Unit carry = kernels.addUnits(sum.data(), a.data(), b.data(), n);
-            ASSERT_EQ(kernels.subUnits(sum.data(), sum.data(), b.data(), n), carry);
-            ASSERT_EQ(sum, a);
-            Units wide = slowProduct(b, {w});
-            wide.resize(n + 1); // w * b
-            const Unit top = kernels.addUnits(wide.data(), wide.data(), a.data(), n) + wide[n];
-            ASSERT_EQ(kernels.mulAddUnit(back.data(), b.data(), n, w), top);
-            ASSERT_TRUE(std::equal(back.begin(), back.end(), wide.begin()));
-            ASSERT_EQ(kernels.mulSubUnit(back.data(), b.data(), n, w), top);
-            ASSERT_EQ(back, a);
-        }
-    });
-}
-
-TEST(BignumKernels, DivisionOfTwoUnitsByOne) {
-    forEachKernel([](const BignumKernels& kernels, Random& random) {
-        for (int round = 0; round < 20000; ++round) {
-            Units in = random.units(3, true);
-            Unit d = in[0] >> random.below(64);
-            d = d == 0 ? 1 : d;
-            const Unit high = in[1] % d, low = in[2];
-            const Unit q = kernels.div128by64(high, low, d);
-            Units rest = {low, high};
-            const Units product = slowProduct({q}, {d});
-            ASSERT_EQ(kernels.subUnits(rest.data(), rest.data(), product.data(), 2), 0U);
-            ASSERT_TRUE(rest[1] == 0 && rest[0] < d) << high << " " << low << " " << d;
+            const std::uint32_t columns = isColumns ? random.below(n + sizeOf(b) + 3) : 2 * n;
+            Units result(columns + 1, kGuard), scratch(4 * n + 1, kGuard);
+            for (const bool isSquare : {false, true}) {
+                const Units& other = isSquare ? a : b;
+                Units expected = slowProduct(a, other);
+                if (isColumns) {
+                    isSquare ? kernels.squareColumns(result.data(), a.data(), n, columns)
+                             : kernels.mulColumns(result.data(), a.data(), n, b.data(), sizeOf(b), columns);
+                } else if (n == 8) {
+                    isSquare ? kernels.square8(result.data(), a.data())
+                             : kernels.mul8x8(result.data(), a.data(), b.data());
+                } else {
+                    isSquare ? kernels.karatsubaSquare(result.data(), a.data(), n, scratch.data())
+                             : kernels.karatsubaMul(result.data(), a.data(), b.data(), n, scratch.data());
+                }
+                expected.resize(columns);
+                expected.push_back(kGuard);
+                ASSERT_EQ(result, expected) << n << " units, square " << isSquare;
+                ASSERT_EQ(scratch[4 * n], kGuard);
+            }
         }
     });
 }
@@ -195,9 +140,10 @@ struct Power {
                 base.data(),
                 exponent.data(),
                 bits,
-                {modulus.data(), radixSquared.data(), VLONG_montNegInverse64(number), k}};
+                {modulus.data(), radixSquared.data(), VLONG_montNegInverse64(number), k},
+                false};
         const ModExpKernel& portable = modExpKernelTable().back().run;
-        Units scratch(portable.scratchUnits(k, bits));
+        Units scratch(portable.scratchUnits(k, bits, false));
         portable.one(task, scratch.data());
         expected = result;
     }
@@ -228,6 +174,16 @@ std::unique_ptr<Power> extremePower(std::uint32_t k, std::uint32_t bits, std::ui
     case 2: // the shortest
         modulus[k - 1] = 1;
         break;
+    case 3: // the square of the base, which becomes 0
+        if (k % 2 == 0) {
+            base = random.units(k / 2);
+            base[0] |= 1;
+            base[k / 2 - 1] |= Unit{1} << 63;
+            modulus = slowProduct(base, base);
+            base.resize(k);
+            break;
+        }
+        [[fallthrough]];
     default:
         modulus = random.units(k, round % 5 == 3);
         modulus[k - 1] |= 2;
@@ -239,7 +195,7 @@ std::unique_ptr<Power> extremePower(std::uint32_t k, std::uint32_t bits, std::ui
         base[0] -= 1;
     } else if (round % 7 == 1) {
         base.assign(k, 0);
-    } else {
+    } else if (round % 5 != 3 || k % 2 != 0) {
         base[k - 1] %= modulus[k - 1]; // below m
     }
     exponent.back() &= ~Unit{0} >> (63 - (bits - 1) % 64);
@@ -257,7 +213,14 @@ TEST(ModExpKernels, AgreeWithThePortableOneAloneAndInPairs) {
                 const std::uint32_t bits = round == 3 ? 64 * k : kBits[round % 10], otherBits = kBits[(round + 1) % 10];
                 const auto power = extremePower(k, bits, round, random),
                            other = extremePower(k, otherBits, round / 5 + 1, random);
-                const std::size_t units = kernel.run.scratchUnits(k, std::max(bits, otherBits));
+                for (ModExpTask* const task : {&power->task, &other->task}) {
+                    if (round % 3 != 0) { // a secret, with a public length of whole units
+                        task->isSecret = true;
+                        task->exponentBits = (task->exponentBits + 63) / 64 * 64;
+                    }
+                }
+                const std::size_t units = kernel.run.scratchUnits(
+                    k, std::max(power->task.exponentBits, other->task.exponentBits), power->task.isSecret);
                 Units scratch(units + 2, kGuard);
                 Unit* const unaligned = scratch.data() + round % 2;
                 kernel.run.one(power->task, unaligned);
@@ -274,58 +237,6 @@ TEST(ModExpKernels, AgreeWithThePortableOneAloneAndInPairs) {
             }
         }
     }
-}
-
-TEST(ModExpKernels, AFactorOfTheModulusRaisedToZero) {
-    for (const Kernel<ModExpKernel>& kernel : modExpKernelTable()) {
-        SCOPED_TRACE(kernel.name);
-        Random random(1);
-        for (const std::uint32_t k : {8U, 16U, 24U, 32U, 48U, 64U}) {
-            if (!kernel.isSupported()) {
-                break;
-            }
-            Units root = random.units(k / 2), square(k);
-            root[0] |= 1;
-            root[k / 2 - 1] |= Unit{1} << 63;
-            bignumKernels().squareColumns(square.data(), root.data(), k / 2, k);
-            root.resize(k);
-            for (const std::uint32_t bits : {2U, 65U}) {
-                Power power(square, root, Units{2, 1}, bits);
-                EXPECT_EQ(power.expected, Units(k));
-                Units scratch(kernel.run.scratchUnits(k, bits));
-                kernel.run.one(power.task, scratch.data());
-                EXPECT_TRUE(power.isRight()) << k;
-            }
-        }
-    }
-}
-
-TEST(BignumKernels, TheBestForThisCpuIsActive) {
-#if defined(ZEL_X86_KERNELS)
-    const CpuFeatures& cpu = cpuFeatures();
-    const bool isAdx = cpu.bmi2 && cpu.adx, isIfma = cpu.ifma && cpu.bmi2;
-#else
-    const bool isAdx = false, isIfma = false;
-#endif
-    const auto nameOf = [](std::uint32_t k, Unit low) {
-        Units units(k, low);
-        const ModExpKernel& chosen = modExpKernelFor({units.data(), nullptr, 0, k});
-        for (const Kernel<ModExpKernel>& kernel : modExpKernelTable()) {
-            if (&kernel.run == &chosen) {
-                return kernel.name;
-            }
-        }
-        return "none";
-    };
-    const char* const general = isAdx ? "adx" : "portable";
-    EXPECT_STREQ(chooseKernel(bignumKernelTable()).name, general);
-    for (const std::uint32_t k : {8U, 16U, 24U, 32U, 48U, 64U}) {
-        EXPECT_STREQ(nameOf(k, 1), isIfma ? "ifma" : general);
-    }
-    EXPECT_STREQ(nameOf(17, 1), general);
-    EXPECT_STREQ(nameOf(16, 2), "portable"); // an even modulus
-    std::cout << "Big integers run on the kernel " << general << ", powers modulo 1024 bits run on the kernel "
-              << nameOf(16, 1) << "\n";
 }
 
 } // namespace

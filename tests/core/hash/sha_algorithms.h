@@ -5,61 +5,43 @@
 #include "core/hash/sha1.h"
 #include "core/hash/sha256.h"
 #include "core/hash/sha512.h"
+#include "core/hash/sha_kernels.h"
 
-#include <array>
-#include <cstdlib>
 #include <string_view>
-#include <vector>
 
-// Any context record, with the operations of one algorithm on it.
-struct ShaAlgorithm {
-    std::string_view name;
+inline constexpr std::string_view kShaNames[] = {"sha1", "sha224", "sha256", "sha384", "sha512"};
+
+template <typename C, typename Run> struct ShaFunctions {
+    using Context = C;
     std::size_t digestBytes;
-    std::size_t contextBytes;
-    bool finalWipes;
-    Status (*init)(void* context);
-    Status (*update)(void* context, const std::uint8_t* data, std::uint32_t length);
-    Status (*final)(void* context, std::uint8_t* out);
-    Status (*digest)(const std::uint8_t* data, std::uint32_t length, std::uint8_t* out);
+    Status (*alloc)(Context**);
+    Status (*release)(Context**);
+    Status (*init)(Context*);
+    Status (*update)(Context*, const std::uint8_t*, std::uint32_t);
+    Status (*final)(Context*, std::uint8_t*);
+    Status (*digest)(const std::uint8_t*, std::uint32_t, std::uint8_t*);
+    std::span<const Kernel<Run>> kernels;
 };
 
-union ShaContext {
-    Sha1Context sha1;
-    Sha256Context sha256;
-    Sha512Context sha512;
-};
-
-template <typename Context, Status (*init)(Context*), Status (*update)(Context*, const std::uint8_t*, std::uint32_t),
-          Status (*final)(Context*, std::uint8_t*)>
-constexpr ShaAlgorithm shaAlgorithm(std::string_view name, std::size_t digestBytes, bool finalWipes,
-                                    Status (*digest)(const std::uint8_t*, std::uint32_t, std::uint8_t*)) {
-    return {name,
-            digestBytes,
-            sizeof(Context),
-            finalWipes,
-            [](void* context) { return init(static_cast<Context*>(context)); },
-            [](void* context, const std::uint8_t* data, std::uint32_t length) {
-                return update(static_cast<Context*>(context), data, length);
-            },
-            [](void* context, std::uint8_t* out) { return final(static_cast<Context*>(context), out); },
-            digest};
-}
-
-inline constexpr std::array<ShaAlgorithm, 5> kShaAlgorithms{
-    shaAlgorithm<Sha1Context, sha1Init, sha1Update, sha1Final>("sha1", 20, false, sha1Digest),
-    shaAlgorithm<Sha256Context, sha224Init, sha256Update, sha224Final>("sha224", 28, true, sha224Digest),
-    shaAlgorithm<Sha256Context, sha256Init, sha256Update, sha256Final>("sha256", 32, true, sha256Digest),
-    shaAlgorithm<Sha512Context, sha384Init, sha512Update, sha384Final>("sha384", 48, true, sha384Digest),
-    shaAlgorithm<Sha512Context, sha512Init, sha512Update, sha512Final>("sha512", 64, true, sha512Digest),
-};
-
-inline const ShaAlgorithm& shaNamed(std::string_view name) {
-    for (const ShaAlgorithm& algorithm : kShaAlgorithms) {
-        if (algorithm.name == name) {
-            return algorithm;
-        }
+// withSha: use(functions) for the hash of this name.
+template <typename Use> auto withSha(std::string_view name, Use use) {
+    using Sha1 = ShaFunctions<Sha1Context, Sha1Compress>;
+    using Sha256 = ShaFunctions<Sha256Context, Sha256Compress>;
+    using Sha512 = ShaFunctions<Sha512Context, Sha512Compress>;
+    if (name == "sha1") {
+        return use(
+            Sha1{20, sha1AllocContext, sha1FreeContext, sha1Init, sha1Update, sha1Final, sha1Digest, sha1Kernels()});
     }
-    std::abort();
+    if (name == "sha224" || name == "sha256") {
+        const bool cut = name == "sha224";
+        return use(Sha256{cut ? 28U : 32U, sha256AllocContext, sha256FreeContext, cut ? sha224Init : sha256Init,
+                          sha256Update, cut ? sha224Final : sha256Final, cut ? sha224Digest : sha256Digest,
+                          sha256Kernels()});
+    }
+    const bool cut = name == "sha384";
+    return use(Sha512{cut ? 48U : 64U, sha512AllocContext, sha512FreeContext, cut ? sha384Init : sha512Init,
+                      sha512Update, cut ? sha384Final : sha512Final, cut ? sha384Digest : sha512Digest,
+                      sha512Kernels()});
 }
 
 #endif

@@ -1,130 +1,95 @@
-// Keys for the tests of this folder: known ones, DER put together piece by piece, and holders.
+// RSA and DSA keys for the tests of this folder.
 #ifndef ZELSPI_TESTS_CORE_PUBKEY_KEY_SUPPORT_H
 #define ZELSPI_TESTS_CORE_PUBKEY_KEY_SUPPORT_H
 
-#include "core/bignum/scoped_vlong.h"
-#include "core/bignum/vlong_convert.h"
 #include "core/memory/memory.h"
+#include "core/pubkey/dsa.h"
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/rsa.h"
-#include "tests/support/hex.h"
-
-#include <gtest/gtest.h>
-
-#include <initializer_list>
-#include <numeric>
+#include "tests/support/byte_source.h"
+#include "tests/support/der_text.h"
+#include "tests/support/faults.h"
+#include "tests/support/number.h"
+#include "tests/support/refused_nulls.h"
 
 namespace keytest {
 
-using Octets = std::vector<std::uint8_t>;
-
-// RsaNumbers: a private key and one power, from key_vectors.inc.
-struct RsaNumbers {
-    unsigned bits;
-    const char *n, *e, *d, *p, *q, *dP, *dQ, *qInv, *input, *power;
-};
-
-inline const RsaNumbers kRsaKeys[] = {
-#define RSA_KEY(...) {__VA_ARGS__},
-#include "tests/core/pubkey/key_vectors.inc"
-#undef RSA_KEY
-};
-
-inline Octets joined(std::initializer_list<Octets> pieces) {
-    Octets all;
-    for (const Octets& piece : pieces) {
-        all.insert(all.end(), piece.begin(), piece.end());
-    }
-    return all;
-}
-
-// item: an encoded item.
-inline Octets item(std::uint8_t type, const Octets& content) {
-    const auto length = static_cast<std::uint16_t>(content.size());
-    const auto high = static_cast<std::uint8_t>(length >> 8), low = static_cast<std::uint8_t>(length);
-    if (length < 256) {
-        return joined({length < 128 ? Octets{type, low} : Octets{type, 0x81, low}, content});
-    }
-    return joined({{type, 0x82, high, low}, content});
-}
-
-// integer: the INTEGER of an unsigned magnitude without leading zeros; of 0 for none.
-inline Octets integer(const char* hex) {
-    Octets content = fromHex(hex);
-    if (content.empty() || content[0] >= 0x80) {
-        content.insert(content.begin(), 0);
-    }
-    return item(0x02, content);
-}
-
-inline Octets sequence(std::initializer_list<Octets> items) {
-    return item(0x30, joined(items));
-}
-
-inline Octets publicDer(const RsaNumbers& key) {
-    return sequence({integer(key.n), integer(key.e)});
-}
-
-inline Octets privateDer(const RsaNumbers& key) {
-    return sequence({integer(""), integer(key.n), integer(key.e), integer(key.d), integer(key.p), integer(key.q),
-                     integer(key.dP), integer(key.dQ), integer(key.qInv)});
-}
-
-inline const Octets kRsaAlgorithm = fromHex("30 0d 06 09 2a 86 48 86 f7 0d 01 01 01 05 00");
-
-inline Octets pkcs8(const Octets& algorithm, const Octets& key) {
-    return sequence({integer(""), algorithm, item(0x04, key)});
-}
-
-// The readers on Octets, the array cut to its size for the sanitizers.
 using Reader = Status (*)(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key);
-
-inline Status read(Reader reader, const Octets& der, AsymmetricKey* key) {
-    constexpr std::uint8_t kNothing = 0;
-    return reader(der.empty() ? &kNothing : der.data(), static_cast<std::uint32_t>(der.size()), key);
-}
-
-// written: what a writer gives, or nothing.
 using Writer = Status (*)(const AsymmetricKey* key, std::uint8_t** der, std::uint32_t* derLength);
 
-inline Status write(Writer writer, const AsymmetricKey* key, Octets* octets) {
+inline std::uint32_t size(const Bytes& bytes) {
+    return static_cast<std::uint32_t>(bytes.size());
+}
+
+// Making a key's lock takes memory on some systems, and has a status of its own.
+inline Status asRefusal(Status status) {
+    return status == ERR_RTOS_MUTEX_CREATE ? ERR_MEM_ALLOC_FAIL : status;
+}
+
+inline Status read(Reader reader, const Bytes& der, AsymmetricKey* key) {
+    return asRefusal(reader(der.data(), size(der), key));
+}
+
+inline Status write(Writer writer, const AsymmetricKey* key, Bytes& octets) {
     std::uint8_t* der = nullptr;
     std::uint32_t length = 0;
     const Status status = writer(key, &der, &length);
     EXPECT_EQ(der != nullptr, status == OK);
-    octets->assign(der, der + length);
+    octets.assign(der, der + length);
     void* block = der;
     (void)memWipeAndFree(&block, length);
     return status;
 }
 
-// hexOf: a value, which is not negative, in hexadecimal bytes without leading zeros; "null" for none.
-inline std::string hexOf(const vlong* value) {
-    if (value == nullptr) {
-        return "null";
+// RsaNumbers: a key of rsa_vectors.txt and one power, in hexadecimal.
+struct RsaNumbers {
+    explicit RsaNumbers(const Words& w)
+        : e(w[0]), p(w[1]), q(w[2]), input(w[3]), n(w[4]), d(w[5]), dP(w[6]), dQ(w[7]), qInv(w[8]), power(w[9]) {
     }
-    std::uint32_t count = 0;
-    EXPECT_EQ(VLONG_toBytes(value, nullptr, &count), OK);
-    Octets octets(count + 1); // not empty
-    EXPECT_EQ(VLONG_toBytes(value, octets.data(), &count), OK);
-    octets.resize(count);
-    EXPECT_TRUE(value->negative == 0 || VLONG_isZero(value));
-    return toHex(octets);
-}
-
-// Number: an owned value from hexadecimal bytes.
-class Number : public ScopedVlong {
-public:
-    explicit Number(const std::string& hex) : ScopedVlong(nullptr) {
-        const Octets octets = fromHex(hex);
-        EXPECT_EQ(VLONG_fromBytes(octets.data(), static_cast<std::int32_t>(octets.size()), out(), nullptr), OK);
-    }
+    std::string e, p, q, input, n, d, dP, dQ, qInv, power;
 };
+
+// The names in DER: see rsa_vectors.txt.
+inline Bytes named(const std::string& name) {
+    static const RsaNumbers key(vectorsOf("core/pubkey/rsa_vectors.txt", "rsakey")[0]);
+    static const std::map<std::string, Bytes> names = {
+        {"N", derInteger(key.n)},
+        {"E", derInteger(key.e)},
+        {"P", derInteger(key.p)},
+        {"Q", derInteger(key.q)},
+        {"PVALUE", fromHex(key.p)},
+        {"QVALUE", fromHex(key.q)},
+        {"ONE", derInteger("01")},
+        {"ZERO", derInteger("")},
+        {"TEXT", fromHex("04026869")},
+        {"HUGEN", derInteger(std::string(64000, 'f'))},
+        {"HUGEP", derInteger(std::string(8000, 'f'))},
+        {"HUGEQ", derInteger(std::string(7990, '7'))},
+        {"RSA", fromHex("300d06092a864886f70d0101010500")},
+        {"DSAID", fromHex("06072a8648ce380401")},
+        {"D", derInteger(key.d)},
+        {"DERIVED", fromHex(toHex(derInteger(key.dP)) + toHex(derInteger(key.dQ)) + toHex(derInteger(key.qInv)))}};
+    if (name == "KEY") {
+        return derOf("30(ZERO,N,E,D,P,Q,DERIVED)", named);
+    }
+    if (name == "PUBLIC") {
+        return derOf("30(N,E)", named);
+    }
+    if (name.starts_with("BITS")) {
+        const unsigned bits = numberOf(name.substr(4));
+        Bytes octets(2 + (bits + 7) / 8, 0x55);
+        octets[0] = octets[1] = 0;
+        octets[2] = static_cast<std::uint8_t>(1 << (bits - 1) % 8);
+        return derItem(0x02, octets);
+    }
+    return names.at(name);
+}
 
 // FilledKey: an RSA key read from DER.
 class FilledKey : public ScopedKey {
 public:
-    explicit FilledKey(const Octets& der) {
+    explicit FilledKey(const Bytes& der = derOf("KEY", named)) {
+        const testheap::OwnWork own;
         EXPECT_EQ(read(RsaKey_FromPublicDer, der, get()), OK);
     }
     RSAKey* operator->() {

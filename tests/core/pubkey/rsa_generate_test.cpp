@@ -1,57 +1,42 @@
 // RSA key generation, against a model in Python that tests each number without a sieve.
 #include "core/bignum/prime/prime.h"
 #include "core/bignum/vlong_math.h"
-#include "core/pubkey/rsa.h"
 #include "core/pubkey/rsa_prime.h"
-#include "tests/core/bignum/bignum_support.h"
-#include "tests/support/byte_source.h"
-#include "tests/support/test_heap.h"
+#include "tests/core/pubkey/key_support.h"
 
 #include <numeric>
 
 namespace {
 
-using bignumtest::Number;
-using bignumtest::textOf;
-
-Number remainder(const Number& a, const Number& m) {
+std::string remainder(const Number& a, const Number& m) {
     Number result;
     EXPECT_EQ(VLONG_mod(a, m, result.out(), nullptr), OK);
-    return result;
+    return result.text();
 }
 
-TEST(RsaGenerate, KnownKeys) {
-    const struct {
-        std::uint64_t seed;
-        std::uint32_t bits;
-        std::size_t draws;
-        std::uint32_t drawn;
-        const char *p, *q;
-    } kRows[] = {
-#include "tests/core/pubkey/rsa_keys.inc"
-    };
+TEST(RsaGenerate, Vectors) {
     ScopedKey container; // each key replaces the one before, under the same lock
     ASSERT_EQ(AsymKey_MakeRsa(container.get(), nullptr), OK);
     RSAKey& key = *asymKeyRsa(container.get());
     const RtosMutex lock = key.blinding.mutex;
-    for (const auto& row : kRows) {
-        ByteSource source(row.seed);
-        ASSERT_EQ(Rsa_GenerateKey(source.bytes(), &key, row.bits, nullptr), OK);
-        EXPECT_EQ(textOf(key.p), row.p);
-        EXPECT_EQ(textOf(key.q), row.q);
+    const VectorOperation generate = [&key, lock](const Words& in, Words& out) {
+        const testheap::OwnWork own; // refused below
+        ByteSource source(numberOf(in[0]));
+        EXPECT_EQ(Rsa_GenerateKey(source.bytes(), &key, numberOf(in[1]), nullptr), OK);
         EXPECT_EQ(textOf(key.e), "10001");
-        EXPECT_EQ(key.privateKey, 1U);
-        EXPECT_EQ(key.blinding.mutex, lock);
-        EXPECT_EQ(VLONG_bitLength(key.n), row.bits);
-        EXPECT_EQ(source.draws.size(), row.draws);
-        EXPECT_EQ(std::accumulate(source.draws.begin(), source.draws.end(), 0U), row.drawn);
-
-        const Number message(bignumtest::Random(1).units(row.bits / 64 - 1));
+        EXPECT_TRUE(key.privateKey == 1 && key.blinding.mutex == lock);
+        EXPECT_EQ(VLONG_bitLength(key.n), numberOf(in[1]));
+        const Number message(std::string(numberOf(in[1]) / 4 - 16, 'a'));
         Number raised, back;
         EXPECT_EQ(Rsa_PublicOp(&key, message, raised.out(), nullptr), OK);
         EXPECT_EQ(Rsa_PrivateCrt(&key, raised, back.out(), nullptr), OK);
         EXPECT_EQ(back, message);
-    }
+        out = {std::to_string(source.draws.size()),
+               std::to_string(std::accumulate(source.draws.begin(), source.draws.end(), 0U)), textOf(key.p),
+               textOf(key.q)};
+        return OK;
+    };
+    runVectors("core/pubkey/rsa_generate_vectors.txt", {{"generate", generate}});
 }
 
 // A difference of as many bits as the limit has is drawn again, one of a bit more is followed by the 101-bit seeds.
@@ -59,7 +44,7 @@ TEST(RsaGenerate, DistanceOfTheLowerBounds) {
     RSAKey key{};
     for (const auto& [bits, limit] : {std::pair{1024U, 412U}, {1152U, 412U}, {1280U, 540U}, {2048U, 924U}}) {
         const std::uint32_t size = bits / 16;
-        std::vector<std::uint8_t> script(4 * size); // bound after bound, big-endian
+        Bytes script(4 * size); // bound after bound, big-endian
         for (std::uint32_t bound = 0; bound < 4; ++bound) {
             script[bound * size] = 0xC0;
         }
@@ -87,35 +72,32 @@ TEST(RsaGenerate, AConstructedPrime) {
     };
     for (ByteSource source(1); source.draws.size() < 500;) {
         Number x, x1, x2, prime;
+        const Number top("ffffffffffffffff*8");
+        const auto construct = [&](const Number& from, const Number& second, std::uint32_t e) {
+            EXPECT_EQ(rsaConstructPrime(source.bytes(), {from, x1, second}, e, prime.out(), nullptr), OK);
+            return prime.get();
+        };
         ASSERT_EQ(VLONG_makeRandomOdd(source.bytes(), x.out(), 512, nullptr), OK);
         ASSERT_EQ(VLONG_makeRandomOdd(source.bytes(), x1.out(), 101, nullptr), OK);
         ASSERT_EQ(VLONG_makeRandomOdd(source.bytes(), x2.out(), 101, nullptr), OK);
-        // With e = 3 a third of the primes are refused for p - 1.
-        ASSERT_EQ(rsaConstructPrime(source.bytes(), {x, x1, x2}, 3, prime.out(), nullptr), OK);
+        ASSERT_NE(construct(x, x2, 3), nullptr); // a third of the primes are refused for p - 1
         EXPECT_EQ(VLONG_bitLength(prime), 512U);
         EXPECT_GE(VLONG_cmp(prime, x), 0);
         EXPECT_EQ(nextPrime(prime), prime);
-        EXPECT_EQ(remainder(prime, Number(3)).text(), "2");
-        EXPECT_EQ(remainder(prime, nextPrime(x1)).text(), "1");
+        EXPECT_EQ(remainder(prime, Number("3")), "2");
+        EXPECT_EQ(remainder(prime, nextPrime(x1)), "1");
         EXPECT_EQ(VLONG_increment(prime, nullptr), OK);
-        EXPECT_EQ(remainder(prime, nextPrime(x2)).text(), "0");
-
-        // The same auxiliary prime twice, a lower bound without a prime above it: start again.
-        ASSERT_EQ(rsaConstructPrime(source.bytes(), {x, x1, x1}, 3, prime.out(), nullptr), OK);
-        EXPECT_EQ(prime.get(), nullptr);
-        EXPECT_EQ(source.draws.back(), 13U); // without a test of any longer number
-        const Number top("ffffffffffffffff*8");
-        ASSERT_EQ(rsaConstructPrime(source.bytes(), {top, x1, x2}, 3, prime.out(), nullptr), OK);
-        EXPECT_EQ(prime.get(), nullptr);
-        // p - 1 is even, and e as well: the search ends all the same.
-        ASSERT_EQ(rsaConstructPrime(source.bytes(), {x, x1, x2}, 2, prime.out(), nullptr), OK);
-        EXPECT_EQ(prime.get(), nullptr);
+        EXPECT_EQ(remainder(prime, nextPrime(x2)), "0");
+        EXPECT_EQ(construct(x, x1, 3), nullptr);   // the same auxiliary prime twice: start again
+        EXPECT_EQ(source.draws.back(), 13U);       // without a test of any longer number
+        EXPECT_EQ(construct(top, x2, 3), nullptr); // a lower bound without a prime above it
+        EXPECT_EQ(construct(x, x2, 2), nullptr);   // p - 1 is even, and e as well: the search ends all the same
     }
 }
 
-TEST(RsaGenerate, Sizes) {
+TEST(RsaGenerate, SizesAndRefusals) {
     RSAKey key{};
-    ByteSource source(1);
+    ByteSource source(1), shortFirst(12);
     EXPECT_EQ(Rsa_GenerateKey(source.bytes(), nullptr, 1024, nullptr), ERR_RSA_INVALID_KEY);
     for (const std::uint32_t bits : {0U, 512U, 895U, 896U}) {
         EXPECT_EQ(Rsa_GenerateKey(source.bytes(), &key, bits, nullptr), ERR_RSA_KEY_LENGTH_TOO_SMALL) << bits;
@@ -131,32 +113,25 @@ TEST(RsaGenerate, Sizes) {
         EXPECT_EQ(key.n, nullptr);
     }
     // One less than a multiple is met by a modulus that comes out a bit short, as in the first attempt from this seed.
-    ByteSource shortFirst(12);
     EXPECT_EQ(Rsa_GenerateKey(shortFirst.bytes(), &key, 1023, nullptr), OK);
     EXPECT_EQ(VLONG_bitLength(key.n), 1023U);
     rsaKeyClear(&key, nullptr);
-}
 
-TEST(RsaGenerate, AllocationFailures) {
-    const std::uint64_t dirty = testheap::dirtyFrees();
     const Number x("ffff000000000000.1.2.3"), x1("1000000001"), x2("3000000001");
-    testheap::failEach([&] {
-        ByteSource source(1);
-        vlong* prime = nullptr;
-        const Status status = rsaConstructPrime(source.bytes(), {x, x1, x2}, 65537, &prime, nullptr);
-        EXPECT_EQ(prime == nullptr, isError(status));
-        (void)VLONG_free(&prime, nullptr); // null after a refusal
+    refuseEach([&] {
+        ByteSource fresh(1);
+        Number prime;
+        const Status status = rsaConstructPrime(fresh.bytes(), {x, x1, x2}, 65537, prime.out(), nullptr);
+        EXPECT_EQ(prime.get() == nullptr, isError(status));
         return status;
     });
-    testheap::failSome([] {
-        ByteSource source(2);
-        RSAKey key{};
-        const Status status = Rsa_GenerateKey(source.bytes(), &key, 1024, nullptr);
+    refuseEach([&key] {
+        ByteSource fresh(2);
+        const Status status = Rsa_GenerateKey(fresh.bytes(), &key, 1024, nullptr);
         EXPECT_EQ(key.n == nullptr, isError(status));
         rsaKeyClear(&key, nullptr);
         return status;
     });
-    EXPECT_EQ(testheap::dirtyFrees(), dirty);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <ctime>
@@ -60,6 +61,33 @@ TEST(SeedNoise, CopiesOfAProcessGetDifferentSeeds) {
         EXPECT_NE(seeds[i], seeds[i - 1]) << i;
     }
 }
+
+#if defined(__linux__) && defined(__GNUC__)
+extern "C" char __data_start, _end; // where the linker has put the program's variables
+
+// Whether the bytes stand among the program's variables; the sanitizers' gaps between those are looked at, too.
+__attribute__((no_sanitize("address", "thread"))) bool isInAVariable(const std::uint8_t* bytes, std::size_t count) {
+    for (const volatile char* at = &__data_start; at + count <= &_end; ++at) {
+        std::size_t same = 0;
+        while (same < count && static_cast<std::uint8_t>(at[same]) == bytes[same]) {
+            ++same;
+        }
+        if (same == count) {
+            return true;
+        }
+    }
+    return false;
+}
+
+TEST(SeedNoise, WhatIsHandedOutIsGoneFromThePool) {
+    __attribute__((used)) static std::uint8_t kept[16]; // a variable, which is found
+    std::array<std::uint8_t, 40> seed;
+    ASSERT_EQ(seedPoolGetBytes(seed.data(), seed.size()), OK);
+    EXPECT_FALSE(isInAVariable(seed.data(), sizeof kept));
+    std::copy_n(seed.begin(), sizeof kept, kept);
+    EXPECT_TRUE(isInAVariable(seed.data(), sizeof kept));
+}
+#endif
 
 TEST(SeedNoise, EndsThoughTheClocksStandStill) {
     RandomContext* context = nullptr;

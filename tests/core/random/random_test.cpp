@@ -1,15 +1,12 @@
-// Contexts without entropy threads, which cost no time: arguments, refusals, streams, threads.
+// The generator in known states, and contexts without entropy threads, which cost no time.
 #include "core/random/fips186.h"
 #include "core/random/random.h"
 #include "core/random/seed_pool.h"
 #include "tests/support/faults.h"
 #include "tests/support/gate.h"
-#include "tests/support/hex.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/refused_nulls.h"
+#include "tests/support/vectors.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <memory>
 #include <thread>
 
@@ -38,15 +35,14 @@ Owned acquired() {
     return Owned(context);
 }
 
-std::vector<std::uint8_t> drawn(const Owned& context, std::uint32_t length) {
-    std::vector<std::uint8_t> bytes(length);
+Bytes drawn(const Owned& context, std::uint32_t length) {
+    Bytes bytes(length);
     EXPECT_EQ(randomGenerate(context.get(), bytes.data(), length), OK);
     return bytes;
 }
 
 // First of all in this program: nobody has used the seed pool before.
-TEST_F(Random, FirstUsesAtOnce) {
-    const std::uint64_t live = testheap::liveBlocks();
+TEST_F(Random, A_FirstUsesAtOnce) {
     Gate start;
     std::vector<std::thread> threads;
     for (unsigned thread = 0; thread < 8; ++thread) {
@@ -59,90 +55,149 @@ TEST_F(Random, FirstUsesAtOnce) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_LE(testheap::liveBlocks(), live + 2) << "more than the pool's two mutexes";
+    testheap::keep(2); // the pool's two mutexes
+}
+
+Status knownStates(const Words& in, Words& out) {
+    const Bytes key = bytesOf(in[0]), xseed = bytesOf(in[1]);
+    RandomContext* context = nullptr;
+    const Status status =
+        fips186NewContext(&context, static_cast<std::uint32_t>(key.size()), key.data(),
+                          static_cast<std::int32_t>(xseed.size()), xseed.empty() ? nullptr : xseed.data());
+    EXPECT_EQ(context == nullptr, isError(status));
+    if (heapFaults().hasStruck()) { // the heap's refusal has not the heap's status, on purpose
+        return status == ERR_NULL_POINTER || status == ERR_RTOS_MUTEX_CREATE ? ERR_MEM_ALLOC_FAIL : ERR_FALSE;
+    }
+    RETURN_IF_ERROR(status);
+    const Owned owned(context);
+    Bytes output;
+    for (std::size_t at = 0; at < in[2].size(); at = std::min(in[2].find(',', at), in[2].size() - 1) + 1) {
+        const char step = in[2][at];
+        const auto number = static_cast<std::uint32_t>(std::atoi(in[2].c_str() + at + 1));
+        if (step == 's') {
+            fips186Stir(&context->state);
+        } else if (step == 'o') {
+            EXPECT_EQ(fips186GenerateOverKey(&context->state), OK);
+        } else if (step == 'b') {
+            EXPECT_EQ(randomAddEntropyBit(context, static_cast<std::uint8_t>(number)), OK);
+        } else {
+            const std::size_t before = output.size();
+            output.resize(before + number);
+            EXPECT_EQ(randomGenerateCallback(context, number, output.data() + before), OK);
+        }
+    }
+    out = {textOf(output)};
+    return OK;
+}
+
+TEST_F(Random, Vectors) {
+    runVectors("core/random/random_vectors.txt", {{"fips186", knownStates}});
+}
+
+// The carry through every width, against additions byte by byte.
+TEST_F(Random, BigEndianAdd) {
+    for (std::size_t aLength = 0; aLength <= 70; ++aLength) {
+        for (std::size_t bLength = 0; bLength <= 80; ++bLength) {
+            for (const unsigned pattern : {0U, 1U, 2U, 3U}) {
+                Bytes a = bytesOf((pattern < 2 ? "0:255:" : "91:200:") + std::to_string(aLength)), expected = a;
+                const Bytes b = bytesOf((pattern == 2 ? "0:255:" : "57:1:") + std::to_string(bLength));
+                unsigned carry = pattern % 2;
+                for (std::size_t k = 0; k < aLength; ++k) {
+                    carry += expected[aLength - 1 - k] + (k < bLength ? b[bLength - 1 - k] : 0U);
+                    expected[aLength - 1 - k] = static_cast<std::uint8_t>(carry);
+                    carry >>= 8;
+                }
+                bigEndianAdd(a.data(), aLength, b.data(), bLength, pattern % 2);
+                ASSERT_EQ(a, expected) << aLength << " + " << bLength << ", pattern " << pattern;
+            }
+        }
+    }
 }
 
 TEST_F(Random, Arguments) {
-    RandomContext* context = nullptr;
-    EXPECT_EQ(randomAcquireContext(nullptr), ERR_NULL_POINTER);
-    EXPECT_EQ(randomAcquireContextOfKind(nullptr, 2), ERR_NULL_POINTER);
-    EXPECT_EQ(randomAcquireContextOfKind(&context, 2), ERR_INVALID_ARG);
-    EXPECT_EQ(randomReleaseContext(nullptr), ERR_NULL_POINTER);
-    EXPECT_EQ(randomReleaseContext(&context), ERR_NULL_POINTER);
+    const Bytes key = bytesOf("1:1:64");
     std::uint8_t byte = 0;
-    EXPECT_EQ(randomGenerate(nullptr, &byte, 0), ERR_NULL_POINTER);
+    RandomContext *context = nullptr, *plain = nullptr;
+    expectNullsRefused({fips186NewContext}, &context, 64, key.data(), 0, nullptr);
+    expectNullsRefused({randomAcquireContext}, &context);
+    expectNullsRefused({randomAcquireContextOfKind}, &context, kRandomKindFips186);
+    expectNullsRefused({randomReleaseContext}, &context);
+    EXPECT_EQ(randomAcquireContextOfKind(&context, 2), ERR_INVALID_ARG);
+    EXPECT_EQ(randomReleaseContext(&context), ERR_NULL_POINTER);
+    for (const std::uint32_t keyBytes : {0U, 19U, 65U, 256U + 20U, 0x80000014U}) {
+        EXPECT_EQ(fips186NewContext(&context, keyBytes, key.data(), 0, nullptr), ERR_INVALID_ARG) << keyBytes;
+    }
+    ASSERT_EQ(fips186NewContext(&context, 20, key.data(), -1, key.data()), OK); // as if there were no XSEED
+    ASSERT_EQ(fips186NewContext(&plain, 20, key.data(), 0, nullptr), OK);
+    const Owned first(context), second(plain);
+    EXPECT_EQ(drawn(first, 40), drawn(second, 40));
+    EXPECT_EQ(fips186Generate(nullptr, nullptr, 0), OK); // a length of 0 comes first
+    expectNullsRefused({fips186Generate}, &context->state, &byte, 1);
+    for (const std::uint8_t kind : {std::uint8_t{0}, kRandomKindFips186}) {
+        RandomContext* made = nullptr;
+        ASSERT_EQ(randomAcquireContextOfKind(&made, kind), OK);
+        expectNullsRefused({randomGenerate}, made, &byte, 0);
+        EXPECT_EQ(randomGenerate(made, &byte, 0), OK);
+        made->kind = 1; // no context that there could be
+        EXPECT_EQ(randomGenerate(made, &byte, 1), ERR_NULL_POINTER);
+        EXPECT_EQ(randomAddEntropyBit(made, 1), ERR_NULL_POINTER);
+        EXPECT_EQ(randomReleaseContext(&made), ERR_NULL_POINTER);
+        made->kind = 0;
+        EXPECT_EQ(randomReleaseContext(&made), OK);
+        EXPECT_EQ(made, nullptr);
+    }
+    EXPECT_EQ(byte, 0);
     EXPECT_EQ(randomGenerateCallback(nullptr, 1, &byte), ERR_NULL_POINTER);
     EXPECT_EQ(randomAddEntropyBit(nullptr, 1), ERR_NULL_POINTER);
-
-    for (const std::uint8_t kind : {std::uint8_t{0}, kRandomKindFips186}) {
-        ASSERT_EQ(randomAcquireContextOfKind(&context, kind), OK);
-        EXPECT_EQ(randomGenerate(context, nullptr, 0), ERR_NULL_POINTER);
-        EXPECT_EQ(randomGenerate(context, &byte, 0), OK);
-        EXPECT_EQ(byte, 0);
-        context->kind = 1; // no context that there could be
-        EXPECT_EQ(randomGenerate(context, &byte, 1), ERR_NULL_POINTER);
-        EXPECT_EQ(randomAddEntropyBit(context, 1), ERR_NULL_POINTER);
-        EXPECT_EQ(randomReleaseContext(&context), ERR_NULL_POINTER);
-        context->kind = 0;
-        EXPECT_EQ(randomReleaseContext(&context), OK);
-        EXPECT_EQ(context, nullptr);
-    }
     EXPECT_EQ(randomSetSeedingMode(2), ERR_INVALID_ARG);
     EXPECT_EQ(randomGetSeedingMode(), kSeedWithoutThreads);
 }
 
-TEST_F(Random, NoTwoContextsGiveTheSameStream) {
+TEST_F(Random, StreamsBitsAndSeeds) {
     const Owned first = acquired(), second = acquired();
     EXPECT_NE(drawn(first, 64), drawn(second, 64));
     EXPECT_NE(drawn(first, 64), drawn(first, 64));
-    EXPECT_EQ(first->entropyBitCount, 0u);
     EXPECT_EQ(first->state.blockRemaining, 40 - 192 % 40) << "acquiring had left no byte of a block";
-}
-
-TEST_F(Random, EntropyBitsWrapAround) {
-    const Owned context = acquired();
-    const auto position = context->state.bitPosition;
+    EXPECT_EQ(first->entropyBitCount, 0U);
+    const auto position = first->state.bitPosition;
     for (int i = 0; i < 512; ++i) {
-        ASSERT_EQ(randomAddEntropyBit(context.get(), 1), OK);
+        ASSERT_EQ(randomAddEntropyBit(first.get(), 1), OK);
     }
-    EXPECT_EQ(context->state.bitPosition, position);
-    EXPECT_EQ(context->entropyBitCount, 512u);
+    EXPECT_EQ(first->state.bitPosition, position); // wraps around
+    EXPECT_EQ(first->entropyBitCount, 512U);
+    Bytes one(200), other(200);
+    EXPECT_EQ(seedPoolGetBytes(nullptr, 0), ERR_NULL_POINTER);
+    EXPECT_EQ(seedPoolGetBytes(one.data(), 200), OK);
+    EXPECT_EQ(seedPoolGetBytes(other.data(), 200), OK);
+    EXPECT_NE(one, other);
+    EXPECT_LT(std::count(one.begin(), one.end(), 0), 20);
+    EXPECT_EQ(seedPoolInit(), ERR_FALSE) << "it is ready";
 }
 
-// What acquiring asks of the heap and of the system, each refused in turn.
+// What acquiring and drawing ask of the system, each refused in turn.
 TEST_F(Random, Refusals) {
-    ASSERT_NE(acquired(), nullptr); // the seed pool is ready now
-    const std::uint64_t live = testheap::liveBlocks(), dirty = testheap::dirtyFrees();
-    const auto check = [](PlatformService service, Status refusal) {
-        unsigned number = 1;
-        for (bool hasStruck = true; hasStruck; ++number) {
-            SCOPED_TRACE(testing::Message() << statusName(refusal) << " at call " << number);
-            const Fault fault(service, number);
-            RandomContext* context = nullptr;
-            const Status status = randomAcquireContext(&context);
-            hasStruck = fault.hasStruck();
-            ASSERT_EQ(status, hasStruck ? refusal : OK);
-            ASSERT_EQ(randomReleaseContext(&context), hasStruck ? ERR_NULL_POINTER : OK);
-        }
-        EXPECT_GT(number, 2u) << "was never asked for";
+    const auto acquire = [] {
+        RandomContext* context = nullptr;
+        const Status status = randomAcquireContext(&context);
+        EXPECT_EQ(randomReleaseContext(&context), isError(status) ? ERR_NULL_POINTER : OK);
+        return status;
     };
-    check(PlatformService::mutexCreate, ERR_RTOS_MUTEX_CREATE);
-    check(PlatformService::mutexWait, ERR_RTOS_MUTEX_WAIT);
-    check(PlatformService::randomBytes, ERR_RTOS);
-    EXPECT_EQ(testheap::liveBlocks(), live);
-    EXPECT_EQ(testheap::dirtyFrees(), dirty);
-
+    for (const auto& [service, refusal] : {std::pair{PlatformService::mutexCreate, ERR_RTOS_MUTEX_CREATE},
+                                           {PlatformService::mutexWait, ERR_RTOS_MUTEX_WAIT},
+                                           {PlatformService::randomBytes, ERR_RTOS}}) {
+        const std::uint64_t before = platformFaults(service).calls();
+        refuseEach(acquire, refusal, platformFaults(service));
+        EXPECT_GT(platformFaults(service).calls(), before + 1) << "was never asked for";
+    }
     const Fault noCalendar(PlatformService::calendarTime, 1);
-    EXPECT_NE(acquired(), nullptr); // does without
+    EXPECT_EQ(acquire(), OK); // does without
     EXPECT_TRUE(noCalendar.hasStruck());
-}
 
-TEST_F(Random, AFailingWaitWritesNothing) {
     const Owned context = acquired();
-    std::vector<std::uint8_t> bytes(64, 0x77);
+    Bytes bytes(64, 0x77);
     const Fault fault(PlatformService::mutexWait, 1);
     EXPECT_EQ(randomGenerate(context.get(), bytes.data(), 64), ERR_RTOS_MUTEX_WAIT);
-    EXPECT_EQ(bytes, std::vector<std::uint8_t>(64, 0x77));
+    EXPECT_EQ(bytes, Bytes(64, 0x77));
     const Fault unreleased(PlatformService::mutexRelease, 1);
     EXPECT_EQ(randomGenerate(context.get(), bytes.data(), 64), OK) << "the status of the release does not count";
     EXPECT_EQ(rtosMutexRelease(context->state.mutex), OK); // what the fault kept held
@@ -169,18 +224,8 @@ TEST_F(Random, ManyThreadsOnOneContext) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(context->entropyBitCount, 1600u);
-    EXPECT_LT(context->state.bitPosition, 512u);
-}
-
-TEST_F(Random, SeedPool) {
-    std::vector<std::uint8_t> first(200), second(200);
-    EXPECT_EQ(seedPoolGetBytes(nullptr, 0), ERR_NULL_POINTER);
-    EXPECT_EQ(seedPoolGetBytes(first.data(), 200), OK);
-    EXPECT_EQ(seedPoolGetBytes(second.data(), 200), OK);
-    EXPECT_NE(first, second);
-    EXPECT_LT(std::count(first.begin(), first.end(), 0), 20);
-    EXPECT_EQ(seedPoolInit(), ERR_FALSE) << "it is ready";
+    EXPECT_EQ(context->entropyBitCount, 1600U);
+    EXPECT_LT(context->state.bitPosition, 512U);
 }
 
 } // namespace

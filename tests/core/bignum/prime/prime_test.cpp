@@ -1,29 +1,16 @@
-// Primes. Known answers come from a model in Python that follows the definitions by plain arithmetic, and from the
-// literature where a test says so.
 #include "core/bignum/prime/candidate_sieve.h"
 #include "core/bignum/prime/prime_stages.h"
 #include "core/bignum/vlong_math.h"
-#include "tests/core/bignum/bignum_support.h"
 #include "tests/support/byte_source.h"
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
+#include "tests/support/number.h"
+#include "tests/support/refused_nulls.h"
+#include "tests/support/vectors.h"
 
-#include <algorithm>
 #include <cmath>
 #include <numeric>
 
 namespace {
-
-using bignumtest::Number;
-using bignumtest::Random;
-
-// 2^bit + offset.
-Number nearPower(std::uint32_t bit, int offset) {
-    Number n(Unit{0});
-    EXPECT_EQ(VLONG_setBit(n, bit), OK);
-    const Number distance(static_cast<Unit>(std::abs(offset)), offset < 0);
-    EXPECT_EQ(VLONG_add(n, distance, nullptr), OK);
-    return n;
-}
 
 bool isWordPrime(std::uint32_t n) {
     for (std::uint32_t i = 2; i * i <= n; ++i) {
@@ -34,161 +21,164 @@ bool isWordPrime(std::uint32_t n) {
     return n > 1;
 }
 
-TEST(Prime, RoundTable) {
-    constexpr struct {
-        std::uint32_t bits, purpose, rounds;
-    } kRows[] = {
-#include "tests/core/bignum/prime/round_table.inc"
-    };
-    for (const auto& row : kRows) {
-        EXPECT_EQ(PRIME_millerRabinRounds(row.bits, row.purpose), row.rounds) << row.bits << ' ' << row.purpose;
-    }
+Number nearPower(std::uint32_t bit, Unit distanceBelow) { // 2^bit - distance
+    Number n("0");
+    EXPECT_EQ(VLONG_setBit(n, bit), OK);
+    EXPECT_EQ(VLONG_sub(n, Number(distanceBelow), nullptr), OK);
+    return n;
 }
 
-TEST(Prime, JacobiSymbolAndDiscriminant) {
-    const struct {
-        const char *a, *n;
-        std::int32_t symbol;
-    } kRows[] = {
-#include "tests/core/bignum/prime/jacobi_symbols.inc"
-    };
-    for (const auto& row : kRows) {
-        std::int32_t symbol = 9;
-        EXPECT_EQ(PRIME_jacobi(Number(row.a), Number(row.n), &symbol, nullptr), OK);
-        EXPECT_EQ(symbol, row.symbol) << row.a << " over " << row.n;
+Status rounds(const Words& in, Words& out) {
+    for (std::size_t i = 1; i < in.size(); ++i) {
+        out.push_back(std::to_string(PRIME_millerRabinRounds(numberOf(in[i]), numberOf(in[0]))));
     }
-    Number longZero(Unit{1}); // as Montgomery products give it: of length 1
-    longZero.get()->units[0] = 0;
+    return OK;
+}
+
+Status jacobi(const Words& in, Words& out) {
     std::int32_t symbol = 9;
-    EXPECT_EQ(PRIME_jacobi(longZero, Number(3), &symbol, nullptr), OK);
-    EXPECT_EQ(symbol, 0);
-    const std::pair<Number, const char*> kDiscriminants[] = {
-        {Number(19), "-7"}, {Number(23), "5"}, {nearPower(127, -1), "5"}, {nearPower(521, -1), "-7"}};
-    for (const auto& [n, expected] : kDiscriminants) {
-        Number d;
-        EXPECT_EQ(PRIME_selfridgeD(n, d.out(), nullptr), OK);
-        EXPECT_EQ(d.text(), expected);
-    }
+    RETURN_IF_ERROR(PRIME_jacobi(Number(in[0]), Number(in[1]), &symbol, nullptr));
+    out = {std::to_string(symbol)};
+    return OK;
 }
 
-// All odd numbers below 20,000 but the squares, for which the test does not end: the primes pass, and of the composites
-// these: the published Lucas pseudoprimes, and some that pass because a symbol of 0 does not end the search for D.
-TEST(Prime, LucasTest) {
-    constexpr std::uint32_t kPseudoprimes[] = {
-#include "tests/core/bignum/prime/lucas_pseudoprimes.inc"
-    };
-    for (std::uint32_t n = 3; n < 20000; n += 2) {
+Status discriminant(const Words& in, Words& out) {
+    Number d;
+    RETURN_IF_ERROR(PRIME_selfridgeD(Number(in[0]), d.out(), nullptr));
+    out = {d.text()};
+    return OK;
+}
+
+// All odd numbers but the squares, for which the test does not end.
+Status lucas(const Words& in, Words& out) {
+    const testheap::OwnWork own; // too many allocations to refuse each
+    for (std::uint32_t n = 3; n < numberOf(in[0]); n += 2) {
         const auto root = static_cast<std::uint32_t>(std::lround(std::sqrt(n)));
-        if (root * root == n) {
-            continue;
-        }
         std::uint32_t flag = 9;
-        ASSERT_EQ(PRIME_lucasTest(Number(n), &flag, nullptr), OK);
-        const bool expected = isWordPrime(n) || std::ranges::count(kPseudoprimes, n) != 0;
-        ASSERT_EQ(flag, expected ? 1U : 0U) << n;
-    }
-    std::uint32_t flag = 9;
-    EXPECT_EQ(PRIME_lucasTest(Number(Unit{0}), &flag, nullptr), ERR_EVEN_NUMBER);
-    EXPECT_EQ(flag, 0U);
-    // 4096 units, whose squared radix has no room.
-    EXPECT_EQ(PRIME_lucasTest(nearPower(64 * 4096 - 1, 1), &flag, nullptr), ERR_BAD_LENGTH);
-}
-
-// The smallest numbers that are strong pseudoprimes to the first n prime bases (Jaeschke; Jiang and Deng; Sorenson and
-// Webster), and those bases that they pass; none passes the Lucas test, so none passes the whole.
-TEST(Prime, StrongPseudoprimes) {
-    const struct {
-        const char* n;
-        std::vector<Unit> passed, failed;
-    } kRows[] = {
-#include "tests/core/bignum/prime/strong_pseudoprimes.inc"
-    };
-    for (const auto& row : kRows) {
-        const Number n(row.n);
-        MontgomeryCtx context;
-        ASSERT_EQ(VLONG_initMontgomeryCtx(&context, n, nullptr), OK);
-        std::uint32_t flag = 9;
-        for (const Unit base : row.passed) {
-            EXPECT_EQ(PRIME_millerRabinTest(&context, n, Number(base), &flag, nullptr), OK);
-            EXPECT_EQ(flag, 1U) << row.n << " to " << base;
-        }
-        EXPECT_EQ(primeLucasTest(context, &flag, nullptr), OK);
-        EXPECT_EQ(flag, 0U) << row.n;
-        for (const Unit base : row.failed) {
-            EXPECT_EQ(PRIME_millerRabinTest(&context, n, Number(base), &flag, nullptr), OK);
-            EXPECT_EQ(flag, 0U) << row.n << " to " << base;
-        }
-        EXPECT_EQ(VLONG_clearMontgomeryCtx(&context, nullptr), OK);
-        ByteSource source(3);
-        EXPECT_EQ(PRIME_isProbablePrime(source.bytes(), n, kPrimeForSearch, &flag, nullptr), OK);
-        EXPECT_EQ(flag, 0U) << row.n;
-    }
-}
-
-// The largest prime below a power of two at each border of the round tables (Caldwell's list up to 400 bits), with all
-// odd numbers between it and the power, which are composite. Every round draws one base, one bit shorter than n.
-TEST(Prime, LargestPrimeBelowAPowerOfTwo) {
-    constexpr std::pair<std::uint32_t, int> kRows[] = {
-#include "tests/core/bignum/prime/primes_below_powers.inc"
-    };
-    for (const auto& [bits, distance] : kRows) {
-        for (int offset = 1; offset <= distance; offset += 2) {
-            ByteSource source(1);
-            std::uint32_t flag = 9;
-            ASSERT_EQ(PRIME_isProbablePrimeSearch(source.bytes(), nearPower(bits, -offset), &flag, nullptr), OK);
-            ASSERT_EQ(flag, offset == distance ? 1U : 0U) << "2^" << bits << " - " << offset;
-            if (flag != 0) {
-                EXPECT_EQ(source.draws, std::vector<std::uint32_t>(PRIME_millerRabinRounds(bits, kPrimeForSearch),
-                                                                   (bits - 1 + 7) / 8));
+        if (root * root != n) {
+            EXPECT_EQ(PRIME_lucasTest(Number(n), &flag, nullptr), OK);
+            EXPECT_TRUE(flag == 1 || (flag == 0 && !isWordPrime(n))) << n;
+            if (flag == 1 && !isWordPrime(n)) {
+                out.push_back(std::to_string(n));
             }
         }
     }
-    ByteSource source(1);
-    std::uint32_t flag = 9;
-    EXPECT_EQ(PRIME_isProbablePrime(source.bytes(), nearPower(160, -47), kPrimeForDsa, &flag, nullptr), OK);
-    EXPECT_EQ(flag, 1U);
-    EXPECT_EQ(source.draws, std::vector<std::uint32_t>(19, 20));
+    return OK;
 }
 
-TEST(Prime, EdgesOfTheProbablePrimeTest) {
-    const struct {
-        Number n;
-        Status status;
-        std::size_t draws;
-    } kRows[] = {
-#include "tests/core/bignum/prime/composites.inc"
-    }; // Carmichael numbers
-    for (const auto& row : kRows) {
+// None passes the Lucas test, so none passes the whole.
+Status strong(const Words& in, Words& out) {
+    const Number n(in[0]);
+    std::uint32_t flag = 9, lucasFlag = 9;
+    for (std::size_t i = 1; i < in.size(); ++i) {
+        MontgomeryCtx context;
+        RETURN_IF_ERROR(VLONG_initMontgomeryCtx(&context, n, nullptr));
+        Status status = PRIME_millerRabinTest(&context, n, Number(Unit{numberOf(in[i])}), &flag, nullptr);
+        status = isError(status) ? status : primeLucasTest(context, &lucasFlag, nullptr);
+        EXPECT_EQ(VLONG_clearMontgomeryCtx(&context, nullptr), OK);
+        RETURN_IF_ERROR(status);
+        EXPECT_EQ(lucasFlag, 0U);
+        out.push_back(std::to_string(flag));
+    }
+    ByteSource source(3);
+    RETURN_IF_ERROR(PRIME_isProbablePrime(source.bytes(), n, kPrimeForSearch, &flag, nullptr));
+    EXPECT_EQ(flag, 0U);
+    return OK;
+}
+
+// The prime, and all odd numbers between it and the power. Every round draws one base, one bit shorter than n.
+Status below(const Words& in, Words& out) {
+    const testheap::OwnWork own;
+    const std::uint32_t bits = numberOf(in[0]);
+    for (Unit distance = 1;; distance += 2) {
         ByteSource source(1);
         std::uint32_t flag = 9;
-        EXPECT_EQ(PRIME_isProbablePrime(source.bytes(), row.n, kPrimeForSearch, &flag, nullptr), row.status);
-        EXPECT_EQ(flag, 0U) << row.n.text();
-        EXPECT_EQ(source.draws.size(), row.draws) << row.n.text();
+        RETURN_IF_ERROR(PRIME_isProbablePrimeSearch(source.bytes(), nearPower(bits, distance), &flag, nullptr));
+        if (flag != 0) {
+            const std::vector<std::uint32_t> draws(PRIME_millerRabinRounds(bits, kPrimeForSearch), (bits - 1 + 7) / 8);
+            EXPECT_EQ(source.draws, draws);
+            out = {std::to_string(distance)};
+            return OK;
+        }
     }
+}
+
+Status composite(const Words& in, Words& out) {
+    ByteSource source(1);
+    std::uint32_t flag = 9;
+    const Status status = PRIME_isProbablePrime(source.bytes(), Number(in[0]), kPrimeForSearch, &flag, nullptr);
+    EXPECT_EQ(flag, 0U);
+    out = {std::to_string(source.draws.size())};
+    return status;
+}
+
+Status generate(const Words& in, Words& out) {
+    const std::uint32_t bits = numberOf(in[0]);
+    vlong* queue = nullptr;
+    for (vlong** const spare : {static_cast<vlong**>(nullptr), &queue}) {
+        ByteSource source(7);
+        Number prime, none;
+        const Status status = PRIME_generate(source.bytes(), prime.out(), bits, spare);
+        EXPECT_EQ(queue, nullptr);
+        EXPECT_EQ(prime.get() == nullptr, isError(status));
+        RETURN_IF_ERROR(status);
+        out = {prime.text(), std::to_string(source.draws.size()),
+               std::to_string(std::accumulate(source.draws.begin(), source.draws.end(), 0U))};
+        ByteSource failing(7);
+        failing.limit = source.draws.size() - 1;
+        const Status failed = PRIME_generate(failing.bytes(), none.out(), bits, spare);
+        EXPECT_EQ(none.get(), nullptr);
+        if (failed != ERR_RTOS_MUTEX_WAIT) {
+            return isError(failed) ? failed : ERR_FALSE;
+        }
+    }
+    return OK;
+}
+
+Status trial(const Words& in, Words& out) {
+    std::uint32_t flag = 9;
+    RETURN_IF_ERROR(PRIME_trialDivide(Number(Unit{numberOf(in[0])}), numberOf(in[1]), numberOf(in[2]), &flag, nullptr));
+    out = {std::to_string(flag)};
+    return OK;
+}
+
+TEST(Prime, Vectors) {
+    runVectors("core/bignum/prime/prime_vectors.txt", {{"rounds", rounds},
+                                                       {"jacobi", jacobi},
+                                                       {"discriminant", discriminant},
+                                                       {"lucas", lucas},
+                                                       {"strong", strong},
+                                                       {"below", below},
+                                                       {"composite", composite},
+                                                       {"generate", generate},
+                                                       {"trial", trial}});
+}
+
+TEST(Prime, Edges) {
+    std::uint32_t flag = 9;
+    std::int32_t symbol = 9;
+    EXPECT_EQ(PRIME_lucasTest(Number("0"), &flag, nullptr), ERR_EVEN_NUMBER);
+    EXPECT_EQ(flag, 0U);
+    Number huge = nearPower(64 * 4096 - 1, 0); // 4096 units, whose squared radix has no room
+    EXPECT_EQ(VLONG_setBit(huge, 0), OK);
+    EXPECT_EQ(PRIME_lucasTest(huge, &flag, nullptr), ERR_BAD_LENGTH);
+    const Number longZero("1"); // as Montgomery products give it: of length 1
+    longZero.get()->units[0] = 0;
+    EXPECT_EQ(PRIME_jacobi(longZero, Number("3"), &symbol, nullptr), OK);
+    EXPECT_EQ(symbol, 0);
     // 2147484439 * 4294968877 passes all rounds with 2^62 + 3, the base that zeros give: the Lucas test alone refuses it.
     for (const PrimePurpose purpose : {0U, 1U, 2U, 3U}) {
         ByteSource zeros(std::vector<std::uint8_t>{});
-        std::uint32_t flag = 9;
         EXPECT_EQ(PRIME_isProbablePrime(zeros.bytes(), Number("8000062d8013150b"), purpose, &flag, nullptr), OK);
         EXPECT_EQ(flag, purpose == kPrimeForDsa || purpose == kPrimeForSearch ? 0U : 1U) << purpose;
         EXPECT_EQ(zeros.draws.size(), 50U);
     }
-    // A range of table entries, and one that ends beyond the table.
-    for (const auto& [n, first, end, expected] : {std::tuple{15U, 0U, 53U, 0U},
-                                                  {15, 1, 2, 0},
-                                                  {15, 2, 53, 1},
-                                                  {15, 0, 0, 1},
-                                                  {251, 52, ~0U, 0},
-                                                  {241, 52, ~0U, 1}}) {
-        std::uint32_t flag = 9;
-        EXPECT_EQ(PRIME_trialDivide(Number(n), first, end, &flag, nullptr), OK);
-        EXPECT_EQ(flag, expected) << n << ' ' << first << ' ' << end;
-    }
-    // The verdict of passed rounds is not left behind when a later draw fails.
-    ByteSource source(1);
-    source.limit = 3;
-    std::uint32_t flag = 9;
-    EXPECT_EQ(PRIME_isProbablePrimeSearch(source.bytes(), nearPower(64, -59), &flag, nullptr), ERR_RTOS_MUTEX_WAIT);
+    ByteSource source(1), failing(1);
+    EXPECT_EQ(PRIME_isProbablePrime(source.bytes(), nearPower(160, 47), kPrimeForDsa, &flag, nullptr), OK);
+    EXPECT_EQ(flag, 1U);
+    EXPECT_EQ(source.draws, std::vector<std::uint32_t>(19, 20));
+    failing.limit = 3; // the verdict of passed rounds is not left behind when a later draw fails
+    EXPECT_EQ(PRIME_isProbablePrimeSearch(failing.bytes(), nearPower(64, 59), &flag, nullptr), ERR_RTOS_MUTEX_WAIT);
     EXPECT_EQ(flag, 0U);
 }
 
@@ -196,7 +186,7 @@ TEST(Prime, RandomOddCandidates) {
     for (std::uint32_t bits = 1; bits <= 1040; ++bits) {
         constexpr std::uint32_t kExcess[] = {0, 6, 4, 2, 0, 0, 0, 0};
         for (const auto byte : {std::uint8_t{0}, std::uint8_t{255}}) {
-            ByteSource source(std::vector<std::uint8_t>(200, byte));
+            ByteSource source(Bytes(200, byte));
             Number value;
             ASSERT_EQ(VLONG_makeRandomOdd(source.bytes(), value.out(), bits, nullptr), OK);
             EXPECT_EQ(VLONG_bitLength(value), byte == 0 ? bits : bits + kExcess[bits % 8]);
@@ -208,32 +198,7 @@ TEST(Prime, RandomOddCandidates) {
         ByteSource source(1);
         Number value;
         EXPECT_EQ(VLONG_makeRandomOdd(source.bytes(), value.out(), bits, nullptr), ERR_BAD_LENGTH) << bits;
-    }
-}
-
-TEST(Prime, Generate) {
-    const struct {
-        std::uint32_t bits;
-        const char* expected;
-        std::uint32_t draws, drawn;
-    } kRows[] = {
-#include "tests/core/bignum/prime/generated_primes.inc"
-    };
-    vlong* queue = nullptr;
-    for (const auto& row : kRows) {
-        ByteSource source(7);
-        Number prime;
-        EXPECT_EQ(PRIME_generate(source.bytes(), prime.out(), row.bits, &queue), OK);
-        EXPECT_EQ(queue, nullptr);
-        EXPECT_EQ(prime.text(), row.expected);
-        EXPECT_EQ(source.draws.size(), row.draws);
-        EXPECT_EQ(std::accumulate(source.draws.begin(), source.draws.end(), 0U), row.drawn);
-
-        ByteSource failing(7);
-        failing.limit = row.draws - 1;
-        EXPECT_EQ(PRIME_generate(failing.bytes(), prime.out(), row.bits, &queue), ERR_RTOS_MUTEX_WAIT);
-        EXPECT_EQ(queue, nullptr);
-        EXPECT_EQ(prime.get(), nullptr);
+        EXPECT_TRUE(bits <= 64 * kMaxUnits || source.draws.empty());
     }
 }
 
@@ -241,9 +206,10 @@ TEST(Prime, Generate) {
 TEST(Prime, Sieve) {
     Random random(4);
     for (const Unit step : {Unit{2}, Unit{2 * 3 * 251 * 257}, random.unit() << 1}) {
-        const Number start((random.unit() | 1) >> 8), increment(step);
-        CandidateSieve sieve;
         constexpr std::uint32_t kCount = 300;
+        const Number start((random.unit() | 1) >> 8), increment(step);
+        refuseEach([&] { return CandidateSieve().fill(start, increment, kCount); });
+        CandidateSieve sieve;
         ASSERT_EQ(sieve.fill(start, increment, kCount), OK);
         for (std::uint32_t i = 0; i < kCount; ++i) {
             std::uint32_t expected = 3;
@@ -278,26 +244,20 @@ TEST(Prime, AKnownFactorChangesNothing) {
     EXPECT_GT(primes, 20U);
 }
 
-TEST(Prime, AllocationFailures) {
-    const std::uint64_t dirty = testheap::dirtyFrees();
-    for (vlong* queue = nullptr; vlong * * const spare : {static_cast<vlong**>(nullptr), &queue}) {
-        testheap::failEach([&] {
-            ByteSource source(7);
-            vlong* prime = nullptr;
-            const Status status = PRIME_generate(source.bytes(), &prime, 80, spare);
-            EXPECT_EQ(prime == nullptr, isError(status));
-            (void)VLONG_free(&prime, nullptr); // null after a refusal
-            return status;
-        });
-    }
-    const Number start(99), step(2), n(Unit{323});
-    testheap::failEach([&] {
-        CandidateSieve sieve;
-        std::uint32_t flag = 0;
-        RETURN_IF_ERROR(sieve.fill(start, step, 10));
-        return PRIME_lucasTest(n, &flag, nullptr);
-    });
-    EXPECT_EQ(testheap::dirtyFrees(), dirty);
+TEST(Prime, NullArguments) {
+    ByteSource source(1);
+    const Number one("1");
+    Number out;
+    MontgomeryCtx context{};
+    std::uint32_t word = 0;
+    std::int32_t symbol = 0;
+    expectNullsRefused({PRIME_trialDivide}, one, 0, 1, &word, nullptr);
+    expectNullsRefused({PRIME_isProbablePrime}, source.bytes(), one, kPrimeForDsa, &word, nullptr);
+    expectNullsRefused({PRIME_lucasTest}, one, &word, nullptr);
+    expectNullsRefused({PRIME_jacobi}, one, one, &symbol, nullptr);
+    expectNullsRefused({PRIME_selfridgeD}, one, out.out(), nullptr);
+    expectNullsRefused({PRIME_millerRabinTest}, &context, one, one, &word, nullptr);
+    expectNullsRefused({PRIME_generate, VLONG_makeRandomOdd}, source.bytes(), out.out(), 64, nullptr);
 }
 
 } // namespace

@@ -16,6 +16,8 @@ import java.security.spec.DSAParameterSpec;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
+import java.util.Locale;
+import java.util.regex.Pattern;
 import java.util.stream.Collectors;
 import java.util.stream.Stream;
 import javax.crypto.Cipher;
@@ -31,6 +33,8 @@ public final class ProviderBench {
     private static final int WARM_UP_ROUNDS = 10;
     private static final int ROUNDS = 25;
     private static final long ROUND_NANOS = 10_000_000;
+    private static final Pattern ROWS = Pattern.compile(System.getProperty("zel.rows", ""));
+    private static final boolean IS_WINDOWS = System.getProperty("os.name").startsWith("Windows");
     private static final ThreadMXBean THREADS = ManagementFactory.getThreadMXBean();
 
     /** One call of the measured work. */
@@ -56,7 +60,8 @@ public final class ProviderBench {
     }
 
     /**
-     * Runs all benchmarks, or those whose name begins with an argument.
+     * Runs all benchmarks, or those whose name begins with an argument; of these the rows that the property zel.rows, a regular
+     * expression, finds.
      *
      * @param args beginnings of names
      */
@@ -228,11 +233,14 @@ public final class ProviderBench {
 
     /** Key pairs, one by one: their times differ too much for rounds. Fresh DSA parameters on both sides. */
     private static void keyPair(String algorithm, int bits, String jdk, Provider zel) throws Exception {
+        if (!ROWS.matcher(algorithm + " " + bits + " key pair").find()) {
+            return;
+        }
         int count = 20;
         double[][] millis = new double[2][count];
         for (int i = -1; i < count; ++i) { // the first to warm up, and to wait until the random generator has started
             for (boolean isOurs : new boolean[] {true, false}) {
-                long start = THREADS.getCurrentThreadCpuTime();
+                long start = cpuNanos();
                 KeyPairGenerator generator = isOurs ? KeyPairGenerator.getInstance(algorithm, zel)
                         : KeyPairGenerator.getInstance(algorithm, jdk);
                 if (algorithm.equals("DSA") && !isOurs) { // otherwise the JDK takes parameters that it has ready
@@ -243,7 +251,7 @@ public final class ProviderBench {
                     generator.initialize(bits);
                 }
                 generator.generateKeyPair();
-                millis[isOurs ? 0 : 1][Math.max(i, 0)] = (THREADS.getCurrentThreadCpuTime() - start) / 1e6;
+                millis[isOurs ? 0 : 1][Math.max(i, 0)] = (cpuNanos() - start) / 1e6;
             }
         }
         System.out.printf("%-36s median %9.1f ms, mean %9.1f ms   %5.2f of %s (medians), %5.2f (means)%n",
@@ -258,21 +266,18 @@ public final class ProviderBench {
     /** One object for all requests, or one for each. */
     private static void random(int size, boolean isFresh, Provider zel) throws Exception {
         byte[] bytes = new byte[size];
-        List<String> algorithms = List.of("FIPS186PRNG", "SHA1PRNG", "DRBG", "NativePRNG");
+        List<String> names = new ArrayList<>();
         List<Work> works = new ArrayList<>();
-        for (String algorithm : algorithms) {
-            Provider peer = works.isEmpty() ? zel : Security.getProvider("SUN");
+        for (String algorithm : List.of("FIPS186PRNG", "SHA1PRNG", "DRBG", "NativePRNG", "DEFAULT")) {
+            Provider peer = names.isEmpty() ? zel : algorithm.equals("DEFAULT") ? FURTHER_PEER : Security.getProvider("SUN");
+            if (peer == null || peer.getService("SecureRandom", algorithm) == null) { // Windows has no NativePRNG
+                continue;
+            }
             SecureRandom random = SecureRandom.getInstance(algorithm, peer);
+            names.add(peer == FURTHER_PEER ? peer.getName() : algorithm);
             works.add(isFresh ? () -> SecureRandom.getInstance(algorithm, peer).nextBytes(bytes) : () -> random.nextBytes(bytes));
         }
-        if (FURTHER_PEER != null) {
-            SecureRandom random = SecureRandom.getInstance("DEFAULT", FURTHER_PEER);
-            works.add(isFresh ? () -> SecureRandom.getInstance("DEFAULT", FURTHER_PEER).nextBytes(bytes)
-                    : () -> random.nextBytes(bytes));
-            algorithms = new ArrayList<>(algorithms);
-            algorithms.add(FURTHER_PEER.getName());
-        }
-        compare("random " + size + (isFresh ? " getInstance" : ""), size, algorithms, works);
+        compare("random " + size + (isFresh ? " getInstance" : ""), size, names, works);
     }
 
     /** What a thousand random objects take of the Java heap; the generator itself is one for all of them. */
@@ -305,6 +310,9 @@ public final class ProviderBench {
 
     /** Measures the works in turn and prints the first one beside the others. */
     private static void compare(String name, long bytes, List<String> names, List<Work> works) throws Exception {
+        if (!ROWS.matcher(name).find()) {
+            return;
+        }
         double[][] nanos = new double[works.size()][ROUNDS];
         for (int round = 0; round < WARM_UP_ROUNDS; ++round) { // until all is compiled, also where others keep the machine busy
             for (Work work : works) {
@@ -328,7 +336,7 @@ public final class ProviderBench {
     /** Nanoseconds for one call, over a round of calls. */
     private static double measure(Work work) throws Exception {
         long calls = 0;
-        long cpuStart = THREADS.getCurrentThreadCpuTime();
+        long cpuStart = cpuNanos();
         long start = System.nanoTime();
         do {
             for (int i = 0; i < 8; ++i) {
@@ -336,7 +344,12 @@ public final class ProviderBench {
             }
             calls += 8;
         } while (System.nanoTime() - start < ROUND_NANOS); // cheaper to ask for
-        return (double) (THREADS.getCurrentThreadCpuTime() - cpuStart) / calls;
+        return (double) (cpuNanos() - cpuStart) / calls;
+    }
+
+    /** The calling thread's time; on Windows, which counts that in steps of a round and more, the wall clock's. */
+    private static long cpuNanos() {
+        return IS_WINDOWS ? System.nanoTime() : THREADS.getCurrentThreadCpuTime();
     }
 
     private static double least(double[] values) {

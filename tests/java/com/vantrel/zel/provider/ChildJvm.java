@@ -4,16 +4,22 @@ import static org.junit.jupiter.api.Assertions.assertEquals;
 
 import java.io.File;
 import java.io.IOException;
+import java.lang.management.ManagementFactory;
 import java.net.URI;
+import java.nio.charset.Charset;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.util.ArrayList;
 import java.util.List;
 import java.util.concurrent.TimeUnit;
 
-/** A Java program run in a virtual machine of its own. Its lines end with a line feed, whatever the system writes. */
+/**
+ * A Java program run in a virtual machine of its own, which gets the -XX options of this one. Its lines end with a line feed,
+ * whatever the system writes.
+ */
 final class ChildJvm {
     private static final int FIRST_VERSION_THAT_WARNS = 22;
+    static final int FIRST_VERSION_THAT_CAN_DENY = 24;
 
     final int exitCode;
     final String out;
@@ -34,9 +40,17 @@ final class ChildJvm {
         return new File(URI.create(ChildJvm.class.getProtectionDomain().getCodeSource().getLocation().toString())).getPath();
     }
 
-    /** What keeps a virtual machine of that version from warning of native code in the module. */
-    static List<String> nativeAccess(int version, String module) {
-        return version < FIRST_VERSION_THAT_WARNS ? List.of() : List.of("--enable-native-access=" + module);
+    /** What allows the module native code, and nobody else, as far as this version can tell them apart. */
+    static List<String> nativeAccess(String module) {
+        int version = Runtime.version().feature();
+        List<String> options = new ArrayList<>();
+        if (version >= FIRST_VERSION_THAT_WARNS) {
+            options.add("--enable-native-access=" + module);
+        }
+        if (version >= FIRST_VERSION_THAT_CAN_DENY) {
+            options.add("--illegal-native-access=deny");
+        }
+        return options;
     }
 
     /** What a program prints that ends well and has nothing to complain of. */
@@ -51,7 +65,7 @@ final class ChildJvm {
     static ChildJvm run(Class<?> program, List<String> options, String... arguments)
             throws IOException, InterruptedException {
         List<String> all = new ArrayList<>(List.of("-cp", providerJar() + File.pathSeparator + testClasses()));
-        all.addAll(nativeAccess(Runtime.version().feature(), "ALL-UNNAMED"));
+        all.addAll(nativeAccess("ALL-UNNAMED"));
         all.addAll(options);
         all.add(program.getName());
         all.addAll(List.of(arguments));
@@ -60,41 +74,35 @@ final class ChildJvm {
 
     /** Runs java with the arguments and waits for its end. */
     static ChildJvm run(List<String> arguments) throws IOException, InterruptedException {
-        return run(Path.of(System.getProperty("java.home")), arguments);
-    }
-
-    /** The same with the JDK in a folder. */
-    static ChildJvm run(Path javaHome, List<String> arguments) throws IOException, InterruptedException {
-        return runAfter(List.of(), javaHome, arguments);
+        return runAfter(List.of(), arguments);
     }
 
     /** Runs java under a limit that the shell's command ulimit sets. */
     static ChildJvm runLimited(String limit, List<String> arguments) throws IOException, InterruptedException {
         String limited = "ulimit " + limit + "; java=$1; shift; exec \"$java\" -XX:-UsePerfData \"$@\"";
-        return runAfter(List.of("sh", "-c", limited, "sh"), Path.of(System.getProperty("java.home")), arguments);
+        return runAfter(List.of("sh", "-c", limited, "sh"), arguments);
     }
 
-    private static ChildJvm runAfter(List<String> words, Path javaHome, List<String> arguments)
-            throws IOException, InterruptedException {
+    private static ChildJvm runAfter(List<String> words, List<String> arguments) throws IOException, InterruptedException {
         Path out = Files.createTempFile("child", ".out");
         Path err = Files.createTempFile("child", ".err");
         List<String> command = new ArrayList<>(words);
-        command.add(javaHome.resolve("bin/java").toString());
+        command.add(Path.of(System.getProperty("java.home"), "bin/java").toString());
+        ManagementFactory.getRuntimeMXBean().getInputArguments().stream().filter(option -> option.startsWith("-XX:"))
+                .forEach(command::add);
         command.addAll(arguments);
+        out.toFile().deleteOnExit(); // not sooner: wine may hold them a while after the child's end
+        err.toFile().deleteOnExit();
         Process process = new ProcessBuilder(command).redirectOutput(out.toFile()).redirectError(err.toFile()).start();
-        try {
-            if (!process.waitFor(120, TimeUnit.SECONDS)) {
-                process.destroyForcibly();
-                throw new AssertionError("the child did not end: " + command);
-            }
-            return new ChildJvm(process.exitValue(), lines(out), lines(err));
-        } finally {
-            Files.delete(out);
-            Files.delete(err);
+        if (!process.waitFor(300, TimeUnit.SECONDS)) {
+            process.destroyForcibly();
+            throw new AssertionError("the child did not end: " + command);
         }
+        return new ChildJvm(process.exitValue(), lines(out), lines(err));
     }
 
     private static String lines(Path file) throws IOException {
-        return Files.readString(file).replace(System.lineSeparator(), "\n");
+        Charset charset = Charset.forName(System.getProperty("native.encoding", Charset.defaultCharset().name()));
+        return Files.readString(file, charset).replace(System.lineSeparator(), "\n");
     }
 }

@@ -8,9 +8,13 @@ import static org.junit.jupiter.api.Assertions.assertThrows;
 import static org.junit.jupiter.api.Assertions.assertTrue;
 import static org.junit.jupiter.api.Assumptions.assumeTrue;
 
+import com.sun.management.HotSpotDiagnosticMXBean;
 import java.io.File;
+import java.lang.management.ManagementFactory;
+import java.lang.ref.Reference;
 import java.lang.reflect.Proxy;
 import java.math.BigInteger;
+import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
 import java.security.InvalidAlgorithmParameterException;
@@ -34,6 +38,7 @@ import java.security.interfaces.RSAPublicKey;
 import java.security.spec.DSAParameterSpec;
 import java.security.spec.DSAPrivateKeySpec;
 import java.security.spec.DSAPublicKeySpec;
+import java.security.spec.PKCS8EncodedKeySpec;
 import java.security.spec.RSAKeyGenParameterSpec;
 import java.security.spec.RSAPrivateCrtKeySpec;
 import java.security.spec.RSAPrivateKeySpec;
@@ -41,10 +46,13 @@ import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
 import java.util.concurrent.TimeUnit;
+import java.util.regex.Pattern;
 import java.util.stream.Stream;
 import javax.crypto.Cipher;
 import javax.crypto.SecretKey;
 import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.condition.EnabledOnOs;
+import org.junit.jupiter.api.condition.OS;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.Arguments;
@@ -53,6 +61,8 @@ import org.junit.jupiter.params.provider.ValueSource;
 
 /** The keys of signatures: which are taken, which are made, and what becomes of the caller's; the JDK and openssl are the oracles. */
 class SignatureKeysTest {
+    private static final int SIGNERS = 100;
+
     static Stream<Arguments> badKeys() throws Exception {
         KeyPair rsa = jdkPair("RSA", 1024);
         KeyPair dsa = jdkPair("DSA", 1024);
@@ -284,12 +294,51 @@ class SignatureKeysTest {
                 "message"));
     }
 
+    /** The JDK takes any numbers for a key: what they have to be to each other. */
     @Test
-    void opensslFindsNoFaultInGeneratedKeys(@TempDir Path folder) throws Exception {
-        assumeOpenssl();
-        for (int i = 0; i < 100; ++i) {
-            Files.write(folder.resolve("private"), keyPair("RSA", 1024, ZEL).getPrivate().getEncoded());
-            assertEquals("RSA key ok", openssl(folder, "rsa", "-inform", "DER", "-in", "private", "-check", "-noout"));
+    void generatedKeysAreWhole() throws Exception {
+        for (int i = 0; i < 30; ++i) {
+            RSAPrivateCrtKey key = (RSAPrivateCrtKey) keyPair("RSA", 1024, ZEL).getPrivate();
+            BigInteger p = key.getPrimeP();
+            BigInteger q = key.getPrimeQ();
+            BigInteger pLess1 = p.subtract(BigInteger.ONE);
+            BigInteger qLess1 = q.subtract(BigInteger.ONE);
+            assertTrue(p.isProbablePrime(50) && q.isProbablePrime(50));
+            assertEquals(key.getModulus(), p.multiply(q));
+            assertEquals(BigInteger.ONE, key.getPrivateExponent().multiply(key.getPublicExponent())
+                    .mod(pLess1.multiply(qLess1).divide(pLess1.gcd(qLess1))));
+            assertEquals(List.of(key.getPrivateExponent().mod(pLess1), key.getPrivateExponent().mod(qLess1), q.modInverse(p)),
+                    List.of(key.getPrimeExponentP(), key.getPrimeExponentQ(), key.getCrtCoefficient()));
         }
+    }
+
+    /** Run in a child: prints how often the prime of a key stands in the Java heap while many objects have that key. */
+    public static final class Signers {
+        public static void main(String[] args) throws Exception {
+            RSAPrivateCrtKey key = (RSAPrivateCrtKey) KeyFactory.getInstance("RSA", "SunRsaSign")
+                    .generatePrivate(new PKCS8EncodedKeySpec(Files.readAllBytes(Path.of(args[1]))));
+            Signature[] signatures = new Signature[SIGNERS];
+            for (int i = 0; i < SIGNERS; ++i) {
+                signatures[i] = signing("SHA256withRSA", new KeyPair(null, key), ZEL);
+                signatures[i].sign();
+                signatures[i].update((byte) 1);
+            }
+            ManagementFactory.getPlatformMXBean(HotSpotDiagnosticMXBean.class).dumpHeap(args[0], false);
+            String content = Files.readString(Path.of(args[0]), StandardCharsets.ISO_8859_1);
+            // Without the sign byte; a BigInteger stands there in the same order.
+            String prime = new String(key.getPrimeP().toByteArray(), 1, 64, StandardCharsets.ISO_8859_1);
+            System.out.println(content.split(Pattern.quote(prime), -1).length - 1);
+            Reference.reachabilityFence(signatures);
+        }
+    }
+
+    /** But by the key itself, and by the reading of it. */
+    @Test
+    @EnabledOnOs(OS.LINUX)
+    void privateKeysAreNotCopied(@TempDir Path folder) throws Exception {
+        Path key = Files.write(folder.resolve("key"), jdkPair("RSA", 1024).getPrivate().getEncoded());
+        String count = ChildJvm.outputOf(Signers.class, List.of("-Xmx256m", "-XX:+UseSerialGC"),
+                folder.resolve("heap.hprof").toString(), key.toString()).strip();
+        assertTrue(Integer.parseInt(count) > 0 && Integer.parseInt(count) < SIGNERS, count + " copies");
     }
 }

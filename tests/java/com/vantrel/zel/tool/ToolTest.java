@@ -4,6 +4,7 @@ import static org.junit.jupiter.api.Assertions.assertArrayEquals;
 import static org.junit.jupiter.api.Assertions.assertEquals;
 import static org.junit.jupiter.api.Assertions.assertFalse;
 import static org.junit.jupiter.api.Assertions.assertTrue;
+import static org.junit.jupiter.api.Assumptions.assumeFalse;
 
 import com.vantrel.zel.provider.internal.NativeInfo;
 import java.io.ByteArrayInputStream;
@@ -15,20 +16,21 @@ import java.io.RandomAccessFile;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.Files;
 import java.nio.file.Path;
+import java.nio.file.attribute.AclEntry;
+import java.nio.file.attribute.AclFileAttributeView;
 import java.nio.file.attribute.PosixFilePermissions;
 import java.util.Arrays;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.api.condition.DisabledOnOs;
 import org.junit.jupiter.api.condition.OS;
 import org.junit.jupiter.api.io.TempDir;
 
 /** The program zel: what it prints and writes, its exit codes, and what openssl and the shell's tools make of its files. */
-@DisabledOnOs(OS.WINDOWS)
 class ToolTest {
     private static final String ABC_SHA256 = "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad";
 
+    private static final boolean IS_WINDOWS = OS.WINDOWS.isCurrentOs();
     private static final Path PROGRAM = Path.of(System.getProperty("zel.tool.jar")).resolveSibling("zel");
 
     /** Waits for what the first run of the script leaves to a process of its own. */
@@ -71,7 +73,7 @@ class ToolTest {
             System.setErr(realErr);
             System.setIn(realIn);
             rawOut = outBytes.toByteArray();
-            out = outBytes.toString(StandardCharsets.UTF_8).strip();
+            out = outBytes.toString(StandardCharsets.UTF_8).replace(System.lineSeparator(), "\n").strip();
             err = errBytes.toString(StandardCharsets.UTF_8).strip();
         }
     }
@@ -82,8 +84,14 @@ class ToolTest {
         assertEquals("", out);
     }
 
+    /** From here on a test is not for Windows. */
+    private static void onPosix() {
+        assumeFalse(IS_WINDOWS, "Windows has neither the shell nor the names, permissions and devices of POSIX");
+    }
+
     /** Runs a shell command in the folder and gives its output. */
     private byte[] shell(String command) throws Exception {
+        onPosix();
         Process process = new ProcessBuilder("sh", "-c", command).directory(folder.toFile()).redirectErrorStream(true).start();
         process.getOutputStream().close();
         byte[] output = process.getInputStream().readAllBytes();
@@ -92,7 +100,15 @@ class ToolTest {
     }
 
     private void assertOwnersOnly(String secret) throws IOException {
-        assertEquals("rw-------", PosixFilePermissions.toString(Files.getPosixFilePermissions(folder.resolve(secret))));
+        Path secretFile = folder.resolve(secret);
+        if (IS_WINDOWS) {
+            for (AclEntry entry : Files.getFileAttributeView(secretFile, AclFileAttributeView.class).getAcl()) {
+                String name = entry.principal().getName();
+                assertTrue(entry.principal().equals(Files.getOwner(secretFile)) || name.equals("NT AUTHORITY\\SYSTEM"), name);
+            }
+        } else {
+            assertEquals("rw-------", PosixFilePermissions.toString(Files.getPosixFilePermissions(secretFile)));
+        }
     }
 
     private void assertNothingLeftBehind() throws IOException {
@@ -104,14 +120,19 @@ class ToolTest {
     @Test
     void digests() throws Exception {
         assertEquals(0, zel("digest %s", file));
-        assertEquals(ABC_SHA256 + "  " + file, out);
+        assertEquals(IS_WINDOWS ? "\\" + ABC_SHA256 + "  " + file.replace("\\", "\\\\") : ABC_SHA256 + "  " + file, out);
+        stdin = "abc".getBytes(StandardCharsets.US_ASCII);
+        assertEquals(0, zel("digest - -"));
+        assertTrue(out.startsWith(ABC_SHA256 + "  -\n"), out);
+        assertEquals(0, zel("digest %s", file));
+        Files.write(folder.resolve("sums"), rawOut);
+        assertEquals(0, zel("digest --check %s", path("sums")), err);
+
+        onPosix();
         Path odd = Files.writeString(folder.resolve("a\\b\nc\u00e4"), "abc");
         assertEquals(0, zel("digest --json -a SHA-1 %s", odd));
         assertEquals("[{\"file\": \"" + folder + "/a\\\\b\\u000ac\u00e4\", \"algorithm\": \"SHA-1\", "
                 + "\"digest\": \"a9993e364706816aba3e25717850c26c9cd0d89d\"}]", out);
-        stdin = "abc".getBytes(StandardCharsets.US_ASCII);
-        assertEquals(0, zel("digest - -"));
-        assertTrue(out.startsWith(ABC_SHA256 + "  -\n"), out);
 
         assertEquals(0, zel("digest %s %s", file, odd));
         Files.write(folder.resolve("sums"), rawOut);
@@ -158,20 +179,20 @@ class ToolTest {
         assertEquals(0, zel("keygen aes -o %s", path("key")), err);
         assertEquals(0, zel("encrypt -k %s %s", path("key"), file), err);
         assertEquals(16 + 3_000_016, Files.size(folder.resolve("abc.enc")));
-        assertArrayEquals(message, shell("tail -c +17 abc.enc | openssl enc -d -aes-256-cbc -K $(cat key)"
-                + " -iv $(head -c 16 abc.enc | od -An -v -tx1 | tr -d ' \\n')"));
         Files.delete(Path.of(file));
         assertEquals(0, zel("decrypt -k %s %s.enc", path("key"), file), err);
         assertArrayEquals(message, bytesOf("abc"));
-        assertOwnersOnly("key");
-        assertOwnersOnly("abc");
-
         stdin = "abc".getBytes(StandardCharsets.US_ASCII);
         assertEquals(0, zel("encrypt -k %s -", path("key")), err);
         stdin = rawOut;
         assertEquals(0, zel("decrypt -k %s -", path("key")), err);
         assertEquals("abc", out);
         assertNothingLeftBehind();
+        assertOwnersOnly("key");
+        assertOwnersOnly("abc");
+
+        assertArrayEquals(message, shell("tail -c +17 abc.enc | openssl enc -d -aes-256-cbc -K $(cat key)"
+                + " -iv $(head -c 16 abc.enc | od -An -v -tx1 | tr -d ' \\n')"));
     }
 
     @Test
@@ -180,10 +201,12 @@ class ToolTest {
         for (String[] kind : kinds) {
             assertEquals(0, zel("keygen %s --force --form %s -o %s", kind[0], kind[1], path("key")), err);
             assertEquals(0, zel("sign --force -k %s %s", path("key"), file), err);
-            shell("openssl pkey -pubin -inform " + kind[1] + " -in key.pub -out pub.pem && openssl dgst " + kind[2]
-                    + " -verify pub.pem -signature abc.sig abc");
-            shell("openssl pkey -check -inform " + kind[1] + " -in key -out key.pem && openssl dgst " + kind[2]
-                    + " -sign key.pem -out abc.sig abc");
+            if (!IS_WINDOWS) {
+                shell("openssl pkey -pubin -inform " + kind[1] + " -in key.pub -out pub.pem && openssl dgst " + kind[2]
+                        + " -verify pub.pem -signature abc.sig abc");
+                shell("openssl pkey -check -inform " + kind[1] + " -in key -out key.pem && openssl dgst " + kind[2]
+                        + " -sign key.pem -out abc.sig abc");
+            }
             assertEquals(0, zel("verify -k %s %s", path("key.pub"), file), err);
             stdin = "abd".getBytes(StandardCharsets.US_ASCII);
             assertEquals(1, zel("verify --json -k %s -s %s.sig -", path("key.pub"), file), err);
@@ -226,9 +249,7 @@ class ToolTest {
         assertFails(2, "abc.enc: exists already; --force", "encrypt -k " + path("key") + " " + file);
         assertFails(2, path("no/x") + ": no such folder", "keygen aes -o " + path("no/x"));
         assertFails(2, "a file of its own", "keygen rsa -o x --pkcs1 x.pub");
-        assertFails(2, file + "/x: Not a directory", "keygen aes -o " + file + "/x");
         assertFails(2, "takes two files", "keygen rsa -o -");
-        assertFails(2, "/dev/full: No space left", "keygen aes -o /dev/full");
         assertFails(2, "no AES-256 key", "encrypt -k " + file + " " + file);
         assertFails(2, "no RSA or DSA private key", "sign -k " + file + " " + file);
         assertFails(2, "AES keys have 256 bits", "keygen aes -b 128 -o " + path("x"));
@@ -237,8 +258,13 @@ class ToolTest {
         assertFails(2, path("no/x") + ": no such folder", "keygen rsa -o " + path("x") + " --pkcs1 " + path("no/x"));
         assertFails(2, "no such command: sing", "digest " + file + " --then sing");
         assertEquals(0, zel("encrypt --force --json -k %s %s", path("key"), file));
-        assertTrue(out.startsWith("{\"file\": \"" + file + "\", \"output\": \"" + file + ".enc\", \"bytes\": 3, "), out);
+        String inJson = file.replace("\\", "\\\\");
+        assertTrue(out.startsWith("{\"file\": \"" + inJson + "\", \"output\": \"" + inJson + ".enc\", \"bytes\": 3, "), out);
         assertNothingLeftBehind();
+
+        onPosix();
+        assertFails(2, file + "/x: Not a directory", "keygen aes -o " + file + "/x");
+        assertFails(2, "/dev/full: No space left", "keygen aes -o /dev/full");
     }
 
     /** No room: a limit on the size of files stands in for a full disk. What was there before stays, nothing is left over. */
@@ -268,7 +294,7 @@ class ToolTest {
     void whatCanBeRefusedAtOnceIsRefusedBeforeTheSeeding() throws Exception {
         String said = new String(shell("'" + System.getProperty("java.home") + "/bin/java' -cp '"
                 + System.getProperty("java.class.path") + "' '" + Unseeded.class.getName() + "'"), StandardCharsets.UTF_8);
-        assertTrue(said.matches("(?s)ba78.*zel: .*zel: .*zel: .*zel: .*zel: .*ready: false\n"), said);
+        assertTrue(said.matches("(?s).*ba78.*zel: .*zel: .*zel: .*zel: .*zel: .*ready: false\n"), said);
     }
 
     /** The script that starts the program: its streams, and with which Java it starts it how. */
@@ -287,6 +313,7 @@ class ToolTest {
             {MADE + "JAVA_HOME=home 'the program/zel' digest",
                 "(?s)-XX:SharedArchiveFile=.*the program/zel-[0-9]+.jsa\n-XX:[+]Use.*", "0"},
             {"JAVA_HOME=home 'the program/zel' digest --then speed", "(?s)-XX:Sh.*Level=4\n.*", "0"},
+            {"cd 'the program'; chmod +t .; JAVA_HOME=../home ./zel digest; chmod -t .", "(?s)-XX:[+]Use.*", "0"},
             {"touch -d tomorrow 'the program/zel-tool.jar'; JAVA_HOME=home 'the program/zel' digest", "(?s)-XX:[+]Use.*", "0"},
             {MADE + "rm 'the program/zel-tool.jar'; cp '" + PROGRAM.getParent()
                 + "'/*.jar 'the program'; 'the program/zel' digest abc", ABC_SHA256 + "  abc\n", "0"},

@@ -12,32 +12,63 @@ import java.lang.reflect.Method;
  * are compiled into their callers all the same.
  */
 final class ForeignCalls {
+    private static final int REPETITIONS = 20_000;
+
     /** {@code (int digestLength, byte[] input, int length, byte[] output, int offset)}: the bytes written. */
-    static final MethodHandle DIGEST;
+    private static final MethodHandle DIGEST;
 
     /** {@code (int encrypts, byte[] state, byte[] blocks, int offset, int length)}: the bytes written. */
-    static final MethodHandle CBC;
-
-    /** Whether the handles can be used. */
-    static final boolean ARE_BOUND;
+    private static final MethodHandle CBC;
 
     static {
         MethodHandle digest = null;
-        MethodHandle cbc = null;
+        MethodHandle cbc = null; // both, or neither
         try {
             if (isAllowed()) {
                 digest = bind(0, int.class, byte[].class, int.class, byte[].class, int.class);
                 cbc = bind(1, int.class, byte[].class, byte[].class, int.class, int.class);
             }
         } catch (ReflectiveOperationException | RuntimeException | Error e) {
-            digest = null; // the registered methods do the same
+            cbc = null; // the registered methods do the same
         }
         DIGEST = digest;
         CBC = cbc;
-        ARE_BOUND = digest != null && cbc != null;
     }
 
     private ForeignCalls() {}
+
+    /** Whether there are such calls. They are repeated here until they are compiled, so that nobody else waits for that. */
+    static boolean areReady() {
+        byte[] message = new byte[ShortCalls.STATE_BYTES];
+        for (int i = 0; i < REPETITIONS && CBC != null; ++i) {
+            digest(32, message, 64, message, 64);
+            cbc(1, message, message, 0, 16);
+        }
+        return CBC != null;
+    }
+
+    static int digest(int digestLength, byte[] input, int length, byte[] output, int offset) {
+        try {
+            return (int) DIGEST.invokeExact(digestLength, input, length, output, offset);
+        } catch (Throwable e) {
+            throw unexpected(e);
+        }
+    }
+
+    static int cbc(int encrypts, byte[] state, byte[] blocks, int offset, int length) {
+        try {
+            return (int) CBC.invokeExact(encrypts, state, blocks, offset, length);
+        } catch (Throwable e) {
+            throw unexpected(e);
+        }
+    }
+
+    private static RuntimeException unexpected(Throwable e) {
+        if (e instanceof RuntimeException) {
+            return (RuntimeException) e;
+        }
+        throw e instanceof Error ? (Error) e : new AssertionError(e);
+    }
 
     /** Whether native access is enabled for this module, so that nothing is printed or refused that loading has not been. */
     private static boolean isAllowed() throws ReflectiveOperationException {

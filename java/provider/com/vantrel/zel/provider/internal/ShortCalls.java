@@ -38,16 +38,8 @@ public final class ShortCalls {
     public static void digest(int digestLength, byte[] message, int length, byte[] output, int offset) {
         checkMessage(message, 0, length);
         Objects.checkFromIndexSize(offset, digestLength, output.length);
-        if (isForeign) {
-            try {
-                requireDone(digestLength, (int) ForeignCalls.DIGEST.invokeExact(digestLength, message, length, output, offset));
-            } catch (Throwable e) {
-                throw unexpected(e);
-            }
-        } else {
-            count();
-            requireDone(digestLength, digest0(digestLength, message, length, output, offset));
-        }
+        requireDone(digestLength, isForeign() ? ForeignCalls.digest(digestLength, message, length, output, offset)
+                : digest0(digestLength, message, length, output, offset));
     }
 
     /**
@@ -63,16 +55,8 @@ public final class ShortCalls {
         checkMessage(blocks, offset, length);
         Objects.checkFromIndexSize(0, STATE_BYTES, state.length);
         int direction = encrypts ? 1 : 0;
-        if (isForeign) {
-            try {
-                requireDone(length, (int) ForeignCalls.CBC.invokeExact(direction, state, blocks, offset, length));
-            } catch (Throwable e) {
-                throw unexpected(e);
-            }
-        } else {
-            count();
-            requireDone(length, cbc0(direction, state, blocks, offset, length));
-        }
+        requireDone(length, isForeign() ? ForeignCalls.cbc(direction, state, blocks, offset, length)
+                : cbc0(direction, state, blocks, offset, length));
     }
 
     /**
@@ -107,22 +91,16 @@ public final class ShortCalls {
         }
     }
 
-    private static RuntimeException unexpected(Throwable e) {
-        if (e instanceof RuntimeException) {
-            return (RuntimeException) e;
-        }
-        throw e instanceof Error ? (Error) e : new AssertionError(e);
-    }
-
     /** Threads may count past each other, so that there may be more than one that makes ready, or one later. */
-    private static void count() {
-        if (leftBefore > 0 && --leftBefore == 0) {
+    private static boolean isForeign() {
+        if (!isForeign && leftBefore > 0 && --leftBefore == 0) {
             try {
-                Background.start("zel-foreign-calls", () -> isForeign = ForeignCalls.ARE_BOUND);
+                Background.start("zel-foreign-calls", () -> isForeign = ForeignCalls.areReady());
             } catch (OutOfMemoryError e) { // no more threads: the registered methods go on
                 leftBefore = 0;
             }
         }
+        return isForeign;
     }
 
     static native long address0(int function);

@@ -7,11 +7,9 @@ import static org.junit.jupiter.api.Assertions.assertThrows;
 
 import com.vantrel.zel.provider.internal.ShortCalls;
 import java.lang.reflect.Field;
-import java.math.BigInteger;
 import java.util.ArrayList;
 import java.util.Arrays;
 import java.util.List;
-import java.util.Random;
 import org.junit.jupiter.api.Test;
 
 /** What cannot be seen from outside. */
@@ -69,25 +67,5 @@ class InnerPartsTest {
             Thread.sleep(10);
         }
         secrets.forEach(secret -> assertArrayEquals(new byte[secret.length], secret));
-    }
-
-    @Test
-    void magnitudesAreComparedAndMultiplied() {
-        Random random = new Random(17);
-        for (int i = 0; i < 2000; ++i) {
-            BigInteger p = new BigInteger(2 + random.nextInt(300), random).setBit(0);
-            BigInteger q = new BigInteger(random.nextInt(200), random);
-            BigInteger n = p.multiply(q);
-            assertEquals(n.bitLength(), of(n).bitLength());
-            assertEquals(p.compareTo(q), Integer.signum(of(p).compareTo(of(q))));
-            for (BigInteger other : new BigInteger[] {n, n.flipBit(0), n.flipBit(n.bitLength()), n.shiftRight(24)}) {
-                assertEquals(other.equals(n), of(other).isProduct(of(p), of(q)), other + " = " + p + " * " + q);
-            }
-        }
-    }
-
-    private static Magnitude of(BigInteger value) {
-        byte[] bytes = value.toByteArray();
-        return new Magnitude(bytes, 0, bytes.length);
     }
 }

@@ -1,0 +1,71 @@
+// The entry points as scripts call them: by name, with arguments of Java's types.
+#ifndef ZELSPI_TESTS_BRIDGE_ENTRY_POINT_H
+#define ZELSPI_TESTS_BRIDGE_ENTRY_POINT_H
+
+#include <jni.h>
+
+#include <functional>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+// JavaValue: an argument or a result: the number, or the array (null or not).
+struct JavaValue {
+    jlong number = 0;
+    jbyteArray array = nullptr;
+
+    template <typename T> T as() const {
+        if constexpr (std::is_same_v<T, jbyteArray>) {
+            return array;
+        } else {
+            return static_cast<T>(number);
+        }
+    }
+};
+
+// EntryPoint: a function (environment, object, arguments). Its shape is a letter for the result and one for each argument,
+// as in entry_points.txt.
+struct EntryPoint {
+    std::string name; // the Java class without its package, a dot, the method
+    std::string shape;
+    std::function<JavaValue(JNIEnv*, jobject, const std::vector<JavaValue>&)> call;
+};
+
+template <typename T> constexpr char kLetter = 'V';
+template <> inline constexpr char kLetter<jboolean> = 'Z';
+template <> inline constexpr char kLetter<jbyte> = 'B';
+template <> inline constexpr char kLetter<jint> = 'I';
+template <> inline constexpr char kLetter<jlong> = 'J';
+template <> inline constexpr char kLetter<jbyteArray> = 'A';
+
+template <typename Result, typename... Arguments>
+EntryPoint entryPoint(const std::string& name, Result(JNICALL* function)(JNIEnv*, jobject, Arguments...)) {
+    const auto call = [function]<std::size_t... i>(JNIEnv * env, jobject object,
+                                                   const std::vector<JavaValue>& arguments, std::index_sequence<i...>)
+                          ->JavaValue {
+        if constexpr (std::is_void_v<Result>) {
+            function(env, object, arguments[i].template as<Arguments>()...);
+            return {};
+        } else if constexpr (std::is_same_v<Result, jbyteArray>) {
+            return {0, function(env, object, arguments[i].template as<Arguments>()...)};
+        } else {
+            return {static_cast<jlong>(function(env, object, arguments[i].template as<Arguments>()...)), nullptr};
+        }
+    };
+    return {name,
+            {kLetter<Result>, kLetter<Arguments>...},
+            [call](JNIEnv* env, jobject object, const std::vector<JavaValue>& arguments) {
+                return call(env, object, arguments, std::index_sequence_for<Arguments...>());
+            }};
+}
+
+// exportedEntryPoints: those of entry_points.txt, by their symbols (made by the build). nativeEntryPoints: what native
+// callers of the engine classes can do besides, dressed up as methods (native_calls.cpp).
+std::vector<EntryPoint> exportedEntryPoints();
+std::vector<EntryPoint> nativeEntryPoints();
+
+// findEntryPoint: the one of the name ("Class.method") with so many arguments; null if there is none.
+const EntryPoint* findEntryPoint(const std::string& name, std::size_t argumentCount);
+
+#endif

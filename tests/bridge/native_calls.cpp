@@ -1,0 +1,169 @@
+// What native callers do with the engine classes, as entry points for scripts.
+#include "tests/bridge/native_calls.h"
+
+#include "bridge/dsa_der.h"
+#include "bridge/key_pair_steps.h"
+#include "bridge/zel_sha_with_rsa_signature.h"
+#include "bridge/zel_util.h"
+#include "core/pubkey/key_der.h"
+#include "tests/bridge/entry_point.h"
+#include "tests/bridge/fake_jni.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+// The linker puts these in place of the originals (--wrap): hashing a file never fails by itself, nor does reading.
+static int hashFailsWith = 0;
+static std::size_t readable = SIZE_MAX;
+
+extern "C" int __real__ZN22ZelShaWithRsaSignature12nativeUpdateEPKhii(void*, const std::uint8_t*, int, int);
+extern "C" int __wrap__ZN22ZelShaWithRsaSignature12nativeUpdateEPKhii(void* engine, const std::uint8_t* input,
+                                                                      int offset, int length) {
+    return hashFailsWith != 0 ? hashFailsWith
+                              : __real__ZN22ZelShaWithRsaSignature12nativeUpdateEPKhii(engine, input, offset, length);
+}
+extern "C" std::size_t __real_fread(void*, std::size_t, std::size_t, std::FILE*);
+extern "C" std::size_t __wrap_fread(void* to, std::size_t size, std::size_t count, std::FILE* file) {
+    const std::size_t allowed = std::min(count, readable);
+    readable = allowed < count || readable == SIZE_MAX ? SIZE_MAX : readable - count;
+    return __real_fread(to, size, allowed, file);
+}
+
+void refuseNative(const std::string& kind, int number) {
+    if (kind == "read") {
+        readable = static_cast<std::size_t>(number);
+    } else {
+        hashFailsWith = number;
+    }
+}
+
+bool isDebugging() {
+    return std::getenv("ZEL_DEBUG_EXPECTED") != nullptr;
+}
+
+void makeFile(const std::string& kind, const std::vector<std::uint8_t>& name,
+              const std::vector<std::uint8_t>& content) {
+    using namespace std::filesystem;
+    const std::string path(name.begin(), name.end());
+    if (kind == "folder") {
+        create_directory(path);
+    } else if (kind == "readonly" || kind == "writable") {
+        permissions(path, kind == "readonly" ? perms::owner_read : perms::owner_all);
+    } else {
+        remove(path);
+        std::ofstream file(path, std::ios::binary);
+        file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
+        EXPECT_TRUE(file.flush()) << path;
+    }
+}
+
+namespace {
+
+std::uint8_t* pointerTo(jbyteArray array) {
+    return array == nullptr ? nullptr : reinterpret_cast<std::uint8_t*>(FakeJni::of(array).bytes.data());
+}
+
+std::string textIn(jbyteArray array) {
+    const std::vector<jbyte>& bytes = FakeJni::of(array).bytes;
+    return {bytes.begin(), bytes.end()};
+}
+
+template <typename Engine> Engine& engineOf(jobject object) {
+    return *reinterpret_cast<Engine*>(FakeJni::of(object).context0);
+}
+
+// Native callers built against the digest classes call by position in the table of virtual functions. In the C++ ABI of
+// gcc and clang the destructor takes the first two places.
+template <std::size_t kSlot, typename... Arguments> jint callSlot(jobject self, Arguments... arguments) {
+    void** const slots = engineOf<void**>(self);
+    return reinterpret_cast<int (*)(void*, Arguments...)>(slots[kSlot])(&engineOf<char>(self), arguments...);
+}
+jint digestReset(JNIEnv*, jobject self) {
+    return callSlot<3>(self);
+}
+jint digestUpdate(JNIEnv*, jobject self, jbyteArray input, jint offset, jint length) {
+    return callSlot<6>(self, pointerTo(input), static_cast<int>(offset), static_cast<int>(length));
+}
+jint digestRaw(JNIEnv* env, jobject self, jbyteArray output, jint length) {
+    return callSlot<7>(self, env, self, pointerTo(output), static_cast<int>(length));
+}
+jint digestNative(JNIEnv*, jobject self, jbyteArray output, jint length) {
+    return callSlot<10>(self, pointerTo(output), static_cast<int>(length));
+}
+
+template <auto kMethod> jint rsaKey(JNIEnv*, jobject self, jbyteArray key, jint length) {
+    return (engineOf<ZelShaWithRsaSignature>(self).*kMethod)(length, pointerTo(key));
+}
+template <auto kMethod> jint rsaBytes(JNIEnv*, jobject self, jbyteArray bytes, jint offset, jint length) {
+    return (engineOf<ZelShaWithRsaSignature>(self).*kMethod)(pointerTo(bytes), offset, length);
+}
+
+jint checkFile(JNIEnv*, jobject, jbyteArray key, jint keyLength, jbyteArray path, jint pathLength) {
+    return ZelUtil::checkFileSignature(pointerTo(key), keyLength, path == nullptr ? nullptr : textIn(path).c_str(),
+                                       pathLength);
+}
+jint checkFileBriefly(JNIEnv* env, jobject object, jbyteArray key, jbyteArray path) {
+    const auto length = static_cast<jint>(FakeJni::of(path).bytes.size());
+    return checkFile(env, object, key, static_cast<jint>(FakeJni::of(key).bytes.size()), path,
+                     std::min<jint>(length, 255));
+}
+
+void throwOne(JNIEnv* env, jobject, jbyteArray className, jbyteArray message, jint status) {
+    ZelObject::throwStaticException(env, textIn(className).c_str(), textIn(message).c_str(),
+                                    static_cast<Status>(status));
+}
+// On top of a ProviderException or an OutOfMemoryError, "earlier".
+void throwOver(JNIEnv* env, jobject object, jbyteArray earlierClass, jbyteArray className, jbyteArray message,
+               jint status) {
+    ZelObject::throwStaticException(env, textIn(earlierClass).c_str(), "earlier", OK);
+    throwOne(env, object, className, message, status);
+}
+void dump(JNIEnv*, jobject, jbyteArray bytes) {
+    ZelObject::hexdump(pointerTo(bytes), static_cast<std::uint32_t>(FakeJni::of(bytes).bytes.size()));
+}
+
+jbyteArray generateNothing(JNIEnv* env, jobject) {
+    const auto nothing = [](const RandomBytes&, AsymmetricKey*, jint) -> Status {
+        return OK;
+    };
+    return newKeyPair(env, 1024, {"", "", AsymKey_MakeRsa, nothing, RsaKey_ToDer});
+}
+// The key is whole, or absent.
+jint parsePublicKey(JNIEnv*, jobject, jbyteArray der) {
+    ScopedKey key;
+    const std::size_t length = der == nullptr ? 9 : FakeJni::of(der).bytes.size();
+    const Status status = parseDSAPublicKey(pointerTo(der), static_cast<std::uint32_t>(length), key.get());
+    EXPECT_EQ(key.get()->type, isError(status) ? kKeyEmpty : kKeyDsa);
+    return status;
+}
+
+} // namespace
+
+std::vector<EntryPoint> nativeEntryPoints() {
+    std::vector<EntryPoint> entries = {entryPoint("ZelUtil.checkFileSignature", checkFile),
+                                       entryPoint("ZelUtil.check", checkFileBriefly),
+                                       entryPoint("ZelObject.throwStaticException", throwOne),
+                                       entryPoint("ZelObject.throwOver", throwOver),
+                                       entryPoint("ZelObject.hexdump", dump),
+                                       entryPoint("KeyPairSteps.generateNothing", generateNothing),
+                                       entryPoint("DsaDer.parseDSAPublicKey", parsePublicKey)};
+    for (const std::string name : {"ZelSha1", "ZelSha256"}) {
+        const std::string digest = name + "MessageDigestSpi.", rsa = name + "WithRsaSignatureSpi.";
+        using Rsa = ZelShaWithRsaSignature;
+        entries.insert(entries.end(),
+                       {entryPoint(digest + "nativeReset", digestReset),
+                        entryPoint(digest + "nativeUpdate", digestUpdate), entryPoint(digest + "digest", digestRaw),
+                        entryPoint(digest + "nativeDigest", digestNative),
+                        entryPoint(rsa + "nativeInitVerify", rsaKey<&Rsa::nativeInitVerify>),
+                        entryPoint(rsa + "nativeInitSign", rsaKey<&Rsa::nativeInitSign>),
+                        entryPoint(rsa + "nativeUpdate", rsaBytes<&Rsa::nativeUpdate>),
+                        entryPoint(rsa + "nativeSign", rsaBytes<&Rsa::nativeSign>),
+                        entryPoint(rsa + "nativeVerify", rsaBytes<&Rsa::nativeVerify>)});
+    }
+    return entries;
+}

@@ -1,0 +1,161 @@
+#include "tests/bridge/script.h"
+
+#include <cctype>
+#include <fstream>
+#include <stdexcept>
+
+namespace {
+
+const std::string kFolder = ZEL_TESTS "bridge/scripts/";
+
+// Words between spaces; a quoted text may contain spaces.
+Words wordsOf(const std::string& text) {
+    Words words;
+    bool isQuoted = false, isInWord = false;
+    for (const char c : text) {
+        isQuoted ^= c == '"';
+        const bool wasInWord = isInWord;
+        isInWord = c != ' ' || isQuoted;
+        if (isInWord && !wasInWord) {
+            words.emplace_back();
+        }
+        if (isInWord) {
+            words.back() += c;
+        }
+    }
+    return words;
+}
+
+// The text with the number-th of each {one|other|third}; empty when there are not so many.
+std::string alternative(std::string text, std::size_t number) {
+    for (std::size_t open; (open = text.find('{')) != std::string::npos;) {
+        const std::size_t close = text.find('}');
+        std::size_t begin = open + 1;
+        for (std::size_t i = 0; i < number && begin <= close; ++i) {
+            begin = std::min(text.find('|', begin), close) + 1;
+        }
+        if (begin > close) {
+            return "";
+        }
+        const std::string chosen = text.substr(begin, std::min(text.find('|', begin), close) - begin);
+        text.replace(open, close + 1 - open, chosen);
+    }
+    return text;
+}
+
+class Reader {
+public:
+    explicit Reader(const std::string& choice) {
+        for (const std::string& word : wordsOf(choice)) {
+            script.values[word.substr(0, word.find('='))] = word.substr(word.find('=') + 1);
+        }
+    }
+
+    void read(const std::string& file) {
+        std::ifstream lines(kFolder + file);
+        int number = 0;
+        for (std::string text; std::getline(lines, text);) {
+            where_ = file + ":" + std::to_string(++number) + ": ";
+            if (!text.empty() && text.back() == '\r') {
+                text.pop_back();
+            }
+            if (!text.empty() && text[0] != '#' && !text.starts_with("for ")) {
+                readLine(expanded(text));
+            }
+        }
+        if (number == 0) {
+            throw std::runtime_error("cannot read " + file);
+        }
+    }
+
+    Script script;
+
+private:
+    // Each $name replaced by its value.
+    std::string expanded(std::string text) const {
+        for (std::size_t at = 0; (at = text.find('$', at)) != std::string::npos;) {
+            std::size_t end = at + 1;
+            while (end < text.size() && std::isalnum(static_cast<unsigned char>(text[end])) != 0) {
+                ++end;
+            }
+            const auto value = script.values.find(text.substr(at + 1, end - at - 1));
+            if (value == script.values.end()) {
+                throw std::runtime_error(where_ + text + ": a name without a value");
+            }
+            text.replace(at, end - at, value->second);
+        }
+        return text;
+    }
+
+    void readLine(std::string text) {
+        const Words words = wordsOf(text);
+        if (words[0] == "use") {
+            read(words[1]);
+        } else if (words[0] == "may" || words[0] == "must") {
+            (words[0] == "may" ? script.mayRaise : script.mustRaise).insert(text.substr(words[0].size() + 1));
+        } else if (text[0] == '[') {
+            const Words options = wordsOf(text.substr(text.find(']') + 1));
+            script.passages.push_back({text.substr(1, text.find(']') - 1), {options.begin(), options.end()}, {}});
+        } else if (words.size() > 2 && words[1] == "=" && text.find_first_of(".@") > words[0].size()) {
+            script.values[words[0]] = text.substr(text.find('=') + 2);
+        } else if (text[0] == '>') {
+            for (std::size_t at = 0; (at = text.find("\\n", at)) != std::string::npos;) {
+                text.erase(at, 1);
+                text[at] = '\n';
+            }
+            script.passages.back().lines.back().printed += text.substr(2);
+        } else {
+            addActions(alternative(text, 0));
+            for (std::size_t number = 1; text.find('{') != std::string::npos && !alternative(text, number).empty();
+                 ++number) {
+                addActions(alternative(text, number));
+            }
+        }
+    }
+
+    // One action, or several with ';' between them.
+    void addActions(const std::string& text) {
+        const std::size_t end = text.find(" ; ");
+        addAction(text.substr(0, end));
+        if (end != std::string::npos) {
+            addActions(text.substr(end + 3));
+        }
+    }
+
+    void addAction(const std::string& text) {
+        Passage& passage = script.passages.back();
+        const std::size_t mark = text.find(" ! ");
+        ScriptLine line = {where_ + text.substr(0, 300), wordsOf(text.substr(0, mark)), "", "", ""};
+        line.raised = mark == std::string::npos ? "" : text.substr(mark + 3);
+        if (line.words.size() > 2 && line.words[line.words.size() - 2] == "=") {
+            line.result = line.words.back();
+            line.words.resize(line.words.size() - 2);
+        }
+        if (line.words[0] == "refuse") {
+            passage.options.insert("once");
+        }
+        passage.lines.push_back(line);
+    }
+
+    std::string where_;
+};
+
+} // namespace
+
+std::vector<Script> readScript(const std::string& file) {
+    Words choices;
+    std::ifstream lines(kFolder + file);
+    for (std::string text; std::getline(lines, text);) {
+        if (text.starts_with("for ")) {
+            choices.push_back(text.substr(4));
+        }
+    }
+    choices.resize(std::max(choices.size(), std::size_t{1}));
+    std::vector<Script> scripts;
+    for (const std::string& choice : choices) {
+        Reader reader(choice);
+        reader.read(file);
+        scripts.push_back(reader.script);
+    }
+    return scripts;
+}

@@ -1,0 +1,155 @@
+// Every script: as it stands, and with each allocation, lock and call of the VM refused in turn.
+#include "bridge/pieces.h"
+#include "bridge/zel_secure_random.h"
+#include "core/random/fips186.h"
+#include "core/random/random.h"
+#include "tests/bridge/native_calls.h"
+#include "tests/bridge/script.h"
+#include "tests/support/test_heap.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+
+namespace {
+
+class Scripts : public testing::TestWithParam<const char*> {
+protected:
+    // Files are made in a folder of this run's own.
+    static void SetUpTestSuite() {
+        using namespace std::filesystem;
+        const std::string run = current_path().string() + (isDebugging() ? std::getenv("zel_debug") : "unset");
+        const path folder = testing::TempDir() + "zel_bridge_" + std::to_string(std::hash<std::string>()(run));
+        create_directory(folder);
+        current_path(folder);
+    }
+    static void TearDownTestSuite() {
+        using namespace std::filesystem;
+        const path folder = current_path();
+        current_path(folder.parent_path());
+        remove_all(folder);
+    }
+};
+
+// A passage with one kind of call refused in turn, of a "sparse" one ever fewer.
+void refuseEach(const Passage& passage, const std::string& kind, std::set<std::string>& outcomes) {
+    const std::uint64_t live = testheap::liveBlocks(), dirty = testheap::dirtyFrees();
+    bool wasRefused = true;
+    for (unsigned number = 1; wasRefused; number += passage.options.contains("sparse") ? 1 + number / 4 : 1) {
+        SCOPED_TRACE(passage.name + ", " + kind + " " + std::to_string(number));
+        Player player(number % 2 == 0);
+        wasRefused = player.playRefusing(passage, kind, number, outcomes);
+        player.finish();
+        ASSERT_EQ(testheap::liveBlocks(), live);
+        ASSERT_EQ(testheap::dirtyFrees(), dirty);
+        wasRefused &= !testing::Test::HasFailure(); // one is enough
+    }
+}
+
+TEST_P(Scripts, AsTheyStand) {
+    for (const Script& script : readScript(GetParam())) {
+        for (const Passage& passage : script.passages) {
+            if (passage.options.contains("posix") && std::filesystem::path::preferred_separator == '\\') {
+                continue;
+            }
+            for (const bool pinsArrays : {false, true}) {
+                SCOPED_TRACE(passage.name);
+                Player player(pinsArrays);
+                player.play(passage);
+                player.finish();
+            }
+        }
+    }
+}
+
+TEST_P(Scripts, WithEachCallRefused) {
+    for (const Script& script : readScript(GetParam())) {
+        std::set<std::string> outcomes;
+        // More than once: the allocations of a DSA signature vary with its nonce.
+        const auto isComplete = [&] {
+            return std::includes(outcomes.begin(), outcomes.end(), script.mustRaise.begin(), script.mustRaise.end());
+        };
+        for (int passes = 0; passes == 0 || (passes < 20 && !isComplete()); ++passes) {
+            for (const Passage& passage : script.passages) {
+                for (const char* const kind : {"allocation", "lock", "mutex", "call", "quiet call"}) {
+                    if (!passage.options.contains("once")) {
+                        refuseEach(passage, kind, outcomes);
+                    }
+                }
+            }
+        }
+        for (const std::string& outcome : outcomes) {
+            EXPECT_TRUE(script.mayRaise.contains(outcome) || script.mustRaise.contains(outcome)) << outcome;
+        }
+        for (const std::string& outcome : script.mustRaise) {
+            EXPECT_TRUE(outcomes.contains(outcome)) << outcome << " has not been seen";
+        }
+    }
+}
+
+// The one without the random context comes first: a context stays made for the process.
+TEST(BeforeTheContext, OneExceptionStandsOnTheOther) {
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
+    RandomContext* warm = nullptr; // the seed pool makes its mutexes
+    ASSERT_EQ(randomAcquireContext(&warm), OK);
+    ASSERT_EQ(randomReleaseContext(&warm), OK);
+    const std::vector<Script> scripts = readScript("no_context.txt");
+    for (const Passage& passage : scripts.front().passages) {
+        Player player;
+        player.play(passage);
+        player.finish();
+    }
+    FakeJni jni;
+    ASSERT_NE(ZelObject::getRandomContext(jni.env()), nullptr);
+    testheap::keep(4); // the context, its mutex and those of the seed pool
+}
+
+// What scripts cannot see of the secure random engine: what becomes of a seed, and pieces of arrays of any length.
+TEST(Pieces, CoverEveryLengthOnce) {
+    for (const jint length : std::initializer_list<jint>{0, 1, kPieceBytes - 1, kPieceBytes, kPieceBytes + 1,
+                                                         INT32_MAX - 65535, INT32_MAX}) {
+        std::int64_t covered = 0;
+        EXPECT_TRUE(forEachPiece(length, [&](jint offset, jint count) {
+            EXPECT_EQ(offset, covered);
+            covered += count;
+            return count > 0 && count <= kPieceBytes;
+        }));
+        EXPECT_EQ(covered, length);
+    }
+    int calls = 0;
+    EXPECT_FALSE(forEachPiece(3 * kPieceBytes, [&](jint, jint) { return ++calls < 2; }));
+    EXPECT_EQ(calls, 2);
+}
+
+TEST(Seed, CountsByTheLowestBitOfEachByte) {
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
+    FakeJni jni;
+    const auto setSeed = [&](const std::vector<std::uint8_t>& seed) {
+        ZelSecureRandom::instance()->setSeed(jni.env(), nullptr, jni.newBytes(seed));
+    };
+    RandomContext* const context = ZelObject::getRandomContext(jni.env());
+    testheap::keep(4);
+    const std::uint32_t before = context->entropyBitCount;
+    const auto key = std::to_array(context->state.xkey);
+    setSeed(std::vector<std::uint8_t>(100'000, 2));
+    EXPECT_EQ(context->entropyBitCount, before + 100'000);
+    EXPECT_EQ(std::to_array(context->state.xkey), key) << "no lowest bit was set";
+    setSeed({1});
+    EXPECT_NE(std::to_array(context->state.xkey), key);
+    setSeed({});
+    EXPECT_EQ(context->entropyBitCount, before + 100'001);
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, Scripts,
+                         testing::Values("frame.txt", "digest.txt", "cipher.txt", "rsa.txt", "dsa.txt", "random.txt",
+                                         "key_pair.txt", "file_signature.txt"),
+                         [](const auto& file) {
+                             const std::string name = file.param;
+                             return name.substr(0, name.find('.'));
+                         });
+
+} // namespace

@@ -1,0 +1,279 @@
+// Records, storage, units, limits and Montgomery products: what the vectors do not reach.
+#include "core/bignum/modexp.h"
+#include "core/bignum/vlong_convert.h"
+#include "core/bignum/vlong_math.h"
+#include "tests/support/faults.h"
+#include "tests/support/number.h"
+#include "tests/support/refused_nulls.h"
+#include "tests/support/vectors.h"
+
+#include <limits>
+
+namespace {
+
+constexpr std::uint32_t kHuge = std::numeric_limits<std::uint32_t>::max();
+
+TEST(Bignum, QueueRecyclesRecords) {
+    vlong *queue = nullptr, *first = Number("-7").release(),
+          *second = Number("8").release(), *const firstRecord = first;
+    const Unit* const firstUnits = first->units;
+    EXPECT_EQ(VLONG_free(&first, &queue), OK);
+    EXPECT_EQ(VLONG_free(&second, &queue), OK);
+    EXPECT_EQ(first, nullptr);
+    EXPECT_EQ(queue->next, firstRecord);
+    EXPECT_EQ(firstUnits[0], 7U); // parked as it was
+    ASSERT_EQ(VLONG_alloc(&second, &queue), OK);
+    ASSERT_EQ(VLONG_alloc(&first, &queue), OK); // last in, first out
+    EXPECT_TRUE(first == firstRecord && first->units == firstUnits && first->next == nullptr && queue == nullptr);
+    EXPECT_EQ(textOf(first), "0");
+    EXPECT_EQ(VLONG_free(&first, &queue), OK);
+    EXPECT_EQ(VLONG_free(&second, nullptr), OK);
+    EXPECT_EQ(VLONG_freeQueue(&queue), OK);
+    EXPECT_EQ(VLONG_freeQueue(&queue), OK);
+    EXPECT_EQ(VLONG_freeQueue(nullptr), OK);
+}
+
+TEST(Bignum, StorageUnitsAndBits) {
+    const Number kept("-3.2.1"), value("0");
+    EXPECT_EQ(VLONG_growKeep(kept, 10), OK);
+    EXPECT_EQ(kept.get()->capacity, 13U);
+    EXPECT_EQ(VLONG_growDiscard(kept, 13), OK); // enough there: the value stays
+    EXPECT_EQ(VLONG_copy(kept, kept), OK);
+    EXPECT_EQ(VLONG_copyMagnitude(kept, kept), OK);
+    EXPECT_EQ(kept.text(), "-3.2.1");
+    EXPECT_EQ(VLONG_growDiscard(kept, 14), OK);
+    EXPECT_EQ(kept.get()->capacity, 15U);
+    EXPECT_TRUE(VLONG_isZero(kept));
+    for (const auto grow : {VLONG_growKeep, VLONG_growDiscard}) {
+        const Number one("1");
+        EXPECT_EQ(grow(one, kMaxUnits + 1), ERR_BAD_LENGTH);
+        EXPECT_EQ(grow(one, std::numeric_limits<std::uint64_t>::max()), ERR_BAD_LENGTH);
+        EXPECT_EQ(grow(one, kMaxUnits), OK);
+        EXPECT_GT(one.get()->capacity, kMaxUnits);
+        EXPECT_EQ(grow(one, kMaxUnits + 1), ERR_BAD_LENGTH); // though the spare units would hold it
+    }
+    EXPECT_EQ(VLONG_getUnit(value, 0), 0U); // no units behind it yet
+    EXPECT_FALSE(VLONG_testBit(value, 0));
+    EXPECT_EQ(VLONG_setUnit(value, 5, 0), OK); // a zero is not stored above the length
+    EXPECT_EQ(value.text(), "0");
+    EXPECT_EQ(VLONG_setUnit(value, 2, 0xABCD), OK);
+    EXPECT_EQ(value.text(), "abcd.0*2");
+    EXPECT_EQ(VLONG_bitLength(value), 144U);
+    EXPECT_EQ(VLONG_getByte(value, 16) << 8 | VLONG_getByte(value, 17), 0xCDAB);
+    EXPECT_EQ(VLONG_getByte(value, 4000), 0);
+    EXPECT_TRUE(VLONG_testBit(value, 143) && !VLONG_testBit(value, 144));
+    EXPECT_EQ(VLONG_setBit(value, 0), OK);
+    EXPECT_EQ(VLONG_setUnit(value, 2, 0), OK); // the top goes, and the zero below it
+    EXPECT_EQ(value.text(), "1");
+    EXPECT_EQ(VLONG_setBit(value, 64 * kMaxUnits - 1), OK);
+    EXPECT_EQ(VLONG_bitLength(value), 64 * kMaxUnits);
+    EXPECT_EQ(VLONG_setBit(value, 64 * kMaxUnits), ERR_BAD_LENGTH);
+    EXPECT_EQ(VLONG_setBit(value, kHuge), ERR_BAD_LENGTH);
+    EXPECT_EQ(VLONG_setUnit(value, kHuge, 1), ERR_BAD_LENGTH);
+}
+
+TEST(Bignum, Limits) {
+    const Bytes zeros(65536), ones(65535, 0xFF);
+    Number value;
+    EXPECT_EQ(VLONG_fromBytes(ones.data(), 65535, value.out(), nullptr), OK);
+    EXPECT_EQ(value.text(), "ffffffffffffff.ffffffffffffffff*8191");
+    for (const std::int32_t count : {65536, -1, std::numeric_limits<std::int32_t>::min()}) { // too many though all zero
+        EXPECT_EQ(VLONG_fromBytes(zeros.data(), count, value.out(), nullptr), ERR_BAD_LENGTH);
+        EXPECT_EQ(value.get(), nullptr);
+    }
+    const std::vector<std::uint32_t> words(2 * kMaxUnits, 1);
+    for (const auto& [count, status] :
+         {std::pair{2 * kMaxUnits, OK}, {2 * kMaxUnits + 1, ERR_BAD_LENGTH}, {kHuge, ERR_BAD_LENGTH}}) {
+        EXPECT_EQ(VLONG_fromWords32(words.data(), count, value.out()), status);
+    }
+    std::vector<std::uint32_t> behindZeros(2 * kMaxUnits + 2);
+    behindZeros.back() = 7;
+    EXPECT_EQ(VLONG_fromWords32(behindZeros.data(), 2 * kMaxUnits + 2, value.out()), OK);
+    EXPECT_EQ(value.text(), "7");
+    Bytes low(3);
+    EXPECT_EQ(VLONG_toBytesFixed(Number("11223344"), low.data(), 3), OK); // the high byte is lost
+    EXPECT_EQ(textOf(low), "223344");
+
+    const Number three("3"), one("1"), full(Units(kMaxUnits, 1)), small("1");
+    { // a product above the limit takes no scratch
+        const Fault refused(heapFaults(), 1);
+        EXPECT_EQ(VLONG_square(small, full), ERR_BAD_LENGTH);
+    }
+    EXPECT_EQ(VLONG_setValue(small, 1), OK);
+    EXPECT_EQ(VLONG_subMagnitude(small, Number("2.0")), OK); // an unordered difference stays within its units
+    EXPECT_EQ(small.text(), "1");
+    for (const Unit lowest : {Unit{1}, Unit{2}}) { // by Montgomery's and by Barrett's method
+        for (const auto& [units, status] : {std::pair{4094U, OK}, {4096U, ERR_BAD_LENGTH}}) {
+            Units modulus(units);
+            modulus[0] = lowest;
+            modulus[units - 1] = ~Unit{0};
+            EXPECT_EQ(VLONG_modExp(three, one, Number(modulus), value.out(), nullptr), status) << units;
+        }
+    }
+    for (const auto& [units, status] : {std::pair{kMaxUnits - 3, OK}, {kMaxUnits - 2, ERR_BAD_LENGTH}}) {
+        EXPECT_EQ(VLONG_modExp(Number(Units(units, 5)), three, Number("7.7"), value.out(), nullptr), status);
+    }
+    EXPECT_EQ(VLONG_barrettReduce(Number("1.0.0"), Number("7"), one, value.out(), nullptr), ERR_BAD_LENGTH);
+
+    // What is left of a sum whose carry finds no room is zero, and must look like one.
+    small.get()->length = small.get()->capacity;
+    std::fill_n(small.get()->units, small.get()->length, ~Unit{0});
+    const Fault refused(heapFaults(), 1);
+    EXPECT_EQ(VLONG_addMagnitude(small, one), ERR_MEM_ALLOC_FAIL);
+    EXPECT_TRUE(VLONG_isZero(small));
+}
+
+TEST(Bignum, PrintAndMontgomeryZeros) {
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(VLONG_print("n", Number(std::string(98, 'a'))), OK);
+    EXPECT_EQ(VLONG_print("zero", Number("0")), OK);
+    std::string text = testing::internal::GetCapturedStdout();
+    std::erase(text, '\r');
+    const std::string line = std::string(48, 'A') + "\\\n";
+    EXPECT_EQ(text, "n\n" + line + line + "AA\nzero\n\n");
+
+    const Number zero("1"), a("5.5");
+    zero.get()->units[0] = 0; // length 1 and no value, as a Montgomery product leaves it
+    Number out;
+    EXPECT_EQ(VLONG_mod(a, zero, out.out(), nullptr), ERR_DIVIDE_BY_ZERO);
+    EXPECT_EQ(VLONG_mod(zero, a, out.out(), nullptr), OK);
+    EXPECT_EQ(out.text(), "0");
+}
+
+class Montgomery : public testing::Test {
+protected:
+    static Number power(const MontgomeryCtx& context, const Number& base, const Number& exponent) {
+        Number result;
+        EXPECT_EQ(VLONG_modExpCtx(&context, base, exponent, result.out(), nullptr), OK);
+        return result;
+    }
+    struct Context : MontgomeryCtx {
+        explicit Context(const Number& m) {
+            EXPECT_EQ(VLONG_initMontgomeryCtx(this, m, nullptr), OK);
+        }
+        ~Context() {
+            EXPECT_EQ(VLONG_clearMontgomeryCtx(this, nullptr), OK);
+        }
+    };
+    // R mod m and small bases in Montgomery form are a single unit.
+    const Number nearlyTheRadix{"ffffffffffffffff*15.ffffffffffffff97"};
+};
+
+TEST_F(Montgomery, ProductsOfRecords) {
+    const Number scratch("1"), tooLong(Units(17, 1)), a("5"), x("0");
+    const Context context(nearlyTheRadix), empty(Number("0"));
+    EXPECT_EQ(VLONG_montMultiply(&context, x, a, scratch), OK);
+    EXPECT_EQ(x.text() + textOf(x), "00");
+    EXPECT_EQ(x.get()->length, 1U); // a zero is left with one unit
+    EXPECT_EQ(VLONG_montSquare(&context, x, scratch), OK);
+    EXPECT_EQ(x.get()->length, 1U);
+    EXPECT_EQ(VLONG_montMultiply(&context, tooLong, a, scratch), ERR_BAD_LENGTH);
+    EXPECT_EQ(VLONG_montMultiply(&context, a, tooLong, scratch), ERR_BAD_LENGTH);
+    EXPECT_EQ(VLONG_montSquare(&context, tooLong, scratch), ERR_BAD_LENGTH);
+    EXPECT_EQ(VLONG_montMultiply(&empty, a, a, scratch), ERR_BAD_MODULO);
+    EXPECT_EQ(VLONG_montSquare(&empty, a, scratch), ERR_BAD_MODULO);
+    const Number one(105), two(2 * 105), seven(7 * 105); // in Montgomery form, with too little room for the modulus
+    EXPECT_EQ(VLONG_montMultiply(&context, one, two, scratch), OK);
+    EXPECT_EQ(one, two);
+    EXPECT_EQ(VLONG_montMultiply(&context, seven, seven, scratch), OK);
+    EXPECT_EQ(seven, Number(105 * 49));
+}
+
+TEST_F(Montgomery, ForeignModuliDoNoHarm) {
+    for (const char* text : {"0", "1", "2", "8000000000000000", "5.6", "1.0.0", "-7.7"}) {
+        SCOPED_TRACE(text);
+        const Number m(text);
+        const Context original(m);
+        MontgomeryCtx* clone = nullptr;
+        ASSERT_EQ(VLONG_cloneMontgomeryCtx(&original, &clone, nullptr), OK);
+        for (const char* base : {"3", "5.5.5.5"}) {
+            Number result;
+            const Status status = VLONG_modExpCtx(clone, Number(base), Number("f00d"), result.out(), nullptr);
+            EXPECT_EQ(status, VLONG_isZero(m) ? ERR_DIVIDE_BY_ZERO : OK);
+            EXPECT_TRUE(isError(status) ? result.get() == nullptr : VLONG_cmpMagnitude(result, m) < 0);
+        }
+        EXPECT_EQ(power(*clone, Number("5"), Number("0")).text(), "1");
+        Number one;
+        const Status status = VLONG_montExpWindow(clone, Number("5"), Number("0"), one.out(), nullptr);
+        EXPECT_TRUE(status == ERR_DIVIDE_BY_ZERO || one.text() == (m == Number("1") ? "0" : "1"));
+        EXPECT_EQ(VLONG_deleteMontgomeryCtx(&clone, nullptr), OK);
+        EXPECT_EQ(VLONG_deleteMontgomeryCtx(&clone, nullptr), OK);
+    }
+    const Context longest(Number("1.0*4093.1")), tooLong(Number("1.0*4094.1")); // whose squared radix has no room
+    EXPECT_EQ(longest.radixSquared->length > 0, tooLong.radixSquared->length == 0);
+    EXPECT_EQ(VLONG_deleteMontgomeryCtx(nullptr, nullptr), OK);
+    EXPECT_EQ(VLONG_clearMontgomeryCtx(nullptr, nullptr), OK);
+}
+
+TEST_F(Montgomery, PairsOfDifferentPowers) {
+    const Context small(Number("7.7.7")), large(nearlyTheRadix), other(Number(Units(16, ~Unit{0} - 2))),
+        empty(Number("0"));
+    const Number a(Units(16, 0x123456789ABCDEF)), b("abc*16"), longest("fedcba9876543210*16");
+    Number first, last;
+    for (const Context* second : {&small, &large, &other}) {
+        for (const Number& exponent : {Number("0"), Number("3"), longest}) {
+            EXPECT_EQ(
+                VLONG_modExpCtxPair({&large, a, exponent, first.out()}, {second, b, longest, last.out()}, nullptr), OK);
+            EXPECT_EQ(first, power(large, a, exponent));
+            EXPECT_EQ(last, power(*second, b, longest));
+        }
+    }
+    EXPECT_EQ(VLONG_modExpCtxPair({&large, a, b, first.out()}, {&empty, a, b, last.out()}, nullptr),
+              ERR_DIVIDE_BY_ZERO);
+    EXPECT_TRUE(first.get() == nullptr && last.get() == nullptr);
+}
+
+TEST_F(Montgomery, NullArguments) {
+    const Context context(Number("5"));
+    MontgomeryCtx *made = nullptr, place{}, bare{};
+    Number out;
+    vlong *v = Number("5").release(), *none = nullptr, **const q = nullptr, **const o = out.out();
+    std::uint8_t byte = 0, *bytes = nullptr;
+    std::uint32_t word = 0;
+    expectNullsRefused({VLONG_alloc}, o, q);
+    expectNullsRefused({VLONG_free}, &none, q);
+    EXPECT_EQ(VLONG_free(&none, q), ERR_NULL_POINTER);
+    expectNullsRefused({VLONG_newValue}, 1, o, q);
+    expectNullsRefused({VLONG_newCopy, VLONG_barrettMu}, v, o, q);
+    expectNullsRefused({VLONG_copy, VLONG_copyMagnitude, VLONG_addMagnitude, VLONG_subMagnitude, VLONG_square}, v, v);
+    expectNullsRefused({VLONG_clear, VLONG_shiftLeft1, VLONG_shiftRight1}, v);
+    expectNullsRefused({VLONG_setValue}, v, 1);
+    expectNullsRefused({VLONG_growKeep, VLONG_growDiscard}, v, 1);
+    expectNullsRefused({VLONG_setUnit}, v, 0, 1);
+    expectNullsRefused({VLONG_setBit, VLONG_shiftLeft, VLONG_shiftRight}, v, 0);
+    expectNullsRefused({VLONG_fromBytes}, &byte, -1, o, q);
+    expectNullsRefused({VLONG_toBytes}, v, nullptr, &word);
+    expectNullsRefused({VLONG_toBytesFixed}, v, &byte, 1);
+    expectNullsRefused({VLONG_fromWords32}, &word, 0, o);
+    expectNullsRefused({VLONG_fromMpint}, &byte, 1, o, &word);
+    expectNullsRefused({VLONG_toMpint}, v, &bytes, &word);
+    expectNullsRefused({VLONG_print}, "", v);
+    expectNullsRefused({VLONG_add, VLONG_sub}, v, v, q);
+    expectNullsRefused({VLONG_addUnit}, v, 1, q);
+    expectNullsRefused({VLONG_increment, VLONG_decrement}, v, q);
+    expectNullsRefused({VLONG_mul}, v, v, v);
+    expectNullsRefused({VLONG_mulColumns}, v, v, v, 1);
+    expectNullsRefused({VLONG_squareColumns}, v, v, 1);
+    expectNullsRefused({VLONG_divide}, v, v, v, v, q);
+    expectNullsRefused({VLONG_mulSigned, VLONG_mod, VLONG_div, VLONG_gcd, VLONG_modInverse}, v, v, o, q);
+    expectNullsRefused({VLONG_modExp, VLONG_modExpMontgomery, VLONG_modExpBarrett, VLONG_barrettReduce}, v, v, v, o, q);
+    expectNullsRefused({VLONG_barrettMulMod}, v, v, v, v, o, q);
+    expectNullsRefused({VLONG_newMontgomeryCtx}, &made, v, q);
+    expectNullsRefused({VLONG_initMontgomeryCtx}, &place, v, q);
+    expectNullsRefused({VLONG_cloneMontgomeryCtx}, &context, &made, q);
+    expectNullsRefused({VLONG_modExpCtx, VLONG_montExpWindow, VLONG_montExpBinary}, &context, v, v, o, q);
+    expectNullsRefused({VLONG_montMultiply}, &context, v, v, v);
+    expectNullsRefused({VLONG_montSquare}, &context, v, v);
+    EXPECT_EQ(VLONG_cloneMontgomeryCtx(&bare, &made, q), ERR_NULL_POINTER);
+    EXPECT_EQ(VLONG_modExpCtx(&bare, v, v, o, q), ERR_NULL_POINTER);
+    EXPECT_EQ(VLONG_modExpCtxPair({nullptr, v, v, o}, {&context, v, v, o}, q), ERR_NULL_POINTER);
+    EXPECT_EQ(VLONG_modExpCtxPair({&context, v, v, o}, {&context, v, v, nullptr}, q), ERR_NULL_POINTER);
+    EXPECT_EQ(textOf(v), "5");
+    EXPECT_EQ(VLONG_free(&v, q), OK);
+    EXPECT_EQ(VLONG_getUnit(nullptr, 0), 0U);
+    EXPECT_EQ(VLONG_cmp(nullptr, Number("5")), -1);
+    EXPECT_EQ(VLONG_cmpUnit(nullptr, 0), 0);
+    EXPECT_TRUE(VLONG_isZero(nullptr));
+}
+
+} // namespace

@@ -1,0 +1,109 @@
+package com.vantrel.zel.provider;
+
+import static com.vantrel.zel.provider.TestKeys.*;
+import static org.junit.jupiter.api.Assertions.assertThrows;
+
+import com.vantrel.zel.provider.RandomUses.Use;
+import java.math.BigInteger;
+import java.security.GeneralSecurityException;
+import java.security.KeyPair;
+import java.security.KeyPairGenerator;
+import java.security.SecureRandom;
+import java.security.spec.RSAKeyGenParameterSpec;
+import java.util.ArrayList;
+import java.util.List;
+import java.util.Random;
+import java.util.concurrent.ExecutorService;
+import java.util.concurrent.Executors;
+import java.util.concurrent.Future;
+import java.util.stream.Stream;
+import javax.crypto.Cipher;
+import org.junit.jupiter.api.Test;
+import org.junit.jupiter.params.ParameterizedTest;
+import org.junit.jupiter.params.provider.MethodSource;
+
+/** Every service as a Java program uses it: by one thread, with every result judged; and shared, which may cost results only. */
+class RandomUsesTest {
+    private static final int THREADS = 4;
+    private static final RandomUses USES = new RandomUses(5 << 20);
+
+    private static void repeat(Use use, int rounds) throws Exception {
+        Random random = new Random(1);
+        for (int round = 0; round < rounds; ++round) {
+            use.with(random, random.nextInt(8) == 0);
+        }
+    }
+
+    @Test
+    void digestCipherAndRandom() throws Exception {
+        repeat(USES.digest("SHA-1"), 300);
+        repeat(USES.digest("SHA-256"), 300);
+        repeat(USES.cipher(Cipher.ENCRYPT_MODE), 750);
+        repeat(USES.cipher(Cipher.DECRYPT_MODE), 750);
+        repeat(USES.random(), 50);
+        assertThrows(RuntimeException.class, () -> SecureRandom.getInstance("FIPS186PRNG", ZEL).generateSeed(-1));
+    }
+
+    /** Made here and by the JDK. */
+    static Stream<KeyPair> rsaKeys() throws Exception {
+        List<KeyPair> keys = new ArrayList<>(List.of(keyPair("RSA", 1024, ZEL)));
+        for (int bits : new int[] {512, 777, 1025, 2048, 4096}) {
+            keys.add(jdkPair("RSA", bits));
+        }
+        KeyPairGenerator generator = KeyPairGenerator.getInstance("RSA", "SunRsaSign");
+        for (BigInteger exponent : List.of(BigInteger.valueOf(3), new BigInteger("FFFFFFFB", 16))) {
+            generator.initialize(new RSAKeyGenParameterSpec(1024, exponent));
+            keys.add(generator.generateKeyPair());
+        }
+        return keys.stream();
+    }
+
+    @ParameterizedTest(name = "{index}")
+    @MethodSource("rsaKeys")
+    void rsa(KeyPair pair) throws Exception {
+        repeat(USES.signature("SHA1withRSA", pair), 20);
+        repeat(USES.signature("SHA256withRSA", pair), 20);
+    }
+
+    /** Many, for values of every length. */
+    @Test
+    void dsa() throws Exception {
+        repeat(USES.signature("SHA1withDSA", keyPair("DSA", 1024, ZEL)), 400);
+        repeat(USES.signature("SHA1withDSA", jdkPair("DSA", 1024)), 400);
+    }
+
+    /** Threads that share an object are a program's mistake and may cost it its results, but never the virtual machine. */
+    @Test
+    void shared() throws Exception {
+        RandomUses uses = new RandomUses(5000);
+        List<Use> shared = List.of(uses.digest("SHA-256"), uses.cipher(Cipher.ENCRYPT_MODE), uses.cipher(Cipher.DECRYPT_MODE),
+                uses.signature("SHA256withRSA", jdkPair("RSA", 1024)), uses.signature("SHA1withDSA", jdkPair("DSA", 1024)),
+                uses.random());
+        uses.isJudged = false;
+        ExecutorService threads = Executors.newFixedThreadPool(THREADS);
+        for (Use use : shared) {
+            List<Future<?>> ends = new ArrayList<>();
+            for (int i = 0; i < THREADS; ++i) {
+                Random random = new Random(i);
+                ends.add(threads.submit(() -> {
+                    for (int round = 0; round < 150; ++round) {
+                        try {
+                            use.with(random, random.nextInt(8) == 0);
+                        } catch (GeneralSecurityException | IllegalStateException e) {
+                            continue; // what a muddled object may say
+                        }
+                    }
+                    return null;
+                }));
+            }
+            for (Future<?> end : ends) {
+                end.get(); // throws what the thread has thrown
+            }
+        }
+        threads.shutdown();
+        uses.isJudged = true;
+        for (Use use : shared) {
+            use.with(new Random(1), true);
+        }
+    }
+}

@@ -1,0 +1,64 @@
+// Number: an owned big integer for tests, made of text and printed as text. A text is hexadecimal digits, or 64-bit units
+// of them joined by ".", most significant first, "U*n" for n equal units; "-" in front is the sign flag; "none" is no record.
+// What a Number itself allocates is never refused.
+#ifndef ZELSPI_TESTS_SUPPORT_NUMBER_H
+#define ZELSPI_TESTS_SUPPORT_NUMBER_H
+
+#include "core/bignum/scoped_vlong.h"
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <random>
+#include <string>
+#include <vector>
+
+using Units = std::vector<Unit>;
+
+class Number : public ScopedVlong {
+public:
+    Number() : ScopedVlong(nullptr) {
+    }
+    explicit Number(const std::string& text);
+    explicit Number(const char* text) : Number(std::string(text)) {
+    }
+    explicit Number(Unit value) : Number(Units{value}) {
+    }
+    explicit Number(const Units& leastFirst, bool isNegative = false); // zero top units are trimmed
+    Number(const Number& other);
+
+    operator vlong*() const {
+        return get();
+    }
+    std::string text() const;
+    std::string hex() const; // whole bytes without leading zeros
+};
+
+// Random: units from a fixed seed; with `extreme` most of them are 0, 1, 2^63, 2^64-1 and the like.
+class Random {
+public:
+    explicit Random(std::uint64_t seed) : generator_(seed) {
+    }
+    Unit unit() {
+        return generator_();
+    }
+    std::uint32_t below(std::uint32_t bound) {
+        return static_cast<std::uint32_t>(unit() % bound);
+    }
+    Units units(std::size_t count, bool extreme = false);
+
+private:
+    std::mt19937_64 generator_;
+};
+
+std::string textOf(const vlong* value);
+std::string hexOf(const vlong* value); // "null" for none
+
+inline bool operator==(const Number& a, const Number& b) {
+    return a.text() == b.text();
+}
+inline void PrintTo(const Number& number, std::ostream* stream) {
+    *stream << number.text();
+}
+
+#endif
