@@ -114,10 +114,13 @@ void runRound(Fips186State* state, std::size_t j, RoundScratch& scratch) {
     store(block[4], static_cast<std::uint32_t>(scratch.x[0]));
 }
 
-void runRounds(Fips186State* state, RoundScratch& scratch) {
+// Behind it wipeRounds: there are more words of the key than registers.
+[[gnu::noinline]] void runRounds(Fips186State* state, RoundScratch& scratch) {
     runRound(state, 0, scratch);
     runRound(state, 1, scratch);
 }
+
+constexpr auto wipeRounds = wipeStack<512>;
 
 void writeBlock(Fips186State* state, std::uint8_t* bytes) {
     for (std::size_t i = 0; i < std::size(state->block); ++i) {
@@ -147,6 +150,7 @@ template <typename Put> Status generate(Fips186State* state, std::uint8_t* buffe
         state->blockRemaining = static_cast<std::int8_t>(remaining - count);
         done += count;
     }
+    wipeRounds();
     (void)rtosMutexRelease(state->mutex); // the bytes are good all the same
     return OK;
 }
@@ -208,6 +212,7 @@ Status fips186GenerateOverKey(Fips186State* state) {
 void fips186Stir(Fips186State* state) {
     RoundScratch scratch;
     runRounds(state, scratch);
+    wipeRounds();
 }
 
 void xorKeyByte(Fips186State* state, std::size_t index, std::uint8_t mask) {
