@@ -196,7 +196,9 @@ TEST(Stack, OfTheRandomGenerator) {
         std::uint8_t bytes[100];
         return randomGenerate(context, bytes, 100);
     });
-    const Octets key = octetsOf(context->state.xkey, 8); // its upper words are those of the last rounds
+    std::uint64_t words[Xkey::kWords];
+    context->state.xkey.asBlock(words);
+    const Octets key = octetsOf(words, 8); // its upper words are those of the last rounds
     expectNone(stack, {key, reversed(key, 64)});
 }
 
