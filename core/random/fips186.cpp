@@ -20,7 +20,7 @@ struct RoundScratch {
 
 // xval += XSEED, by way of bytes. The addition is aligned at the end of what remains of the XSEED, so a longer one contributes
 // its last keyBytes bytes in every round; programs depend on that.
-void addXseed(Fips186State* state, std::uint64_t* xval) {
+[[gnu::noinline]] void addXseed(Fips186State* state, std::uint64_t* xval) {
     const std::uint8_t keyBytes = state->xkey.keyBytes();
     SecretArray<std::uint8_t, kMaxKeyBytes> bytes;
     for (std::size_t i = 0; i < Xkey::kWords; ++i) {
@@ -36,6 +36,11 @@ void addXseed(Fips186State* state, std::uint64_t* xval) {
     }
 }
 
+// A word of the block := the lower half of value.
+void storeWord(std::uint32_t& word, std::uint64_t value) {
+    std::atomic_ref(word).store(static_cast<std::uint32_t>(value), std::memory_order_relaxed);
+}
+
 // Round j (0 or 1) of a block. xval is the caller's own: two threads may be here at once, and G must see a block of one
 // piece.
 void runRound(Fips186State* state, std::size_t j, RoundScratch& scratch) {
@@ -45,11 +50,13 @@ void runRound(Fips186State* state, std::size_t j, RoundScratch& scratch) {
     }
     sha1GKernel().run(scratch.xval.data(), scratch.x.data());
     state->xkey.addOnePlus(scratch.x.data());
-    const std::uint64_t x[] = {scratch.x[2], scratch.x[1] >> 32, scratch.x[1], scratch.x[0] >> 32, scratch.x[0]};
-    for (std::size_t i = 0; i < kSha1StateWords; ++i) {
-        std::atomic_ref(state->block[kSha1StateWords * j + i])
-            .store(static_cast<std::uint32_t>(x[i]), std::memory_order_relaxed);
-    }
+    const std::uint64_t* const x = scratch.x.data();
+    std::uint32_t* const block = state->block + kSha1StateWords * j;
+    storeWord(block[0], x[2]);
+    storeWord(block[1], x[1] >> 32);
+    storeWord(block[2], x[1]);
+    storeWord(block[3], x[0] >> 32);
+    storeWord(block[4], x[0]);
 }
 
 // Behind it wipeRounds: there are more words of the key than registers.
@@ -66,10 +73,20 @@ void writeBlock(Fips186State* state, std::uint8_t* bytes) {
     }
 }
 
-// Hands the next `length` bytes to put(position, bytes, count), piece by piece as they are produced.
-template <typename Put> Status generate(Fips186State* state, std::uint32_t length, Put put) {
-    RETURN_IF_ERROR(rtosMutexWait(state->mutex));
+// bytes[count] := the block's bytes from `first` on. A whole block takes no copy between.
+void takeFromBlock(Fips186State* state, std::size_t first, std::size_t count, std::uint8_t* bytes) {
+    if (count == kGeneratorBlockBytes) {
+        writeBlock(state, bytes);
+        return;
+    }
     SecretArray<std::uint8_t, kGeneratorBlockBytes> block;
+    writeBlock(state, block.data());
+    std::memcpy(bytes, block.data() + first, count);
+}
+
+// Produces the next `length` bytes, piece by piece: take(position, first, count) has to take these of the block.
+template <typename Take> Status generate(Fips186State* state, std::uint32_t length, Take take) {
+    RETURN_IF_ERROR(rtosMutexWait(state->mutex));
     RoundScratch scratch;
     for (std::uint32_t done = 0; done < length;) {
         if (state->blockRemaining == 0) {
@@ -78,8 +95,7 @@ template <typename Put> Status generate(Fips186State* state, std::uint32_t lengt
         }
         const std::uint32_t remaining = static_cast<std::uint8_t>(state->blockRemaining); // 0 to 40
         const std::uint32_t count = std::min(length - done, remaining);
-        writeBlock(state, block.data());
-        put(done, block.data() + kGeneratorBlockBytes - remaining, count);
+        take(done, kGeneratorBlockBytes - remaining, count);
         state->blockRemaining = static_cast<std::int8_t>(remaining - count);
         done += count;
     }
@@ -122,8 +138,8 @@ Status fips186Generate(Fips186State* state, std::uint8_t* buffer, std::uint32_t 
     if (state == nullptr || buffer == nullptr) {
         return ERR_NULL_POINTER;
     }
-    return generate(state, length, [buffer](std::uint32_t at, const std::uint8_t* bytes, std::uint32_t count) {
-        std::memcpy(buffer + at, bytes, count);
+    return generate(state, length, [=](std::uint32_t at, std::size_t first, std::uint32_t count) {
+        takeFromBlock(state, first, count, buffer + at);
     });
 }
 
@@ -131,12 +147,13 @@ Status fips186GenerateOverKey(Fips186State* state) {
     if (state == nullptr) {
         return ERR_NULL_POINTER;
     }
-    return generate(state, state->xkey.keyBytes(),
-                    [state](std::uint32_t at, const std::uint8_t* bytes, std::uint32_t count) {
-                        for (std::uint32_t i = 0; i < count; ++i) {
-                            state->xkey.setByte(at + i, bytes[i]);
-                        }
-                    });
+    SecretArray<std::uint8_t, kGeneratorBlockBytes> bytes;
+    return generate(state, state->xkey.keyBytes(), [&](std::uint32_t at, std::size_t first, std::uint32_t count) {
+        takeFromBlock(state, first, count, bytes.data());
+        for (std::uint32_t i = 0; i < count; ++i) {
+            state->xkey.setByte(at + i, bytes.data()[i]);
+        }
+    });
 }
 
 void fips186Stir(Fips186State* state) {
