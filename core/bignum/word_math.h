@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <utility>
 
 // wordRemainders: remainders[i] := |n| mod divisors[i]. One pass over n, two word-sized divisions a unit and divisor; those
 // by different divisors overlap.
@@ -55,10 +56,22 @@ inline Unit secretRemainder(const vlong* n, Unit divisor) {
     return remainder;
 }
 
-// wordInverse: 1/a mod m for a < m and an odd m, in as many steps for every a; if there is none, *isFound, which is public,
+// quickInverse: 1/a mod p for 0 < a < p below 2^15 and p prime, in a time that depends on both.
+inline std::uint32_t quickInverse(std::uint32_t a, std::uint32_t p) {
+    auto g = static_cast<std::int32_t>(p), h = static_cast<std::int32_t>(a);
+    std::int32_t u = 0, v = 1;
+    while (h != 0) {
+        const std::int32_t q = g / h;
+        g = std::exchange(h, g - q * h);
+        u = std::exchange(v, u - q * v);
+    }
+    return static_cast<std::uint32_t>(u < 0 ? u + static_cast<std::int32_t>(p) : u);
+}
+
+// secretInverse: 1/a mod m for a < m and an odd m, in as many steps for every a; if there is none, *isFound, which is public,
 // is false. The binary form of Euclid's algorithm: f a = g and v a = h modulo m, h odd; each step takes a bit off g or h,
 // until g is 0 and h the divisor.
-inline Unit wordInverse(Unit a, Unit m, bool* isFound) {
+inline Unit secretInverse(Unit a, Unit m, bool* isFound) {
     Unit g = a, h = m, f = 1, v = 0;
     for (auto left = 2 * std::bit_width(m); left > 0; --left) {
         const Unit isOdd = Unit{0} - (g & 1), isSwapped = isOdd & signMask(g - h);

@@ -36,7 +36,7 @@ Status inverseOfExponent(const vlong* exponent, const vlong* modulus, vlong** ou
     // A modulus of one unit may be below e, or negative (p = 0); Euclid's algorithm has its own answers there.
     if (exponent->length == 1 && e >= 3 && e % 2 != 0 && highHalf(e) == 0 && modulus->length >= 2) {
         bool isFound = false;
-        const Unit k = e - wordInverse(secretRemainder(modulus, e), e, &isFound);
+        const Unit k = e - secretInverse(secretRemainder(modulus, e), e, &isFound);
         if (isFound) {
             ScopedVlong inverse(queue);
             RETURN_IF_ERROR(inverse.alloc());

@@ -58,8 +58,7 @@ using Remainders = SecretArray<Unit, Batch::kGroups>;
 void mark(std::uint16_t* factors, std::uint32_t count, std::uint32_t p, std::uint32_t start, std::uint32_t step) {
     std::uint32_t i = 0, distance = p;
     if (step != 0) {
-        bool isFound = false;                                                             // always: p is prime
-        i = static_cast<std::uint32_t>((p - start) * wordInverse(step, p, &isFound) % p); // start + i * step = 0
+        i = (p - start) * quickInverse(step, p) % p; // start + i * step = 0
     } else if (start == 0) {
         distance = 1;
     } else {
