@@ -62,18 +62,26 @@ Status messageOf(const DSAKey& key, const HashAlgorithm& algorithm, Digest diges
     return bits > qBits ? VLONG_shiftRight(m.get(), bits - qBits) : OK;
 }
 
+// Whether (r, s) is a signature of m.
+Status verifyIntegers(const DSAKey& key, const vlong* m, const vlong* r, const vlong* s) {
+    bool isValid = false;
+    const Status status = Dsa_Verify(&key, m, r, s, &isValid, nullptr);
+    if (status != ERR_CRYPTO_DSA_SIGN_VERIFY_RS_TEST) {
+        RETURN_IF_ERROR(status);
+    }
+    return isValid ? OK : ERR_RSA_BAD_SIGNATURE;
+}
+
 Status signDsa(const ZelKey& key, const HashAlgorithm& algorithm, Digest digest, Room& room) {
     const DSAKey& dsaKey = *asymKeyDsa(&key.key);
     RETURN_IF_ERROR(room.demand(zelKeySignatureSize(&key)));
     RandomContext* context = nullptr;
     RETURN_IF_ERROR(sharedRandom(&context));
     ScopedVlong m(nullptr), r(nullptr), s(nullptr);
-    bool isVerified = false;
     RETURN_IF_ERROR(messageOf(dsaKey, algorithm, digest, m));
-    RETURN_IF_ERROR(Dsa_Sign(sharedBytes(context), &dsaKey, m.get(), &isVerified, r.out(), s.out(), nullptr));
-    if (!isVerified) {
-        return ERR_RSA_BAD_SIGNATURE;
-    }
+    // Checked here and not by the signing itself, which does not tell want of memory from a signature that is wrong.
+    RETURN_IF_ERROR(Dsa_Sign(sharedBytes(context), &dsaKey, m.get(), nullptr, r.out(), s.out(), nullptr));
+    RETURN_IF_ERROR(verifyIntegers(dsaKey, m.get(), r.get(), s.get()));
     std::uint8_t* bytes = nullptr;
     std::uint32_t count = 0;
     SecretBuffer der;
@@ -110,12 +118,7 @@ Status verifyDsa(const ZelKey& key, const HashAlgorithm& algorithm, Digest diges
         return ERR_RSA_BAD_SIGNATURE;
     }
     RETURN_IF_ERROR(messageOf(dsaKey, algorithm, digest, m));
-    const Status status = Dsa_Verify(&dsaKey, m.get(), r.get(), s.get(), &is, nullptr);
-    if (status == ERR_CRYPTO_DSA_SIGN_VERIFY_RS_TEST) {
-        return ERR_RSA_BAD_SIGNATURE;
-    }
-    RETURN_IF_ERROR(status);
-    return is ? OK : ERR_RSA_BAD_SIGNATURE;
+    return verifyIntegers(dsaKey, m.get(), r.get(), s.get());
 }
 
 // The digest of a message, or the one given.

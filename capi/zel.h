@@ -195,7 +195,8 @@ enum { ZEL_DER = 1, ZEL_PEM = 2 };
 // zelKeyReadPublic: *key := the public key: X.509 SubjectPublicKeyInfo (RSA, DSA) or PKCS#1, in DER or PEM.
 // In/out:  of text the first PEM block counts, whatever stands around it. What follows the key's DER is not looked at.
 // Errors:  ZEL_ERR_PEM; ZEL_ERR_BAD_KEY_TYPE a public key for a private one or the reverse; ZEL_ERR_RSA_INVALID_MODULUS;
-//          ZEL_ERR_DSA_INVALID_KEYLENGTH p above 16384 bits, q or x above 4096; else a code of the parser.
+//          ZEL_ERR_DSA_INVALID_KEYLENGTH p above 16384 bits, q or x above 4096; ZEL_ERR_RTOS_MUTEX_CREATE; else a code of the
+//          parser.
 // Secrets: time shows the lengths of the key's numbers, and where the lines of PEM end.
 ZEL_EXPORT ZelStatus zelKeyReadPrivate(const void* bytes, size_t length, ZelKey** key);
 ZEL_EXPORT ZelStatus zelKeyReadPublic(const void* bytes, size_t length, ZelKey** key);
