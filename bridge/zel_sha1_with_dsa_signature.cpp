@@ -1,12 +1,12 @@
 #include "bridge/zel_sha1_with_dsa_signature.h"
 
-#include "bridge/dsa_der.h"
 #include "bridge/java_arrays.h"
 #include "bridge/shared_random.h"
 #include "bridge/zel_sha1_message_digest.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
 #include "core/pubkey/dsa.h"
+#include "core/pubkey/dsa_der.h"
 #include "core/pubkey/key_der.h"
 
 #include <algorithm>
