@@ -5,7 +5,7 @@
 #include "bridge/zel_sha256_message_digest.h"
 
 template <typename Hash> ShaDigestEngine<Hash>::~ShaDigestEngine() {
-    (void)Hash::release(&context_); // there may be none
+    (void)Hash::release(&context_); // null is skipped
 }
 
 template <typename Hash> void ShaDigestEngine<Hash>::reset(JNIEnv* env, jobject) {
@@ -13,7 +13,7 @@ template <typename Hash> void ShaDigestEngine<Hash>::reset(JNIEnv* env, jobject)
 }
 
 template <typename Hash> enum_errDescrValues ShaDigestEngine<Hash>::nativeReset() {
-    (void)Hash::release(&context_); // there may be none
+    (void)Hash::release(&context_); // null is skipped
     RETURN_IF_ERROR(Hash::alloc(&context_));
     return Hash::init(context_);
 }
