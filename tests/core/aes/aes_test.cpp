@@ -1,7 +1,6 @@
 #include "core/aes/aes.h"
 #include "core/aes/aes_kernels.h"
 #include "tests/support/faults.h"
-#include "tests/support/refused_nulls.h"
 #include "tests/support/vectors.h"
 
 #include <cstring>

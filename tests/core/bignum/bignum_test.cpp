@@ -4,7 +4,6 @@
 #include "core/bignum/vlong_math.h"
 #include "core/memory/memory.h"
 #include "tests/support/faults.h"
-#include "tests/support/hex.h"
 #include "tests/support/number.h"
 #include "tests/support/vectors.h"
 
