@@ -12,21 +12,6 @@ namespace {
 
 constexpr std::uint32_t kHuge = std::numeric_limits<std::uint32_t>::max();
 
-TEST(Bignum, QueueRecyclesRecords) {
-    vlong *queue = nullptr, *first = Number("-7").release(), *second = Number("8").release(), *const record = first;
-    const Unit* const units = first->units;
-    EXPECT_EQ(VLONG_free(&second, &queue), OK);
-    EXPECT_EQ(VLONG_free(&first, &queue), OK);
-    EXPECT_TRUE(first == nullptr && queue == record && units[0] == 7); // parked as it was
-    ASSERT_EQ(VLONG_alloc(&first, &queue), OK);                        // last in, first out
-    EXPECT_TRUE(first == record && first->units == units && first->next == nullptr && queue != nullptr);
-    EXPECT_EQ(textOf(first), "0");
-    EXPECT_EQ(VLONG_free(&first, &queue), OK);
-    EXPECT_EQ(VLONG_freeQueue(&queue), OK);
-    EXPECT_EQ(VLONG_freeQueue(&queue), OK);
-    EXPECT_EQ(VLONG_freeQueue(nullptr), OK);
-}
-
 TEST(Bignum, StorageUnitsAndBits) {
     const Number kept("-3.2.1"), value("0");
     EXPECT_EQ(VLONG_growKeep(kept, 10), OK);

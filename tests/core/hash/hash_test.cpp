@@ -32,6 +32,9 @@ VectorOperation digest(std::string_view name) {
             RETURN_IF_ERROR(sha.digest(message.data(), static_cast<std::uint32_t>(message.size()), whole.data()));
             for (const Sizes& pieces :
                  {Sizes{1}, {63}, {64}, {65}, {127}, {128}, {129}, {1000}, {0, 3, 200, 17, 64, 1}}) {
+                if (message.size() > 5000 && pieces[0] < 1000) { // takes too long
+                    continue;
+                }
                 RETURN_IF_ERROR(inPieces(sha, message, pieces, split));
                 EXPECT_EQ(split, whole) << "in pieces of " << pieces[0];
             }
