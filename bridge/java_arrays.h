@@ -2,9 +2,8 @@
 #ifndef ZELSPI_BRIDGE_JAVA_ARRAYS_H
 #define ZELSPI_BRIDGE_JAVA_ARRAYS_H
 
+#include "bridge/java_exceptions.h"
 #include "core/memory/secret.h"
-
-#include <jni.h>
 
 // requireArray: whether the array is there; a null one raises NullPointerException "array is null".
 bool requireArray(JNIEnv* env, jarray array);
@@ -12,6 +11,8 @@ bool requireArray(JNIEnv* env, jarray array);
 // requireSlice: whether array[offset .. offset + length) lies inside the array.
 // Errors:  as requireArray; ArrayIndexOutOfBoundsException "offset or length out of range".
 bool requireSlice(JNIEnv* env, jarray array, jint offset, jint length);
+// The same for an array whose size is known already, so that the VM is not asked again.
+bool requireSlice(JNIEnv* env, jsize size, jint offset, jint length);
 
 // CriticalBytes: a byte array opened as a critical region, closed (with what was written) at the end of the scope.
 // While one is open nothing may call JNI, block or raise; only further regions may be opened. Where one Java array may
@@ -47,8 +48,23 @@ private:
 // Errors:  false with an OutOfMemoryError pending.
 bool copyOfArray(JNIEnv* env, jbyteArray array, SecretBuffer* copy);
 
-// newArray: a new array with bytes[length] in it.
-// Errors:  null with an OutOfMemoryError pending.
-jbyteArray newArray(JNIEnv* env, const std::uint8_t* bytes, std::uint32_t length);
+// withBytes: work(bytes) with the array open, of which the first `length` bytes are looked at. No other region is open.
+// Errors:  false with an OutOfMemoryError pending; work has not been called.
+template <typename Work> bool withBytes(JNIEnv* env, jbyteArray array, jsize length, Work work) {
+    {
+        const CriticalBytes bytes(env, array, length);
+        if (bytes.isOpen()) {
+            work(bytes.data());
+            return true;
+        }
+    }
+    raiseOutOfMemory(env);
+    return false;
+}
+
+// newArray: a new array of so many zeros. arrayOf: one with bytes[length] in it.
+// Errors:  null with an OutOfMemoryError pending; no Java array holds more than INT_MAX bytes.
+jbyteArray newArray(JNIEnv* env, std::uint64_t length);
+jbyteArray arrayOf(JNIEnv* env, const std::uint8_t* bytes, std::uint32_t length);
 
 #endif

@@ -1,7 +1,6 @@
 #include "bridge/sha_digest_engine.h"
 
 #include "bridge/java_arrays.h"
-#include "bridge/java_exceptions.h"
 #include "bridge/zel_sha1_message_digest.h"
 #include "bridge/zel_sha256_message_digest.h"
 
@@ -10,10 +9,7 @@ template <typename Hash> ShaDigestEngine<Hash>::~ShaDigestEngine() {
 }
 
 template <typename Hash> void ShaDigestEngine<Hash>::reset(JNIEnv* env, jobject) {
-    const Status status = nativeReset();
-    if (isError(status)) {
-        throwException(env, kProviderException, "error resetting digest", status);
-    }
+    (void)requireOk(env, kProviderException, "error resetting digest", nativeReset());
 }
 
 template <typename Hash> enum_errDescrValues ShaDigestEngine<Hash>::nativeReset() {
@@ -24,19 +20,11 @@ template <typename Hash> enum_errDescrValues ShaDigestEngine<Hash>::nativeReset(
 
 template <typename Hash>
 void ShaDigestEngine<Hash>::update(JNIEnv* env, jobject, jbyteArray input, jint offset, jint length) {
-    if (!requireSlice(env, input, offset, length)) {
-        return;
-    }
     Status status = OK;
-    {
-        const CriticalBytes bytes(env, input, offset + length); // not asking for the length again
-        if (!bytes.isOpen()) {
-            raiseOutOfMemory(env);
-            return;
-        }
-        status = nativeUpdate(bytes.data(), offset, length);
-    }
-    if (isError(status)) {
+    const auto work = [&](const std::uint8_t* bytes) {
+        status = nativeUpdate(bytes, offset, length);
+    };
+    if (requireSlice(env, input, offset, length) && withBytes(env, input, offset + length, work) && isError(status)) {
         throwException(env, kProviderException, "unable to update digest");
     }
 }
@@ -74,12 +62,13 @@ jint ShaDigestEngine<Hash>::digest(JNIEnv* env, jobject object, jbyteArray outpu
     }
     // The room is judged by the caller's length, although the whole digest is written; what is really written is judged
     // after that. 64 bits, because a negative offset could overflow.
-    const std::int64_t room = std::int64_t{env->GetArrayLength(output)} - offset;
+    const jsize size = env->GetArrayLength(output);
+    const std::int64_t room = std::int64_t{size} - offset;
     if (room < length || (offset >= 0 && room < Hash::kDigestBytes)) {
         throwException(env, kDigestException, "insufficient space for digest");
         return 0;
     }
-    if (!requireSlice(env, output, offset, Hash::kDigestBytes)) {
+    if (!requireSlice(env, size, offset, Hash::kDigestBytes)) {
         return 0;
     }
     return finishInto(env, object, output, offset) ? Hash::kDigestBytes : 0;
@@ -89,12 +78,8 @@ template <typename Hash> jbyteArray ShaDigestEngine<Hash>::digest(JNIEnv* env, j
     if (!ensureReady(env, object)) {
         return nullptr;
     }
-    const jbyteArray output = env->NewByteArray(Hash::kDigestBytes);
-    if (output == nullptr) {
-        raiseOutOfMemory(env);
-        return nullptr;
-    }
-    return finishInto(env, object, output, 0) ? output : nullptr;
+    const jbyteArray output = newArray(env, Hash::kDigestBytes);
+    return output != nullptr && finishInto(env, object, output, 0) ? output : nullptr;
 }
 
 template <typename Hash> int ShaDigestEngine<Hash>::nativeDigest(std::uint8_t* output, int) {
@@ -106,6 +91,14 @@ template <typename Hash> int ShaDigestEngine<Hash>::nativeDigest(std::uint8_t* o
     return Hash::kDigestBytes;
 }
 
+template <typename Hash> enum_errDescrValues ShaDigestEngine<Hash>::continueFrom(const ShaDigestEngine& other) {
+    if (other.context_ != nullptr) {
+        RETURN_IF_ERROR(nativeReset());
+        *context_ = *other.context_;
+    }
+    return OK;
+}
+
 template <typename Hash> bool ShaDigestEngine<Hash>::ensureReady(JNIEnv* env, jobject object) {
     if (context_ == nullptr) {
         reset(env, object);
@@ -114,8 +107,7 @@ template <typename Hash> bool ShaDigestEngine<Hash>::ensureReady(JNIEnv* env, jo
 }
 
 template <typename Hash> bool ShaDigestEngine<Hash>::resetOrRaise(JNIEnv* env, jobject object, Status status) {
-    if (isError(status)) {
-        throwException(env, kProviderException, "error calculating final digest", status);
+    if (!requireOk(env, kProviderException, "error calculating final digest", status)) {
         return false;
     }
     reset(env, object);
@@ -125,15 +117,10 @@ template <typename Hash> bool ShaDigestEngine<Hash>::resetOrRaise(JNIEnv* env, j
 template <typename Hash>
 bool ShaDigestEngine<Hash>::finishInto(JNIEnv* env, jobject object, jbyteArray output, jint offset) {
     Status status = OK;
-    {
-        const CriticalBytes bytes(env, output, Hash::kDigestBytes); // the caller has made sure of more than none
-        if (!bytes.isOpen()) {
-            raiseOutOfMemory(env);
-            return false;
-        }
-        status = Hash::finish(context_, bytes.data() + offset);
-    }
-    return resetOrRaise(env, object, status);
+    const auto work = [&](std::uint8_t* bytes) {
+        status = Hash::finish(context_, bytes + offset);
+    };
+    return withBytes(env, output, offset + Hash::kDigestBytes, work) && resetOrRaise(env, object, status);
 }
 
 template class ShaDigestEngine<Sha1DigestHash>;

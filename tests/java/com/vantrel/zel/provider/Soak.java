@@ -115,7 +115,7 @@ public final class Soak {
                 return uses.signature("SHA1withDSA", random.nextInt(200) == 0 ? keyPair("DSA", 1024, ZEL) : dsa);
             default:
                 for (int i = 0; i < 500; ++i) { // nobody ends these; an engine takes about 250 bytes
-                    MessageDigest.getInstance("SHA-256", ZEL).update(new byte[300]);
+                    MessageDigest.getInstance("SHA-256", ZEL).update(new byte[5000]);
                 }
                 return uses.random();
         }
