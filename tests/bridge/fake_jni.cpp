@@ -1,7 +1,5 @@
 #include "tests/bridge/fake_jni.h"
 
-#include "tests/support/test_heap.h"
-
 #include <algorithm>
 #include <cstdarg>
 #include <set>
