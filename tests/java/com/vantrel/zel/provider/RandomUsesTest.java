@@ -1,7 +1,7 @@
 package com.vantrel.zel.provider;
 
 import static com.vantrel.zel.provider.TestKeys.*;
-import static org.junit.jupiter.api.Assertions.assertThrows;
+import static org.junit.jupiter.api.Assertions.*;
 
 import com.vantrel.zel.provider.RandomUses.Use;
 import java.math.BigInteger;
@@ -32,9 +32,22 @@ class RandomUsesTest {
         repeat(USES.digest("SHA-1"), 300);
         repeat(USES.digest("SHA-256"), 300);
         repeat(USES.cipher(Cipher.ENCRYPT_MODE), 750);
-        repeat(USES.cipher(Cipher.DECRYPT_MODE), 750);
+        repeat(USES.cipher(Cipher.DECRYPT_MODE), 1500);
         repeat(USES.random(), 50);
         assertThrows(RuntimeException.class, () -> SecureRandom.getInstance("FIPS186PRNG", ZEL).generateSeed(-1));
+    }
+
+    @Test
+    void refusedCallsLeaveADigestAlone() throws Exception {
+        MessageDigest digest = MessageDigest.getInstance("SHA-256", ZEL);
+        byte[] message = {1, 2, 3};
+        digest.update(message);
+        assertRefuses("DigestException: insufficient space for digest", () -> digest.digest(new byte[40], 0, 31));
+        assertRefuses("DigestException: insufficient space for digest", () -> digest.digest(new byte[40], -1, 32));
+        assertRefuses("ArrayIndexOutOfBoundsException: offset or length out of range", () -> digest.update(message, -1, 2));
+        assertRefuses("ArrayIndexOutOfBoundsException: offset or length out of range", () -> digest.update(message, 1, -1));
+        assertThrows(CloneNotSupportedException.class, digest::clone);
+        assertArrayEquals(MessageDigest.getInstance("SHA-256", "SUN").digest(message), digest.digest());
     }
 
     /** Made here and by the JDK. */
@@ -69,27 +82,22 @@ class RandomUsesTest {
     @Test
     void shared() throws Exception {
         RandomUses uses = new RandomUses(5000);
-        List<Use> shared = List.of(uses.digest("SHA-256"), uses.cipher(Cipher.ENCRYPT_MODE), uses.cipher(Cipher.DECRYPT_MODE),
-                uses.signature("SHA256withRSA", jdkPair("RSA", 1024)), uses.signature("SHA1withDSA", jdkPair("DSA", 1024)),
-                uses.random());
+        List<Use> shared = uses.all(jdkPair("RSA", 1024), jdkPair("DSA", 1024));
         uses.isJudged = false;
         ExecutorService threads = Executors.newFixedThreadPool(THREADS);
         for (Use use : shared) {
-            List<Future<?>> ends = new ArrayList<>();
-            for (int i = 0; i < THREADS; ++i) {
-                Random random = new Random(i);
-                ends.add(threads.submit(() -> {
-                    for (int round = 0; round < 150; ++round) {
-                        try {
-                            use.with(random, random.nextInt(8) == 0);
-                        } catch (GeneralSecurityException | IllegalStateException e) {
-                            continue; // what a muddled object may say
-                        }
+            Callable<Void> rounds = () -> {
+                Random random = new Random();
+                for (int round = 0; round < 150; ++round) {
+                    try {
+                        use.with(random, random.nextInt(8) == 0);
+                    } catch (GeneralSecurityException | IllegalStateException e) {
+                        continue; // what a muddled object may say
                     }
-                    return null;
-                }));
-            }
-            for (Future<?> end : ends) {
+                }
+                return null;
+            };
+            for (Future<Void> end : threads.invokeAll(Collections.nCopies(THREADS, rounds))) {
                 end.get(); // throws what the thread has thrown
             }
         }
