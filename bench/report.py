@@ -25,7 +25,7 @@ NATIVE = {
 }
 CALLED = {"rsa": "RSA "} # what a program's rows leave out
 # Rows of the Java comparison that count.
-JAVA = re.compile(r"^(digest SHA-(1|256) (64|16384)|cipher \w+ 16384|random 16384|SHA\d+with\w+ \d+ (sign|verify)|.* key pair)\s")
+JAVA = re.compile(r"^(digest SHA-(1|256) (16|64|256|1024|16384)|cipher \w+ (16|256|1024|16384)|random (16|16384)|SHA\d+with\w+ \d+ (sign|verify)|.* key pair)\s")
 JAVA_ROW = re.compile(r"^(?P<work>.+?)\s+(?:median\s+)?(?P<time>[\d.]+) (?P<unit>ns|ms)(?P<peers>.*)$")
 JAVA_PEER = re.compile(r"([\d.]+) of (\S+)")
 

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # bench/run-java.sh [--runtime NAME] [digest] [random] [cipher] [signature] [keypair] ...: builds the provider and compares it with
-# the JDK's own providers; with "first" in place of these, what a program waits for at its start. NAME is one of the runtimes that
+# the JDK's own providers, and with another native one, Amazon's Corretto provider, where its jar is at hand or can be had from Maven
+# Central; with "first" in place of these, what a program waits for at its start. NAME is one of the runtimes that
 # cmake/fetch-java-runtimes.sh lays into build/runtimes, such as windows-21, which runs under wine.
 set -euo pipefail
 root=$(CDPATH= cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/.." && pwd)
@@ -17,9 +18,19 @@ if [ "${1:-}" = --runtime ]; then
   fi
   shift 2
 fi
+release=$("${java[@]}" -XshowSettings:properties -version 2>&1 | sed -n 's/.*java\.specification\.version = \([0-9]*\).*/\1/p')
+[ "$release" -lt 22 ] || java+=(--enable-native-access=ALL-UNNAMED)
 program=ProviderBench
 if [ "${1:-}" = first ]; then
   program=FirstUse
   shift
+elif [[ $classpath != Z:* ]]; then
+  name=AmazonCorrettoCryptoProvider version=2.5.0
+  sum=94e92977ee52af1f50cf6744684c214f300e668ee6e1793be1802b209543dc9f
+  peer=$root/build/peers/$name-$version-linux-x86_64.jar
+  is_right() { echo "$sum  $peer" | sha256sum --quiet --check - >/dev/null 2>&1; }
+  mkdir -p "${peer%/*}"
+  is_right || curl -sfL -o "$peer" "https://repo1.maven.org/maven2/software/amazon/cryptools/$name/$version/${peer##*/}" || true
+  if is_right; then classpath+=:$peer; else echo "without $name: its jar cannot be had" >&2; fi
 fi
 exec "${java[@]}" -cp "$classpath" com.vantrel.zel.bench.$program "$@"

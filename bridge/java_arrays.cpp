@@ -12,10 +12,10 @@ bool requireArray(JNIEnv* env, jarray array) {
 }
 
 bool requireSlice(JNIEnv* env, jarray array, jint offset, jint length) {
-    if (!requireArray(env, array)) {
-        return false;
-    }
-    const jint size = env->GetArrayLength(array);
+    return requireArray(env, array) && requireSlice(env, env->GetArrayLength(array), offset, length);
+}
+
+bool requireSlice(JNIEnv* env, jsize size, jint offset, jint length) {
     if (offset < 0 || length < 0 || offset > size - length) {
         ZelObject::throwStaticException(env, kArrayIndexOutOfBoundsException, "offset or length out of range", OK);
         return false;

@@ -12,6 +12,8 @@ bool requireArray(JNIEnv* env, jarray array);
 // requireSlice: whether array[offset .. offset + length) lies inside the array.
 // Errors:  as requireArray; ArrayIndexOutOfBoundsException "offset or length out of range".
 bool requireSlice(JNIEnv* env, jarray array, jint offset, jint length);
+// The same for an array whose size is known already, so that the VM is not asked again.
+bool requireSlice(JNIEnv* env, jsize size, jint offset, jint length);
 
 // CriticalBytes: a byte array opened as a critical region, closed (with what was written) at the end of the scope.
 // While one is open nothing may call JNI, block or raise; only further regions may be opened. Where one Java array may

@@ -1,15 +1,13 @@
-// The native methods of the Java class NativeInfo. They are registered when a VM loads the library, so that they add
-// nothing to the exported entry points.
+// The native methods of the Java class NativeInfo, and the VM's hook, which registers them and those for short messages.
 
+#include "bridge/native_methods.h"
 #include "bridge/shared_random.h"
+#include "bridge/short_calls.h"
 #include "core/aes/aes_kernels.h"
 #include "core/bignum/kernels.h"
 #include "core/hash/sha_kernels.h"
 
-#include <jni.h>
-
 #include <cstdio>
-#include <iterator>
 
 namespace {
 
@@ -31,30 +29,19 @@ jboolean isRandomReady(JNIEnv*, jclass) {
     return isSharedRandomReady() ? JNI_TRUE : JNI_FALSE;
 }
 
-// JNI's record wants writable strings that nobody writes to.
-char* writable(const char* text) {
-    return const_cast<char*>(text);
-}
-
-void registerMethods(JNIEnv* env) {
-    const JNINativeMethod methods[] = {
-        {writable("kernels0"), writable("()Ljava/lang/String;"), reinterpret_cast<void*>(kernels)},
-        {writable("isRandomReady0"), writable("()Z"), reinterpret_cast<void*>(isRandomReady)},
-    };
-    if (const jclass infoClass = env->FindClass(kClassName)) {
-        (void)env->RegisterNatives(infoClass, methods, static_cast<jint>(std::size(methods)));
-    }
-    env->ExceptionClear();
-}
-
 } // namespace
 
-// JNI_OnLoad: the VM's own hook. A program without the class, or with another one of that name, goes without the
-// information: nothing here makes loading fail.
+// JNI_OnLoad: the VM's own hook. Nothing here makes loading fail.
 extern "C" JNIEXPORT jint JNICALL JNI_OnLoad(JavaVM* vm, void*) {
-    void* env = nullptr;
-    if (vm->GetEnv(&env, JNI_VERSION_1_8) == JNI_OK) {
-        registerMethods(static_cast<JNIEnv*>(env));
+    void* found = nullptr;
+    if (vm->GetEnv(&found, JNI_VERSION_1_8) == JNI_OK) {
+        auto* const env = static_cast<JNIEnv*>(found);
+        const JNINativeMethod methods[] = {
+            nativeMethod("kernels0", "()Ljava/lang/String;", kernels),
+            nativeMethod("isRandomReady0", "()Z", isRandomReady),
+        };
+        registerMethods(env, kClassName, methods);
+        registerShortCalls(env);
     }
     return JNI_VERSION_1_8;
 }

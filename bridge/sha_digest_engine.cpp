@@ -74,12 +74,13 @@ jint ShaDigestEngine<Hash>::digest(JNIEnv* env, jobject object, jbyteArray outpu
     }
     // The room is judged by the caller's length, although the whole digest is written; what is really written is judged
     // after that. 64 bits, because a negative offset could overflow.
-    const std::int64_t room = std::int64_t{env->GetArrayLength(output)} - offset;
+    const jsize size = env->GetArrayLength(output);
+    const std::int64_t room = std::int64_t{size} - offset;
     if (room < length || (offset >= 0 && room < Hash::kDigestBytes)) {
         throwException(env, kDigestException, "insufficient space for digest");
         return 0;
     }
-    if (!requireSlice(env, output, offset, Hash::kDigestBytes)) {
+    if (!requireSlice(env, size, offset, Hash::kDigestBytes)) {
         return 0;
     }
     return finishInto(env, object, output, offset) ? Hash::kDigestBytes : 0;
@@ -104,6 +105,14 @@ template <typename Hash> int ShaDigestEngine<Hash>::nativeDigest(std::uint8_t* o
     RETURN_IF_ERROR(Hash::finish(context_, output));
     (void)nativeReset(); // the digest is good all the same; a missing context is made up for by the next call
     return Hash::kDigestBytes;
+}
+
+template <typename Hash> enum_errDescrValues ShaDigestEngine<Hash>::continueFrom(const ShaDigestEngine& other) {
+    if (other.context_ != nullptr) {
+        RETURN_IF_ERROR(nativeReset());
+        *context_ = *other.context_;
+    }
+    return OK;
 }
 
 template <typename Hash> bool ShaDigestEngine<Hash>::ensureReady(JNIEnv* env, jobject object) {

@@ -20,6 +20,10 @@ public:
     jbyteArray digest(JNIEnv* env, jobject object) override;
     int nativeDigest(std::uint8_t* output, int length) override;
 
+    // continueFrom: takes over a copy of the other's running hash, if it has one. For an engine that has just been made.
+    // Errors:  ERR_MEM_ALLOC_FAIL.
+    enum_errDescrValues continueFrom(const ShaDigestEngine& other);
+
 private:
     // Whether there is a running hash, after a reset where there was none; if not, an exception is pending.
     bool ensureReady(JNIEnv* env, jobject object);

@@ -18,6 +18,11 @@ std::uint32_t countOf(jint length) {
     return static_cast<std::uint32_t>(length);
 }
 
+// The size of an array that there is.
+jsize sizeOf(std::uint64_t size) {
+    return static_cast<jsize>(size);
+}
+
 // A new array, or null after raising. No Java array holds more than INT_MAX bytes.
 jbyteArray newArray(JNIEnv* env, std::uint64_t size) {
     const jbyteArray array = size > INT_MAX ? nullptr : env->NewByteArray(static_cast<jsize>(size));
@@ -27,21 +32,20 @@ jbyteArray newArray(JNIEnv* env, std::uint64_t size) {
     return array;
 }
 
-// work(input bytes) inside the open array. ERR_MEM_ALLOC_FAIL: the VM does not open it.
-template <typename Work> Status withInput(JNIEnv* env, jbyteArray input, Work work) {
-    const CriticalBytes bytes(env, input);
+// work(input bytes) inside the open array, of which `used` bytes are looked at. ERR_MEM_ALLOC_FAIL: the VM does not open it.
+template <typename Work> Status withInput(JNIEnv* env, jbyteArray input, jsize used, Work work) {
+    const CriticalBytes bytes(env, input, used);
     return bytes.isOpen() ? work(bytes.data()) : ERR_MEM_ALLOC_FAIL;
 }
 
 // work(input bytes, output bytes) inside the open arrays. The output is opened first: it may be the same array.
-template <typename Work> Status withArrays(JNIEnv* env, jbyteArray input, jbyteArray output, Work work) {
-    const jsize inputLength = env->GetArrayLength(input);
-    const CriticalBytes outputBytes(env, output);
+template <typename Work>
+Status withArrays(JNIEnv* env, jbyteArray input, jsize inputUsed, jbyteArray output, jsize outputUsed, Work work) {
+    const CriticalBytes outputBytes(env, output, outputUsed);
     if (!outputBytes.isOpen()) {
         return ERR_MEM_ALLOC_FAIL;
     }
-    const CriticalBytes inputBytes(env, input, inputLength);
-    return inputBytes.isOpen() ? work(inputBytes.data(), outputBytes.data()) : ERR_MEM_ALLOC_FAIL;
+    return withInput(env, input, inputUsed, [&](const std::uint8_t* from) { return work(from, outputBytes.data()); });
 }
 
 } // namespace
@@ -71,9 +75,10 @@ void ZelAes256Cipher::init(JNIEnv* env, jobject, jint opmode, jbyteArray iv, jby
         throwException(env, kInvalidKeyException, "invalid key size");
         return;
     }
-    const Status status = withArrays(env, iv, key, [&](const std::uint8_t* ivBytes, const std::uint8_t* keyBytes) {
-        return stream_.init(opmode, ivBytes, keyBytes);
-    });
+    const Status status =
+        withArrays(env, iv, kIvBytes, key, kKeyBytes, [&](const std::uint8_t* ivBytes, const std::uint8_t* keyBytes) {
+            return stream_.init(opmode, ivBytes, keyBytes);
+        });
     if (status == ERR_AES) {
         throwException(env, kProviderException, "error creating aes context", ERR_AES);
     } else if (isError(status)) {
@@ -85,13 +90,15 @@ jbyteArray ZelAes256Cipher::update(JNIEnv* env, jobject, jbyteArray input, jint 
     if (!hasContext(env) || !requireSlice(env, input, offset, length)) {
         return nullptr;
     }
-    const jbyteArray output = newArray(env, stream_.wholeSize(countOf(length)));
+    const std::uint64_t size = stream_.wholeSize(countOf(length));
+    const jbyteArray output = newArray(env, size);
     if (output == nullptr) {
         return nullptr;
     }
-    const Status status = withArrays(env, input, output, [&](const std::uint8_t* from, std::uint8_t* to) {
-        return stream_.update(from, countOf(offset), countOf(length), to);
-    });
+    const Status status =
+        withArrays(env, input, offset + length, output, sizeOf(size), [&](const std::uint8_t* from, std::uint8_t* to) {
+            return stream_.update(from, countOf(offset), countOf(length), to);
+        });
     return isDone(env, status) ? output : nullptr;
 }
 
@@ -105,9 +112,10 @@ jint ZelAes256Cipher::update(JNIEnv* env, jobject, jbyteArray input, jint offset
     if (!hasRoom(env, output, outputOffset, size, kUpdateTooShort)) {
         return 0;
     }
-    const Status status = withArrays(env, input, output, [&](const std::uint8_t* from, std::uint8_t* to) {
+    const auto work = [&](const std::uint8_t* from, std::uint8_t* to) {
         return stream_.update(from, countOf(offset), countOf(length), to + outputOffset);
-    });
+    };
+    const Status status = withArrays(env, input, offset + length, output, outputOffset + sizeOf(size), work);
     return isDone(env, status) ? static_cast<jint>(size) : 0;
 }
 
@@ -118,13 +126,15 @@ jbyteArray ZelAes256Cipher::doFinal(JNIEnv* env, jobject, jbyteArray input, jint
     if (!stream_.isEncrypting()) {
         return decryptFinal(env, input, offset, length);
     }
-    const jbyteArray output = newArray(env, stream_.paddedSize(countOf(length)));
+    const std::uint64_t size = stream_.paddedSize(countOf(length));
+    const jbyteArray output = newArray(env, size);
     if (output == nullptr) {
         return nullptr;
     }
-    const Status status = withArrays(env, input, output, [&](const std::uint8_t* from, std::uint8_t* to) {
-        return stream_.encryptFinal(from + offset, countOf(length), to);
-    });
+    const Status status =
+        withArrays(env, input, offset + length, output, sizeOf(size), [&](const std::uint8_t* from, std::uint8_t* to) {
+            return stream_.encryptFinal(from + offset, countOf(length), to);
+        });
     return isDone(env, status) ? output : nullptr;
 }
 
@@ -135,16 +145,17 @@ jbyteArray ZelAes256Cipher::decryptFinal(JNIEnv* env, jbyteArray input, jint off
         return nullptr;
     }
     AesCbcStream::Ending ending;
-    const Status endingStatus = withInput(env, input, [&](const std::uint8_t* from) {
+    const Status endingStatus = withInput(env, input, offset + length, [&](const std::uint8_t* from) {
         return stream_.decryptEnding(from + offset, countOf(length), &ending);
     });
     const jbyteArray output = isDone(env, endingStatus) ? newArray(env, ending.length) : nullptr;
     if (output == nullptr) {
         return nullptr;
     }
-    const Status status = withArrays(env, input, output, [&](const std::uint8_t* from, std::uint8_t* to) {
+    const auto work = [&](const std::uint8_t* from, std::uint8_t* to) {
         return stream_.decryptFinal(from + offset, ending, to);
-    });
+    };
+    const Status status = withArrays(env, input, offset + length, output, sizeOf(ending.length), work);
     return isDone(env, status) ? output : nullptr;
 }
 
@@ -160,21 +171,23 @@ jint ZelAes256Cipher::doFinal(JNIEnv* env, jobject, jbyteArray input, jint offse
         if (!hasRoom(env, output, outputOffset, written, kFinalTooShort)) {
             return 0;
         }
-    } else if (!isWholeBlocks(env, length) ||
-               // Room for the padding too, although it is never written: meant.
-               !hasRoom(env, output, outputOffset, stream_.messageSize(count), kFinalTooShort)) {
-        return 0;
+    } else {
+        written = stream_.messageSize(count); // room for the padding too, although it is never written: meant
+        if (!isWholeBlocks(env, length) || !hasRoom(env, output, outputOffset, written, kFinalTooShort)) {
+            return 0;
+        }
     }
-    const Status status =
-        withArrays(env, input, output, [&](const std::uint8_t* from, std::uint8_t* to) -> enum_errDescrValues {
-            if (stream_.isEncrypting()) {
-                return stream_.encryptFinal(from + offset, count, to + outputOffset);
-            }
-            AesCbcStream::Ending ending;
-            RETURN_IF_ERROR(stream_.decryptEnding(from + offset, count, &ending));
-            written = ending.length;
-            return stream_.decryptFinal(from + offset, ending, to + outputOffset);
-        });
+    const jsize outputUsed = outputOffset + sizeOf(written);
+    const auto work = [&](const std::uint8_t* from, std::uint8_t* to) -> enum_errDescrValues {
+        if (stream_.isEncrypting()) {
+            return stream_.encryptFinal(from + offset, count, to + outputOffset);
+        }
+        AesCbcStream::Ending ending;
+        RETURN_IF_ERROR(stream_.decryptEnding(from + offset, count, &ending));
+        written = ending.length;
+        return stream_.decryptFinal(from + offset, ending, to + outputOffset);
+    };
+    const Status status = withArrays(env, input, offset + length, output, outputUsed, work);
     return isDone(env, status) ? static_cast<jint>(written) : 0;
 }
 
@@ -200,12 +213,13 @@ bool ZelAes256Cipher::isWholeBlocks(JNIEnv* env, jint length) {
 // room, so it is judged after the room.
 bool ZelAes256Cipher::hasRoom(JNIEnv* env, jbyteArray output, jint outputOffset, std::uint64_t size,
                               const char* message) {
-    const std::int64_t room = std::int64_t{env->GetArrayLength(output)} - outputOffset;
+    const jsize outputSize = env->GetArrayLength(output);
+    const std::int64_t room = std::int64_t{outputSize} - outputOffset;
     if (room < static_cast<std::int64_t>(size) || size > INT_MAX) {
         throwException(env, kShortBufferException, message);
         return false;
     }
-    return requireSlice(env, output, outputOffset, static_cast<jint>(size));
+    return requireSlice(env, outputSize, outputOffset, sizeOf(size));
 }
 
 // Whether the work has succeeded; if not, raises what the status stands for.

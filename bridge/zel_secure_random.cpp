@@ -11,11 +11,29 @@
 
 namespace {
 
-// Copies between a native piece and array[offset ..], in whichever direction copy does. If the region cannot be opened
-// an OutOfMemoryError is pending.
-template <typename Copy> bool copyPiece(JNIEnv* env, jbyteArray array, jint offset, Copy copy) {
+// Piece: what is drawn or read at once; on the stack where that is enough.
+class Piece {
+public:
+    // alloc: for requests of `length` bytes in all, at most kPieceBytes at once. Errors: ERR_MEM_ALLOC_FAIL.
+    Status alloc(jint length) {
+        return length <= static_cast<jint>(small_.size())
+                   ? OK
+                   : large_.alloc(static_cast<std::size_t>(std::min(kPieceBytes, length)));
+    }
+    std::uint8_t* data() {
+        return large_.data() == nullptr ? small_.data() : large_.data();
+    }
+
+private:
+    SecretArray<std::uint8_t, 256> small_;
+    SecretBuffer large_;
+};
+
+// Copies between a native piece and array[offset .. offset + count), in whichever direction copy does. If the region cannot
+// be opened an OutOfMemoryError is pending.
+template <typename Copy> bool copyPiece(JNIEnv* env, jbyteArray array, jint offset, jint count, Copy copy) {
     {
-        const CriticalBytes region(env, array);
+        const CriticalBytes region(env, array, offset + count);
         if (region.isOpen()) {
             copy(region.data() + offset);
             return true;
@@ -27,9 +45,10 @@ template <typename Copy> bool copyPiece(JNIEnv* env, jbyteArray array, jint offs
 
 // Gives the context every byte of the seed. Only the last byte's status is kept, and of each byte only the lowest bit
 // counts; both are meant. False with an exception pending when the array cannot be read.
-bool addSeed(JNIEnv* env, RandomContext* context, jbyteArray seed, std::uint8_t* piece, Status& status) {
-    return forEachPiece(env->GetArrayLength(seed), [&](jint offset, jint count) {
-        if (!copyPiece(env, seed, offset, [&](const std::uint8_t* from) { (void)memCopy(piece, from, count); })) {
+bool addSeed(JNIEnv* env, RandomContext* context, jbyteArray seed, jint length, std::uint8_t* piece, Status& status) {
+    return forEachPiece(length, [&](jint offset, jint count) {
+        if (!copyPiece(env, seed, offset, count,
+                       [&](const std::uint8_t* from) { (void)memCopy(piece, from, count); })) {
             return false;
         }
         for (jint i = 0; i < count; ++i) {
@@ -40,11 +59,11 @@ bool addSeed(JNIEnv* env, RandomContext* context, jbyteArray seed, std::uint8_t*
 }
 
 // Fills the array up to the first failure. False when it is not filled: by the status, or with an exception pending.
-bool fill(JNIEnv* env, RandomContext* context, jbyteArray bytes, std::uint8_t* piece, Status& status) {
-    return forEachPiece(env->GetArrayLength(bytes), [&](jint offset, jint count) {
+bool fill(JNIEnv* env, RandomContext* context, jbyteArray bytes, jint length, std::uint8_t* piece, Status& status) {
+    return forEachPiece(length, [&](jint offset, jint count) {
         status = drawShared(context, static_cast<std::uint32_t>(count), piece);
         return !isError(status) &&
-               copyPiece(env, bytes, offset, [&](std::uint8_t* to) { (void)memCopy(to, piece, count); });
+               copyPiece(env, bytes, offset, count, [&](std::uint8_t* to) { (void)memCopy(to, piece, count); });
     });
 }
 
@@ -69,10 +88,9 @@ void ZelSecureRandom::setSeed(JNIEnv* env, jobject, jbyteArray seed) {
         return; // nothing of its own; without a context that exception stays
     }
     // Without a context its exception is pending and the array stays closed: the core would refuse every byte.
-    SecretBuffer piece;
-    Status status =
-        context == nullptr ? ERR_NULL_POINTER : piece.alloc(static_cast<std::size_t>(std::min(kPieceBytes, length)));
-    if (!isError(status) && !addSeed(env, context, seed, piece.data(), status)) {
+    Piece piece;
+    Status status = context == nullptr ? ERR_NULL_POINTER : piece.alloc(length);
+    if (!isError(status) && !addSeed(env, context, seed, length, piece.data(), status)) {
         return;
     }
     if (isError(status)) {
@@ -86,12 +104,10 @@ void ZelSecureRandom::nextBytes(JNIEnv* env, jobject, jbyteArray bytes) {
     }
     const jint length = env->GetArrayLength(bytes);
     RandomContext* const context = getRandomContext(env);
-    SecretBuffer piece;
-    Status status = context == nullptr ? ERR_NULL_POINTER : OK; // refused by the core, also for an empty array
-    if (!isError(status) && length > 0) {
-        status = piece.alloc(static_cast<std::size_t>(std::min(kPieceBytes, length)));
-    }
-    if (!isError(status) && !fill(env, context, bytes, piece.data(), status) && !isError(status)) {
+    Piece piece;
+    // Without a context refused by the core, also for an empty array.
+    Status status = context == nullptr ? ERR_NULL_POINTER : piece.alloc(length);
+    if (!isError(status) && !fill(env, context, bytes, length, piece.data(), status) && !isError(status)) {
         return; // the VM's error is pending
     }
     if (isError(status)) {

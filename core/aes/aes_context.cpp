@@ -19,10 +19,11 @@ AesContext* createContext(const std::uint8_t* key, std::uint32_t keyLength, std:
     if (keyLength > 32) {
         return nullptr;
     }
-    AesContext* context = nullptr;
-    if (isError(memAllocRecord(&context))) {
+    void* block = nullptr;
+    if (isError(memAlloc(sizeof(AesContext), &block))) {
         return nullptr;
     }
+    auto* context = static_cast<AesContext*>(block); // aesInitKey zeroes it
     if (isError(aesInitKey(context, 8 * keyLength, key, encrypt, mode))) {
         (void)aesDeleteContext(&context);
     }

@@ -77,7 +77,13 @@ Status update(Context* context, const std::uint8_t* data, std::uint32_t length) 
 template <typename Algorithm, typename Context> void writeDigest(const Context* context, std::uint8_t* out) {
     constexpr std::size_t wordBytes = sizeof context->state[0];
     for (std::size_t i = 0; i < Algorithm::kDigestBytes / wordBytes; ++i) {
-        storeBigEndian(out + wordBytes * i, context->state[i]);
+        if constexpr (wordBytes == 4 && std::endian::native == std::endian::little) {
+            // storeBigEndian in a row becomes slow vector instructions.
+            const std::uint32_t swapped = __builtin_bswap32(context->state[i]);
+            std::memcpy(out + wordBytes * i, &swapped, wordBytes);
+        } else {
+            storeBigEndian(out + wordBytes * i, context->state[i]);
+        }
     }
 }
 
@@ -113,11 +119,39 @@ template <typename Algorithm, typename Context> Status finishAndWipe(Context* co
     return status;
 }
 
+// The digest at once: nothing is buffered, and a message with no more bytes than fit the tail is one call of the kernel.
 template <typename Algorithm> Status digest(const std::uint8_t* data, std::uint32_t length, std::uint8_t* out) {
-    SecretArray<typename Algorithm::Context, 1> context;
-    RETURN_IF_ERROR(init<Algorithm>(context.data()));
-    RETURN_IF_ERROR(update<Algorithm>(context.data(), data, length));
-    return finish<Algorithm>(context.data(), out);
+    if (data == nullptr || out == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    using Context = typename Algorithm::Context;
+    constexpr std::size_t blockBytes = sizeof Context::buffer;
+    constexpr std::size_t countBytes = sizeof Context::byteCount;
+    struct Work {
+        decltype(Context::state) state;
+        decltype(Context::byteCount) byteCount;
+        std::uint8_t tail[2 * blockBytes]; // the end of the message, its padding and its length
+    };
+    SecretArray<Work, 1> secret;
+    Work& work = *secret.data();
+    std::copy(std::begin(Algorithm::kInitialState), std::end(Algorithm::kInitialState), work.state);
+    std::memset(&work.byteCount, 0, sizeof work.byteCount);
+    addToByteCount(work.byteCount, length);
+    std::size_t left = length;
+    if (left > sizeof work.tail - 1 - countBytes) {
+        Algorithm::compress(work.state, data, left / blockBytes);
+        data += left - left % blockBytes;
+        left %= blockBytes;
+    }
+    const std::size_t tailBytes = (left + countBytes) / blockBytes * blockBytes + blockBytes;
+    std::memset(work.tail, 0, sizeof work.tail);
+    (void)memCopy(work.tail, data,
+                  static_cast<std::int64_t>(left)); // memcpy would be a string instruction here, which begins slowly
+    work.tail[left] = 0x80;
+    storeBitCount(work.byteCount, work.tail + tailBytes);
+    Algorithm::compress(work.state, work.tail, tailBytes / blockBytes);
+    writeDigest<Algorithm>(&work, out);
+    return OK;
 }
 
 } // namespace sha

@@ -4,6 +4,7 @@ import com.vantrel.zel.provider.ZelSecurityProvider;
 import java.lang.management.ManagementFactory;
 import java.lang.management.ThreadMXBean;
 import java.security.AlgorithmParameterGenerator;
+import java.security.GeneralSecurityException;
 import java.security.KeyPair;
 import java.security.KeyPairGenerator;
 import java.security.MessageDigest;
@@ -17,16 +18,19 @@ import java.util.Arrays;
 import java.util.List;
 import java.util.Locale;
 import java.util.regex.Pattern;
+import java.util.stream.Collectors;
+import java.util.stream.Stream;
 import javax.crypto.Cipher;
 import javax.crypto.spec.IvParameterSpec;
 import javax.crypto.spec.SecretKeySpec;
 
 /**
  * The provider beside the JDK's own, in one run: each work is done by the peers in turn, many rounds of some milliseconds,
- * and the medians count. Time is what the calling thread has had of a processor, which other programs on the machine hardly
+ * and the fastest counts, of key pairs the median. Time is what the calling thread has had of a processor, which other programs on the machine hardly
  * change. Prints nanoseconds and MB/s (of what has no size, only nanoseconds) for the provider, and its speed over each peer's.
  */
 public final class ProviderBench {
+    private static final int WARM_UP_ROUNDS = 10;
     private static final int ROUNDS = 25;
     private static final long ROUND_NANOS = 10_000_000;
     private static final Pattern ROWS = Pattern.compile(System.getProperty("zel.rows", ""));
@@ -38,7 +42,22 @@ public final class ProviderBench {
         void run() throws Exception;
     }
 
+    /** Another native provider, where its jar stands on the class path, or null. */
+    private static final Provider FURTHER_PEER = furtherPeer();
+
+    /** Where results go, so that the compiler cannot leave them out. */
+    private static volatile byte[] sink;
+
     private ProviderBench() {}
+
+    private static Provider furtherPeer() {
+        try {
+            return (Provider) Class.forName("com.amazon.corretto.crypto.provider.AmazonCorrettoCryptoProvider").getField("INSTANCE")
+                    .get(null);
+        } catch (ReflectiveOperationException e) {
+            return null;
+        }
+    }
 
     /**
      * Runs all benchmarks, or those whose name begins with an argument; of these the rows that the property zel.rows, a regular
@@ -52,9 +71,10 @@ public final class ProviderBench {
                 + System.getProperty("os.name") + " " + System.getProperty("os.arch"));
         if (wanted("digest", args)) {
             for (String algorithm : List.of("SHA-1", "SHA-256")) {
-                for (int size : new int[] {16, 64, 256, 1024, 16384, 1 << 20}) {
-                    digest(algorithm, size, zel);
+                for (int size : new int[] {16, 64, 256, 1024, 2048, 4096, 16384, 1 << 20}) {
+                    digest(algorithm, size, false, zel);
                 }
+                digest(algorithm, 64, true, zel);
                 digestByteByByte(algorithm, zel);
             }
         }
@@ -72,15 +92,19 @@ public final class ProviderBench {
         }
         if (wanted("random", args)) {
             for (int size : new int[] {16, 1024, 16384}) {
-                random(size, zel);
+                random(size, false, zel);
             }
+            random(16, true, zel);
             memoryOfRandoms(zel);
         }
         if (wanted("cipher", args)) {
             for (int mode : new int[] {Cipher.ENCRYPT_MODE, Cipher.DECRYPT_MODE}) {
-                for (int size : new int[] {16, 256, 1024, 16384, 1 << 20}) {
-                    cipher(mode, size, zel);
+                for (int size : new int[] {16, 64, 256, 1024, 4096, 16384, 1 << 20}) {
+                    cipher(mode, size, false, zel);
                 }
+            }
+            for (int size : new int[] {16, 256}) {
+                cipher(Cipher.ENCRYPT_MODE, size, true, zel);
             }
         }
     }
@@ -89,15 +113,31 @@ public final class ProviderBench {
         return args.length == 0 || Arrays.stream(args).anyMatch(name::startsWith);
     }
 
-    private static void digest(String algorithm, int size, Provider zel) throws Exception {
+    /** Those of the provider, the JDK's and the further peer that have the algorithm, in this order. */
+    private static List<Provider> peers(Provider zel, String type, String algorithm, String jdk) {
+        return Stream.of(zel, Security.getProvider(jdk), FURTHER_PEER)
+                .filter(peer -> peer != null && peer.getService(type, algorithm) != null).collect(Collectors.toList());
+    }
+
+    private static List<String> names(List<Provider> peers) {
+        return peers.stream().map(Provider::getName).collect(Collectors.toList());
+    }
+
+    /** One object for all messages, or one for each. */
+    private static void digest(String algorithm, int size, boolean isFresh, Provider zel) throws Exception {
         byte[] message = new byte[size];
-        MessageDigest ours = MessageDigest.getInstance(algorithm, zel);
-        MessageDigest jdk = MessageDigest.getInstance(algorithm, "SUN");
-        if (!Arrays.equals(ours.digest(message), jdk.digest(message))) {
-            throw new AssertionError("the digest is wrong");
+        byte[] expected = MessageDigest.getInstance(algorithm, "SUN").digest(message);
+        List<Provider> peers = peers(zel, "MessageDigest", algorithm, "SUN");
+        List<Work> works = new ArrayList<>();
+        for (Provider peer : peers) {
+            MessageDigest digest = MessageDigest.getInstance(algorithm, peer);
+            if (!Arrays.equals(digest.digest(message), expected)) {
+                throw new AssertionError("the digest is wrong");
+            }
+            works.add(isFresh ? () -> sink = MessageDigest.getInstance(algorithm, peer).digest(message)
+                    : () -> sink = digest.digest(message));
         }
-        compare("digest " + algorithm + " " + size, size, List.of("zel", "SUN"),
-                List.of(() -> ours.digest(message), () -> jdk.digest(message)));
+        compare("digest " + algorithm + " " + size + (isFresh ? " getInstance" : ""), size, names(peers), works);
     }
 
     private static void digestByteByByte(String algorithm, Provider zel) throws Exception {
@@ -115,30 +155,42 @@ public final class ProviderBench {
         compare("digest " + algorithm + " " + size + " byte by byte", size, List.of("zel", "SUN"), works);
     }
 
-    /** AES-256-CBC of one message: init and doFinal into an array. */
-    private static void cipher(int mode, int size, Provider zel) throws Exception {
+    /** AES-256-CBC of one message: init and doFinal into an array; or, of a long one, an update that gives an array. */
+    private static void cipher(int mode, int size, boolean isUpdate, Provider zel) throws Exception {
+        String transformation = "AES/CBC/PKCS5Padding";
         boolean encrypts = mode == Cipher.ENCRYPT_MODE;
         SecretKeySpec key = new SecretKeySpec(new byte[32], "AES");
         IvParameterSpec iv = new IvParameterSpec(new byte[16]);
-        Cipher encrypting = Cipher.getInstance("AES/CBC/PKCS5Padding", "SunJCE");
+        Cipher encrypting = Cipher.getInstance(transformation, "SunJCE");
         encrypting.init(Cipher.ENCRYPT_MODE, key, iv);
         byte[] message = new byte[size];
         byte[] ciphertext = encrypting.doFinal(message);
         byte[] input = encrypts ? message : ciphertext;
+        List<Provider> peers = Stream.of(zel, Security.getProvider("SunJCE"), FURTHER_PEER).filter(peer -> has(transformation, peer))
+                .collect(Collectors.toList());
         List<Work> works = new ArrayList<>();
-        for (Cipher cipher : List.of(Cipher.getInstance("AES/CBC/PKCS5Padding", zel),
-                Cipher.getInstance("AES/CBC/PKCS5Padding", "SunJCE"))) {
+        for (Provider peer : peers) {
+            Cipher cipher = Cipher.getInstance(transformation, peer);
             byte[] output = new byte[input.length + 16];
             cipher.init(mode, key, iv);
             if (!Arrays.equals(cipher.doFinal(input), encrypts ? ciphertext : message)) {
                 throw new AssertionError("the result is wrong");
             }
-            works.add(() -> {
+            cipher.init(mode, key, iv);
+            works.add(isUpdate ? () -> sink = cipher.update(input) : () -> {
                 cipher.init(mode, key, iv);
                 cipher.doFinal(input, 0, input.length, output, 0);
             });
         }
-        compare("cipher " + (encrypts ? "encrypt " : "decrypt ") + size, size, List.of("zel", "SunJCE"), works);
+        compare("cipher " + (encrypts ? "encrypt " : "decrypt ") + size + (isUpdate ? " update" : ""), size, names(peers), works);
+    }
+
+    private static boolean has(String transformation, Provider peer) {
+        try {
+            return peer != null && Cipher.getInstance(transformation, peer) != null;
+        } catch (GeneralSecurityException e) {
+            return false;
+        }
     }
 
     /**
@@ -211,19 +263,21 @@ public final class ProviderBench {
         return Arrays.stream(values).average().orElseThrow();
     }
 
-    private static void random(int size, Provider zel) throws Exception {
+    /** One object for all requests, or one for each. */
+    private static void random(int size, boolean isFresh, Provider zel) throws Exception {
         byte[] bytes = new byte[size];
-        SecureRandom ours = SecureRandom.getInstance("FIPS186PRNG", zel);
-        List<String> names = new ArrayList<>(List.of("zel"));
-        List<Work> works = new ArrayList<>(List.of(() -> ours.nextBytes(bytes)));
-        for (String peer : List.of("SHA1PRNG", "DRBG", "NativePRNG")) {
-            if (Security.getAlgorithms("SecureRandom").contains(peer.toUpperCase(Locale.ROOT))) { // Windows has no NativePRNG
-                SecureRandom random = SecureRandom.getInstance(peer);
-                names.add(peer);
-                works.add(() -> random.nextBytes(bytes));
+        List<String> names = new ArrayList<>();
+        List<Work> works = new ArrayList<>();
+        for (String algorithm : List.of("FIPS186PRNG", "SHA1PRNG", "DRBG", "NativePRNG", "DEFAULT")) {
+            Provider peer = names.isEmpty() ? zel : algorithm.equals("DEFAULT") ? FURTHER_PEER : Security.getProvider("SUN");
+            if (peer == null || peer.getService("SecureRandom", algorithm) == null) { // Windows has no NativePRNG
+                continue;
             }
+            SecureRandom random = SecureRandom.getInstance(algorithm, peer);
+            names.add(peer == FURTHER_PEER ? peer.getName() : algorithm);
+            works.add(isFresh ? () -> SecureRandom.getInstance(algorithm, peer).nextBytes(bytes) : () -> random.nextBytes(bytes));
         }
-        compare("random " + size, size, names, works);
+        compare("random " + size + (isFresh ? " getInstance" : ""), size, names, works);
     }
 
     /** What a thousand random objects take of the Java heap; the generator itself is one for all of them. */
@@ -260,20 +314,21 @@ public final class ProviderBench {
             return;
         }
         double[][] nanos = new double[works.size()][ROUNDS];
-        for (Work work : works) {
-            measure(work); // to warm up
-            measure(work);
+        for (int round = 0; round < WARM_UP_ROUNDS; ++round) { // until all is compiled, also where others keep the machine busy
+            for (Work work : works) {
+                measure(work);
+            }
         }
         for (int round = 0; round < ROUNDS; ++round) {
             for (int i = 0; i < works.size(); ++i) {
                 nanos[i][round] = measure(works.get(i));
             }
         }
-        double ours = median(nanos[0]);
+        double ours = least(nanos[0]);
         StringBuilder line = new StringBuilder(String.format("%-36s %12.1f ns", name, ours));
         line.append(bytes > 0 ? String.format(" %9.1f MB/s", bytes * 1e3 / ours) : "");
         for (int i = 1; i < works.size(); ++i) {
-            line.append(String.format("   %5.2f of %s", median(nanos[i]) / ours, names.get(i)));
+            line.append(String.format("   %5.2f of %s", least(nanos[i]) / ours, names.get(i)));
         }
         System.out.println(line);
     }
@@ -295,6 +350,10 @@ public final class ProviderBench {
     /** The calling thread's time; on Windows, which counts that in steps of a round and more, the wall clock's. */
     private static long cpuNanos() {
         return IS_WINDOWS ? System.nanoTime() : THREADS.getCurrentThreadCpuTime();
+    }
+
+    private static double least(double[] values) {
+        return Arrays.stream(values).min().orElseThrow();
     }
 
     private static double median(double[] values) {

@@ -2,6 +2,8 @@ package com.vantrel.zel.provider;
 
 import static com.vantrel.zel.provider.TestKeys.item;
 
+import com.vantrel.zel.provider.spi.ZelSha1MessageDigestSpi;
+import com.vantrel.zel.provider.spi.ZelSha256MessageDigestSpi;
 import java.io.ByteArrayOutputStream;
 import java.lang.reflect.Method;
 import java.security.*;
@@ -25,12 +27,15 @@ final class HostileArguments {
     }
 
     private final Random random;
+    private final Object[] digests; // none, without an engine, and with one
     private final List<byte[]> arrays = new ArrayList<>(); // sizes that matter, null, keys, and results of earlier calls
     private final int fixedArrays;
     private int keyPairsLeft;
 
     HostileArguments(Random random, long seed, int randomCalls) throws Exception {
         this.random = random;
+        digests = new Object[] {null, new ZelSha1MessageDigestSpi(), withEngine(new ZelSha1MessageDigestSpi()),
+            withEngine(new ZelSha256MessageDigestSpi())};
         keyPairsLeft = 1 + randomCalls / CALLS_FOR_A_KEY_PAIR;
         for (int size : new int[] {16, 32, 0, 64, 100_000}) {
             arrays.add(randomBytes(size));
@@ -38,6 +43,13 @@ final class HostileArguments {
         arrays.add(null);
         addKeys(seed);
         fixedArrays = arrays.size();
+    }
+
+    private static Object withEngine(Object digest) throws Exception {
+        Method reset = digest.getClass().getDeclaredMethod("engineReset0");
+        reset.setAccessible(true);
+        reset.invoke(digest);
+        return digest;
     }
 
     private byte[] randomBytes(int size) {
@@ -118,7 +130,7 @@ final class HostileArguments {
         List<Object[]> pools = new ArrayList<>();
         for (Class<?> type : method.getParameterTypes()) {
             pools.add(type == byte[].class ? (few ? arrays.subList(0, FEW) : arrays).toArray() : type == byte.class ? BYTES
-                    : takesASize(method) ? SIZES : INTS);
+                    : type != int.class ? digests : takesASize(method) ? SIZES : INTS);
         }
         return pools;
     }
@@ -154,6 +166,8 @@ final class HostileArguments {
                 arguments[i] = lastArray;
             } else if (types[i] == byte.class) {
                 arguments[i] = (byte) random.nextInt();
+            } else if (types[i] != int.class) {
+                arguments[i] = digests[random.nextInt(digests.length)];
             } else {
                 arguments[i] = takesASize(method) ? randomSize(method) : randomInt(lastArray);
             }

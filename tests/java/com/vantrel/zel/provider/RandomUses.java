@@ -3,6 +3,7 @@ package com.vantrel.zel.provider;
 import static com.vantrel.zel.provider.TestKeys.*;
 import static org.junit.jupiter.api.Assertions.*;
 
+import com.vantrel.zel.provider.internal.ShortWay;
 import java.io.ByteArrayOutputStream;
 import java.nio.ByteBuffer;
 import java.security.*;
@@ -40,18 +41,20 @@ final class RandomUses {
 
     /** The size of the next piece: of a long message also more than one native call takes. */
     private static int piece(Random random, int left) {
-        int[] longest = left > 100_000 ? new int[] {258, 20_000, 3 << 20} : new int[] {1, 40, 70, 258, 2000};
+        int[] longest = left > 100_000 ? new int[] {258, 20_000, 3 << 20} : new int[] {1, 40, 70, 258, 2000, 4096, 4097};
         return Math.min(left, random.nextInt(longest[random.nextInt(longest.length)] + 1));
     }
 
     Use digest(String algorithm) throws GeneralSecurityException {
-        MessageDigest digest = MessageDigest.getInstance(algorithm, ZEL);
+        MessageDigest[] kept = {MessageDigest.getInstance(algorithm, ZEL)};
         return (random, isAfresh) -> {
+            ShortWay.take(random.nextBoolean());
+            MessageDigest digest = kept[0];
             if (isAfresh) {
                 digest.update(message(random, 600));
                 digest.reset();
             }
-            byte[] message = message(random, 4000);
+            byte[] message = message(random, 9000);
             for (int at = 0; at < message.length;) {
                 int length = piece(random, message.length - at);
                 if (length == 1) {
@@ -60,6 +63,11 @@ final class RandomUses {
                     digest.update(message, at, length);
                 }
                 at += length;
+                if (random.nextInt(5) == 0) { // a clone goes on, and nothing is in common any more
+                    kept[0] = (MessageDigest) digest.clone();
+                    digest.update(message, 0, message.length - at);
+                    digest = kept[0];
+                }
             }
             byte[] out = new byte[3 + digest.getDigestLength()];
             byte[] ours = random.nextBoolean() ? digest.digest()
@@ -78,12 +86,13 @@ final class RandomUses {
         Cipher cipher = Cipher.getInstance(TRANSFORMATION, ZEL);
         cipher.init(mode, lent, iv);
         return (random, isAfresh) -> {
+            ShortWay.take(random.nextBoolean());
             if (isAfresh) {
                 cipher.init(Cipher.ENCRYPT_MODE + Cipher.DECRYPT_MODE - mode, lent, iv);
                 cipher.update(new byte[39]);
                 cipher.init(mode, lent, iv);
             }
-            byte[] input = message(random, 100);
+            byte[] input = message(random, random.nextInt(5) == 0 ? 9000 : 100);
             if (mode == Cipher.DECRYPT_MODE) {
                 boolean isPadded = random.nextInt(3) > 0;
                 Cipher encrypting = Cipher.getInstance(isPadded ? TRANSFORMATION : "AES/CBC/NoPadding", "SunJCE");

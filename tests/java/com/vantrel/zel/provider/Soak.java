@@ -84,7 +84,7 @@ public final class Soak {
                 boolean areNew = random.nextInt(100) == 0;
                 kept = uses.all(areNew ? keyPair("RSA", 1024, ZEL) : rsa, areNew ? keyPair("DSA", 1024, ZEL) : dsa);
                 for (int i = 0; i < 200; ++i) { // nobody ends these; an engine takes about 250 bytes
-                    MessageDigest.getInstance("SHA-256", ZEL).update(new byte[300]);
+                    MessageDigest.getInstance("SHA-256", ZEL).update(new byte[5000]);
                 }
             }
         }

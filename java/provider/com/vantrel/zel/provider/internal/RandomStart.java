@@ -25,11 +25,8 @@ public final class RandomStart {
             return;
         }
         begun = true;
-        Thread thread = new Thread(null, () -> keepFailure(start), "zel-random-start", 0, false);
-        thread.setDaemon(true);
-        thread.setContextClassLoader(null);
         try {
-            thread.start();
+            Background.start("zel-random-start", () -> keepFailure(start));
         } catch (OutOfMemoryError e) { // no more threads: the first user makes the generator
             FAILURE.set(e);
         }

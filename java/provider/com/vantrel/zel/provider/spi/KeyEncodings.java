@@ -5,6 +5,7 @@ import java.security.InvalidKeyException;
 import java.security.Key;
 import java.security.PublicKey;
 import java.util.Arrays;
+import javax.crypto.spec.SecretKeySpec;
 
 /** The encoded forms of keys, on their way into the native engines. */
 final class KeyEncodings {
@@ -63,6 +64,9 @@ final class KeyEncodings {
         byte[] given = given(key);
         if (given == null) {
             return null;
+        }
+        if (key.getClass() == SecretKeySpec.class) { // known to give a new array at every call
+            return given;
         }
         byte[] copy = given.clone();
         if (!(key instanceof PublicKey)) {

@@ -1,6 +1,7 @@
 package com.vantrel.zel.provider.spi;
 
 import com.vantrel.zel.provider.internal.NativeLibrary;
+import com.vantrel.zel.provider.internal.ShortCalls;
 import java.lang.ref.Reference;
 import java.security.DigestException;
 import java.security.MessageDigestSpi;
@@ -8,41 +9,49 @@ import java.util.Arrays;
 import java.util.function.LongConsumer;
 
 /**
- * What the message digests have in common: small updates are collected, so that they do not cost a native call each, and
- * the native engine is given back with the object.
+ * What the message digests have in common: a message is collected, and as long as all of it has been, its digest is one
+ * short call. A longer one goes to a native engine, in pieces as they are collected ({@link #flush} is where the two meet);
+ * the engine is made then, and given back with the object.
  *
- * <p>A native engine cannot be copied, so the digests are not {@link Cloneable}. It is not made for two threads at once
- * either; the locks here turn that mistake of a program into a wrong digest, where it would be the end of the whole virtual
- * machine.
+ * <p>A digest is not made for two threads at once. The locks here turn that mistake of a program into a wrong digest, where
+ * it would be the end of the whole virtual machine.
  */
-abstract class ZelMessageDigestSpi extends MessageDigestSpi {
-    /** How much is collected before it goes to the engine. */
-    private static final int COLLECTED_BYTES = 256;
+abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable {
+    /** How much is collected before it goes to the engine. With more the copying costs what the engine does. */
+    static final int COLLECTED_BYTES = ShortCalls.MOST_BYTES;
+
+    private static final int FIRST_BYTES = 64;
+    private static final byte[] NONE = {};
 
     /** The most that one native call takes: while it runs, the array may hold up the garbage collector. */
     private static final int CALL_BYTES = 1 << 20;
 
     private final int digestLength;
-    private final EngineOwner owner;
-    private final byte[] collected;
+    private final LongConsumer delete;
+
+    /** Null until there may be an engine. */
+    private EngineOwner owner;
+
+    private byte[] collected = NONE;
     private int collectedCount;
     private boolean engineHasInput;
 
     ZelMessageDigestSpi(int digestLength, LongConsumer delete) {
         NativeLibrary.load();
         this.digestLength = digestLength;
-        this.owner = new EngineOwner(this, delete);
-        this.collected = new byte[COLLECTED_BYTES];
+        this.delete = delete;
     }
 
     /** A blank object, made only to hand an engine's address to {@code deleteContext0}. */
     ZelMessageDigestSpi() {
         digestLength = 0;
-        owner = null;
-        collected = null;
+        delete = null;
     }
 
     abstract long context0();
+
+    /** Says that there is no engine, of an object whose field is the copy of another one's. */
+    abstract void clearContext0();
 
     abstract void engineUpdate0(byte[] input, int offset, int length);
 
@@ -52,6 +61,26 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
 
     abstract int engineDigest0(byte[] output, int offset, int length);
 
+    /** Gives this object a copy of the other's engine, in the place of its own. */
+    final native void copyEngine0(ZelMessageDigestSpi from);
+
+    @Override
+    public final synchronized Object clone() throws CloneNotSupportedException {
+        ZelMessageDigestSpi copy = (ZelMessageDigestSpi) super.clone();
+        copy.clearContext0();
+        copy.owner = null;
+        copy.collected = collected.clone();
+        if (engineHasInput) {
+            copy.watchEngine();
+            try {
+                copy.copyEngine0(this);
+            } finally {
+                copy.noteEngine();
+            }
+        }
+        return copy;
+    }
+
     @Override
     protected final int engineGetDigestLength() {
         return digestLength;
@@ -59,8 +88,8 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
 
     @Override
     protected final synchronized void engineUpdate(byte input) {
-        if (collectedCount == COLLECTED_BYTES) {
-            flush();
+        if (collectedCount == collected.length) {
+            makeRoom(1);
         }
         collected[collectedCount++] = input;
     }
@@ -68,12 +97,13 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
     @Override
     protected final synchronized void engineUpdate(byte[] input, int offset, int length) {
         Slices.check(input, offset, length);
-        if (length > COLLECTED_BYTES - collectedCount) {
+        if (length > COLLECTED_BYTES) {
             flush();
-        }
-        if (length >= COLLECTED_BYTES) {
             updateEngine(input, offset, length);
         } else {
+            if (length > collected.length - collectedCount) {
+                makeRoom(length);
+            }
             System.arraycopy(input, offset, collected, collectedCount, length);
             collectedCount += length;
         }
@@ -94,6 +124,11 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
 
     @Override
     protected final synchronized byte[] engineDigest() {
+        if (!engineHasInput) {
+            byte[] digest = new byte[digestLength];
+            digestCollected(digest, 0);
+            return digest;
+        }
         flush();
         try {
             byte[] digest = engineDigest0();
@@ -109,6 +144,10 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
         if (length < digestLength || offset < 0 || offset > output.length - length) {
             throw new DigestException("insufficient space for digest");
         }
+        if (!engineHasInput) {
+            digestCollected(output, offset);
+            return digestLength;
+        }
         flush();
         try {
             int written = engineDigest0(output, offset, length);
@@ -119,6 +158,25 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
         }
     }
 
+    private void digestCollected(byte[] output, int offset) {
+        ShortCalls.digest(digestLength, collected, collectedCount, output, offset);
+        forgetCollected();
+    }
+
+    /** For so many bytes more, at most {@link #COLLECTED_BYTES}; what was collected goes to the engine if it would be too much. */
+    private void makeRoom(int length) {
+        if (length > COLLECTED_BYTES - collectedCount) {
+            flush();
+        }
+        int needed = collectedCount + length;
+        if (needed > collected.length) {
+            byte[] small = collected;
+            collected = Arrays.copyOf(small, Math.min(COLLECTED_BYTES, Math.max(needed, Math.max(FIRST_BYTES, 2 * small.length))));
+            Arrays.fill(small, (byte) 0);
+        }
+    }
+
+    /** The engine takes over from here what was collected; from now on the message is the engine's. */
     private void flush() {
         if (collectedCount > 0) {
             updateEngine(collected, 0, collectedCount);
@@ -132,6 +190,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
     }
 
     private void updateEngine(byte[] input, int offset, int length) {
+        watchEngine();
         engineHasInput = true;
         try {
             int at = offset;
@@ -143,6 +202,13 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi {
             }
         } finally {
             noteEngine();
+        }
+    }
+
+    /** To be called before a native call that may make an engine. */
+    private void watchEngine() {
+        if (owner == null) {
+            owner = new EngineOwner(this, delete);
         }
     }
 

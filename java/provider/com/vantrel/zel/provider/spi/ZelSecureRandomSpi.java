@@ -2,8 +2,10 @@ package com.vantrel.zel.provider.spi;
 
 import com.vantrel.zel.provider.internal.NativeLibrary;
 import com.vantrel.zel.provider.internal.RandomStart;
+import com.vantrel.zel.provider.internal.ShortCalls;
 import java.io.IOException;
 import java.io.ObjectInputStream;
+import java.security.SecureRandomParameters;
 import java.security.SecureRandomSpi;
 
 /**
@@ -19,6 +21,19 @@ public final class ZelSecureRandomSpi extends SecureRandomSpi {
     /** A view of the process's generator. */
     public ZelSecureRandomSpi() {
         NativeLibrary.load();
+    }
+
+    /**
+     * The constructor that the platform looks for first: where it finds none, an exception costs it more than all the rest.
+     *
+     * @param parameters null
+     * @throws IllegalArgumentException if there are any: this generator has none
+     */
+    public ZelSecureRandomSpi(SecureRandomParameters parameters) {
+        this();
+        if (parameters != null) {
+            throw new IllegalArgumentException("no parameters are supported");
+        }
     }
 
     /**
@@ -41,7 +56,8 @@ public final class ZelSecureRandomSpi extends SecureRandomSpi {
 
     @Override
     protected void engineNextBytes(byte[] bytes) {
-        RandomStart.withFailureOfStart(() -> engineNextBytes0(bytes));
+        boolean isShort = bytes.length <= ShortCalls.MOST_BYTES;
+        RandomStart.withFailureOfStart(isShort ? () -> ShortCalls.nextBytes(bytes) : () -> engineNextBytes0(bytes));
     }
 
     /** Ordinary output of the generator: there is no separate source of entropy. */

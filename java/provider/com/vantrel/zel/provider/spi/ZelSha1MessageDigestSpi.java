@@ -23,6 +23,11 @@ public final class ZelSha1MessageDigestSpi extends ZelMessageDigestSpi {
         return context0;
     }
 
+    @Override
+    void clearContext0() {
+        context0 = 0;
+    }
+
     native void engineUpdate0(byte input);
 
     @Override

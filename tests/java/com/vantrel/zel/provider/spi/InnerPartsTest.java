@@ -2,35 +2,67 @@ package com.vantrel.zel.provider.spi;
 
 import static org.junit.jupiter.api.Assertions.*;
 
+import com.vantrel.zel.provider.internal.ShortCalls;
 import java.lang.reflect.Field;
+import java.util.ArrayList;
+import java.util.Arrays;
+import java.util.List;
 import org.junit.jupiter.api.Test;
 
 /** What cannot be seen from outside. */
 class InnerPartsTest {
-    /** A digest collects small updates in Java. */
+    /** What is short needs no engine, whatever is done with it; the first byte too many makes one. */
     @Test
-    void smallUpdatesDoNotReachTheEngine() {
+    void shortMessagesDoNotReachTheEngine() throws Exception {
         ZelSha1MessageDigestSpi sha1 = new ZelSha1MessageDigestSpi();
-        for (int i = 0; i < 100; ++i) {
+        for (int i = 0; i < ZelMessageDigestSpi.COLLECTED_BYTES; ++i) {
             sha1.engineUpdate((byte) i);
-            sha1.engineUpdate(new byte[] {1}, 0, 1);
         }
-        sha1.engineReset();
-        assertEquals(0, sha1.context0());
-        sha1.engineUpdate(new byte[257], 0, 257);
+        ZelSha1MessageDigestSpi copy = (ZelSha1MessageDigestSpi) sha1.clone();
+        assertArrayEquals(sha1.engineDigest(), copy.engineDigest());
+        assertEquals(0, sha1.context0() | copy.context0());
+        sha1.engineUpdate(new byte[ShortCalls.MOST_BYTES], 0, ShortCalls.MOST_BYTES);
+        sha1.engineUpdate((byte) 1);
+        copy = (ZelSha1MessageDigestSpi) sha1.clone();
         assertNotEquals(0, sha1.context0());
+        assertNotEquals(0, copy.context0());
+        assertNotEquals(sha1.context0(), copy.context0());
+
+        ZelAes256CipherSpi cipher = new ZelAes256CipherSpi();
+        AesMessage message = new AesMessage(cipher);
+        message.init(true, new byte[16], new byte[32]);
+        message.update(new byte[ShortCalls.MOST_BYTES], 0, ShortCalls.MOST_BYTES);
+        message.doFinal(new byte[ShortCalls.MOST_BYTES - 1], 0, ShortCalls.MOST_BYTES - 1);
+        assertEquals(0, cipher.context0());
+        message.doFinal(new byte[ShortCalls.MOST_BYTES], 0, ShortCalls.MOST_BYTES);
+        long engine = cipher.context0();
+        assertNotEquals(0, engine);
+        message.init(false, new byte[16], new byte[32]); // the same key: the engine stays
+        assertEquals(engine, cipher.context0());
+        message.init(false, new byte[16], "1".repeat(32).getBytes());
+        assertEquals(0, cipher.context0());
     }
 
+    /** An object without an engine is cleaned up after, too: a key does not outlive its cipher, in neither of its forms. */
     @Test
-    void aKeyThatFailsInTheEngineIsWiped() throws Exception {
+    void whatHasNoEngineIsWiped() throws Exception {
+        List<byte[]> secrets = new ArrayList<>();
         AesMessage message = new AesMessage(new ZelAes256CipherSpi());
-        Field key = AesMessage.class.getDeclaredField("key");
-        key.setAccessible(true);
-        byte[] ones = "1".repeat(AesKeys.KEY_BYTES).getBytes();
-        message.init(true, new byte[16], ones);
-        assertArrayEquals(ones, (byte[]) key.get(message));
-        assertThrows(Exception.class, () -> message.init(true, new byte[3], ones)); // which the engine refuses
-        assertArrayEquals(new byte[AesKeys.KEY_BYTES], (byte[]) key.get(message));
-        assertThrows(IllegalStateException.class, () -> message.update(ones, 0, 1));
+        assertThrows(IllegalStateException.class, () -> message.update(new byte[1], 0, 1));
+        AesMessage dropped = new AesMessage(new ZelAes256CipherSpi());
+        dropped.init(true, new byte[16], "1".repeat(32).getBytes());
+        dropped.doFinal(new byte[1], 0, 1);
+        for (String name : List.of("key", "state")) {
+            Field field = AesMessage.class.getDeclaredField(name);
+            field.setAccessible(true);
+            secrets.add((byte[]) field.get(dropped));
+            assertNotEquals(0, secrets.get(secrets.size() - 1)[31]);
+        }
+        dropped = null;
+        for (int i = 0; i < 1000 && secrets.stream().anyMatch(secret -> !Arrays.equals(secret, new byte[secret.length])); ++i) {
+            System.gc();
+            Thread.sleep(10);
+        }
+        secrets.forEach(secret -> assertArrayEquals(new byte[secret.length], secret));
     }
 }
