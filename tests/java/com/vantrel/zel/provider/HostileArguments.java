@@ -1,47 +1,48 @@
 package com.vantrel.zel.provider;
 
-import static com.vantrel.zel.provider.TestKeys.item;
+import static com.vantrel.zel.provider.TestKeys.*;
 
-import com.vantrel.zel.provider.spi.ZelSha1MessageDigestSpi;
-import com.vantrel.zel.provider.spi.ZelSha256MessageDigestSpi;
-import java.io.ByteArrayOutputStream;
+import com.vantrel.zel.provider.spi.*;
 import java.lang.reflect.Method;
+import java.math.BigInteger;
 import java.security.*;
+import java.security.interfaces.*;
+import java.security.spec.*;
 import java.util.*;
 
-/** What a hostile program passes to native methods: pools of arguments for each type, and keys whose numbers are odd. */
+/** What a hostile program passes to native methods: arguments of each type, and keys whose numbers are odd. */
 final class HostileArguments {
-    private static final int FEW = 6;
     private static final int CALLS_FOR_A_KEY_PAIR = 20_000; // key pairs take long; so many other calls for one
 
+    private static final int ADDED = 20;
+
     /** Sizes for what takes a size alone: each is refused where key pairs are made. */
-    private static final Integer[] SIZES = {0, 1, -1, Integer.MIN_VALUE, Integer.MAX_VALUE, 896, 1000, 16512};
-    private static final Integer[] INTS = {0, 1, 2, 16, -1, Integer.MIN_VALUE, Integer.MAX_VALUE};
-    private static final Byte[] BYTES = {0, -1, 127};
+    private static final int[] SIZES = {0, 1, -1, Integer.MIN_VALUE, Integer.MAX_VALUE, 896, 1000, 16512};
+    private static final int[] INTS = {0, 1, 2, 16, -1, Integer.MIN_VALUE, Integer.MAX_VALUE};
 
-    /** The numbers that replace those of a key: zero, the smallest, a negative one, one of two units, an even large one. */
-    private static final byte[][] ODD_NUMBERS = {{0}, {1}, {2}, {3}, {-1}, {1, 0, 0, 0, 0, 0, 0, 0, 0}, new byte[129]};
-
-    static {
-        ODD_NUMBERS[6][0] = 1;
-    }
+    /** Numbers in place of those of a key: zero, the smallest, a negative one, one of two units, an even large one. */
+    private static final List<BigInteger> ODD_NUMBERS = List.of(BigInteger.ZERO, BigInteger.ONE, BigInteger.TWO,
+            BigInteger.valueOf(3), BigInteger.ONE.negate(), BigInteger.ONE.shiftLeft(64), BigInteger.ONE.shiftLeft(1024));
 
     private final Random random;
     private final Object[] digests; // none, without an engine, and with one
     private final List<byte[]> arrays = new ArrayList<>(); // sizes that matter, null, keys, and results of earlier calls
+    private final List<byte[]> oddKeys = new ArrayList<>();
+    private final Map<Method, List<Object[]>> successful = new HashMap<>();
     private final int fixedArrays;
     private int keyPairsLeft;
 
-    HostileArguments(Random random, long seed, int randomCalls) throws Exception {
+    HostileArguments(Random random, int calls) throws Exception {
         this.random = random;
         digests = new Object[] {null, new ZelSha1MessageDigestSpi(), withEngine(new ZelSha1MessageDigestSpi()),
             withEngine(new ZelSha256MessageDigestSpi())};
-        keyPairsLeft = 1 + randomCalls / CALLS_FOR_A_KEY_PAIR;
-        for (int size : new int[] {16, 32, 0, 64, 100_000}) {
+        keyPairsLeft = 1 + calls / CALLS_FOR_A_KEY_PAIR;
+        for (int size : new int[] {16, 32, 64, 0, 128, 129, 100_000}) {
             arrays.add(randomBytes(size));
         }
+        arrays.add(Arrays.copyOf(new byte[] {0x30, 44, 2, 1, 1, 2, 1, 1, 4, 36}, 46)); // a signature of DSA
         arrays.add(null);
-        addKeys(seed);
+        addKeys();
         fixedArrays = arrays.size();
     }
 
@@ -58,104 +59,47 @@ final class HostileArguments {
         return bytes;
     }
 
-    /** Keys in the forms that the native methods read: PKCS#8, X.509, and PKCS#1, which is the end of RSA's X.509. */
-    private void addKeys(long seed) throws Exception {
-        SecureRandom repeatable = SecureRandom.getInstance("SHA1PRNG", "SUN");
-        repeatable.setSeed(seed);
-        for (String name : List.of("RSA", "DSA")) {
-            for (int bits : new int[] {512, 1024}) {
-                KeyPairGenerator generator = KeyPairGenerator.getInstance(name);
-                generator.initialize(bits, repeatable);
-                KeyPair pair = generator.generateKeyPair();
-                arrays.add(pair.getPrivate().getEncoded());
-                byte[] spki = pair.getPublic().getEncoded();
-                arrays.add(name.equals("DSA") ? spki : Arrays.copyOfRange(spki, bits == 512 ? 20 : 22, spki.length));
-            }
-        }
-    }
-
-    /** The DER of a key with the integer number {@code *index} replaced; counts down for every integer, also inside strings. */
-    private static byte[] withOddNumber(byte[] der, int[] index, byte[] odd) {
-        ByteArrayOutputStream out = new ByteArrayOutputStream();
-        for (int at = 0; at < der.length;) {
-            int tag = der[at];
-            int size = der[at + 1] & 0xFF;
-            int header = size < 0x80 ? 2 : size - 0x80 + 2;
-            for (int i = 2; i < header; ++i) {
-                size = (i == 2 ? 0 : size << 8) | der[at + i] & 0xFF;
-            }
-            byte[] content = Arrays.copyOfRange(der, at + header, at + header + size);
-            int unusedBits = tag == 3 ? 1 : 0;
-            if (tag == 2 && index[0]-- == 0) {
-                content = odd;
-            } else if (tag == 0x30 || (tag == 3 || tag == 4) && (content[unusedBits] == 0x30 || content[unusedBits] == 2)) {
-                byte[] inside = withOddNumber(Arrays.copyOfRange(content, unusedBits, content.length), index, odd);
-                content = new byte[unusedBits + inside.length];
-                System.arraycopy(inside, 0, content, unusedBits, inside.length);
-            }
-            out.writeBytes(item(tag, content));
-            at += header + size;
-        }
-        return out.toByteArray();
-    }
-
-    /** Keys in good order, each with one of its numbers replaced by an odd one. */
-    List<byte[]> oddKeys() {
-        List<byte[]> oddKeys = new ArrayList<>();
-        for (byte[] key : arrays.subList(FEW, fixedArrays)) {
-            for (byte[] odd : ODD_NUMBERS) {
-                int[] left = {-1};
-                for (int integer = 0; left[0] < 0; ++integer) {
-                    left[0] = integer;
-                    oddKeys.add(withOddNumber(key, left, odd));
+    /** Keys in the forms that the native methods read, PKCS#8, X.509 and PKCS#1; the odd ones with one number replaced. */
+    private void addKeys() throws Exception {
+        for (int bits : new int[] {512, 1024}) {
+            RSAPrivateCrtKey rsa = (RSAPrivateCrtKey) jdkPair("RSA", bits).getPrivate();
+            KeyPair dsa = jdkPair("DSA", bits);
+            DSAParams params = ((DSAPublicKey) dsa.getPublic()).getParams();
+            arrays.addAll(List.of(rsa.getEncoded(), derOf(rsa.getModulus(), F4), dsa.getPrivate().getEncoded(),
+                    dsa.getPublic().getEncoded()));
+            for (BigInteger odd : ODD_NUMBERS) {
+                for (int at = 0; at < 4; ++at) {
+                    BigInteger[] r = {rsa.getModulus(), F4, rsa.getPrimeP(), rsa.getPrimeQ()};
+                    BigInteger[] d = {((DSAPrivateKey) dsa.getPrivate()).getX(), params.getP(), params.getQ(), params.getG()};
+                    r[at] = odd;
+                    d[at] = odd;
+                    oddKeys.addAll(List.of(oddRsa(0, r[0], r[1], r[2], r[3]).getEncoded(), derOf(r[0], r[1]),
+                            key(new DSAPrivateKeySpec(d[0], d[1], d[2], d[3])).getEncoded(),
+                            key(new DSAPublicKeySpec(d[0], d[1], d[2], d[3])).getEncoded()));
                 }
             }
         }
+    }
+
+    /** Keys in good order but for one of their numbers. */
+    List<byte[]> oddKeys() {
         return oddKeys;
     }
 
-    /** Signatures of the sizes that belong to the keys and the odd numbers; of DSA one with r = s = 1. */
-    Object[] signatures() {
-        byte[] dsa = {0x30, 44, 2, 1, 1, 2, 1, 1, 4, 36};
-        return new Object[] {randomBytes(64), randomBytes(128), randomBytes(129), randomBytes(9), new byte[1],
-            Arrays.copyOf(dsa, 46)};
-    }
-
-    private static boolean takesASize(Method method) {
-        return method.getName().toLowerCase().startsWith("generate") || method.getName().equals("engineGenerateSeed0");
-    }
-
-    /** Pools for the method's parameters: with few arrays, or with every one. */
-    List<Object[]> pools(Method method, boolean few) {
-        List<Object[]> pools = new ArrayList<>();
-        for (Class<?> type : method.getParameterTypes()) {
-            pools.add(type == byte[].class ? (few ? arrays.subList(0, FEW) : arrays).toArray() : type == byte.class ? BYTES
-                    : type != int.class ? digests : takesASize(method) ? SIZES : INTS);
-        }
-        return pools;
-    }
-
-    interface Use {
-        void with(Object[] arguments) throws Exception;
-    }
-
-    static void forEachCombination(List<Object[]> pools, Use use) throws Exception {
-        int[] at = new int[pools.size()];
-        for (boolean more = true; more;) {
-            Object[] arguments = new Object[at.length];
-            for (int i = 0; i < at.length; ++i) {
-                arguments[i] = pools.get(i)[at[i]];
-            }
-            use.with(arguments);
-            more = false;
-            for (int i = 0; i < at.length && !more; ++i) {
-                at[i] = (at[i] + 1) % pools.get(i).length;
-                more = at[i] != 0;
-            }
-        }
-    }
-
+    /** Such as have led to success before, with something else in one place at times, or any. */
     Object[] random(Method method) {
+        Object[] arguments = any(method);
+        List<Object[]> known = successful.get(method);
+        if (known == null || known.isEmpty() || arguments.length == 0 || random.nextInt(3) == 0) {
+            return arguments;
+        }
+        Object[] again = known.get(random.nextInt(known.size())).clone();
+        int place = random.nextInt(again.length);
+        again[place] = random.nextInt(3) == 0 ? arguments[place] : again[place];
+        return again;
+    }
+
+    private Object[] any(Method method) {
         Class<?>[] types = method.getParameterTypes();
         Object[] arguments = new Object[types.length];
         byte[] lastArray = null;
@@ -175,9 +119,13 @@ final class HostileArguments {
         return arguments;
     }
 
-    private Integer randomSize(Method method) {
+    private static boolean takesASize(Method method) {
+        return method.getName().matches("(g|engineG)enerate.*");
+    }
+
+    private int randomSize(Method method) {
         if (method.getName().startsWith("engine")) {
-            return random.nextInt(8) == 0 ? SIZES[random.nextInt(SIZES.length)] : (Integer) random.nextInt(3000);
+            return random.nextInt(8) == 0 ? SIZES[random.nextInt(SIZES.length)] : random.nextInt(3000);
         }
         if (keyPairsLeft > 0 && random.nextInt(100) == 0) {
             --keyPairsLeft;
@@ -187,16 +135,17 @@ final class HostileArguments {
         return random.nextBoolean() ? SIZES[random.nextInt(SIZES.length)] : size < 1024 ? size : size | 1;
     }
 
-    private Integer randomInt(byte[] lastArray) {
+    private int randomInt(byte[] lastArray) {
         switch (random.nextInt(8)) {
             case 0:
                 return random.nextInt();
             case 1:
-                return INTS[random.nextInt(INTS.length)];
             case 2:
-                return 16 * random.nextInt(8);
+                return INTS[random.nextInt(INTS.length)];
             case 3:
+                return 16 * random.nextInt(8);
             case 4:
+            case 5:
                 return lastArray == null ? 0 : lastArray.length - random.nextInt(3) * random.nextInt(20);
             default:
                 return random.nextInt(4);
@@ -205,9 +154,9 @@ final class HostileArguments {
 
     /** An array of the pool, of any size, or one of the pool with something wrong in it. */
     private byte[] randomArray() {
-        byte[] array = random.nextInt(4) == 0 ? randomBytes(random.nextInt(600))
-                : arrays.get(random.nextInt(arrays.size()));
-        if (array == null || array.length == 0 || random.nextInt(3) != 0) {
+        byte[] array = random.nextInt(8) == 0 ? randomBytes(random.nextInt(600))
+                : arrays.get(random.nextInt(1 + random.nextInt(arrays.size()))); // the first ones more often
+        if (array == null || array.length == 0 || random.nextInt(5) != 0) {
             return array;
         }
         byte[] wrong = Arrays.copyOf(array, random.nextBoolean() ? array.length : random.nextInt(array.length) + 1);
@@ -217,12 +166,23 @@ final class HostileArguments {
         return wrong;
     }
 
-    /** A result is an argument of later calls: a signature, a key. */
-    void keep(byte[] result) {
-        if (arrays.size() < fixedArrays + 20) {
-            arrays.add(result);
+    /** Arguments that have led to success serve again, and a result, a signature or a key, is an argument of later calls. */
+    void keep(Method method, Object[] arguments, Object result) {
+        List<Object[]> known = successful.computeIfAbsent(method, m -> new ArrayList<>());
+        if (!takesASize(method)) {
+            add(known, 0, arguments);
+        }
+        if (result instanceof byte[] && ((byte[]) result).length < 5000) {
+            add(arrays, fixedArrays, (byte[]) result);
+        }
+    }
+
+    /** Adds to a list, or replaces one of those that have been added. */
+    private <T> void add(List<T> list, int fixed, T value) {
+        if (list.size() < fixed + ADDED) {
+            list.add(value);
         } else if (random.nextInt(50) == 0) {
-            arrays.set(fixedArrays + random.nextInt(20), result);
+            list.set(fixed + random.nextInt(ADDED), value);
         }
     }
 }
