@@ -62,28 +62,31 @@ final class ChildJvm {
     }
 
     /** Runs a program to its end. It sees the provider's jar and the tests, unless the options name another class path. */
-    static ChildJvm run(Class<?> program, List<String> options, String... arguments)
-            throws IOException, InterruptedException {
+    static ChildJvm run(Class<?> program, List<String> options, String... arguments) throws Exception {
+        return run(commandOf(program, options, arguments));
+    }
+
+    /** The same under a limit that the shell's command ulimit sets. */
+    static ChildJvm runLimited(String limit, Class<?> program, List<String> options) throws Exception {
+        return run(List.of("sh", "-c", "ulimit " + limit + "; java=$1; shift; exec \"$java\" -XX:-UsePerfData \"$@\"", "sh"),
+                commandOf(program, options));
+    }
+
+    /** Runs java with the arguments and waits for its end. */
+    static ChildJvm run(List<String> arguments) throws Exception {
+        return run(List.of(), arguments);
+    }
+
+    private static List<String> commandOf(Class<?> program, List<String> options, String... arguments) {
         List<String> all = new ArrayList<>(List.of("-cp", providerJar() + File.pathSeparator + testClasses()));
         all.addAll(nativeAccess("ALL-UNNAMED"));
         all.addAll(options);
         all.add(program.getName());
         all.addAll(List.of(arguments));
-        return run(all);
+        return all;
     }
 
-    /** Runs java with the arguments and waits for its end. */
-    static ChildJvm run(List<String> arguments) throws IOException, InterruptedException {
-        return runAfter(List.of(), arguments);
-    }
-
-    /** Runs java under a limit that the shell's command ulimit sets. */
-    static ChildJvm runLimited(String limit, List<String> arguments) throws IOException, InterruptedException {
-        String limited = "ulimit " + limit + "; java=$1; shift; exec \"$java\" -XX:-UsePerfData \"$@\"";
-        return runAfter(List.of("sh", "-c", limited, "sh"), arguments);
-    }
-
-    private static ChildJvm runAfter(List<String> words, List<String> arguments) throws IOException, InterruptedException {
+    private static ChildJvm run(List<String> words, List<String> arguments) throws Exception {
         Path out = Files.createTempFile("child", ".out");
         Path err = Files.createTempFile("child", ".err");
         List<String> command = new ArrayList<>(words);
