@@ -8,7 +8,7 @@ import java.math.BigInteger;
 import java.security.*;
 import java.security.spec.RSAKeyGenParameterSpec;
 import java.util.*;
-import java.util.concurrent.*;
+import java.util.concurrent.Future;
 import java.util.stream.Stream;
 import javax.crypto.Cipher;
 import org.junit.jupiter.api.Test;
@@ -17,7 +17,6 @@ import org.junit.jupiter.params.provider.MethodSource;
 
 /** Every service as a Java program uses it: by one thread, with every result judged; and shared, which may cost results only. */
 class RandomUsesTest {
-    private static final int THREADS = 4;
     private static final RandomUses USES = new RandomUses(5 << 20);
 
     private static void repeat(Use use, int rounds) throws Exception {
@@ -83,9 +82,8 @@ class RandomUsesTest {
         RandomUses uses = new RandomUses(5000);
         List<Use> shared = uses.all(jdkPair("RSA", 1024), jdkPair("DSA", 1024));
         uses.isJudged = false;
-        ExecutorService threads = Executors.newFixedThreadPool(THREADS);
         for (Use use : shared) {
-            Callable<Void> rounds = () -> {
+            List<Future<Void>> ends = RandomUses.inThreads(4, () -> {
                 Random random = new Random();
                 for (int round = 0; round < 150; ++round) {
                     try {
@@ -95,12 +93,11 @@ class RandomUsesTest {
                     }
                 }
                 return null;
-            };
-            for (Future<Void> end : threads.invokeAll(Collections.nCopies(THREADS, rounds))) {
-                end.get(); // throws what the thread has thrown
+            });
+            for (Future<Void> end : ends) {
+                end.get();
             }
         }
-        threads.shutdown();
         uses.isJudged = true;
         for (Use use : shared) {
             use.with(new Random(1), true);

@@ -3,11 +3,10 @@ package com.vantrel.zel.provider;
 import static com.vantrel.zel.provider.TestKeys.*;
 
 import com.vantrel.zel.provider.RandomUses.Use;
-import java.nio.file.Files;
-import java.nio.file.Path;
+import java.nio.file.*;
 import java.security.*;
 import java.util.*;
-import java.util.concurrent.*;
+import java.util.concurrent.Future;
 import java.util.concurrent.atomic.AtomicLong;
 import java.util.stream.Stream;
 
@@ -16,7 +15,6 @@ import java.util.stream.Stream;
  * dropped as they stand. Memory, threads and open files must stay flat.
  */
 public final class Soak {
-    private static final int THREADS = 8;
     private static final int SAMPLES = 20;
     private static final long ALLOWED_GROWTH_KIB = 24 * 1024;
 
@@ -30,12 +28,7 @@ public final class Soak {
         long seconds = Long.parseLong(asked != null ? asked : args[0]);
         KeyPair rsa = jdkPair("RSA", 1024);
         KeyPair dsa = jdkPair("DSA", 1024);
-        ExecutorService threads = Executors.newFixedThreadPool(THREADS);
-        List<Future<Void>> ends = new ArrayList<>();
-        for (int i = 0; i < THREADS; ++i) {
-            ends.add(threads.submit(() -> use(rsa, dsa)));
-        }
-        threads.shutdown();
+        List<Future<Void>> ends = RandomUses.inThreads(8, () -> use(rsa, dsa));
         List<long[]> samples = new ArrayList<>();
         for (int i = 0; i < SAMPLES && ends.stream().noneMatch(Future::isDone); ++i) {
             Thread.sleep(seconds * 1000 / SAMPLES);
@@ -44,7 +37,7 @@ public final class Soak {
         }
         isOver = true;
         for (Future<Void> end : ends) {
-            end.get(); // throws what the thread has thrown
+            end.get();
         }
         System.out.println(OPERATIONS + " operations");
         requireFlat(samples.subList(SAMPLES / 2, SAMPLES));
