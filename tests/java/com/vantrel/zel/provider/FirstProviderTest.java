@@ -45,7 +45,7 @@ class FirstProviderTest {
             all.add("-Xcheck:jni");
         }
         all.addAll(List.of(arguments));
-        ChildJvm child = ChildJvm.run(all);
+        ChildJvm child = ChildJvm.run("ALL-UNNAMED", all);
         assertEquals(0, child.exitCode, child.out + child.err);
         return child.out;
     }

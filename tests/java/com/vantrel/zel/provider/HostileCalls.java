@@ -4,19 +4,16 @@ import static com.vantrel.zel.provider.TestKeys.*;
 
 import com.vantrel.zel.provider.spi.*;
 import java.lang.reflect.*;
-import java.nio.file.Path;
 import java.security.*;
 import java.security.interfaces.RSAPublicKey;
 import java.util.*;
-import java.util.jar.*;
 import java.util.stream.*;
 import javax.crypto.BadPaddingException;
 import javax.crypto.ShortBufferException;
 
 /**
  * Calls every native method of the provider as a hostile program would, in a random sequence over a few objects of each class.
- * The methods are taken from the provider's classes, so that a new one is covered as soon as it exists; what led to success
- * is varied, so that calls get far.
+ * A new method of theirs is covered as soon as it exists. What has led to success is varied, so that calls get far.
  *
  * <p>Each call has to end with a result or with an exception of a documented class; it leaves every byte alone that is not
  * its result. Each method has to succeed and each class of exception to be raised at some time. Arguments: the number of calls,
@@ -28,6 +25,9 @@ public final class HostileCalls {
             ShortBufferException.class, BadPaddingException.class, UnsupportedOperationException.class,
             NullPointerException.class, ArrayIndexOutOfBoundsException.class, NegativeArraySizeException.class,
             OutOfMemoryError.class);
+    /** Beside the classes of the services: those whose native methods are static. */
+    private static final Set<String> STATIC = Set.of("com.vantrel.zel.provider.ZelSecurityProvider",
+            "com.vantrel.zel.provider.internal.NativeInfo", "com.vantrel.zel.provider.internal.ShortCalls");
     private static final int CALLS_FOR_A_KEY_PAIR = 20_000; // key pairs take long; so many other calls for one
     private static final int OBJECTS = 3;
     private static final int ADDED = 20;
@@ -68,7 +68,6 @@ public final class HostileCalls {
         int count = Integer.parseInt(args[0]);
         long seed = args.length > 1 ? Long.parseLong(args[1]) : System.nanoTime();
         System.out.println("seed " + seed);
-        new ZelSecurityProvider();
         HostileCalls calls = new HostileCalls(seed, count);
         Map<Class<?>, List<Method>> methods = nativeMethods();
         calls.run(methods, count);
@@ -79,35 +78,18 @@ public final class HostileCalls {
         }
     }
 
-    /** The native methods of each class and of what it extends, as the provider's jar has them, in an order that does not change. */
+    /** The native methods of each class and of what it extends, in an order that does not change. */
     private static Map<Class<?>, List<Method>> nativeMethods() throws Exception {
+        Set<String> names = new TreeSet<>(STATIC);
+        new ZelSecurityProvider().getServices().forEach(service -> names.add(service.getClassName()));
         Map<Class<?>, List<Method>> methods = new LinkedHashMap<>();
-        Path jar = Path.of(ZelSecurityProvider.class.getProtectionDomain().getCodeSource().getLocation().toURI());
-        try (JarFile file = new JarFile(jar.toFile())) {
-            for (String name : file.stream().map(JarEntry::getName).sorted()
-                    .filter(n -> n.endsWith(".class") && !n.equals("module-info.class")).collect(Collectors.toList())) {
-                Class<?> type = Class.forName(name.substring(0, name.length() - 6).replace('/', '.'));
-                List<Method> ofType = Stream.<Class<?>>iterate(type, c -> c != null && c.getName().startsWith("com.vantrel"),
-                        Class::getSuperclass).flatMap(c -> Arrays.stream(c.getDeclaredMethods()))
-                        .filter(m -> Modifier.isNative(m.getModifiers())).peek(m -> m.setAccessible(true))
-                        .sorted(Comparator.comparing(Method::toString)).collect(Collectors.toList());
-                if (!ofType.isEmpty() && !Modifier.isAbstract(type.getModifiers())) {
-                    methods.put(type, ofType);
-                }
-            }
+        for (String name : names) {
+            Class<?> type = Class.forName(name);
+            methods.put(type, Stream.<Class<?>>iterate(type, c -> c.getName().startsWith("com.vantrel"), Class::getSuperclass)
+                    .flatMap(c -> Arrays.stream(c.getDeclaredMethods())).filter(m -> Modifier.isNative(m.getModifiers()))
+                    .peek(m -> m.setAccessible(true)).sorted(Comparator.comparing(Method::toString)).collect(Collectors.toList()));
         }
         return methods;
-    }
-
-    /** A new object of a class, or null where the native methods are static. */
-    private static Object newEngine(Class<?> type) throws Exception {
-        for (Constructor<?> constructor : type.getDeclaredConstructors()) {
-            if (constructor.getParameterCount() == 0) {
-                constructor.setAccessible(true);
-                return constructor.newInstance();
-            }
-        }
-        return null;
     }
 
     private void run(Map<Class<?>, List<Method>> methods, int count) throws Exception {
@@ -117,7 +99,8 @@ public final class HostileCalls {
             int type = random.nextInt(engines.length);
             int which = random.nextInt(OBJECTS);
             if (engines[type][which] == null || random.nextInt(50) == 0) { // the old one is the cleaner's
-                engines[type][which] = newEngine(classes.get(type));
+                boolean hasObjects = !STATIC.contains(classes.get(type).getName());
+                engines[type][which] = hasObjects ? classes.get(type).getConstructor().newInstance() : null;
             }
             List<Method> some = methods.get(classes.get(type));
             Method method = some.get(random.nextInt(some.size()));

@@ -250,9 +250,7 @@ class LoadingTest {
     }
 
     private static void assertServed(String by, String access, String... arguments) throws Exception {
-        List<String> all = new ArrayList<>(ChildJvm.nativeAccess(access));
-        all.addAll(List.of(arguments));
-        ChildJvm child = ChildJvm.run(all);
+        ChildJvm child = ChildJvm.run(access, List.of(arguments));
         assertEquals("", child.err);
         assertSays(child, by);
     }
@@ -268,8 +266,8 @@ class LoadingTest {
                 "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\n");
         String byName = "-Djava.security.properties=" + Files.writeString(folder.resolve("byName"),
                 "security.provider.1=Zel\nsecurity.provider.2=SUN\n");
-        if (Runtime.version().feature() >= ChildJvm.FIRST_VERSION_THAT_CAN_DENY) {
-            String said = ChildJvm.run(List.of("--illegal-native-access=deny", "-cp", classPath, byClass, probe, "registered")).err;
+        if (ChildJvm.CAN_DENY) {
+            String said = ChildJvm.run(null, List.of("-cp", classPath, byClass, probe, "registered")).err;
             assertTrue(said.contains("start Java with --enable-native-access=ALL-UNNAMED"), said);
         }
         assertServed("null 32\n", "ALL-UNNAMED", "-cp", classPath, probe, "loader");

@@ -9,11 +9,8 @@ import java.security.*;
 import java.security.spec.RSAKeyGenParameterSpec;
 import java.util.*;
 import java.util.concurrent.Future;
-import java.util.stream.Stream;
 import javax.crypto.Cipher;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.params.ParameterizedTest;
-import org.junit.jupiter.params.provider.MethodSource;
 
 /** Every service as a Java program uses it: by one thread, with every result judged; and shared, which may cost results only. */
 class RandomUsesTest {
@@ -48,8 +45,9 @@ class RandomUsesTest {
         assertArrayEquals(MessageDigest.getInstance("SHA-256", "SUN").digest(message), digest.digest());
     }
 
-    /** Made here and by the JDK. */
-    static Stream<KeyPair> rsaKeys() throws Exception {
+    /** With keys made here and by the JDK. */
+    @Test
+    void rsa() throws Exception {
         List<KeyPair> keys = new ArrayList<>(List.of(keyPair("RSA", 1024, ZEL)));
         for (int bits : new int[] {512, 777, 1025, 2048, 4096}) {
             keys.add(jdkPair("RSA", bits));
@@ -59,14 +57,10 @@ class RandomUsesTest {
             generator.initialize(new RSAKeyGenParameterSpec(1024, exponent));
             keys.add(generator.generateKeyPair());
         }
-        return keys.stream();
-    }
-
-    @ParameterizedTest(name = "{index}")
-    @MethodSource("rsaKeys")
-    void rsa(KeyPair pair) throws Exception {
-        repeat(USES.signature("SHA1withRSA", pair), 20);
-        repeat(USES.signature("SHA256withRSA", pair), 20);
+        for (KeyPair pair : keys) {
+            repeat(USES.signature("SHA1withRSA", pair), 20);
+            repeat(USES.signature("SHA256withRSA", pair), 20);
+        }
     }
 
     /** Many, for values of every length. */
