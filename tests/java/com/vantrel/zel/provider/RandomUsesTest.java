@@ -92,6 +92,16 @@ class RandomUsesTest {
                 end.get();
             }
         }
+        MessageDigest digest = MessageDigest.getInstance("SHA-256", ZEL);
+        List<Future<Void>> updates = RandomUses.inThreads(4, () -> {
+            for (int i = 0; i < 20_000; ++i) {
+                digest.update(new byte[4000], 0, i % 4000);
+            }
+            return null;
+        });
+        for (Future<Void> end : updates) {
+            end.get();
+        }
         uses.isJudged = true;
         for (Use use : shared) {
             use.with(new Random(1), true);
