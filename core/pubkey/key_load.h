@@ -2,6 +2,7 @@
 #ifndef ZELSPI_CORE_PUBKEY_KEY_LOAD_H
 #define ZELSPI_CORE_PUBKEY_KEY_LOAD_H
 
+#include "core/bignum/vlong_convert.h"
 #include "core/memory/endian.h"
 #include "core/pubkey/asym_key.h"
 
@@ -14,6 +15,24 @@ struct BigEndian {
         return bigEndianBits(bytes, length);
     }
 };
+
+// readNumber: VLONG_fromBytes; a length beyond 31 bits is negative there.
+inline Status readNumber(BigEndian bytes, vlong** out, vlong** queue) {
+    return VLONG_fromBytes(bytes.bytes, static_cast<std::int32_t>(bytes.length), out, queue);
+}
+
+// releaseNumber: VLONG_free; an absent one is skipped.
+inline void releaseNumber(vlong** value, vlong** queue) {
+    (void)VLONG_free(value, queue);
+}
+
+// wholeOrCleared: what loading leaves behind and gives: the whole key, or nothing of it. clear is rsaKeyClear or dsaKeyClear.
+template <typename Key> Status wholeOrCleared(Key* key, Status status, void (*clear)(Key*, vlong**), vlong** queue) {
+    if (isError(status)) {
+        clear(key, queue);
+    }
+    return status;
+}
 
 // rsaKeyLoadPrivate: RsaKey_SetPrivate with a hint at 1/q mod p. The hint may be anything: it is taken only when it proves
 // right, which costs a fraction of finding the inverse, and so makes no difference to the key.
