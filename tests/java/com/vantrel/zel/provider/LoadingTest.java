@@ -322,6 +322,6 @@ class LoadingTest {
     @Test
     void theTool() throws Exception {
         String said = service("java.base", "-jar", System.getProperty("zel.tool.jar"), "info");
-        assertTrue(said.contains("java                " + Runtime.version().feature()), said);
+        assertTrue(said.contains("java                    " + Runtime.version().feature()), said);
     }
 }
