@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
-# ./dist.sh: makes dist/ from the current commit: the provider's jar with the libraries for Linux and Windows inside, the
-# program zel for Linux, the Debian package of the native library, the zip for Windows, and SHA256SUMS. The same commit
+# ./dist.sh: makes dist/ from the current commit: a Maven repository with the provider's jar, the libraries for Linux and Windows
+# inside; the program zel for Linux, the Debian packages, the zip for Windows, the bill of materials, and SHA256SUMS. The same commit
 # gives the same bytes with the same compilers, wherever and whenever it is built.
 set -euo pipefail
 CDPATH= cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")"
 umask 022
 
 cmake/install-packages.sh cmake ninja-build g++ g++-mingw-w64-x86-64-posix openjdk-17-jdk-headless junit5 libpicocli-java \
-  libgtest-dev dpkg-dev git zip
+  libgtest-dev dpkg-dev git zip python3
 if [ -n "$(git status --porcelain --untracked-files=no)" ]; then
   echo "dist.sh: there are changes that no commit has; they are in what is made" >&2
 fi
@@ -33,8 +33,36 @@ fi
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$linux/CMakeCache.txt")
 rm -rf dist && mkdir dist
 
-# The provider's jar.
+# The provider's jar, and the Maven repository, in which each file has its checksums beside it.
 cp "$linux/zel-provider.jar" "dist/zel-provider-$version.jar"
+group=dist/maven/com/vantrel/zel/zel-provider
+mkdir -p "$group/$version"
+for name in .jar -sources.jar -javadoc.jar .pom; do
+  cp "$linux/zel-provider$name" "$group/$version/zel-provider-$version$name"
+done
+cat >"$group/maven-metadata.xml" <<END
+<?xml version="1.0" encoding="UTF-8"?>
+<metadata>
+  <groupId>com.vantrel.zel</groupId>
+  <artifactId>zel-provider</artifactId>
+  <versioning>
+    <latest>$version</latest>
+    <release>$version</release>
+    <versions>
+      <version>$version</version>
+    </versions>
+    <lastUpdated>$(date -d "@$SOURCE_DATE_EPOCH" +%Y%m%d%H%M%S)</lastUpdated>
+  </versioning>
+</metadata>
+END
+for file in "$group/maven-metadata.xml" "$group/$version"/*; do
+  for sum in md5 sha1 sha256; do
+    "${sum}sum" "$file" | sed 's/ .*//' | tr -d '\n' >"$file.$sum"
+  done
+done
+
+# What it is all made of.
+cmake/make-sbom.py "$version" "$linux" "$windows" >"dist/zelspi-$version.cdx.json"
 
 # The program zel for Linux.
 tool=zel-$version
@@ -59,5 +87,5 @@ cp -L $(sed 's/;/ /g' "$linux/junit-jars.txt") "$work/zip/tests/junit"
 find "$work/zip" -exec touch --no-dereference --date="@$SOURCE_DATE_EPOCH" {} +
 (cd "$work/zip" && find . -type f | LC_ALL=C sort | sed 's|^\./||' | zip -q -X -D -9 -@ "$OLDPWD/dist/zelspi-$version-windows.zip")
 
-(cd dist && sha256sum -- * >"$work/SHA256SUMS" && mv "$work/SHA256SUMS" .)
+(cd dist && find . -type f ! -name '*.md5' ! -name '*.sha*' -printf '%P\n' | sort | xargs sha256sum -- >"$work/SHA256SUMS" && mv "$work/SHA256SUMS" .)
 cat dist/SHA256SUMS
