@@ -1,6 +1,5 @@
 #include "bridge/zel_sha1_with_dsa_signature.h"
 
-#include "bridge/dsa_der.h"
 #include "bridge/java_arrays.h"
 #include "bridge/java_exceptions.h"
 #include "bridge/shared_random.h"
@@ -8,6 +7,7 @@
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
 #include "core/pubkey/dsa.h"
+#include "core/pubkey/dsa_der.h"
 #include "core/pubkey/key_der.h"
 
 #include <algorithm>

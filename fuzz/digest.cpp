@@ -1,6 +1,7 @@
-// The five hashes: a message in any pieces gives the digest of the whole, which is what every kernel gives for the
-// message padded by the standard's words. The first byte chooses the hash, the second how many pieces there are, with a
+// The five hashes by the functions for C: a message in any pieces, with a copy of the handle taken on the way, gives the digest
+// of the whole, which is what every kernel gives for the message padded by the standard's words. The first byte chooses the hash, the second how many pieces there are, with a
 // length byte each; the rest is the message.
+#include "capi/zel.h"
 #include "core/memory/endian.h"
 #include "fuzz/fuzz_check.h"
 #include "fuzz/fuzz_input.h"
@@ -22,18 +23,25 @@ Bytes padded(Bytes message, std::size_t blockBytes, std::size_t countBytes) {
     return message;
 }
 
-template <typename Sha> void check(const Sha& sha, const Bytes& pieces, FuzzInput input) {
+template <typename Sha> void check(const Sha& sha, ZelHash hash, const Bytes& pieces, FuzzInput input) {
     typename Sha::Context context;
     Bytes whole(sha.digestBytes), split(sha.digestBytes);
     const Bytes message = FuzzInput(input).rest();
-    FUZZ_CHECK(!isError(sha.digest(dataOf(message), static_cast<std::uint32_t>(message.size()), whole.data())));
-    FUZZ_CHECK(!isError(sha.init(&context)));
+    FUZZ_CHECK(zelDigestOnce(hash, message.data(), message.size(), whole.data(), whole.size()) == ZEL_OK);
+    ZelDigest *handle = nullptr, *copy = nullptr;
+    FUZZ_CHECK(zelDigestNew(hash, &handle) == ZEL_OK);
     for (std::size_t i = 0; i <= pieces.size(); ++i) {
+        if (i == pieces.size() / 2) {
+            FUZZ_CHECK(zelDigestCopy(handle, &copy) == ZEL_OK);
+        }
         const Bytes piece = i == pieces.size() ? input.rest() : input.take(pieces[i]);
-        FUZZ_CHECK(!isError(sha.update(&context, dataOf(piece), static_cast<std::uint32_t>(piece.size()))));
+        FUZZ_CHECK(zelDigestUpdate(handle, piece.data(), piece.size()) == ZEL_OK);
+        FUZZ_CHECK(copy == nullptr || zelDigestUpdate(copy, piece.data(), piece.size()) == ZEL_OK);
     }
-    FUZZ_CHECK(!isError(sha.final(&context, split.data())));
-    FUZZ_CHECK(split == whole);
+    for (ZelDigest* const each : {handle, copy}) {
+        FUZZ_CHECK(zelDigestFinish(each, split.data(), split.size()) == ZEL_OK && split == whole);
+        FUZZ_CHECK(zelDigestFree(each) == ZEL_OK);
+    }
 
     const Bytes blocks = padded(message, sizeof context.buffer, 2 * sizeof context.state[0]);
     for (const auto& kernel : sha.kernels) {
@@ -53,8 +61,9 @@ template <typename Sha> void check(const Sha& sha, const Bytes& pieces, FuzzInpu
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzInput input(data, size);
-    const std::string_view name = kShaNames[input.byte() % std::size(kShaNames)];
+    const std::size_t choice = input.byte() % std::size(kShaNames);
     const Bytes pieces = input.bytes();
-    withSha(name, [&](const auto& sha) { check(sha, pieces, input); });
+    withSha(kShaNames[choice],
+            [&](const auto& sha) { check(sha, static_cast<ZelHash>(ZEL_SHA1 + choice), pieces, input); });
     return 0;
 }

@@ -50,7 +50,7 @@ Status readPrivate(const KeyInput& input, const Asn1Node& version, const Asn1Nod
     RETURN_IF_ERROR(input.content(*p, &first));
     RETURN_IF_ERROR(input.content(*q, &second));
     // Nobody says that n is p q: each is looked at.
-    if (use == KeyUse::kOneSignature && std::max({modulus.bits(), first.bits(), second.bits()}) > kRsaMaxSignerBits) {
+    if (use != KeyUse::kAny && std::max({modulus.bits(), first.bits(), second.bits()}) > kRsaMaxSignerBits) {
         return ERR_RSA_INVALID_MODULUS;
     }
     if (qInv != nullptr) {

@@ -1,10 +1,10 @@
 // What native callers do with the engine classes, as entry points for scripts.
 #include "tests/bridge/native_calls.h"
 
-#include "bridge/dsa_der.h"
 #include "bridge/key_pair_steps.h"
 #include "bridge/zel_sha_with_rsa_signature.h"
 #include "bridge/zel_util.h"
+#include "core/pubkey/dsa_der.h"
 #include "core/pubkey/key_der.h"
 #include "tests/bridge/entry_point.h"
 #include "tests/bridge/fake_jni.h"

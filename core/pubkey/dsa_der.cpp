@@ -1,4 +1,4 @@
-#include "bridge/dsa_der.h"
+#include "core/pubkey/dsa_der.h"
 
 #include "core/asn1/asn1_parse.h"
 #include "core/asn1/asn1_walk.h"
@@ -6,8 +6,8 @@
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
 #include "core/memory/endian.h"
-#include "core/memory/secret.h"
 #include "core/pubkey/dsa.h"
+#include "core/pubkey/key_write.h"
 
 #include <climits>
 
@@ -104,14 +104,6 @@ Status loadPublicKey(const std::uint8_t* der, std::uint32_t length, AsymmetricKe
 Status toVlong(const Content& content, vlong** out) {
     // More than a vlong can take is refused there.
     return VLONG_fromBytes(content.octets, static_cast<std::int32_t>(content.length), out, nullptr);
-}
-
-// The value behind one 0x00.
-Status paddedBytes(const vlong* value, SecretBuffer* bytes) {
-    std::uint32_t count = 0;
-    RETURN_IF_ERROR(VLONG_toBytes(value, nullptr, &count));
-    RETURN_IF_ERROR(bytes->alloc(count + std::size_t{1}));
-    return VLONG_toBytesFixed(value, bytes->data() + 1, count);
 }
 
 } // namespace
