@@ -71,9 +71,8 @@ cp "$linux"/{zel,zel-tool.jar,zel-provider.jar,picocli.jar} LICENSE "$work/$tool
 tar -C "$work" --sort=name --mtime="@$SOURCE_DATE_EPOCH" --owner=0 --group=0 --numeric-owner --format=ustar -c "$tool" |
   gzip -9n >"dist/$tool-linux.tar.gz"
 
-# The Debian package.
-(cd "$linux" && cpack -G DEB -B "$work/deb" >"$work/cpack.log" 2>&1) || { tail -n 20 "$work/cpack.log" >&2; exit 1; }
-cp "$work"/deb/*.deb dist/
+# The Debian packages.
+cmake/make-debs.sh "$linux" "$version" "$work/debs" dist
 
 # The zip for Windows: what a native caller needs, the program zel, and what tries all of it in a JVM there.
 rm -rf "$work/zip" && mkdir "$work/zip"
