@@ -23,8 +23,8 @@ if(WIN32)
   if(CMAKE_DLLTOOL)
     add_custom_command(OUTPUT "${CMAKE_BINARY_DIR}/zelspi.lib"
       COMMAND "${CMAKE_DLLTOOL}" --deterministic-libraries -m i386:x86-64 -d "${CMAKE_CURRENT_SOURCE_DIR}/capi/zelspi.def"
-        -l "${CMAKE_BINARY_DIR}/zelspi.lib"
-      DEPENDS capi/zelspi.def VERBATIM)
+        -l zelspi.lib # which keeps the name as it stands here
+      DEPENDS capi/zelspi.def WORKING_DIRECTORY "${CMAKE_BINARY_DIR}" VERBATIM)
     add_custom_target(import_library ALL DEPENDS "${CMAKE_BINARY_DIR}/zelspi.lib")
     install(FILES "${CMAKE_BINARY_DIR}/zelspi.lib" DESTINATION "${CMAKE_INSTALL_LIBDIR}")
   endif()

@@ -71,11 +71,16 @@ using Pair1024 = Shape<16, 6, 21, true>;
 using Pair1536 = Shape<24, 8, 31, true>;
 using Pair2048 = Shape<32, 11, 41, true>;
 
+// Where digit d of a task stands in a number.
+template <typename S> constexpr std::size_t place(std::uint32_t task, std::uint32_t d) {
+    return d % S::V * kLanes + task * S::kTaskLanes + d / S::V;
+}
+
 ZEL_IFMA_INLINE Vector load(const Unit* from) {
     return _mm512_load_si512(from);
 }
 
-// Number: the registers of a factor. Where there are too many of them for the register file, the products read them from
+// Factor: the registers of one. Where there are too many of them for the register file, the products read them from
 // memory; left alone, the compilers would keep them in registers and the sums on the stack.
 //
 // The address is put together here: gcc would make one of its own for each register of all factors, and keep them where it
@@ -86,11 +91,11 @@ ZEL_IFMA_INLINE Vector load(const Unit* from) {
           [base] "r"(memory_),                                                                                         \
           [offset] "i"(r * sizeof(Vector)),                                                                            \
           "m"(*reinterpret_cast<const Vector(*)[S::V]>(memory_))
-template <typename S> class Number {
+template <typename S> class Factor {
 public:
     static constexpr bool isInMemory = S::V >= 8;
 
-    template <std::uint32_t... r> ZEL_IFMA_INLINE Number(const Unit* number, std::integer_sequence<std::uint32_t, r...>)
+    template <std::uint32_t... r> ZEL_IFMA_INLINE Factor(const Unit* number, std::integer_sequence<std::uint32_t, r...>)
         : memory_(number), registers_{(isInMemory ? _mm512_setzero_si512() : load(number + r * kLanes))...} {
     }
 
@@ -151,62 +156,114 @@ template <typename S> ZEL_IFMA_INLINE Vector laneUp(Vector digits) {
     }
 }
 
-// Sums: the two halves of a running sum, a b apart from y m, so that the former need not wait for y. In step s,
-// register r of a half is its entry (s + r) % V. late is what the last y adds to the lowest register, where the
-// next y need not wait for it.
-template <typename S> struct Sums { Vector ab[S::V], ym[S::V], late; };
-
-// In a square the products of digits of two registers are taken once only, and ab counts double when it leaves; those of
-// digits of one register are all taken, and go to ym, which counts once.
-template <bool isSquare> ZEL_IFMA_INLINE Vector counted(Vector ab) {
-    return isSquare ? _mm512_add_epi64(ab, ab) : ab;
-}
-
-// One step: the sum and a b_i + y m, divided by 2^52.
-template <typename S, bool isMultiplied, bool isSquare, std::uint32_t step, std::uint32_t... r>
-ZEL_IFMA_INLINE void addDigit(Sums<S>& sums, const Number<S>& a, const Number<S>& m, Vector firstDown,
-                              Vector negInverse, const Unit* b, std::uint32_t lane,
-                              std::integer_sequence<std::uint32_t, r...>) {
-    constexpr std::uint32_t V = S::V;
-    constexpr std::uint32_t first = isSquare ? step : 0; // the registers below it have met this one
-    constexpr bool isApart = S::isShort && isMultiplied; // late has no part in the lowest digit
-    Vector(&ab)[V] = sums.ab;
-    Vector(&ym)[V] = sums.ym;
-    const Vector zero = _mm512_setzero_si512();
-    const Vector digit = spreadDigit<S>(b + step * kLanes, lane);
-    Vector lowest = counted<isSquare>(ab[S::turn(step)]);
-    if constexpr (first == 0) {
-        a.template addLow<0>(lowest, digit);
+// Product: the sum that becomes a b / R. It is held in two halves, a b apart from y m, so that the former need not wait for
+// y. In step s, register r of a half is its entry (s + r) % V: dividing by 2^52 moves no register.
+//
+// isMultiplied: m is m' + 1, and y the lowest digit as it stands. isSquare: a is b; the products of digits of two registers
+// are taken once only, and ab counts double when it leaves; those of digits of one register are all taken, and go to ym,
+// which counts once.
+template <typename S, bool isMultiplied, bool isSquare> class Product {
+public:
+    template <std::uint32_t... r>
+    ZEL_IFMA_INLINE Product(const Unit* a, const Unit* b, const Unit* m, const Unit* negInverse,
+                            std::integer_sequence<std::uint32_t, r...> all)
+        : a_(a, all), m_(m, all), b_(b), firstDown_(laneDown<S>(load(m))),
+          negInverse_(load(negInverse)), ab_{((void)r, _mm512_setzero_si512())...}, ym_{((void)r,
+                                                                                         _mm512_setzero_si512())...},
+          late_(_mm512_setzero_si512()) {
     }
-    lowest = _mm512_add_epi64(lowest, ym[S::turn(step)]);
-    ab[S::turn(step)] = ym[S::turn(step)] = zero;
-    const Vector y = spreadLowest<S>(isMultiplied ? lowest : _mm512_madd52lo_epu64(zero, lowest, negInverse));
-    ((r > 0 && r >= first ? a.template addLow<r>((isSquare && r == step ? ym : ab)[S::turn(step + r)], digit)
-                          : (void)0),
-     ...);
-    ((r >= first ? a.template addHigh<r>((isSquare && r == step ? ym : ab)[S::turn(step + r + 1)], digit) : (void)0),
-     ...);
 
-    // What the lowest digit carries: a digit that is not zero becomes 2^52 when y m is added.
-    const Vector cleared =
-        isMultiplied ? lowest : _mm512_add_epi64(lowest, _mm512_set1_epi64(static_cast<long long>(kDigitMask)));
-    Vector carry = _mm512_maskz_srli_epi64(S::isPair ? 0x11 : 0x01, cleared, kDigitBits);
-    Vector& next = ym[S::turn(step + 1)];
-    if constexpr (isApart) {
-        lowest = _mm512_add_epi64(lowest, sums.late);
-        next = _mm512_add_epi64(next, carry);
-        sums.late = zero;
-        m.template addHigh<0>(sums.late, y);
-        m.template addLow<1>(sums.late, y);
-    } else {
-        m.template addHigh<0>(carry, y);
-        m.template addLow<1>(next, y);
-        next = _mm512_add_epi64(next, carry); // on its own: the chain from digit to digit is one product long
+    // The sum becomes (sum + a b_i + y m) / 2^52, where b_i are the digits of the given lane of b's register `step`.
+    template <std::uint32_t step, std::uint32_t... r>
+    ZEL_IFMA_INLINE void addDigit(std::uint32_t lane, std::integer_sequence<std::uint32_t, r...> all) {
+        const Vector digit = spreadDigit<S>(b_ + step * kLanes, lane);
+        const Vector lowest = takeLowest<step>(digit);
+        const Vector y = findY(lowest);
+        addDigitTimesA<step>(digit, all);
+        const Vector cleared = addLateAndCarry<step>(lowest, y);
+        addYTimesM<step>(cleared, y, all);
     }
-    ((r > 1 ? m.template addLow<r>(ym[S::turn(step + r)], y) : (void)0), ...);
-    ym[S::turn(step)] = _mm512_madd52lo_epu64(_mm512_add_epi64(ym[S::turn(step)], laneDown<S>(lowest)), y, firstDown);
-    ((r > 0 ? m.template addHigh<r>(ym[S::turn(step + r + 1)], y) : (void)0), ...);
-}
+
+    // Register r of the sum once the next step is `steps`; its digits may exceed 52 bits.
+    template <std::uint32_t steps, std::uint32_t r> ZEL_IFMA_INLINE Vector sum() const {
+        const Vector digits = _mm512_add_epi64(counted(ab_[S::turn(steps + r)]), ym_[S::turn(steps + r)]);
+        return r == 0 ? _mm512_add_epi64(digits, late_) : digits;
+    }
+
+private:
+    static constexpr std::uint32_t V = S::V;
+    // What the last y adds to the lowest register has no part in its lowest digit, and may come late.
+    static constexpr bool hasLate = S::isShort && isMultiplied;
+
+    static ZEL_IFMA_INLINE Vector counted(Vector ab) {
+        return isSquare ? _mm512_add_epi64(ab, ab) : ab;
+    }
+
+    // Takes the lowest register out of the sum, with what the digit adds to its low bits: all that y waits for.
+    template <std::uint32_t step> ZEL_IFMA_INLINE Vector takeLowest(Vector digit) {
+        Vector lowest = counted(ab_[S::turn(step)]);
+        if constexpr (!isSquare || step == 0) {
+            a_.template addLow<0>(lowest, digit);
+        }
+        lowest = _mm512_add_epi64(lowest, ym_[S::turn(step)]);
+        ab_[S::turn(step)] = ym_[S::turn(step)] = _mm512_setzero_si512();
+        return lowest;
+    }
+
+    // The multiple of m that clears the lowest digit, in all lanes of the task.
+    ZEL_IFMA_INLINE Vector findY(Vector lowest) const {
+        return spreadLowest<S>(isMultiplied ? lowest
+                                            : _mm512_madd52lo_epu64(_mm512_setzero_si512(), lowest, negInverse_));
+    }
+
+    // Adds the rest of a b_i. In a square the registers below `step` have met the digit already.
+    template <std::uint32_t step, std::uint32_t... r>
+    ZEL_IFMA_INLINE void addDigitTimesA(Vector digit, std::integer_sequence<std::uint32_t, r...>) {
+        constexpr std::uint32_t first = isSquare ? step : 0;
+        ((r > 0 && r >= first ? a_.template addLow<r>((isSquare && r == step ? ym_ : ab_)[S::turn(step + r)], digit)
+                              : (void)0),
+         ...);
+        ((r >= first ? a_.template addHigh<r>((isSquare && r == step ? ym_ : ab_)[S::turn(step + r + 1)], digit)
+                     : (void)0),
+         ...);
+    }
+
+    // Adds what the next step's lowest digit is made of: what the cleared digit carries, and the lowest products of y m.
+    // The result is the lowest register, whose lowest digit no longer counts.
+    template <std::uint32_t step> ZEL_IFMA_INLINE Vector addLateAndCarry(Vector lowest, Vector y) {
+        // A digit that is not zero becomes 2^52 when y m is added.
+        const Vector cleared =
+            isMultiplied ? lowest : _mm512_add_epi64(lowest, _mm512_set1_epi64(static_cast<long long>(kDigitMask)));
+        Vector carry = _mm512_maskz_srli_epi64(S::isPair ? 0x11 : 0x01, cleared, kDigitBits);
+        Vector& next = ym_[S::turn(step + 1)];
+        if constexpr (hasLate) {
+            lowest = _mm512_add_epi64(lowest, late_);
+            next = _mm512_add_epi64(next, carry);
+            late_ = _mm512_setzero_si512();
+            m_.template addHigh<0>(late_, y);
+            m_.template addLow<1>(late_, y);
+        } else {
+            m_.template addHigh<0>(carry, y);
+            m_.template addLow<1>(next, y);
+            next = _mm512_add_epi64(next, carry); // on its own: the chain from digit to digit is one product long
+        }
+        return lowest;
+    }
+
+    // Adds the rest of y m, and moves the lowest register down by a lane: it is the highest one of the next step.
+    template <std::uint32_t step, std::uint32_t... r>
+    ZEL_IFMA_INLINE void addYTimesM(Vector lowest, Vector y, std::integer_sequence<std::uint32_t, r...>) {
+        ((r > 1 ? m_.template addLow<r>(ym_[S::turn(step + r)], y) : (void)0), ...);
+        Vector& highest = ym_[S::turn(step)];
+        highest = _mm512_madd52lo_epu64(_mm512_add_epi64(highest, laneDown<S>(lowest)), y, firstDown_);
+        ((r > 0 ? m_.template addHigh<r>(ym_[S::turn(step + r + 1)], y) : (void)0), ...);
+    }
+
+    const Factor<S> a_, m_;
+    const Unit* b_;
+    const Vector firstDown_, negInverse_; // m's lowest register, a lane down
+    Vector ab_[V], ym_[V], late_;
+};
 
 // All digits below 2^52, exactly. First every digit hands its carry on at once; then the remaining carries, 0 or 1, run
 // through the registers of a lane; then through the lanes: a lane that is all ones hands on what comes in.
@@ -230,33 +287,24 @@ ZEL_IFMA_INLINE void normalise(Vector (&sum)[S::V], std::integer_sequence<std::u
      ...);
 }
 
-template <typename S, bool isMultiplied, bool isSquare, std::uint32_t... r, std::uint32_t... step>
-ZEL_IFMA_INLINE void addDigits(Sums<S>& sums, const Number<S>& a, const Number<S>& m, Vector firstDown,
-                               Vector negInverse, const Unit* b, std::uint32_t lane,
-                               std::integer_sequence<std::uint32_t, r...> registers,
-                               std::integer_sequence<std::uint32_t, step...>) {
-    (addDigit<S, isMultiplied, isSquare, step>(sums, a, m, firstDown, negInverse, b, lane, registers), ...);
+template <typename P, std::uint32_t... step> ZEL_IFMA_INLINE void
+addDigits(P& product, std::uint32_t lane, auto registers, std::integer_sequence<std::uint32_t, step...>) {
+    (product.template addDigit<step>(lane, registers), ...);
 }
 
+// result := a * b / R mod m, with the digits of b in the order of their lanes.
 template <typename S, bool isMultiplied, bool isSquare, std::uint32_t... r>
-ZEL_IFMA_INLINE void product(Unit* result, const Unit* a, const Unit* b, const Unit* m, const Unit* negInverse,
-                             std::integer_sequence<std::uint32_t, r...> all) {
+ZEL_IFMA_INLINE void storeProduct(Unit* result, const Unit* a, const Unit* b, const Unit* m, const Unit* negInverse,
+                                  std::integer_sequence<std::uint32_t, r...> all) {
     constexpr std::uint32_t kGroups = S::kSteps / S::V, kLeft = S::kSteps % S::V;
-    const Vector inverses = load(negInverse);
-    Sums<S> sums = {
-        {((void)r, _mm512_setzero_si512())...}, {((void)r, _mm512_setzero_si512())...}, _mm512_setzero_si512()};
-    const Number<S> aDigits(a, all), mDigits(m, all);
-    const Vector firstDown = laneDown<S>(load(m));
+    Product<S, isMultiplied, isSquare> product(a, b, m, negInverse, all);
     for (std::uint32_t lane = 0; lane < kGroups; ++lane) {
-        addDigits<S, isMultiplied, isSquare>(sums, aDigits, mDigits, firstDown, inverses, b, lane, all, all);
+        addDigits(product, lane, all, all);
     }
     if constexpr (kLeft > 0) {
-        addDigits<S, isMultiplied, isSquare>(sums, aDigits, mDigits, firstDown, inverses, b, kGroups, all,
-                                             std::make_integer_sequence<std::uint32_t, kLeft>{});
+        addDigits(product, kGroups, all, std::make_integer_sequence<std::uint32_t, kLeft>{});
     }
-    Vector sum[S::V] = {
-        _mm512_add_epi64(counted<isSquare>(sums.ab[S::turn(kLeft + r)]), sums.ym[S::turn(kLeft + r)])...};
-    sum[0] = _mm512_add_epi64(sum[0], sums.late);
+    Vector sum[S::V] = {product.template sum<kLeft, r>()...};
     normalise<S>(sum, all);
     (_mm512_store_si512(result + r * kLanes, sum[r]), ...);
 }
@@ -271,21 +319,22 @@ struct Modulus {
 // result := a * b / R mod m. result may be a or b.
 template <typename S>
 ZEL_TARGET_IFMA __attribute__((noinline)) void multiply(Unit* result, const Unit* a, const Unit* b, const Modulus& m) {
-    product<S, true, false>(result, a, b, m.multiplied, m.negInverse,
-                            std::make_integer_sequence<std::uint32_t, S::V>{});
+    storeProduct<S, true, false>(result, a, b, m.multiplied, m.negInverse,
+                                 std::make_integer_sequence<std::uint32_t, S::V>{});
 }
 
 // result := a * a / R mod m. result may be a.
 template <typename S>
 ZEL_TARGET_IFMA __attribute__((noinline)) void square(Unit* result, const Unit* a, const Modulus& m) {
-    product<S, true, !S::isShort>(result, a, a, m.multiplied, m.negInverse,
-                                  std::make_integer_sequence<std::uint32_t, S::V>{});
+    storeProduct<S, true, !S::isShort>(result, a, a, m.multiplied, m.negInverse,
+                                       std::make_integer_sequence<std::uint32_t, S::V>{});
 }
 
 // result := a / R mod m, at most m. one: the number 1.
 template <typename S>
 ZEL_TARGET_IFMA __attribute__((noinline)) void leave(Unit* result, const Unit* a, const Unit* one, const Modulus& m) {
-    product<S, false, false>(result, a, one, m.digits, m.negInverse, std::make_integer_sequence<std::uint32_t, S::V>{});
+    storeProduct<S, false, false>(result, a, one, m.digits, m.negInverse,
+                                  std::make_integer_sequence<std::uint32_t, S::V>{});
 }
 
 } // namespace ifma

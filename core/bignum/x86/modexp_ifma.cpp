@@ -43,11 +43,6 @@ ZEL_TARGET_IFMA void wipeRegisters() {
     clearAvx512Registers();
 }
 
-// Where digit d of a task stands in a number.
-template <typename S> constexpr std::size_t place(std::uint32_t task, std::uint32_t d) {
-    return d % S::V * kLanes + task * S::kTaskLanes + d / S::V;
-}
-
 template <typename S> void toDigits(Unit* number, std::uint32_t task, const Unit* units) {
     for (std::uint32_t d = 0; d < S::V * S::kTaskLanes; ++d) {
         const std::uint32_t unit = d * kDigitBits / kUnitBits, shift = d * kDigitBits % kUnitBits;
