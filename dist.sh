@@ -77,12 +77,18 @@ cmake/make-debs.sh "$linux" "$version" "$work/debs" dist
 # The zip for Windows: what a native caller needs, the program zel, and what tries all of it in a JVM there.
 rm -rf "$work/zip" && mkdir "$work/zip"
 cmake --install "$windows" >>"$work/build.log"
-cp "$windows/zelspi.dll" "$linux"/{zel.cmd,zel-tool.jar,zel-provider.jar,picocli.jar} README.md LICENSE "$work/zip"
-cp -r docs "$work/zip" # README names them
+cp "$windows/zelspi.dll" "$linux"/{zel.cmd,zel-tool.jar,zel-provider.jar,picocli.jar} LICENSE "$work/zip"
 mkdir -p "$work/zip/tests/junit"
 cp -r "$linux/tests/java/classes" "$work/zip/tests"
 cp -L $(sed 's/;/ /g' "$linux/junit-jars.txt") "$work/zip/tests/junit"
-[ ! -d tools/windows ] || cp tools/windows/* "$work/zip"
+cp tools/windows/* "$work/zip"
+cp -r docs "$work/zip"
+# A link of the documents that leads out of the zip becomes plain text.
+find "$work/zip/docs" -name '*.md' -print0 | while IFS= read -r -d '' page; do
+  for target in $(grep -o '](\.\./[^)#]*' "$page" | sed 's/^](//' | sort -u); do
+    [ -e "${page%/*}/$target" ] || sed -i -E "s|\[([^]]*)\]\(${target//./\\.}[^)]*\)|\1|g" "$page"
+  done
+done
 find "$work/zip" -exec touch --no-dereference --date="@$SOURCE_DATE_EPOCH" {} +
 (cd "$work/zip" && find . -type f | LC_ALL=C sort | sed 's|^\./||' | zip -q -X -D -9 -@ "$OLDPWD/dist/zelspi-$version-windows.zip")
 

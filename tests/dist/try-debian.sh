@@ -2,11 +2,12 @@
 # try-debian.sh DIST BUILD SOURCE WORK: asks lintian about the Debian packages in DIST, then installs, uses and removes them in
 # an empty Debian that debootstrap lays into WORK, beginning with a package as it was before there were four. Wants root.
 set -euo pipefail
+[ "$(id -u)" -eq 0 ] || { echo "try-debian.sh: root is needed for a Debian of its own" >&2; exit 1; }
+[ "${ZEL_OWN_MOUNTS:-}" ] || ZEL_OWN_MOUNTS=1 exec unshare --mount "$0" "$@" # mounts end with this script
 dist=$1
 build=$2
 source=$3
 work=$4
-[ "$(id -u)" -eq 0 ] || { echo "try-debian.sh: root is needed for a Debian of its own" >&2; exit 1; }
 said=$(lintian --allow-root --tag-display-limit 0 "$dist"/*.deb 2>&1)
 [ -z "$said" ] || { echo "$said" >&2; exit 1; }
 
@@ -18,12 +19,12 @@ if [ ! -f "$work/empty/done" ]; then
   touch "$work/empty/done"
 fi
 root=$work/debian
-rm -rf -- "$root"
+rm -rf --one-file-system -- "$root"
 cp -a "$work/empty" "$root"
+(cd "$root" && find . -xdev \( -name '*zel*' -o -name '*.jsa*' \) | sort) >"$work/before"
 cp /etc/resolv.conf "$root/etc" 2>/dev/null || true
 mkdir "$root/packages"
 cp "$dist"/*.deb "$root/packages"
-trap 'umount "$root/proc"' EXIT
 mount -t proc proc "$root/proc"
 inside() { chroot "$root" env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root DEBIAN_FRONTEND=noninteractive LC_ALL=C.UTF-8 "$@"; }
 apt() { inside apt-get -qq -y --no-install-recommends -o Dpkg::Use-Pty=0 "$@" >"$work/apt.log" 2>&1 || { cat "$work/apt.log" >&2; exit 1; }; }
@@ -37,7 +38,6 @@ printf 'Package: libzelspi-dev\nVersion: 0.1.0\nArchitecture: amd64\nMaintainer:
   >"$old/DEBIAN/control"
 touch "$old/usr/bin/zelverify" "$old/usr/lib/x86_64-linux-gnu/libzelspi.so"
 dpkg-deb --build "$old" "$root/packages/old.deb" >/dev/null
-(cd "$root" && find . -xdev \( -name '*zel*' -o -name '*.jsa*' \) | sort) >"$work/before"
 apt install /packages/old.deb
 rm "$root/packages/old.deb"
 

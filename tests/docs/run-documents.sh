@@ -64,7 +64,7 @@ sed -En 's/^((\.|fuzz|tests|bench|cmake)\/[A-Za-z0-9_/.-]+)( .*)?$/\1/p' "$work/
   fi
 done
 
-# What README's programs in C are built against.
+# What the programs in C are built against.
 cmake --install "$build" --prefix "$work/installed" >/dev/null
 PKG_CONFIG_PATH=$(dirname "$(find "$work/installed" -name zelspi.pc)")
 export PKG_CONFIG_PATH LD_LIBRARY_PATH="${PKG_CONFIG_PATH%/*}"
@@ -74,4 +74,4 @@ for commands in "$work"/*/commands; do
   ln -s "$build/zel-provider.jar" .
   PATH=$build:$PATH bash -euxo pipefail commands
 done
-cmp "$work/README.md/letter.txt" "$work/README.md/copy.txt"
+cmp "$work/program.md/letter.txt" "$work/program.md/copy.txt"
