@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <functional>
+#include <optional>
 
 namespace {
 
@@ -16,6 +17,13 @@ void copy(std::uint8_t* to, const std::uint8_t* from, std::uint64_t count) {
 bool areApart(const std::uint8_t* a, std::uint64_t aLength, const std::uint8_t* b, std::uint64_t bLength) {
     const std::less_equal<> isNotBehind;
     return isNotBehind(a + aLength, b) || isNotBehind(b + bLength, a);
+}
+
+// The length of a message of so many bytes without its padding; none if there is more padding than message. Nothing but the
+// last byte is looked at, and 0 or more than a block is taken as it is. Meant.
+std::optional<std::uint64_t> unpaddedSize(const std::uint8_t* lastBlock, std::uint64_t size) {
+    const std::uint8_t padding = lastBlock[kAesBlockBytes - 1];
+    return padding > size ? std::nullopt : std::optional(size - padding);
 }
 
 } // namespace
@@ -123,27 +131,34 @@ Status AesCbcStream::decryptBlockAt(const std::uint8_t* input, std::uint64_t at,
     return aesDoBlocks(context_, block, kAesBlockBytes, 0, previous);
 }
 
-Status AesCbcStream::decryptEnding(const std::uint8_t* input, std::uint32_t length, Ending* ending) {
-    const std::uint64_t size = messageSize(length);
-    const std::uint64_t lastAt = size - kAesBlockBytes;
-    RETURN_IF_ERROR(decryptBlockAt(input, lastAt, ending->block.data()));
-    copyMessage(input, lastAt, kAesBlockBytes, ending->ciphertext);
-    // Nothing but the last byte is looked at, and 0 or more than a block is taken as it is. Meant.
-    const std::uint8_t padding = ending->block[kAesBlockBytes - 1];
-    if (padding > size) {
-        copy(chaining_.data(), ending->ciphertext, kAesBlockBytes);
+Status AesCbcStream::plaintextSize(const std::uint8_t* input, std::uint32_t length, std::uint64_t* size) {
+    const std::uint64_t whole = messageSize(length);
+    SecretArray<std::uint8_t, kAesBlockBytes> last;
+    RETURN_IF_ERROR(decryptBlockAt(input, whole - kAesBlockBytes, last.data()));
+    const std::optional<std::uint64_t> unpadded = unpaddedSize(last.data(), whole);
+    if (!unpadded) {
+        copyMessage(input, whole - kAesBlockBytes, kAesBlockBytes, chaining_.data());
         return ERR_AES_BAD_PAD_LENGTH;
     }
-    ending->length = size - padding;
-    const std::uint64_t endsAt = ending->length / kAesBlockBytes * kAesBlockBytes;
-    return endsAt < lastAt ? decryptBlockAt(input, endsAt, ending->block.data()) : OK;
+    *size = *unpadded;
+    return OK;
 }
 
-Status AesCbcStream::decryptFinal(const std::uint8_t* input, const Ending& ending, std::uint8_t* output) {
-    const std::uint64_t whole = ending.length / kAesBlockBytes * kAesBlockBytes;
+Status AesCbcStream::decryptFinal(const std::uint8_t* input, std::uint32_t length, std::uint8_t* output,
+                                  std::uint64_t* size) {
+    RETURN_IF_ERROR(plaintextSize(input, length, size));
+    // What is needed of the input behind the whole blocks is read before they are written: they may be the same bytes.
+    const std::uint64_t lastAt = messageSize(length) - kAesBlockBytes;
+    const std::uint64_t whole = *size / kAesBlockBytes * kAesBlockBytes;
+    std::uint8_t lastCiphertext[kAesBlockBytes];
+    SecretArray<std::uint8_t, kAesBlockBytes> ending;
+    copyMessage(input, lastAt, kAesBlockBytes, lastCiphertext);
+    if (whole <= lastAt) { // else the message ends with its last whole block
+        RETURN_IF_ERROR(decryptBlockAt(input, whole, ending.data()));
+    }
     RETURN_IF_ERROR(transform(input, output, whole));
-    copy(output + whole, ending.block.data(), ending.length - whole);
-    copy(chaining_.data(), ending.ciphertext, kAesBlockBytes);
+    copy(output + whole, ending.data(), *size - whole);
+    copy(chaining_.data(), lastCiphertext, kAesBlockBytes);
     return OK;
     // The pending count stays, as in encryptFinal.
 }

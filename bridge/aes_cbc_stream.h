@@ -15,13 +15,6 @@ public:
     static constexpr std::int32_t kDecryptMode = 2;
     static constexpr std::uint32_t kKeyBytes = 32;
 
-    // Ending: the end of a decrypted message.
-    struct Ending {
-        std::uint64_t length;                            // of the message without its padding
-        std::uint8_t ciphertext[kAesBlockBytes];         // the message's last block as it came
-        SecretArray<std::uint8_t, kAesBlockBytes> block; // the block in which the message ends, decrypted
-    };
-
     AesCbcStream();
     ~AesCbcStream();
     AesCbcStream(const AesCbcStream&) = delete;
@@ -61,13 +54,14 @@ public:
     // encryptFinal: pads and transforms the rest of the message into output[paddedSize(length)]. Pending bytes stay.
     Status encryptFinal(const std::uint8_t* input, std::uint32_t length, std::uint8_t* output);
 
-    // decryptEnding: what the end of the message looks like, judged by its last byte alone: any number up to the
-    // message's length is taken as the length of the padding. messageSize(length) is a multiple of 16 above 0.
+    // plaintextSize: the length of what decryptFinal gives, judged by the last byte of the message alone: any number up to
+    // the message's length is taken as the length of the padding. messageSize(length) is a multiple of 16 above 0.
     // Errors:  ERR_AES_BAD_PAD_LENGTH more padding than message; the chaining value has moved on past the message.
-    Status decryptEnding(const std::uint8_t* input, std::uint32_t length, Ending* ending);
+    Status plaintextSize(const std::uint8_t* input, std::uint32_t length, std::uint64_t* size);
 
-    // decryptFinal: transforms the same message into output[ending.length]. Pending bytes stay.
-    Status decryptFinal(const std::uint8_t* input, const Ending& ending, std::uint8_t* output);
+    // decryptFinal: transforms the rest of the message, without its padding, into output[*size], where nothing else is
+    // written. Pending bytes stay. Errors as plaintextSize; nothing is written then.
+    Status decryptFinal(const std::uint8_t* input, std::uint32_t length, std::uint8_t* output, std::uint64_t* size);
 
 private:
     Status allocBuffers();

@@ -59,15 +59,4 @@ template <typename Engine> void destroyEngine(JNIEnv* env, jobject self) {
     }
 }
 
-// callEngine: use(*engine), or the neutral result when there is no engine.
-template <typename Engine, typename Use, typename Result> Result callEngine(Engine* engine, Use use, Result neutral) {
-    return engine == nullptr ? neutral : use(*engine);
-}
-
-// The same where null, 0, false or nothing is the neutral result.
-template <typename Engine, typename Use> auto callEngine(Engine* engine, Use use) {
-    using Result = decltype(use(*engine));
-    return engine == nullptr ? Result() : use(*engine);
-}
-
 #endif

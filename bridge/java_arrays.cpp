@@ -1,7 +1,5 @@
 #include "bridge/java_arrays.h"
 
-#include "bridge/java_exceptions.h"
-
 #include <climits>
 
 bool requireArray(JNIEnv* env, jarray array) {
@@ -41,26 +39,28 @@ CriticalBytes::~CriticalBytes() {
 
 bool copyOfArray(JNIEnv* env, jbyteArray array, SecretBuffer* copy) {
     const jsize length = env->GetArrayLength(array);
-    if (!isError(copy->alloc(static_cast<std::size_t>(length)))) {
-        const CriticalBytes bytes(env, array);
-        if (bytes.isOpen()) {
-            (void)memCopy(copy->data(), bytes.data(), length); // both are there
-            return true;
-        }
+    if (isError(copy->alloc(static_cast<std::size_t>(length)))) {
+        raiseOutOfMemory(env);
+        return false;
     }
-    raiseOutOfMemory(env);
-    return false;
+    return withBytes(env, array, length, [&](const std::uint8_t* bytes) {
+        (void)memCopy(copy->data(), bytes, length); // both are there
+    });
 }
 
-jbyteArray newArray(JNIEnv* env, const std::uint8_t* bytes, std::uint32_t length) {
+jbyteArray newArray(JNIEnv* env, std::uint64_t length) {
     const jbyteArray array = length > INT_MAX ? nullptr : env->NewByteArray(static_cast<jsize>(length));
-    if (array != nullptr) {
-        const CriticalBytes region(env, array);
-        if (region.isOpen()) {
-            (void)memCopy(region.data(), bytes, length); // both are there
-            return array;
-        }
+    if (array == nullptr) {
+        raiseOutOfMemory(env);
     }
-    raiseOutOfMemory(env);
-    return nullptr;
+    return array;
+}
+
+jbyteArray arrayOf(JNIEnv* env, const std::uint8_t* bytes, std::uint32_t length) {
+    const jbyteArray array = newArray(env, length);
+    const auto size = static_cast<jsize>(length);
+    const auto fill = [&](std::uint8_t* to) {
+        (void)memCopy(to, bytes, size); // both are there
+    };
+    return array != nullptr && withBytes(env, array, size, fill) ? array : nullptr;
 }

@@ -2,9 +2,8 @@
 #ifndef ZELSPI_BRIDGE_JAVA_ARRAYS_H
 #define ZELSPI_BRIDGE_JAVA_ARRAYS_H
 
+#include "bridge/java_exceptions.h"
 #include "core/memory/secret.h"
-
-#include <jni.h>
 
 // requireArray: whether the array is there; a null one raises NullPointerException "array is null".
 bool requireArray(JNIEnv* env, jarray array);
@@ -49,8 +48,23 @@ private:
 // Errors:  false with an OutOfMemoryError pending.
 bool copyOfArray(JNIEnv* env, jbyteArray array, SecretBuffer* copy);
 
-// newArray: a new array with bytes[length] in it.
-// Errors:  null with an OutOfMemoryError pending.
-jbyteArray newArray(JNIEnv* env, const std::uint8_t* bytes, std::uint32_t length);
+// withBytes: work(bytes) with the array open, of which the first `length` bytes are looked at. No other region is open.
+// Errors:  false with an OutOfMemoryError pending; work has not been called.
+template <typename Work> bool withBytes(JNIEnv* env, jbyteArray array, jsize length, Work work) {
+    {
+        const CriticalBytes bytes(env, array, length);
+        if (bytes.isOpen()) {
+            work(bytes.data());
+            return true;
+        }
+    }
+    raiseOutOfMemory(env);
+    return false;
+}
+
+// newArray: a new array of so many zeros. arrayOf: one with bytes[length] in it.
+// Errors:  null with an OutOfMemoryError pending; no Java array holds more than INT_MAX bytes.
+jbyteArray newArray(JNIEnv* env, std::uint64_t length);
+jbyteArray arrayOf(JNIEnv* env, const std::uint8_t* bytes, std::uint32_t length);
 
 #endif

@@ -24,4 +24,13 @@ inline void raiseOutOfMemory(JNIEnv* env) {
     }
 }
 
+// requireOk: whether the status is no error; for one that is, raises an exception of the class with the message and the
+// status.
+inline bool requireOk(JNIEnv* env, const char* className, const char* message, Status status) {
+    if (isError(status)) {
+        ZelObject::throwStaticException(env, className, message, status);
+    }
+    return !isError(status);
+}
+
 #endif

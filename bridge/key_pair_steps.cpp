@@ -1,19 +1,7 @@
 #include "bridge/key_pair_steps.h"
 
 #include "bridge/java_arrays.h"
-#include "bridge/java_exceptions.h"
 #include "bridge/shared_random.h"
-
-namespace {
-
-bool raise(JNIEnv* env, const char* message, Status status) {
-    if (isError(status)) {
-        ZelObject::throwStaticException(env, kProviderException, message, status);
-    }
-    return !isError(status);
-}
-
-} // namespace
 
 jbyteArray newKeyPair(JNIEnv* env, jint keySize, const KeyPairSteps& steps) {
     RandomContext* const context = ZelObject::getRandomContext(env);
@@ -21,9 +9,10 @@ jbyteArray newKeyPair(JNIEnv* env, jint keySize, const KeyPairSteps& steps) {
         return nullptr;
     }
     ScopedKey key;
-    if (!raise(env, "error initializing asymmetric key", AsymKey_Init(key.get())) ||
-        !raise(env, steps.makeFailed, steps.make(key.get(), nullptr)) ||
-        !raise(env, steps.generateFailed, steps.generate(sharedBytes(context), key.get(), keySize))) {
+    if (!requireOk(env, kProviderException, "error initializing asymmetric key", AsymKey_Init(key.get())) ||
+        !requireOk(env, kProviderException, steps.makeFailed, steps.make(key.get(), nullptr)) ||
+        !requireOk(env, kProviderException, steps.generateFailed,
+                   steps.generate(sharedBytes(context), key.get(), keySize))) {
         return nullptr;
     }
     std::uint8_t* bytes = nullptr;
@@ -31,9 +20,9 @@ jbyteArray newKeyPair(JNIEnv* env, jint keySize, const KeyPairSteps& steps) {
     const Status status = steps.toDer(key.get(), &bytes, &length);
     SecretBuffer der;
     der.adopt(bytes, length);
-    if (!raise(env, "error generating DER from key", status)) {
+    if (!requireOk(env, kProviderException, "error generating DER from key", status)) {
         return nullptr;
     }
     // Through a critical region: the VM frees the copies that GetByteArrayElements makes without wiping them.
-    return newArray(env, der.data(), length);
+    return arrayOf(env, der.data(), length);
 }

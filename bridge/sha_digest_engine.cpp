@@ -1,7 +1,6 @@
 #include "bridge/sha_digest_engine.h"
 
 #include "bridge/java_arrays.h"
-#include "bridge/java_exceptions.h"
 #include "bridge/zel_sha1_message_digest.h"
 #include "bridge/zel_sha256_message_digest.h"
 
@@ -10,10 +9,7 @@ template <typename Hash> ShaDigestEngine<Hash>::~ShaDigestEngine() {
 }
 
 template <typename Hash> void ShaDigestEngine<Hash>::reset(JNIEnv* env, jobject) {
-    const Status status = nativeReset();
-    if (isError(status)) {
-        throwException(env, kProviderException, "error resetting digest", status);
-    }
+    (void)requireOk(env, kProviderException, "error resetting digest", nativeReset());
 }
 
 template <typename Hash> enum_errDescrValues ShaDigestEngine<Hash>::nativeReset() {
@@ -24,19 +20,11 @@ template <typename Hash> enum_errDescrValues ShaDigestEngine<Hash>::nativeReset(
 
 template <typename Hash>
 void ShaDigestEngine<Hash>::update(JNIEnv* env, jobject, jbyteArray input, jint offset, jint length) {
-    if (!requireSlice(env, input, offset, length)) {
-        return;
-    }
     Status status = OK;
-    {
-        const CriticalBytes bytes(env, input, offset + length); // not asking for the length again
-        if (!bytes.isOpen()) {
-            raiseOutOfMemory(env);
-            return;
-        }
-        status = nativeUpdate(bytes.data(), offset, length);
-    }
-    if (isError(status)) {
+    const auto work = [&](const std::uint8_t* bytes) {
+        status = nativeUpdate(bytes, offset, length);
+    };
+    if (requireSlice(env, input, offset, length) && withBytes(env, input, offset + length, work) && isError(status)) {
         throwException(env, kProviderException, "unable to update digest");
     }
 }
@@ -90,12 +78,8 @@ template <typename Hash> jbyteArray ShaDigestEngine<Hash>::digest(JNIEnv* env, j
     if (!ensureReady(env, object)) {
         return nullptr;
     }
-    const jbyteArray output = env->NewByteArray(Hash::kDigestBytes);
-    if (output == nullptr) {
-        raiseOutOfMemory(env);
-        return nullptr;
-    }
-    return finishInto(env, object, output, 0) ? output : nullptr;
+    const jbyteArray output = newArray(env, Hash::kDigestBytes);
+    return output != nullptr && finishInto(env, object, output, 0) ? output : nullptr;
 }
 
 template <typename Hash> int ShaDigestEngine<Hash>::nativeDigest(std::uint8_t* output, int) {
@@ -123,8 +107,7 @@ template <typename Hash> bool ShaDigestEngine<Hash>::ensureReady(JNIEnv* env, jo
 }
 
 template <typename Hash> bool ShaDigestEngine<Hash>::resetOrRaise(JNIEnv* env, jobject object, Status status) {
-    if (isError(status)) {
-        throwException(env, kProviderException, "error calculating final digest", status);
+    if (!requireOk(env, kProviderException, "error calculating final digest", status)) {
         return false;
     }
     reset(env, object);
@@ -134,15 +117,10 @@ template <typename Hash> bool ShaDigestEngine<Hash>::resetOrRaise(JNIEnv* env, j
 template <typename Hash>
 bool ShaDigestEngine<Hash>::finishInto(JNIEnv* env, jobject object, jbyteArray output, jint offset) {
     Status status = OK;
-    {
-        const CriticalBytes bytes(env, output, Hash::kDigestBytes); // the caller has made sure of more than none
-        if (!bytes.isOpen()) {
-            raiseOutOfMemory(env);
-            return false;
-        }
-        status = Hash::finish(context_, bytes.data() + offset);
-    }
-    return resetOrRaise(env, object, status);
+    const auto work = [&](std::uint8_t* bytes) {
+        status = Hash::finish(context_, bytes + offset);
+    };
+    return withBytes(env, output, offset + Hash::kDigestBytes, work) && resetOrRaise(env, object, status);
 }
 
 template class ShaDigestEngine<Sha1DigestHash>;

@@ -2,7 +2,7 @@
 
 #include "bridge/java_exceptions.h"
 
-SignatureState::SignatureState() : key{kKeyEmpty, nullptr}, digest(nullptr), mode(kNotInitialized) {
+SignatureState::SignatureState() : key_{kKeyEmpty, nullptr}, digest_(nullptr), mode_(kNotInitialized) {
 }
 
 SignatureState::~SignatureState() {
@@ -10,62 +10,70 @@ SignatureState::~SignatureState() {
 }
 
 void SignatureState::forget() {
-    mode = kNotInitialized;
-    (void)AsymKey_Uninit(&key, nullptr); // the type is always one of the three
-    delete digest;
-    digest = nullptr;
+    mode_ = kNotInitialized;
+    (void)AsymKey_Uninit(&key_, nullptr); // the type is always one of the three
+    delete digest_;
+    digest_ = nullptr;
 }
 
 bool SignatureState::reset(JNIEnv* env, jobject object, ZelShaMessageDigest* fresh) {
     forget();
-    digest = fresh;
-    if (digest == nullptr) {
+    digest_ = fresh;
+    if (digest_ == nullptr) {
         raiseOutOfMemory(env);
         return false;
     }
-    digest->reset(env, object);
+    digest_->reset(env, object);
     return env->ExceptionCheck() == JNI_FALSE;
 }
 
 Status SignatureState::nativeReset(ZelShaMessageDigest* fresh) {
     forget();
-    digest = fresh;
-    return digest == nullptr ? ERR_MEM_ALLOC_FAIL : digest->nativeReset();
+    digest_ = fresh;
+    return digest_ == nullptr ? ERR_MEM_ALLOC_FAIL : digest_->nativeReset();
 }
 
 bool SignatureState::requireMode(JNIEnv* env, std::int32_t wanted) const {
-    if (mode != wanted) {
+    if (mode_ != wanted) {
         ZelObject::throwStaticException(env, kSignatureException,
                                         wanted == kSigning ? "signature not initialized for signing"
                                                            : "signature not initialized for verifying",
                                         OK);
     }
-    return mode == wanted;
+    return mode_ == wanted;
 }
 
 bool SignatureState::requireInitialized(JNIEnv* env) const {
-    if (mode == kNotInitialized) {
+    if (mode_ == kNotInitialized) {
         ZelObject::throwStaticException(env, kSignatureException, "signature not initialized", OK);
     }
-    return mode != kNotInitialized;
+    return mode_ != kNotInitialized;
 }
 
 void SignatureState::update(JNIEnv* env, jobject object, jbyte input) {
     if (requireInitialized(env)) {
-        digest->update(env, object, input);
+        digest_->update(env, object, input);
     }
 }
 
 void SignatureState::update(JNIEnv* env, jobject object, jbyteArray input, jint offset, jint length) {
     if (requireInitialized(env)) {
-        digest->update(env, object, input, offset, length);
+        digest_->update(env, object, input, offset, length);
     }
+}
+
+Status SignatureState::nativeUpdate(const std::uint8_t* input, int offset, int length) {
+    return mode_ == kNotInitialized ? ERR_GENERAL : digest_->nativeUpdate(input, offset, length);
+}
+
+int SignatureState::nativeDigest(std::uint8_t* output, std::uint32_t length) {
+    return digest_->nativeDigest(output, static_cast<int>(length));
 }
 
 bool SignatureState::finishDigest(JNIEnv* env, jobject object, std::uint8_t* output, std::uint32_t length) {
     const int wanted = static_cast<int>(length);
     // A digest that is there although no new message could be started has left an exception as well.
-    if (digest->digest(env, object, output, wanted) == wanted && env->ExceptionCheck() == JNI_FALSE) {
+    if (digest_->digest(env, object, output, wanted) == wanted && env->ExceptionCheck() == JNI_FALSE) {
         return true;
     }
     ZelObject::throwStaticException(env, kSignatureException, "error calculating final digest", OK);

@@ -41,14 +41,33 @@ public:
     // digest".
     bool finishDigest(JNIEnv* env, jobject object, std::uint8_t* output, std::uint32_t length);
 
-    // The fields, in their fixed order.
-    AsymmetricKey key;
-    ZelShaMessageDigest* digest; // owned; null before the first reset
-    std::int32_t mode;
+    // nativeUpdate: appends length bytes from input + offset. Errors: ERR_GENERAL not initialised; those of the digest.
+    Status nativeUpdate(const std::uint8_t* input, int offset, int length);
+
+    // nativeDigest: as the digest engine's. The state is initialised.
+    int nativeDigest(std::uint8_t* output, std::uint32_t length);
+
+    AsymmetricKey* key() {
+        return &key_;
+    }
+    const AsymmetricKey* key() const {
+        return &key_;
+    }
+    std::int32_t mode() const {
+        return mode_;
+    }
+    // setMode: for a state that has been reset and, but for one oddity of DSA, has its key.
+    void setMode(std::int32_t mode) {
+        mode_ = mode;
+    }
 
 private:
     bool requireInitialized(JNIEnv* env) const;
     void forget();
+
+    AsymmetricKey key_;
+    ZelShaMessageDigest* digest_; // owned; null before the first reset
+    std::int32_t mode_;
 };
 
 #endif

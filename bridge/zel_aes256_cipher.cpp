@@ -1,8 +1,8 @@
 #include "bridge/zel_aes256_cipher.h"
 
 #include "bridge/java_arrays.h"
-#include "bridge/java_exceptions.h"
 
+#include <algorithm>
 #include <climits>
 
 namespace {
@@ -23,29 +23,16 @@ jsize sizeOf(std::uint64_t size) {
     return static_cast<jsize>(size);
 }
 
-// A new array, or null after raising. No Java array holds more than INT_MAX bytes.
-jbyteArray newArray(JNIEnv* env, std::uint64_t size) {
-    const jbyteArray array = size > INT_MAX ? nullptr : env->NewByteArray(static_cast<jsize>(size));
-    if (array == nullptr) {
-        raiseOutOfMemory(env);
-    }
-    return array;
-}
-
-// work(input bytes) inside the open array, of which `used` bytes are looked at. ERR_MEM_ALLOC_FAIL: the VM does not open it.
-template <typename Work> Status withInput(JNIEnv* env, jbyteArray input, jsize used, Work work) {
-    const CriticalBytes bytes(env, input, used);
-    return bytes.isOpen() ? work(bytes.data()) : ERR_MEM_ALLOC_FAIL;
-}
-
-// work(input bytes, output bytes) inside the open arrays. The output is opened first: it may be the same array.
+// work(input bytes, output bytes) inside the open arrays, of which so many bytes are looked at. The output is opened first: it
+// may be the same array. ERR_MEM_ALLOC_FAIL: the VM does not open one.
 template <typename Work>
 Status withArrays(JNIEnv* env, jbyteArray input, jsize inputUsed, jbyteArray output, jsize outputUsed, Work work) {
-    const CriticalBytes outputBytes(env, output, outputUsed);
-    if (!outputBytes.isOpen()) {
+    const CriticalBytes to(env, output, outputUsed);
+    if (!to.isOpen()) {
         return ERR_MEM_ALLOC_FAIL;
     }
-    return withInput(env, input, inputUsed, [&](const std::uint8_t* from) { return work(from, outputBytes.data()); });
+    const CriticalBytes from(env, input, inputUsed);
+    return from.isOpen() ? work(from.data(), to.data()) : ERR_MEM_ALLOC_FAIL;
 }
 
 } // namespace
@@ -119,44 +106,24 @@ jint ZelAes256Cipher::update(JNIEnv* env, jobject, jbyteArray input, jint offset
     return isDone(env, status) ? static_cast<jint>(size) : 0;
 }
 
+// The padding says how long a decrypted message is, so it is read before the array can be made. No whole plaintext ever
+// stands anywhere but in the result.
 jbyteArray ZelAes256Cipher::doFinal(JNIEnv* env, jobject, jbyteArray input, jint offset, jint length) {
     if (!hasContext(env) || !requireSlice(env, input, offset, length)) {
         return nullptr;
     }
+    std::uint64_t size = stream_.paddedSize(countOf(length));
     if (!stream_.isEncrypting()) {
-        return decryptFinal(env, input, offset, length);
+        Status status = OK;
+        const auto judge = [&](const std::uint8_t* from) {
+            status = stream_.plaintextSize(from + offset, countOf(length), &size);
+        };
+        if (!isWholeBlocks(env, length) || !withBytes(env, input, offset + length, judge) || !isDone(env, status)) {
+            return nullptr;
+        }
     }
-    const std::uint64_t size = stream_.paddedSize(countOf(length));
     const jbyteArray output = newArray(env, size);
-    if (output == nullptr) {
-        return nullptr;
-    }
-    const Status status =
-        withArrays(env, input, offset + length, output, sizeOf(size), [&](const std::uint8_t* from, std::uint8_t* to) {
-            return stream_.encryptFinal(from + offset, countOf(length), to);
-        });
-    return isDone(env, status) ? output : nullptr;
-}
-
-// The padding says how long the result is, so it is read before the result can be made. No whole plaintext ever stands
-// anywhere but in the result.
-jbyteArray ZelAes256Cipher::decryptFinal(JNIEnv* env, jbyteArray input, jint offset, jint length) {
-    if (!isWholeBlocks(env, length)) {
-        return nullptr;
-    }
-    AesCbcStream::Ending ending;
-    const Status endingStatus = withInput(env, input, offset + length, [&](const std::uint8_t* from) {
-        return stream_.decryptEnding(from + offset, countOf(length), &ending);
-    });
-    const jbyteArray output = isDone(env, endingStatus) ? newArray(env, ending.length) : nullptr;
-    if (output == nullptr) {
-        return nullptr;
-    }
-    const auto work = [&](const std::uint8_t* from, std::uint8_t* to) {
-        return stream_.decryptFinal(from + offset, ending, to);
-    };
-    const Status status = withArrays(env, input, offset + length, output, sizeOf(ending.length), work);
-    return isDone(env, status) ? output : nullptr;
+    return output != nullptr && finishInto(env, input, offset, length, output, 0, size) >= 0 ? output : nullptr;
 }
 
 jint ZelAes256Cipher::doFinal(JNIEnv* env, jobject, jbyteArray input, jint offset, jint length, jbyteArray output,
@@ -165,30 +132,28 @@ jint ZelAes256Cipher::doFinal(JNIEnv* env, jobject, jbyteArray input, jint offse
         !requireSlice(env, input, offset, length)) {
         return 0;
     }
-    const std::uint32_t count = countOf(length);
-    std::uint64_t written = stream_.paddedSize(count);
-    if (stream_.isEncrypting()) {
-        if (!hasRoom(env, output, outputOffset, written, kFinalTooShort)) {
-            return 0;
-        }
-    } else {
-        written = stream_.messageSize(count); // room for the padding too, although it is never written: meant
-        if (!isWholeBlocks(env, length) || !hasRoom(env, output, outputOffset, written, kFinalTooShort)) {
-            return 0;
-        }
+    // Decryption wants room for the padding too, although it is never written: meant.
+    const std::uint64_t size =
+        stream_.isEncrypting() ? stream_.paddedSize(countOf(length)) : stream_.messageSize(countOf(length));
+    if ((!stream_.isEncrypting() && !isWholeBlocks(env, length)) ||
+        !hasRoom(env, output, outputOffset, size, kFinalTooShort)) {
+        return 0;
     }
-    const jsize outputUsed = outputOffset + sizeOf(written);
-    const auto work = [&](const std::uint8_t* from, std::uint8_t* to) -> enum_errDescrValues {
-        if (stream_.isEncrypting()) {
-            return stream_.encryptFinal(from + offset, count, to + outputOffset);
-        }
-        AesCbcStream::Ending ending;
-        RETURN_IF_ERROR(stream_.decryptEnding(from + offset, count, &ending));
-        written = ending.length;
-        return stream_.decryptFinal(from + offset, ending, to + outputOffset);
+    return std::max(finishInto(env, input, offset, length, output, outputOffset, size), 0);
+}
+
+// Ends the message into output[outputOffset .. outputOffset + size), which is there. The number of bytes written, or -1 after
+// raising.
+jint ZelAes256Cipher::finishInto(JNIEnv* env, jbyteArray input, jint offset, jint length, jbyteArray output,
+                                 jint outputOffset, std::uint64_t size) {
+    std::uint64_t written = size;
+    const auto work = [&](const std::uint8_t* from, std::uint8_t* to) {
+        return stream_.isEncrypting()
+                   ? stream_.encryptFinal(from + offset, countOf(length), to + outputOffset)
+                   : stream_.decryptFinal(from + offset, countOf(length), to + outputOffset, &written);
     };
-    const Status status = withArrays(env, input, offset + length, output, outputUsed, work);
-    return isDone(env, status) ? static_cast<jint>(written) : 0;
+    const Status status = withArrays(env, input, offset + length, output, outputOffset + sizeOf(size), work);
+    return isDone(env, status) ? static_cast<jint>(written) : -1;
 }
 
 bool ZelAes256Cipher::hasContext(JNIEnv* env) {

@@ -58,7 +58,8 @@ private:
     bool isWholeBlocks(JNIEnv* env, jint length);
     bool hasRoom(JNIEnv* env, jbyteArray output, jint outputOffset, std::uint64_t size, const char* message);
     bool isDone(JNIEnv* env, enum_errDescrValues status);
-    jbyteArray decryptFinal(JNIEnv* env, jbyteArray input, jint offset, jint length);
+    jint finishInto(JNIEnv* env, jbyteArray input, jint offset, jint length, jbyteArray output, jint outputOffset,
+                    std::uint64_t size);
 
     AesCbcStream stream_;
 };

@@ -1,13 +1,13 @@
 #include "bridge/zel_secure_random.h"
 
 #include "bridge/java_arrays.h"
-#include "bridge/java_exceptions.h"
 #include "bridge/pieces.h"
 #include "bridge/shared_random.h"
 #include "core/memory/secret.h"
 
 #include <algorithm>
 #include <new>
+#include <optional>
 
 namespace {
 
@@ -29,26 +29,18 @@ private:
     SecretBuffer large_;
 };
 
-// Copies between a native piece and array[offset .. offset + count), in whichever direction copy does. If the region cannot
-// be opened an OutOfMemoryError is pending.
-template <typename Copy> bool copyPiece(JNIEnv* env, jbyteArray array, jint offset, jint count, Copy copy) {
-    {
-        const CriticalBytes region(env, array, offset + count);
-        if (region.isOpen()) {
-            copy(region.data() + offset);
-            return true;
-        }
-    }
-    raiseOutOfMemory(env);
-    return false;
-}
+// Outcome: the core's status; nothing if an error of the VM is pending instead.
+using Outcome = std::optional<Status>;
 
 // Gives the context every byte of the seed. Only the last byte's status is kept, and of each byte only the lowest bit
-// counts; both are meant. False with an exception pending when the array cannot be read.
-bool addSeed(JNIEnv* env, RandomContext* context, jbyteArray seed, jint length, std::uint8_t* piece, Status& status) {
-    return forEachPiece(length, [&](jint offset, jint count) {
-        if (!copyPiece(env, seed, offset, count,
-                       [&](const std::uint8_t* from) { (void)memCopy(piece, from, count); })) {
+// counts; both are meant.
+Outcome addSeed(JNIEnv* env, RandomContext* context, jbyteArray seed, jint length, std::uint8_t* piece) {
+    Status status = OK;
+    const bool isRead = forEachPiece(length, [&](jint offset, jint count) {
+        const auto read = [&](const std::uint8_t* bytes) {
+            (void)memCopy(piece, bytes + offset, count);
+        };
+        if (!withBytes(env, seed, offset + count, read)) {
             return false;
         }
         for (jint i = 0; i < count; ++i) {
@@ -56,15 +48,31 @@ bool addSeed(JNIEnv* env, RandomContext* context, jbyteArray seed, jint length, 
         }
         return true;
     });
+    return isRead ? Outcome(status) : std::nullopt;
 }
 
-// Fills the array up to the first failure. False when it is not filled: by the status, or with an exception pending.
-bool fill(JNIEnv* env, RandomContext* context, jbyteArray bytes, jint length, std::uint8_t* piece, Status& status) {
-    return forEachPiece(length, [&](jint offset, jint count) {
+// Fills the array up to the first failure.
+Outcome fill(JNIEnv* env, RandomContext* context, jbyteArray bytes, jint length, std::uint8_t* piece) {
+    Status status = OK;
+    const bool isFilled = forEachPiece(length, [&](jint offset, jint count) {
+        const auto write = [&](std::uint8_t* to) {
+            (void)memCopy(to + offset, piece, count);
+        };
         status = drawShared(context, static_cast<std::uint32_t>(count), piece);
-        return !isError(status) &&
-               copyPiece(env, bytes, offset, count, [&](std::uint8_t* to) { (void)memCopy(to, piece, count); });
+        return !isError(status) && withBytes(env, bytes, offset + count, write);
     });
+    return isFilled || isError(status) ? Outcome(status) : std::nullopt;
+}
+
+// use(piece), with a piece of native memory for `length` bytes, and the exception for what comes of it.
+template <typename Use> void withPiece(JNIEnv* env, RandomContext* context, jint length, const char* message, Use use) {
+    Piece piece;
+    // Without a context the core refuses; that exception stands on the one for the missing context.
+    Outcome outcome = context == nullptr ? ERR_NULL_POINTER : piece.alloc(length);
+    outcome = isError(*outcome) ? outcome : use(piece.data());
+    if (outcome.has_value()) {
+        (void)requireOk(env, kProviderException, message, *outcome);
+    }
 }
 
 } // namespace
@@ -87,15 +95,8 @@ void ZelSecureRandom::setSeed(JNIEnv* env, jobject, jbyteArray seed) {
     if (length == 0) {
         return; // nothing of its own; without a context that exception stays
     }
-    // Without a context its exception is pending and the array stays closed: the core would refuse every byte.
-    Piece piece;
-    Status status = context == nullptr ? ERR_NULL_POINTER : piece.alloc(length);
-    if (!isError(status) && !addSeed(env, context, seed, length, piece.data(), status)) {
-        return;
-    }
-    if (isError(status)) {
-        throwException(env, kProviderException, "error adding entropy", status);
-    }
+    withPiece(env, context, length, "error adding entropy",
+              [&](std::uint8_t* piece) { return addSeed(env, context, seed, length, piece); });
 }
 
 void ZelSecureRandom::nextBytes(JNIEnv* env, jobject, jbyteArray bytes) {
@@ -104,15 +105,8 @@ void ZelSecureRandom::nextBytes(JNIEnv* env, jobject, jbyteArray bytes) {
     }
     const jint length = env->GetArrayLength(bytes);
     RandomContext* const context = getRandomContext(env);
-    Piece piece;
-    // Without a context refused by the core, also for an empty array.
-    Status status = context == nullptr ? ERR_NULL_POINTER : piece.alloc(length);
-    if (!isError(status) && !fill(env, context, bytes, length, piece.data(), status) && !isError(status)) {
-        return; // the VM's error is pending
-    }
-    if (isError(status)) {
-        throwException(env, kProviderException, "error generating random numbers", status);
-    }
+    withPiece(env, context, length, "error generating random numbers",
+              [&](std::uint8_t* piece) { return fill(env, context, bytes, length, piece); });
 }
 
 jbyteArray ZelSecureRandom::generateSeed(JNIEnv* env, jobject object, jint byteCount) {
@@ -120,11 +114,9 @@ jbyteArray ZelSecureRandom::generateSeed(JNIEnv* env, jobject object, jint byteC
         throwException(env, kNegativeArraySizeException, "number of bytes is negative");
         return nullptr;
     }
-    const jbyteArray seed = env->NewByteArray(byteCount);
-    if (seed == nullptr) {
-        raiseOutOfMemory(env);
-        return nullptr;
+    const jbyteArray seed = newArray(env, static_cast<std::uint64_t>(byteCount));
+    if (seed != nullptr) {
+        nextBytes(env, object, seed);
     }
-    nextBytes(env, object, seed);
     return seed; // also when nextBytes has raised
 }

@@ -1,7 +1,6 @@
 #include "bridge/zel_sha1_with_dsa_signature.h"
 
 #include "bridge/java_arrays.h"
-#include "bridge/java_exceptions.h"
 #include "bridge/shared_random.h"
 #include "bridge/zel_sha1_message_digest.h"
 #include "core/bignum/scoped_vlong.h"
@@ -28,14 +27,8 @@ Status readPrivateKey(const SecretBuffer& der, AsymmetricKey* key) {
     return OK;
 }
 
-// The content of the array, which has kMaxSignatureBytes at most, as r and s. False when the array cannot be opened.
-bool parseSignature(JNIEnv* env, jbyteArray signature, vlong** r, vlong** s, Status* status) {
-    const jsize length = env->GetArrayLength(signature);
-    const CriticalBytes bytes(env, signature);
-    if (bytes.isOpen()) {
-        *status = parseDSASignature(bytes.data(), static_cast<std::uint32_t>(length), r, s);
-    }
-    return bytes.isOpen();
+bool requireOk(JNIEnv* env, const char* message, Status status) {
+    return requireOk(env, kSignatureException, message, status);
 }
 
 } // namespace
@@ -49,25 +42,15 @@ bool ZelSha1WithDsaSignature::reset(JNIEnv* env, jobject object) {
     return state_.reset(env, object, new ZelSha1MessageDigest);
 }
 
-// Raises a SignatureException for a status that is an error; whether it is none.
-bool ZelSha1WithDsaSignature::raise(JNIEnv* env, const char* message, Status status) {
-    if (isError(status)) {
-        throwException(env, kSignatureException, message, status);
-    }
-    return !isError(status);
-}
-
 void ZelSha1WithDsaSignature::initVerify(JNIEnv* env, jobject object, jbyteArray publicKey) {
     SecretBuffer copy;
     if (!reset(env, object) || !requireArray(env, publicKey) || !copyOfArray(env, publicKey, &copy)) {
         return;
     }
-    const Status status = parseDSAPublicKey(copy.data(), static_cast<std::uint32_t>(copy.size()), &state_.key);
-    if (isError(status)) {
-        throwException(env, kProviderException, "unable to read dsa public key", status);
-        return;
+    const Status status = parseDSAPublicKey(copy.data(), static_cast<std::uint32_t>(copy.size()), state_.key());
+    if (requireOk(env, kProviderException, "unable to read dsa public key", status)) {
+        state_.setMode(SignatureState::kVerifying);
     }
-    state_.mode = SignatureState::kVerifying;
 }
 
 void ZelSha1WithDsaSignature::initSign(JNIEnv* env, jobject object, jbyteArray privateKey) {
@@ -76,10 +59,8 @@ void ZelSha1WithDsaSignature::initSign(JNIEnv* env, jobject object, jbyteArray p
         return;
     }
     // Also when the key cannot be read: sign then fails for want of a key, not of an initialisation. Meant.
-    state_.mode = SignatureState::kSigning;
-    if (const Status status = readPrivateKey(copy, &state_.key); isError(status)) {
-        throwException(env, kProviderException, "unable to read dsa private key", status);
-    }
+    state_.setMode(SignatureState::kSigning);
+    (void)requireOk(env, kProviderException, "unable to read dsa private key", readPrivateKey(copy, state_.key()));
 }
 
 void ZelSha1WithDsaSignature::update(JNIEnv* env, jobject object, jbyte input) {
@@ -94,8 +75,8 @@ void ZelSha1WithDsaSignature::update(JNIEnv* env, jobject object, jbyteArray inp
 bool ZelSha1WithDsaSignature::finishMessage(JNIEnv* env, jobject object, vlong** message) {
     std::uint8_t digest[kSha1DigestBytes];
     return state_.finishDigest(env, object, digest, digestLength_) &&
-           raise(env, "converting message to vlong",
-                 VLONG_fromBytes(digest, static_cast<std::int32_t>(digestLength_), message, nullptr));
+           requireOk(env, "converting message to vlong",
+                     VLONG_fromBytes(digest, static_cast<std::int32_t>(digestLength_), message, nullptr));
 }
 
 // The signature in a new buffer. What the caller is told on failure is not what has happened, which is in the exception.
@@ -112,30 +93,28 @@ Status ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object, std::uint8_t**
     ScopedVlong s(nullptr);
     bool verified = false;
     const Status status = context == nullptr ? ERR_NULL_POINTER
-                                             : dsaSignMakingY(sharedBytes(context), asymKeyDsa(&state_.key),
+                                             : dsaSignMakingY(sharedBytes(context), asymKeyDsa(state_.key()),
                                                               message.get(), &verified, r.out(), s.out(), nullptr);
-    if (!raise(env, "error signing message", status)) {
+    if (!requireOk(env, "error signing message", status)) {
         return ERR_INTERNAL_ERROR;
     }
     if (!verified) {
         throwException(env, kSignatureException, "error signing message, failed to verify");
         return ERR_PKCS7_INVALID_SIGNATURE;
     }
-    if (!raise(env, "error creating dsa signature", createDSASignature(r.get(), s.get(), signature, length))) {
-        return ERR_INTERNAL_ERROR;
-    }
-    reset(env, object); // Java sees an exception that it leaves, in place of the signature
-    return OK;
+    const Status encoding = createDSASignature(r.get(), s.get(), signature, length);
+    return requireOk(env, "error creating dsa signature", encoding) ? OK : ERR_INTERNAL_ERROR;
 }
 
-// The same with the exception of both public forms.
+// The same with the exception of both public forms, and the end of the message.
 bool ZelSha1WithDsaSignature::signInto(JNIEnv* env, jobject object, SecretBuffer* signature) {
     std::uint8_t* bytes = nullptr;
     std::uint32_t length = 0;
     const Status status = sign(env, object, &bytes, &length);
     signature->adopt(bytes, length);
-    // On top of the one that the step itself has raised.
-    return raise(env, "error calculating signature", status) && env->ExceptionCheck() == JNI_FALSE;
+    // The exception stands on the one that the step itself has raised. One that reset raises, Java sees in place of the
+    // signature.
+    return requireOk(env, "error calculating signature", status) && reset(env, object);
 }
 
 jbyteArray ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object) {
@@ -143,7 +122,7 @@ jbyteArray ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object) {
     if (!state_.requireMode(env, SignatureState::kSigning) || !signInto(env, object, &signature)) {
         return nullptr;
     }
-    return newArray(env, signature.data(), static_cast<std::uint32_t>(signature.size()));
+    return arrayOf(env, signature.data(), static_cast<std::uint32_t>(signature.size()));
 }
 
 jint ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object, jbyteArray output, jint offset, jint length) {
@@ -160,13 +139,10 @@ jint ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object, jbyteArray outpu
         throwException(env, kSignatureException, "insufficient space for signature");
         return 0;
     }
-    const CriticalBytes out(env, output);
-    if (!out.isOpen()) {
-        raiseOutOfMemory(env);
-        return 0;
-    }
-    std::copy_n(signature.data(), count, out.data() + offset);
-    return count;
+    const auto write = [&](std::uint8_t* bytes) {
+        std::copy_n(signature.data(), count, bytes + offset);
+    };
+    return withBytes(env, output, offset + count, write) ? count : 0;
 }
 
 bool ZelSha1WithDsaSignature::verify(JNIEnv* env, jobject object, jbyteArray signature) {
@@ -189,15 +165,14 @@ bool ZelSha1WithDsaSignature::verify(JNIEnv* env, jobject object, jbyteArray sig
     ScopedVlong r(nullptr);
     ScopedVlong s(nullptr);
     Status status = OK;
-    if (!parseSignature(env, signature, r.out(), s.out(), &status)) {
-        raiseOutOfMemory(env);
-        return false;
-    }
-    if (!raise(env, "error parsing signature", status)) {
+    const auto parse = [&](const std::uint8_t* bytes) {
+        status = parseDSASignature(bytes, static_cast<std::uint32_t>(size), r.out(), s.out());
+    };
+    if (!withBytes(env, signature, size, parse) || !requireOk(env, "error parsing signature", status)) {
         return false;
     }
     bool valid = false;
-    status = Dsa_Verify(asymKeyDsa(&state_.key), message.get(), r.get(), s.get(), &valid, nullptr);
+    status = Dsa_Verify(asymKeyDsa(state_.key()), message.get(), r.get(), s.get(), &valid, nullptr);
     if (isError(status) || !valid) {
         throwException(env, kSignatureException, "error verifying signature", status); // OK has no name
         return false;

@@ -55,7 +55,6 @@ private:
     enum_errDescrValues sign(JNIEnv* env, jobject object, std::uint8_t** signature, std::uint32_t* length);
     bool signInto(JNIEnv* env, jobject object, SecretBuffer* signature);
     bool finishMessage(JNIEnv* env, jobject object, vlong** message);
-    bool raise(JNIEnv* env, const char* message, enum_errDescrValues status);
 
     SignatureState state_;
     std::uint32_t digestLength_;

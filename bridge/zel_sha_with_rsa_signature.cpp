@@ -1,7 +1,6 @@
 #include "bridge/zel_sha_with_rsa_signature.h"
 
 #include "bridge/java_arrays.h"
-#include "bridge/java_exceptions.h"
 #include "bridge/zel_sha1_message_digest.h"
 #include "bridge/zel_sha256_message_digest.h"
 #include "bridge/zel_util.h"
@@ -22,6 +21,10 @@ constexpr std::uint32_t kLeastOverhead = 3;
 
 constexpr const char* kInvalidSignature = "invalid signature";
 constexpr const char* kNoSignatureInteger = "error generating integer representative signature";
+
+bool requireOk(JNIEnv* env, const char* message, Status status) {
+    return requireOk(env, kSignatureException, message, status);
+}
 
 } // namespace
 
@@ -54,16 +57,8 @@ enum_errDescrValues ZelShaWithRsaSignature::nativeReset() {
 
 std::uint32_t ZelShaWithRsaSignature::modulusLength() const {
     std::uint32_t length = 0;
-    (void)Rsa_ModulusLength(asymKeyRsa(&state_.key), &length); // fails without a key only
+    (void)Rsa_ModulusLength(asymKeyRsa(state_.key()), &length); // fails without a key only
     return length;
-}
-
-// Raises a SignatureException for a status that is an error; whether it is none.
-bool ZelShaWithRsaSignature::raise(JNIEnv* env, const char* message, Status status) {
-    if (isError(status)) {
-        throwException(env, kSignatureException, message, status);
-    }
-    return !isError(status);
 }
 
 // Reads a key into the fresh state.
@@ -72,7 +67,7 @@ Status ZelShaWithRsaSignature::takeKey(std::int32_t mode, int length, const std:
         return ERR_INVALID_ARG;
     }
     const auto count = static_cast<std::uint32_t>(length);
-    AsymmetricKey* const key = &state_.key;
+    AsymmetricKey* const key = state_.key();
     if (mode == SignatureState::kVerifying) {
         RETURN_IF_ERROR(RsaKey_FromPublicDer(bytes, count, key));
     } else {
@@ -82,7 +77,7 @@ Status ZelShaWithRsaSignature::takeKey(std::int32_t mode, int length, const std:
         (void)AsymKey_Uninit(key, nullptr);
         return ERR_BAD_KEY_TYPE;
     }
-    state_.mode = mode;
+    state_.setMode(mode);
     return OK;
 }
 
@@ -92,9 +87,7 @@ void ZelShaWithRsaSignature::init(JNIEnv* env, jobject object, jbyteArray keyByt
     if (!reset(env, object) || !requireArray(env, keyBytes) || !copyOfArray(env, keyBytes, &copy)) {
         return;
     }
-    if (const Status status = takeKey(mode, static_cast<int>(copy.size()), copy.data()); isError(status)) {
-        throwException(env, kProviderException, unreadable, status);
-    }
+    (void)requireOk(env, kProviderException, unreadable, takeKey(mode, static_cast<int>(copy.size()), copy.data()));
 }
 
 void ZelShaWithRsaSignature::initVerify(JNIEnv* env, jobject object, jbyteArray publicKey) {
@@ -124,8 +117,7 @@ void ZelShaWithRsaSignature::update(JNIEnv* env, jobject object, jbyteArray inpu
 }
 
 enum_errDescrValues ZelShaWithRsaSignature::nativeUpdate(const std::uint8_t* input, int offset, int length) {
-    return state_.mode == SignatureState::kNotInitialized ? ERR_GENERAL
-                                                          : state_.digest->nativeUpdate(input, offset, length);
+    return state_.nativeUpdate(input, offset, length);
 }
 
 // Writes 00 01 FF ... FF 00 DigestInfo to encoded[k], k being at least T + 3.
@@ -138,13 +130,11 @@ jbyteArray ZelShaWithRsaSignature::sign(JNIEnv* env, jobject object) {
     if (!state_.requireMode(env, SignatureState::kSigning)) {
         return nullptr;
     }
-    const auto k = static_cast<jint>(modulusLength());
-    const jbyteArray signature = env->NewByteArray(k);
-    if (signature == nullptr) {
-        raiseOutOfMemory(env);
-        return nullptr;
+    const std::uint32_t k = modulusLength();
+    const jbyteArray signature = newArray(env, k);
+    if (signature != nullptr) {
+        sign(env, object, signature, 0, static_cast<jint>(k));
     }
-    sign(env, object, signature, 0, k);
     return signature; // also when sign has raised
 }
 
@@ -174,13 +164,11 @@ jint ZelShaWithRsaSignature::sign(JNIEnv* env, jobject object, jbyteArray output
     if (!encode(env, object, k, encoded.data()) || !signEncoded(env, encoded.data(), k, &signature)) {
         return 0;
     }
-    {
-        const CriticalBytes out(env, output);
-        if (!out.isOpen()) {
-            raiseOutOfMemory(env);
-            return 0;
-        }
-        std::copy_n(signature.data(), k, out.data() + offset);
+    const auto write = [&](std::uint8_t* bytes) {
+        std::copy_n(signature.data(), k, bytes + offset);
+    };
+    if (!withBytes(env, output, offset + static_cast<jint>(k), write)) {
+        return 0;
     }
     reset(env, object); // Java sees an exception that it leaves, though the signature is good
     return static_cast<jint>(k);
@@ -191,15 +179,16 @@ bool ZelShaWithRsaSignature::signEncoded(JNIEnv* env, const std::uint8_t* encode
                                          SecretBuffer* signature) {
     ScopedVlong message(nullptr);
     ScopedVlong result(nullptr);
-    if (!raise(env, "error generating integer representative message", Rsa_BytesToVlong(encoded, k, message.out())) ||
+    if (!requireOk(env, "error generating integer representative message",
+                   Rsa_BytesToVlong(encoded, k, message.out())) ||
         // Unblinded: no random source is passed. Meant.
-        !raise(env, kNoSignatureInteger, rsaSign(asymKeyRsa(&state_.key), message.get(), result.out(), nullptr))) {
+        !requireOk(env, kNoSignatureInteger, rsaSign(asymKeyRsa(state_.key()), message.get(), result.out(), nullptr))) {
         return false;
     }
     std::uint8_t* bytes = nullptr;
     const Status status = Rsa_VlongToFixedBytes(result.get(), k, &bytes);
     signature->adopt(bytes, k);
-    return raise(env, "error generating signature array", status);
+    return requireOk(env, "error generating signature array", status);
 }
 
 enum_errDescrValues ZelShaWithRsaSignature::nativeSign(const std::uint8_t*, int, int) {
@@ -245,27 +234,19 @@ bool ZelShaWithRsaSignature::openSignature(JNIEnv* env, jbyteArray signature, ji
     ScopedVlong input(nullptr);
     ScopedVlong result(nullptr);
     Status status = OK;
-    bool isOpen = false;
-    {
-        const CriticalBytes bytes(env, signature);
-        isOpen = bytes.isOpen();
-        if (isOpen) {
-            status = Rsa_BytesToVlong(bytes.data() + offset, k, input.out());
-        }
-    }
-    if (!isOpen) {
-        raiseOutOfMemory(env);
+    const auto read = [&](const std::uint8_t* bytes) {
+        status = Rsa_BytesToVlong(bytes + offset, k, input.out());
+    };
+    if (!withBytes(env, signature, offset + static_cast<jint>(k), read) ||
+        !requireOk(env, kNoSignatureInteger, status)) {
         return false;
     }
-    if (!raise(env, kNoSignatureInteger, status)) {
-        return false;
-    }
-    status = Rsa_PublicOp(asymKeyRsa(&state_.key), input.get(), result.out(), nullptr);
-    return raise(env, kInvalidSignature, isError(status) ? status : VLONG_toBytesFixed(result.get(), opened, k));
+    status = Rsa_PublicOp(asymKeyRsa(state_.key()), input.get(), result.out(), nullptr);
+    return requireOk(env, kInvalidSignature, isError(status) ? status : VLONG_toBytesFixed(result.get(), opened, k));
 }
 
 enum_errDescrValues ZelShaWithRsaSignature::nativeVerify(const std::uint8_t* signature, int offset, int) {
-    if (state_.mode != SignatureState::kVerifying) {
+    if (state_.mode() != SignatureState::kVerifying) {
         return ERR_INTERNAL_ERROR;
     }
     // At least T, so that the comparison stays inside whatever the key is.
@@ -277,13 +258,14 @@ enum_errDescrValues ZelShaWithRsaSignature::nativeVerify(const std::uint8_t* sig
     std::memset(expected.data(), 0xFF, size);
     std::memset(opened.data(), 0xFF, size);
     std::copy_n(prefix_, prefixLength_, expected.data());
-    const int written = state_.digest->nativeDigest(expected.data() + prefixLength_, static_cast<int>(digestLength_));
+    const int written = state_.nativeDigest(expected.data() + prefixLength_, digestLength_);
     if (written != static_cast<int>(digestLength_)) {
         return written < 0 ? static_cast<Status>(written) : ERR_RSA_BAD_SIGNATURE;
     }
     std::uint32_t openedLength = 0;
-    RETURN_IF_ERROR(Rsa_OpenPkcs1Signature(asymKeyRsa(&state_.key), signature == nullptr ? nullptr : signature + offset,
-                                           opened.data(), &openedLength, nullptr));
+    RETURN_IF_ERROR(Rsa_OpenPkcs1Signature(asymKeyRsa(state_.key()),
+                                           signature == nullptr ? nullptr : signature + offset, opened.data(),
+                                           &openedLength, nullptr));
     if (ZelUtil::isDebugEnabled() != 0) {
         std::printf("Comparing signatures:\n\n");
         hexdump(expected.data(), digestInfoLength());

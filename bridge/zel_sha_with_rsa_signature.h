@@ -88,7 +88,6 @@ private:
     bool encode(JNIEnv* env, jobject object, std::uint32_t k, std::uint8_t* encoded);
     bool signEncoded(JNIEnv* env, const std::uint8_t* encoded, std::uint32_t k, SecretBuffer* signature);
     bool openSignature(JNIEnv* env, jbyteArray signature, jint offset, std::uint32_t k, std::uint8_t* opened);
-    bool raise(JNIEnv* env, const char* message, enum_errDescrValues status);
 
     SignatureState state_;
     SignatureDigestType digestType_;

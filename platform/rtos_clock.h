@@ -46,7 +46,4 @@ Status rtosTimeGMT(GmtTime* time);
 // rtosSleepMs: suspends the calling thread for at least that long; 0 lets others run.
 void rtosSleepMs(std::uint32_t milliseconds);
 
-// systemTimeMs: the operating system's clock in milliseconds since 1601; what time stamps are read from.
-std::uint64_t systemTimeMs();
-
 #endif

@@ -1,5 +1,7 @@
 #include "platform/rtos_clock.h"
 
+#include "platform/system_time.h"
+
 namespace {
 
 std::uint64_t numberOf(const MsTimeStamp& stamp) {

@@ -192,13 +192,13 @@ void ofb(const std::uint32_t* keys, std::int32_t rounds, std::uint8_t* iv, const
 } // namespace
 
 constinit const AesModes aesModesPortable = {
-    aesExpandKeyPortable,
-    aesInvertSchedulePortable,
-    ecb<Encryption>,
-    ecb<Decryption>,
-    cbcEncrypt,
-    cbcDecrypt,
-    cfbEncrypt,
-    cfbDecrypt,
-    ofb,
+    .expandKey = aesExpandKeyPortable,
+    .invertSchedule = aesInvertSchedulePortable,
+    .ecbEncrypt = ecb<Encryption>,
+    .ecbDecrypt = ecb<Decryption>,
+    .cbcEncrypt = cbcEncrypt,
+    .cbcDecrypt = cbcDecrypt,
+    .cfbEncrypt = cfbEncrypt,
+    .cfbDecrypt = cfbDecrypt,
+    .ofb = ofb,
 };

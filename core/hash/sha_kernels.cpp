@@ -52,6 +52,16 @@ constexpr Kernel<Sha512Compress> kSha512Kernels[] = {
     {"portable", alwaysSupported, sha512CompressPortable},
 };
 
+// The kernel that this CPU runs, found once.
+template <auto table> const auto& chosenOf() {
+    static const auto& chosen = chooseKernel(table());
+    return chosen;
+}
+template <auto table> const auto& chosenOfSha1() {
+    static const auto& chosen = chooseKernel(sha1Choice(table(), cpuFeatures().vendor));
+    return chosen;
+}
+
 } // namespace
 
 std::span<const Kernel<Sha1Compress>> sha1Kernels() {
@@ -71,21 +81,17 @@ std::span<const Kernel<Sha512Compress>> sha512Kernels() {
 }
 
 const Kernel<Sha1Compress>& sha1Kernel() {
-    static const Kernel<Sha1Compress>& chosen = chooseKernel(sha1Choice(sha1Kernels(), cpuFeatures().vendor));
-    return chosen;
+    return chosenOfSha1<sha1Kernels>();
 }
 
 const Kernel<Sha1G>& sha1GKernel() {
-    static const Kernel<Sha1G>& chosen = chooseKernel(sha1Choice(sha1GKernels(), cpuFeatures().vendor));
-    return chosen;
+    return chosenOfSha1<sha1GKernels>();
 }
 
 const Kernel<Sha256Compress>& sha256Kernel() {
-    static const Kernel<Sha256Compress>& chosen = chooseKernel(sha256Kernels());
-    return chosen;
+    return chosenOf<sha256Kernels>();
 }
 
 const Kernel<Sha512Compress>& sha512Kernel() {
-    static const Kernel<Sha512Compress>& chosen = chooseKernel(sha512Kernels());
-    return chosen;
+    return chosenOf<sha512Kernels>();
 }

@@ -1,12 +1,11 @@
 #include "core/pubkey/dsa_der.h"
 
-#include "core/asn1/asn1_parse.h"
 #include "core/asn1/asn1_walk.h"
 #include "core/asn1/der.h"
+#include "core/asn1/parsed_der.h"
 #include "core/bignum/scoped_vlong.h"
-#include "core/bignum/vlong_convert.h"
-#include "core/memory/endian.h"
 #include "core/pubkey/dsa.h"
+#include "core/pubkey/key_load.h"
 #include "core/pubkey/key_write.h"
 
 #include <climits>
@@ -34,76 +33,53 @@ constexpr Asn1WalkStep kFromGToKey[] = {kParent, kParent, isOf(kAsn1Sequence), k
 constexpr Asn1WalkStep kToInteger[] = {kFirstChild, isOf(kAsn1Integer), kEnd};
 constexpr Asn1WalkStep kToR[] = {kFirstChild, isOf(kAsn1Sequence), kFirstChild, isOf(kAsn1Integer), kEnd};
 
-// Content octets inside the input.
-struct Content {
-    const std::uint8_t* octets = nullptr;
-    std::uint32_t length = 0;
-};
+Status parse(const std::uint8_t* der, std::uint32_t length, ParsedDer* parsed) {
+    if (der == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    return length > INT_MAX ? ERR_INVALID_ARG : parsed->parse({der, length});
+}
 
-// ParsedDer: input with its tree. Looks up one thing after another and remembers where it stands.
-class ParsedDer {
+// Path: follows steps from item to item, and remembers where it stands. mismatch: the status of steps that lead nowhere.
+class Path {
 public:
-    // mismatch: the status of a walk that leads nowhere.
-    explicit ParsedDer(Status mismatch) : mismatch_(mismatch) {
+    Path(const ParsedDer& der, Status mismatch) : der_(der), mismatch_(mismatch), at_(der.root()) {
     }
 
-    Status parse(const std::uint8_t* der, std::uint32_t length) {
-        if (der == nullptr) {
-            return ERR_NULL_POINTER;
-        }
-        if (length > INT_MAX) {
-            return ERR_INVALID_ARG;
-        }
-        RETURN_IF_ERROR(MemStream_Init(&memory_, static_cast<std::int32_t>(length), der));
-        RETURN_IF_ERROR(ByteStream_Bind(&stream_, &memory_));
-        RETURN_IF_ERROR(Asn1_ParseStream(stream_, root_.out()));
-        at_ = root_.get();
-        return OK;
-    }
-
-    // walk: follows the steps from where the last walk ended, to an item with this content.
-    Status walk(const Asn1WalkStep* steps, Content* content) {
+    // follow: goes on to the item that the steps lead to, which has this content.
+    Status follow(const Asn1WalkStep* steps, ByteView* content) {
         Asn1Node* item = nullptr;
-        if (isError(Asn1_WalkPath(at_, stream_, steps, &item))) {
+        if (isError(Asn1_WalkPath(at_, der_.stream(), steps, &item))) {
             return mismatch_;
         }
         at_ = item;
-        *content = {ByteStream_MemAccess(stream_, item->dataOffset, item->length), item->length};
-        return content->octets == nullptr ? ERR_MEM_ALLOC_FAIL : OK;
+        return der_.content(*item, content);
     }
 
 private:
+    const ParsedDer& der_;
     Status mismatch_;
-    MemStream memory_{};
-    ByteStream stream_{};
-    ScopedTree<Asn1Node> root_;
-    Asn1Node* at_ = nullptr;
+    Asn1Node* at_;
 };
 
 Status loadPublicKey(const std::uint8_t* der, std::uint32_t length, AsymmetricKey* key) {
-    ParsedDer info(ERR_CERT_INVALID_STRUCT);
-    Content p;
-    Content q;
-    Content g;
-    Content encodedY;
-    Content y;
-    RETURN_IF_ERROR(info.parse(der, length));
-    RETURN_IF_ERROR(info.walk(kToP, &p)); // whatever the OBJECT IDENTIFIER: meant
-    RETURN_IF_ERROR(info.walk(kToNextInteger, &q));
-    RETURN_IF_ERROR(info.walk(kToNextInteger, &g));
-    RETURN_IF_ERROR(info.walk(kFromGToKey, &encodedY));
-    RETURN_IF_ERROR(parseDERInteger(encodedY.octets, encodedY.length, &y.octets, &y.length));
-    if (bigEndianBits(p.octets, p.length) > kDsaMaxPBits || bigEndianBits(q.octets, q.length) > kDsaMaxQBits) {
+    ParsedDer info;
+    RETURN_IF_ERROR(parse(der, length, &info));
+    Path path(info, ERR_CERT_INVALID_STRUCT);
+    ByteView p, q, g, encodedY;
+    RETURN_IF_ERROR(path.follow(kToP, &p)); // whatever the OBJECT IDENTIFIER: meant
+    RETURN_IF_ERROR(path.follow(kToNextInteger, &q));
+    RETURN_IF_ERROR(path.follow(kToNextInteger, &g));
+    RETURN_IF_ERROR(path.follow(kFromGToKey, &encodedY));
+    const std::uint8_t* y = nullptr;
+    std::uint32_t yLength = 0;
+    RETURN_IF_ERROR(parseDERInteger(encodedY.data(), lengthOf(encodedY), &y, &yLength));
+    if (bigEndianBits(p) > kDsaMaxPBits || bigEndianBits(q) > kDsaMaxQBits) {
         return ERR_DSA_INVALID_KEYLENGTH;
     }
     RETURN_IF_ERROR(AsymKey_MakeDsa(key, nullptr));
-    return Dsa_SetPublicKey(asymKeyDsa(key), p.octets, p.length, q.octets, q.length, g.octets, g.length, y.octets,
-                            y.length, nullptr);
-}
-
-Status toVlong(const Content& content, vlong** out) {
-    // More than a vlong can take is refused there.
-    return VLONG_fromBytes(content.octets, static_cast<std::int32_t>(content.length), out, nullptr);
+    return Dsa_SetPublicKey(asymKeyDsa(key), p.data(), lengthOf(p), q.data(), lengthOf(q), g.data(), lengthOf(g), y,
+                            yLength, nullptr);
 }
 
 } // namespace
@@ -124,12 +100,12 @@ Status parseDERInteger(const std::uint8_t* der, std::uint32_t length, const std:
     if (content == nullptr || contentLength == nullptr) {
         return ERR_NULL_POINTER;
     }
-    ParsedDer parsed(ERR_CERT_INVALID_STRUCT);
-    Content integer;
-    RETURN_IF_ERROR(parsed.parse(der, length));
-    RETURN_IF_ERROR(parsed.walk(kToInteger, &integer));
-    *content = integer.octets;
-    *contentLength = integer.length;
+    ParsedDer parsed;
+    RETURN_IF_ERROR(parse(der, length, &parsed));
+    ByteView integer;
+    RETURN_IF_ERROR(Path(parsed, ERR_CERT_INVALID_STRUCT).follow(kToInteger, &integer));
+    *content = integer.data();
+    *contentLength = lengthOf(integer);
     return OK;
 }
 
@@ -139,15 +115,16 @@ Status parseDSASignature(const std::uint8_t* der, std::uint32_t length, vlong** 
     }
     *r = nullptr;
     *s = nullptr;
-    ParsedDer signature(ERR_PKCS7_INVALID_STRUCT);
-    Content content;
+    ParsedDer signature;
+    RETURN_IF_ERROR(parse(der, length, &signature));
+    Path path(signature, ERR_PKCS7_INVALID_STRUCT);
+    ByteView content;
     ScopedVlong first(nullptr);
     ScopedVlong second(nullptr);
-    RETURN_IF_ERROR(signature.parse(der, length));
-    RETURN_IF_ERROR(signature.walk(kToR, &content));
-    RETURN_IF_ERROR(toVlong(content, first.out()));
-    RETURN_IF_ERROR(signature.walk(kToNextInteger, &content));
-    RETURN_IF_ERROR(toVlong(content, second.out()));
+    RETURN_IF_ERROR(path.follow(kToR, &content));
+    RETURN_IF_ERROR(readNumber(content, first.out(), nullptr));
+    RETURN_IF_ERROR(path.follow(kToNextInteger, &content));
+    RETURN_IF_ERROR(readNumber(content, second.out(), nullptr));
     *r = first.release();
     *s = second.release();
     return OK;

@@ -1,6 +1,5 @@
 // DSA key records: making, freeing, loading.
 #include "core/bignum/scoped_vlong.h"
-#include "core/bignum/vlong_convert.h"
 #include "core/memory/memory.h"
 #include "core/pubkey/dsa_group.h"
 #include "core/pubkey/key_load.h"
@@ -10,11 +9,10 @@
 namespace {
 
 // Loads p, q and g, and into *own y or x.
-Status load(DSAKey& key, BigEndian p, BigEndian q, BigEndian g, BigEndian value, vlong** own, vlong** queue) {
-    const std::pair<BigEndian, vlong**> values[] = {{p, &key.p}, {q, &key.q}, {g, &key.g}, {value, own}};
+Status load(DSAKey& key, ByteView p, ByteView q, ByteView g, ByteView value, vlong** own, vlong** queue) {
+    const std::pair<ByteView, vlong**> values[] = {{p, &key.p}, {q, &key.q}, {g, &key.g}, {value, own}};
     for (const auto& [bytes, place] : values) {
-        // A length beyond 31 bits is negative.
-        RETURN_IF_ERROR(VLONG_fromBytes(bytes.bytes, static_cast<std::int32_t>(bytes.length), place, queue));
+        RETURN_IF_ERROR(readNumber(bytes, place, queue));
     }
     return OK;
 }
@@ -26,14 +24,6 @@ bool mayWait(const DSAKey& key) {
            key.g->length <= kUsualUnits;
 }
 
-// What loading leaves behind: the values, or none of them.
-Status finish(DSAKey* dsaKey, Status status, vlong** queue) {
-    if (isError(status)) {
-        dsaKeyClear(dsaKey, queue);
-    }
-    return status;
-}
-
 } // namespace
 
 Status Dsa_CreateKey(DSAKey** dsaKey) {
@@ -42,7 +32,7 @@ Status Dsa_CreateKey(DSAKey** dsaKey) {
 
 void dsaKeyClear(DSAKey* dsaKey, vlong** queue) {
     for (vlong** value : {&dsaKey->p, &dsaKey->q, &dsaKey->g, &dsaKey->y, &dsaKey->x}) {
-        (void)VLONG_free(value, queue); // an absent one is skipped
+        releaseNumber(value, queue);
     }
 }
 
@@ -61,8 +51,8 @@ Status Dsa_SetPublicKey(DSAKey* dsaKey, const std::uint8_t* p, std::uint32_t pLe
         return ERR_NULL_POINTER;
     }
     dsaKeyClear(dsaKey, queue);
-    return finish(dsaKey, load(*dsaKey, {p, pLength}, {q, qLength}, {g, gLength}, {y, yLength}, &dsaKey->y, queue),
-                  queue);
+    const Status status = load(*dsaKey, {p, pLength}, {q, qLength}, {g, gLength}, {y, yLength}, &dsaKey->y, queue);
+    return wholeOrCleared(dsaKey, status, dsaKeyClear, queue);
 }
 
 Status Dsa_SetPrivateKey(DSAKey* dsaKey, const std::uint8_t* p, std::uint32_t pLength, const std::uint8_t* q,
@@ -71,9 +61,8 @@ Status Dsa_SetPrivateKey(DSAKey* dsaKey, const std::uint8_t* p, std::uint32_t pL
     return dsaKeyLoadPrivate(dsaKey, {p, pLength}, {q, qLength}, {g, gLength}, {x, xLength}, false, queue);
 }
 
-Status dsaKeyLoadPrivate(DSAKey* dsaKey, BigEndian p, BigEndian q, BigEndian g, BigEndian x, bool leavesY,
-                         vlong** queue) {
-    if (dsaKey == nullptr || p.bytes == nullptr || q.bytes == nullptr || g.bytes == nullptr || x.bytes == nullptr) {
+Status dsaKeyLoadPrivate(DSAKey* dsaKey, ByteView p, ByteView q, ByteView g, ByteView x, bool leavesY, vlong** queue) {
+    if (dsaKey == nullptr || p.data() == nullptr || q.data() == nullptr || g.data() == nullptr || x.data() == nullptr) {
         return ERR_NULL_POINTER;
     }
     dsaKeyClear(dsaKey, queue);
@@ -81,5 +70,5 @@ Status dsaKeyLoadPrivate(DSAKey* dsaKey, BigEndian p, BigEndian q, BigEndian g, 
     if (!isError(status) && !(leavesY && mayWait(*dsaKey))) {
         status = dsaMakeY(*dsaKey, queue);
     }
-    return finish(dsaKey, status, queue);
+    return wholeOrCleared(dsaKey, status, dsaKeyClear, queue);
 }

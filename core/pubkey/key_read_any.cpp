@@ -8,7 +8,7 @@ namespace {
 
 // The first three items of the SEQUENCE that the input is; null where there are none.
 struct Shape {
-    explicit Shape(const KeyInput& input) : sequence(asn1FirstChild(input.root())) {
+    explicit Shape(const ParsedDer& input) : sequence(asn1FirstChild(input.root())) {
         if (isUniversal(sequence, kAsn1Sequence)) {
             first = asn1FirstChild(sequence);
             second = first == nullptr ? nullptr : asn1NextSibling(first);
@@ -26,7 +26,7 @@ struct Shape {
     Asn1Node *first = nullptr, *second = nullptr, *third = nullptr;
 };
 
-Status readPrivate(const KeyInput& input, AsymmetricKey* key) {
+Status readPrivate(const ParsedDer& input, AsymmetricKey* key) {
     const Shape shape(input);
     if (shape.isPublicInfo() || (shape.second != nullptr && shape.third == nullptr)) {
         return ERR_BAD_KEY_TYPE;
@@ -37,7 +37,7 @@ Status readPrivate(const KeyInput& input, AsymmetricKey* key) {
     return rsaKey != nullptr && rsaKey->privateKey == 0 ? ERR_BAD_KEY_TYPE : OK;
 }
 
-Status readPublic(const KeyInput& input, const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
+Status readPublic(const ParsedDer& input, const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
     const Shape shape(input);
     if (!shape.isPublicInfo()) {
         return shape.third != nullptr ? ERR_BAD_KEY_TYPE : readRsaKey(input, shape.sequence, KeyUse::kAny, key);
@@ -49,13 +49,13 @@ Status readPublic(const KeyInput& input, const std::uint8_t* der, std::uint32_t 
     if (isError(Asn1_CheckOid(algorithm, input.stream(), kRsaEncryption))) {
         return ERR_BAD_KEY_TYPE;
     }
-    BigEndian inner;
+    ByteView inner;
     if (!isUniversal(shape.second, kAsn1BitString) || shape.second->value != 0) {
         return ERR_RSA_INVALID_PKCS1;
     }
     RETURN_IF_ERROR(input.content(*shape.second, &inner));
-    KeyInput innerInput;
-    RETURN_IF_ERROR(innerInput.parse(inner.bytes, inner.length));
+    ParsedDer innerInput;
+    RETURN_IF_ERROR(innerInput.parse(inner));
     const Shape innerShape(innerInput);
     return innerShape.third != nullptr ? ERR_BAD_KEY_TYPE
                                        : readRsaKey(innerInput, innerShape.sequence, KeyUse::kAny, key);
@@ -68,17 +68,17 @@ Status readAny(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* 
         return ERR_NULL_POINTER;
     }
     RETURN_IF_ERROR(AsymKey_Uninit(key, nullptr));
-    KeyInput input;
-    RETURN_IF_ERROR(input.parse(der, derLength));
+    ParsedDer input;
+    RETURN_IF_ERROR(input.parse({der, derLength}));
     return keyOrNothing(key, read(input));
 }
 
 } // namespace
 
 Status asymKeyReadPrivate(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
-    return readAny(der, derLength, key, [&](const KeyInput& input) { return readPrivate(input, key); });
+    return readAny(der, derLength, key, [&](const ParsedDer& input) { return readPrivate(input, key); });
 }
 
 Status asymKeyReadPublic(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
-    return readAny(der, derLength, key, [&](const KeyInput& input) { return readPublic(input, der, derLength, key); });
+    return readAny(der, derLength, key, [&](const ParsedDer& input) { return readPublic(input, der, derLength, key); });
 }

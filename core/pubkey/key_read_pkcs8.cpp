@@ -42,20 +42,20 @@ Status parametersOf(const Asn1Node* sequence, const Asn1Node* (&parameters)[kPar
     return item == nullptr ? OK : ERR_CERT_INVALID_STRUCT;
 }
 
-Status readDsaKey(const KeyInput& input, const Asn1Node& algorithm, Asn1Node* x, KeyUse use, AsymmetricKey* key) {
+Status readDsaKey(const ParsedDer& input, const Asn1Node& algorithm, Asn1Node* x, KeyUse use, AsymmetricKey* key) {
     const Asn1Node* parameters[kParameterCount] = {};
     RETURN_IF_ERROR(parametersOf(asn1NextSibling(&algorithm), parameters));
     Asn1Node* integer = nullptr;
     RETURN_IF_ERROR(Asn1_WalkPath(x, input.stream(), kIsInteger, &integer));
-    BigEndian p, q, g, secret;
+    ByteView p, q, g, secret;
     RETURN_IF_ERROR(input.content(*parameters[0], &p));
     RETURN_IF_ERROR(input.content(*parameters[1], &q));
     RETURN_IF_ERROR(input.content(*parameters[2], &g));
     RETURN_IF_ERROR(input.content(*integer, &secret));
-    if (p.bits() > kDsaMaxPBits || std::max(q.bits(), secret.bits()) > kDsaMaxQBits) {
+    if (bigEndianBits(p) > kDsaMaxPBits || std::max(bigEndianBits(q), bigEndianBits(secret)) > kDsaMaxQBits) {
         return ERR_DSA_INVALID_KEYLENGTH; // y is computed from them
     }
-    if (p.length == 0 || q.length == 0 || g.length == 0 || secret.length == 0) {
+    if (p.empty() || q.empty() || g.empty() || secret.empty()) {
         return ERR_INVALID_ARG; // as AsymKey_SetDsaParameters has it
     }
     RETURN_IF_ERROR(AsymKey_MakeDsa(key, nullptr));
@@ -63,8 +63,8 @@ Status readDsaKey(const KeyInput& input, const Asn1Node& algorithm, Asn1Node* x,
 }
 
 Status readInput(const std::uint8_t* der, std::uint32_t derLength, KeyUse use, AsymmetricKey* key) {
-    KeyInput input;
-    RETURN_IF_ERROR(input.parse(der, derLength));
+    ParsedDer input;
+    RETURN_IF_ERROR(input.parse({der, derLength}));
     return readPrivateKeyInfo(input, use, key);
 }
 
@@ -78,7 +78,7 @@ Status read(const std::uint8_t* der, std::uint32_t derLength, KeyUse use, Asymme
 
 } // namespace
 
-Status readPrivateKeyInfo(const KeyInput& input, KeyUse use, AsymmetricKey* key) {
+Status readPrivateKeyInfo(const ParsedDer& input, KeyUse use, AsymmetricKey* key) {
     Asn1Node *algorithm = nullptr, *privateKey = nullptr;
     if (isError(Asn1_WalkPath(input.root(), input.stream(), kToAlgorithm, &algorithm)) ||
         isError(Asn1_WalkPath(algorithm, input.stream(), kToKey, &privateKey))) {

@@ -2,7 +2,6 @@
 #include "core/bignum/branch_free.h"
 #include "core/bignum/residues.h"
 #include "core/bignum/scoped_vlong.h"
-#include "core/bignum/vlong_convert.h"
 #include "core/bignum/vlong_math.h"
 #include "core/memory/memory.h"
 #include "core/pubkey/exponent_inverse.h"
@@ -14,14 +13,6 @@
 #include <utility>
 
 namespace {
-
-Status read(const std::uint8_t* bytes, std::uint32_t length, vlong** out, vlong** queue) {
-    return VLONG_fromBytes(bytes, static_cast<std::int32_t>(length), out, queue); // a length beyond 31 bits is negative
-}
-
-void release(vlong** value, vlong** queue) {
-    (void)VLONG_free(value, queue); // an absent one is skipped
-}
 
 // *out := 1/e mod (prime - 1).
 Status exponentOf(const vlong* e, const vlong* prime, vlong** out, vlong** queue) {
@@ -36,9 +27,9 @@ Status exponentOf(const vlong* e, const vlong* prime, vlong** out, vlong** queue
 }
 
 void releaseDerived(RSAKey& key, vlong** queue) {
-    release(&key.dP, queue);
-    release(&key.dQ, queue);
-    release(&key.qInv, queue);
+    releaseNumber(&key.dP, queue);
+    releaseNumber(&key.dQ, queue);
+    releaseNumber(&key.qInv, queue);
     (void)VLONG_deleteMontgomeryCtx(&key.contextP, queue); // always OK
     (void)VLONG_deleteMontgomeryCtx(&key.contextQ, queue); // always OK
 }
@@ -72,15 +63,15 @@ template <typename Value> void adopt(Value*& place, Value* made) {
     }
 }
 
-Status loadPublic(RSAKey& key, std::uint32_t e, const std::uint8_t* n, std::uint32_t nLength, vlong** queue) {
+Status loadPublic(RSAKey& key, std::uint32_t e, ByteView n, vlong** queue) {
     RETURN_IF_ERROR(VLONG_newValue(e, &key.e, queue));
-    return read(n, nLength, &key.n, queue);
+    return readNumber(n, &key.n, queue);
 }
 
 // Makes qInv from a hint that is right. With p above q there is only one right value, the one that VLONG_modInverse gives.
-Status proveHint(RSAKey& key, BigEndian hint, vlong** queue) {
+Status proveHint(RSAKey& key, ByteView hint, vlong** queue) {
     ScopedVlong candidate(queue);
-    RETURN_IF_ERROR(read(hint.bytes, hint.length, candidate.out(), queue));
+    RETURN_IF_ERROR(readNumber(hint, candidate.out(), queue));
     if (!takesResidues(key.p) || !isSmaller(candidate.get(), key.p)) {
         return OK;
     }
@@ -97,27 +88,18 @@ Status proveHint(RSAKey& key, BigEndian hint, vlong** queue) {
     return OK;
 }
 
-Status loadPrivate(RSAKey& key, std::uint32_t e, BigEndian n, BigEndian p, BigEndian q, BigEndian qInvHint,
-                   vlong** queue) {
-    RETURN_IF_ERROR(loadPublic(key, e, n.bytes, n.length, queue));
-    RETURN_IF_ERROR(read(p.bytes, p.length, &key.p, queue));
-    RETURN_IF_ERROR(read(q.bytes, q.length, &key.q, queue));
+Status loadPrivate(RSAKey& key, std::uint32_t e, ByteView n, ByteView p, ByteView q, ByteView qInvHint, vlong** queue) {
+    RETURN_IF_ERROR(loadPublic(key, e, n, queue));
+    RETURN_IF_ERROR(readNumber(p, &key.p, queue));
+    RETURN_IF_ERROR(readNumber(q, &key.q, queue));
     key.privateKey = 1;
-    if (qInvHint.bytes != nullptr && isSmaller(key.q, key.p)) {
+    if (qInvHint.data() != nullptr && isSmaller(key.q, key.p)) {
         // A hint beyond the size limits is no hint; but what is refused here is refused.
         if (const Status status = proveHint(key, qInvHint, queue); status == ERR_MEM_ALLOC_FAIL) {
             return status;
         }
     }
     return Rsa_PrepareKey(&key, queue);
-}
-
-// What loading leaves behind: the whole key, or nothing of it.
-Status finish(RSAKey* rsaKey, Status status, vlong** queue) {
-    if (isError(status)) {
-        rsaKeyClear(rsaKey, queue);
-    }
-    return status;
 }
 
 } // namespace
@@ -133,10 +115,10 @@ Status RsaKey_SetPublic(RSAKey* rsaKey, std::uint32_t e, const std::uint8_t* n, 
         return ERR_NULL_POINTER;
     }
     rsaKeyClear(rsaKey, queue);
-    return finish(rsaKey, loadPublic(*rsaKey, e, n, nLength, queue), queue);
+    return wholeOrCleared(rsaKey, loadPublic(*rsaKey, e, {n, nLength}, queue), rsaKeyClear, queue);
 }
 
-Status rsaKeyLoadPrivate(RSAKey* rsaKey, std::uint32_t e, BigEndian n, BigEndian p, BigEndian q, BigEndian qInvHint,
+Status rsaKeyLoadPrivate(RSAKey* rsaKey, std::uint32_t e, ByteView n, ByteView p, ByteView q, ByteView qInvHint,
                          vlong** queue) {
     if (rsaKey == nullptr) {
         return ERR_RSA_INVALID_KEY;
@@ -144,12 +126,13 @@ Status rsaKeyLoadPrivate(RSAKey* rsaKey, std::uint32_t e, BigEndian n, BigEndian
     if (e < 2) {
         return ERR_BAD_EXPONENT;
     }
-    if (n.bytes == nullptr || p.bytes == nullptr || q.bytes == nullptr) {
+    if (n.data() == nullptr || p.data() == nullptr || q.data() == nullptr) {
         return ERR_NULL_POINTER;
     }
     rsaKeyClear(rsaKey, queue);
     LocalQueue local(queue);
-    return finish(rsaKey, loadPrivate(*rsaKey, e, n, p, q, qInvHint, local.get()), local.get());
+    const Status status = loadPrivate(*rsaKey, e, n, p, q, qInvHint, local.get());
+    return wholeOrCleared(rsaKey, status, rsaKeyClear, local.get());
 }
 
 Status RsaKey_SetPrivate(RSAKey* rsaKey, std::uint32_t e, const std::uint8_t* n, std::uint32_t nLength,
@@ -163,13 +146,13 @@ void rsaKeyClear(RSAKey* rsaKey, vlong** queue) {
         return;
     }
     rsaKey->privateKey = 0;
-    release(&rsaKey->e, queue);
-    release(&rsaKey->n, queue);
-    release(&rsaKey->p, queue);
-    release(&rsaKey->q, queue);
+    releaseNumber(&rsaKey->e, queue);
+    releaseNumber(&rsaKey->n, queue);
+    releaseNumber(&rsaKey->p, queue);
+    releaseNumber(&rsaKey->q, queue);
     releaseDerived(*rsaKey, queue);
-    release(&rsaKey->blinding.blind, queue);
-    release(&rsaKey->blinding.unblind, queue);
+    releaseNumber(&rsaKey->blinding.blind, queue);
+    releaseNumber(&rsaKey->blinding.unblind, queue);
     rsaKey->blinding.blindUses = 0;
 }
 

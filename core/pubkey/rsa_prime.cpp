@@ -3,9 +3,9 @@
 
 #include "core/bignum/prime/candidate_sieve.h"
 #include "core/bignum/prime/prime_stages.h"
-#include "core/bignum/prime/word_remainder.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
+#include "core/bignum/word_math.h"
 
 #include <numeric>
 

@@ -46,14 +46,14 @@ void sleepPaced(const MsTimeStamp& since, std::uint32_t base) {
 void toggle(EntropyThreadBlock& block) {
     Fips186State* const state = block.state;
     MsTimeStamp since = timeNow();
-    for (std::size_t i = 0; i < state->keyBytes; ++i) {
-        xorKeyByte(state, i, 0x10);
+    for (std::size_t i = 0; i < state->xkey.keyBytes(); ++i) {
+        state->xkey.xorByte(i, 0x10);
         sleepPaced(since, 13);
     }
     EntropyThreadBlock::clear(block.toggleRunning);
     since = timeNow();
     while (block.isRunning(block.stirRunning) && elapsedMs(since) < 5000) {
-        xorKeyByte(state, 0, 0x10); // only byte 0, on purpose
+        state->xkey.xorByte(0, 0x10); // only byte 0, on purpose
         sleepPaced(since, 13);
     }
 }
@@ -61,12 +61,12 @@ void toggle(EntropyThreadBlock& block) {
 // One pass over XKEY from its last byte to its first; in the second phase it ends as soon as the stir thread has.
 void scramblePass(EntropyThreadBlock& block, const MsTimeStamp& since, bool isSecondPhase) {
     Fips186State* const state = block.state;
-    for (std::size_t i = state->keyBytes; i-- > 0;) {
+    for (std::size_t i = state->xkey.keyBytes(); i-- > 0;) {
         if (isSecondPhase && !block.isRunning(block.stirRunning)) {
             return;
         }
-        const unsigned x = keyByte(state, i); // four odd multiples: the lowest bit becomes 0, on purpose
-        setKeyByte(state, i, static_cast<std::uint8_t>(x ^ 13 * x ^ 37 * x ^ 57 * x));
+        const unsigned x = state->xkey.byte(i); // four odd multiples: the lowest bit becomes 0, on purpose
+        state->xkey.setByte(i, static_cast<std::uint8_t>(x ^ 13 * x ^ 37 * x ^ 57 * x));
         sleepPaced(since, 7);
     }
 }
@@ -101,7 +101,7 @@ bool stirFor(Fips186State* state, const MsTimeStamp& since, std::uint32_t millis
 // Busy periods of 19, 152, 285, ... ms, ten of them for a key of 64 bytes.
 void stir(EntropyThreadBlock& block) {
     bool isClockMoving = true;
-    for (std::uint32_t i = 0; isClockMoving && i < block.state->keyBytes; i += 7) {
+    for (std::uint32_t i = 0; isClockMoving && i < block.state->xkey.keyBytes(); i += 7) {
         const MsTimeStamp since = timeNow();
         isClockMoving = stirFor(block.state, since, (i + 1) * 19);
         sleepPaced(since, 3);

@@ -3,21 +3,20 @@
 // The state is an integer XKEY of keyBytes bytes. A round computes x = G(XKEY + XSEED) and adds 1 + x to XKEY; two
 // rounds give a block of 40 bytes.
 //
-// XKEY, the block, the bit position and the bit count are touched by several threads without a lock, on purpose:
+// XKEY (xkey.h), the block, the bit position and the bit count are touched by several threads without a lock, on purpose:
 // threads stir the state while others draw from it, and what gets lost in such a race is of no matter. So they are
-// accessed as relaxed atomics as soon as several threads know the context, XKEY through the functions here.
+// accessed as relaxed atomics as soon as several threads know the context.
 // blockRemaining and the XSEED belong to whoever holds the mutex.
 #ifndef ZELSPI_CORE_RANDOM_FIPS186_H
 #define ZELSPI_CORE_RANDOM_FIPS186_H
 
+#include "core/random/xkey.h"
 #include "core/status/status.h"
 #include "platform/rtos_mutex.h"
 
 #include <cstddef>
 #include <cstdint>
 
-inline constexpr std::uint32_t kMaxKeyBytes = 64;
-inline constexpr std::uint32_t kMinKeyBytes = 20;
 inline constexpr std::uint32_t kGeneratorBlockBytes = 40;
 
 struct Fips186State {
@@ -25,10 +24,9 @@ struct Fips186State {
     std::int32_t xseedRemaining; // bytes of it not yet consumed
     std::uint32_t block[10];     // the two most recent outputs x0 and x1, as big-endian words
     std::int8_t blockRemaining;  // bytes of the block not yet handed out
-    std::uint8_t keyBytes;       // length of XKEY, 20 to 64
-    std::uint64_t xkey[8];       // XKEY as an integer, lowest word first; what stands beyond keyBytes does not count
-    std::uint32_t bitPosition;   // where the last entropy bit went, below 8 * keyBytes
-    RtosMutex mutex;             // guards generation
+    Xkey xkey;
+    std::uint32_t bitPosition; // where the last entropy bit went, below 8 * keyBytes
+    RtosMutex mutex;           // guards generation
 };
 
 // Kind 0 is the generator of this file; there is no other.
@@ -58,11 +56,6 @@ Status fips186GenerateOverKey(Fips186State* state);
 // fips186Stir: two rounds without a lock, not to be run beside another user of a state with an XSEED; bytes of the
 // block that were not handed out yet are replaced by fresh ones.
 void fips186Stir(Fips186State* state);
-
-// xorKeyByte: XKEY byte `index` ^= mask. keyByte: XKEY byte `index`. setKeyByte: XKEY byte `index` := value.
-void xorKeyByte(Fips186State* state, std::size_t index, std::uint8_t mask);
-std::uint8_t keyByte(Fips186State* state, std::size_t index);
-void setKeyByte(Fips186State* state, std::size_t index, std::uint8_t value);
 
 // bigEndianAdd: a := (a + b + carryIn) mod 2^(8 * aLength), both big-endian and aligned at their last bytes.
 // Shapes:  a[aLength], b[bLength]; what b has beyond aLength bytes at its front does not count.

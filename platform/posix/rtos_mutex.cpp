@@ -7,6 +7,15 @@
 #include <ctime>
 #include <pthread.h>
 
+// ThreadSanitizer does not know the wait by the monotonic clock and would report false races: its builds wait by the other.
+#if defined(__SANITIZE_THREAD__)
+#define ZEL_WAIT_BY_WALL_CLOCK 1
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define ZEL_WAIT_BY_WALL_CLOCK 1
+#endif
+#endif
+
 struct RtosMutexObject {
     pthread_mutex_t mutex;
 };
@@ -15,16 +24,8 @@ namespace {
 
 constexpr std::time_t kWaitSeconds = 5;
 
-// Waits until a deadline that no change of the wall clock moves. ThreadSanitizer does not know that call and would
-// report false races, so its builds wait by the wall clock.
+// Waits until a deadline that no change of the wall clock moves.
 int lockWithinLimit(pthread_mutex_t* mutex) {
-#if defined(__SANITIZE_THREAD__)
-#define ZEL_WAIT_BY_WALL_CLOCK 1
-#elif defined(__has_feature)
-#if __has_feature(thread_sanitizer)
-#define ZEL_WAIT_BY_WALL_CLOCK 1
-#endif
-#endif
     timespec deadline{};
 #ifdef ZEL_WAIT_BY_WALL_CLOCK
     clock_gettime(CLOCK_REALTIME, &deadline);

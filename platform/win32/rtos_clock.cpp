@@ -1,5 +1,7 @@
 #include "platform/rtos_clock.h"
 
+#include "platform/system_time.h"
+
 #include "platform/fault_point.h"
 
 #include <windows.h>

@@ -1,4 +1,4 @@
-# Holds the built library against what it is to be: it exports exactly the entry points of entry_points.txt and the C
+# Holds the built library against what it is to be: it exports exactly the expected entry points and the C
 # functions of zelspi.def, which are those of zel.h, and beside them only the engine classes, and it needs nothing but the
 # operating system.
 # Arguments: library, nm, objdump, windows (boolean), sanitized (empty when not), expected (a file), functions (the folder of
@@ -21,8 +21,7 @@ list(TRANSFORM needed REPLACE ".* " "")
 set(entry_points ${names})
 list(FILTER entry_points INCLUDE REGEX "^Java_")
 list(SORT entry_points)
-file(STRINGS "${expected}" wanted REGEX "^Java_")
-list(TRANSFORM wanted REPLACE " .*" "")
+file(STRINGS "${expected}" wanted)
 list(SORT wanted)
 if(NOT entry_points STREQUAL wanted)
   list(JOIN entry_points "\n  " found)

@@ -24,8 +24,7 @@ struct JavaValue {
     }
 };
 
-// EntryPoint: a function (environment, object, arguments). Its shape is a letter for the result and one for each argument,
-// as in entry_points.txt.
+// EntryPoint: a function (environment, object, arguments). Its shape is a letter for the result and one for each argument.
 struct EntryPoint {
     std::string name; // the Java class without its package, a dot, the method
     std::string shape;
@@ -60,7 +59,7 @@ EntryPoint entryPoint(const std::string& name, Result(JNICALL* function)(JNIEnv*
             }};
 }
 
-// exportedEntryPoints: those of entry_points.txt, by their symbols (made by the build). nativeEntryPoints: what native
+// exportedEntryPoints: those of the bridge's table, by their symbols (made by the build). nativeEntryPoints: what native
 // callers of the engine classes can do besides, dressed up as methods (native_calls.cpp).
 std::vector<EntryPoint> exportedEntryPoints();
 std::vector<EntryPoint> nativeEntryPoints();

@@ -176,13 +176,13 @@ ZEL_TARGET_AES void aesNiDecryptionSchedule(const std::uint32_t* encryptRoundKey
 }
 
 constinit const AesModes aesModesNi = {
-    aesNiExpandKey,
-    aesNiDecryptionSchedule,
-    parallel<Parallel::ecb, Direction::encryption>,
-    parallel<Parallel::ecb, Direction::decryption>,
-    aesNiCbcEncrypt,
-    parallel<Parallel::cbc, Direction::decryption>,
-    aesNiCfbEncrypt,
-    parallel<Parallel::cfb, Direction::encryption>,
-    aesNiOfb,
+    .expandKey = aesNiExpandKey,
+    .invertSchedule = aesNiDecryptionSchedule,
+    .ecbEncrypt = parallel<Parallel::ecb, Direction::encryption>,
+    .ecbDecrypt = parallel<Parallel::ecb, Direction::decryption>,
+    .cbcEncrypt = aesNiCbcEncrypt,
+    .cbcDecrypt = parallel<Parallel::cbc, Direction::decryption>,
+    .cfbEncrypt = aesNiCfbEncrypt,
+    .cfbDecrypt = parallel<Parallel::cfb, Direction::encryption>,
+    .ofb = aesNiOfb,
 };

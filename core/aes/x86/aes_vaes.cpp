@@ -120,13 +120,13 @@ ZEL_TARGET_VAES void parallel(const std::uint32_t* roundKeys, std::int32_t round
 } // namespace
 
 constinit const AesModes aesModesVaes = {
-    aesNiExpandKey,
-    aesNiDecryptionSchedule,
-    parallel<Mode::ecb, Direction::encryption, &AesModes::ecbEncrypt>,
-    parallel<Mode::ecb, Direction::decryption, &AesModes::ecbDecrypt>,
-    aesNiCbcEncrypt,
-    parallel<Mode::cbc, Direction::decryption, &AesModes::cbcDecrypt>,
-    aesNiCfbEncrypt,
-    parallel<Mode::cfb, Direction::encryption, &AesModes::cfbDecrypt>,
-    aesNiOfb,
+    .expandKey = aesNiExpandKey,
+    .invertSchedule = aesNiDecryptionSchedule,
+    .ecbEncrypt = parallel<Mode::ecb, Direction::encryption, &AesModes::ecbEncrypt>,
+    .ecbDecrypt = parallel<Mode::ecb, Direction::decryption, &AesModes::ecbDecrypt>,
+    .cbcEncrypt = aesNiCbcEncrypt,
+    .cbcDecrypt = parallel<Mode::cbc, Direction::decryption, &AesModes::cbcDecrypt>,
+    .cfbEncrypt = aesNiCfbEncrypt,
+    .cfbDecrypt = parallel<Mode::cfb, Direction::encryption, &AesModes::cfbDecrypt>,
+    .ofb = aesNiOfb,
 };

@@ -1,6 +1,6 @@
 #include "core/bignum/prime/candidate_sieve.h"
 #include "core/bignum/prime/prime.h"
-#include "core/bignum/prime/word_remainder.h"
+#include "core/bignum/word_math.h"
 
 #include <array>
 
@@ -43,11 +43,7 @@ struct Batch {
     explicit Batch(std::size_t first) {
         for (std::size_t group = 0, end = first; group < kGroups; ++group) {
             bounds[group] = end;
-            std::uint64_t product = 1;
-            while (end < kPrimeCount && product * kPrimes[end] <= UINT32_MAX) {
-                product *= kPrimes[end++];
-            }
-            products[group] = static_cast<std::uint32_t>(product);
+            products[group] = wordProduct(kPrimes, end, kPrimeCount);
             bounds[group + 1] = end;
         }
     }
@@ -58,26 +54,11 @@ struct Batch {
 
 using Remainders = SecretArray<Unit, Batch::kGroups>;
 
-// 1/value modulo the prime p, for value between 0 and p.
-std::uint32_t inverseModulo(std::uint32_t value, std::uint32_t p) {
-    auto g = static_cast<std::int32_t>(p), h = static_cast<std::int32_t>(value);
-    std::int32_t u = 0, v = 1;
-    while (h != 0) {
-        const std::int32_t q = g / h;
-        const std::int32_t rest = g - q * h, next = u - q * v;
-        g = h;
-        h = rest;
-        u = v;
-        v = next;
-    }
-    return static_cast<std::uint32_t>(u < 0 ? u + static_cast<std::int32_t>(p) : u);
-}
-
 // Notes p for each candidate that it divides and that has no smaller factor, given the remainders by p.
 void mark(std::uint16_t* factors, std::uint32_t count, std::uint32_t p, std::uint32_t start, std::uint32_t step) {
     std::uint32_t i = 0, distance = p;
     if (step != 0) {
-        i = (p - start) * inverseModulo(step, p) % p; // start + i * step = 0
+        i = (p - start) * quickInverse(step, p) % p; // start + i * step = 0
     } else if (start == 0) {
         distance = 1;
     } else {

@@ -5,10 +5,10 @@
 // T = V(1) = 1/Q - 2 that is the same as V(m) = 2 and V(m + 1) = T, which cost one product and one square a bit of m:
 // V(2 i) = V(i)^2 - 2, V(2 i + 1) = V(i) V(i + 1) - T.
 #include "core/bignum/prime/prime_stages.h"
-#include "core/bignum/prime/word_remainder.h"
 #include "core/bignum/residues.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
+#include "core/bignum/word_math.h"
 #include "core/memory/secret.h"
 
 #include <algorithm>

@@ -1,10 +1,10 @@
 // The probable-prime test and its Miller-Rabin rounds.
 #include "core/bignum/prime/candidate_sieve.h"
 #include "core/bignum/prime/prime_stages.h"
-#include "core/bignum/prime/word_remainder.h"
 #include "core/bignum/residues.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
+#include "core/bignum/word_math.h"
 
 namespace {
 
@@ -71,18 +71,6 @@ Status splitPredecessor(const vlong* n, vlong** predecessor, vlong** oddPart, st
     }
     RETURN_IF_ERROR(VLONG_newCopy(*predecessor, oddPart, queue));
     return VLONG_shiftRight(*oddPart, *twos);
-}
-
-// base^exponent mod m for m below 2^32.
-std::uint64_t wordPower(std::uint64_t base, std::uint32_t exponent, std::uint32_t m) {
-    std::uint64_t power = 1;
-    for (; exponent != 0; exponent >>= 1) {
-        if (exponent % 2 != 0) {
-            power = power * base % m;
-        }
-        base = base * base % m;
-    }
-    return power;
 }
 
 // Whether a round with base a can pass as far as the prime factor of n can tell. What holds modulo n (the power is 1, or

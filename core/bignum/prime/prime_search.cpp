@@ -1,8 +1,8 @@
 // The search for a random prime.
 #include "core/bignum/prime/prime.h"
-#include "core/bignum/prime/word_remainder.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
+#include "core/bignum/word_math.h"
 
 namespace {
 

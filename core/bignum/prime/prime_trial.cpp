@@ -2,7 +2,7 @@
 //
 // Primes whose product fits half a unit are tried together: one remainder by their product decides on all of them.
 #include "core/bignum/prime/prime.h"
-#include "core/bignum/prime/word_remainder.h"
+#include "core/bignum/word_math.h"
 
 #include <algorithm>
 
@@ -16,17 +16,12 @@ Status PRIME_trialDivide(const vlong* n, std::uint32_t first, std::uint32_t end,
         return ERR_NULL_POINTER;
     }
     *flag = 0;
-    end = std::min(end, kSmallPrimeCount);
-    while (first < end) {
-        std::uint64_t product = 1;
-        std::uint32_t groupEnd = first;
-        while (groupEnd < end && product * PRIME_smallPrimes[groupEnd] <= UINT32_MAX) {
-            product *= PRIME_smallPrimes[groupEnd];
-            ++groupEnd;
-        }
-        const std::uint32_t remainder = wordRemainder(n, static_cast<std::uint32_t>(product));
-        for (; first < groupEnd; ++first) {
-            if (remainder % PRIME_smallPrimes[first] == 0) {
+    const std::size_t last = std::min(end, kSmallPrimeCount);
+    for (std::size_t next = first; next < last;) {
+        std::size_t i = next;
+        const std::uint32_t remainder = wordRemainder(n, wordProduct(PRIME_smallPrimes, next, last));
+        for (; i < next; ++i) {
+            if (remainder % PRIME_smallPrimes[i] == 0) {
                 return OK;
             }
         }
