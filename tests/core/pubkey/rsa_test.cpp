@@ -340,18 +340,36 @@ TEST(AsymKey, States) {
     EXPECT_EQ(AsymKey_Uninit(&key, nullptr), OK);
     for (const std::uint32_t type : {kKeyRsa, kKeyDsa, 2U, 4U}) { // without a record, and of no type
         key.type = type;
-        EXPECT_EQ(read(RsaKey_FromPublicDer, named("PUBLIC"), &key),
-                  type % 2 != 0 ? ERR_NULL_POINTER : ERR_INTERNAL_ERROR);
+        const Status refusal = type % 2 != 0 ? ERR_NULL_POINTER : ERR_INTERNAL_ERROR;
+        EXPECT_EQ(AsymKey_Uninit(&key, nullptr), refusal);
+        EXPECT_EQ(AsymKey_MakeDsa(&key, nullptr), refusal);
+        EXPECT_EQ(read(RsaKey_FromPublicDer, named("PUBLIC"), &key), refusal);
         EXPECT_EQ(key.type, type);
     }
+    // And a key whose record lacks one of its values. Of DSA: dsa_test.cpp.
     FilledKey filled;
     const Number one("1");
-    for (vlong** const part : {&filled->p, &filled->q, &filled->dP, &filled->dQ, &filled->qInv}) {
-        vlong* const kept = std::exchange(*part, nullptr);
-        std::string hex;
-        EXPECT_EQ(privatePower(filled.rsa(), one, hex), ERR_RSA_KEY_NOT_READY);
-        *part = kept;
-    }
+    ByteSource source(1);
+    std::string hex;
+    Bytes written;
+    const auto expect = [](Status status, const auto& use, auto... parts) {
+        for (auto* const part : {parts...}) {
+            auto* const kept = std::exchange(*part, nullptr);
+            EXPECT_EQ(use(), status);
+            *part = kept;
+        }
+    };
+    const auto crt = [&] {
+        return privatePower(filled.rsa(), one, hex);
+    };
+    expect(ERR_RSA_KEY_NOT_READY, crt, &filled->p, &filled->q, &filled->dP, &filled->dQ, &filled->qInv);
+    expect(ERR_RSA_KEY_NOT_READY, crt, &filled->contextP, &filled->contextQ);
+    expect(
+        ERR_RSA_KEY_NOT_READY, [&] { return privatePower(filled.rsa(), one, hex, &source); }, &filled->e, &filled->n);
+    expect(
+        ERR_RSA_KEY_NOT_READY, [&] { return write(RsaKey_ToDer, filled.get(), written); }, &filled->qInv);
+    expect(
+        ERR_NULL_POINTER, [&] { return Rsa_PrepareKey(filled.rsa(), nullptr); }, &filled->e, &filled->p, &filled->q);
 }
 
 TEST(AsymKey, Arguments) {
