@@ -12,7 +12,7 @@ case "${1:-}" in
   *) echo "usage: ./test.sh [--full]" >&2; exit 2 ;;
 esac
 
-packages=(cmake ninja-build g++ openjdk-17-jdk-headless junit5 libpicocli-java libgtest-dev openssl pkg-config)
+packages=(cmake ninja-build g++ openjdk-17-jdk-headless junit5 libpicocli-java libgtest-dev openssl pkg-config python3)
 if $full; then
   packages+=(clang g++-mingw-w64-x86-64-posix wine64 googletest valgrind
     libbenchmark-dev libssl-dev libgmp-dev dpkg-dev git zip # these for the benchmarks and ./dist.sh

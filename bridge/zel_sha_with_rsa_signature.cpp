@@ -8,23 +8,15 @@
 #include "core/bignum/vlong_convert.h"
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/rsa.h"
+#include "core/pubkey/rsa_pkcs1.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 
 namespace {
 
-// The DigestInfo up to the digest: RFC 8017 section 9.2, note 1.
-constexpr std::uint8_t kSha1Prefix[] = {0x30, 0x21, 0x30, 0x09, 0x06, 0x05, 0x2B, 0x0E,
-                                        0x03, 0x02, 0x1A, 0x05, 0x00, 0x04, 0x14};
-constexpr std::uint8_t kSha256Prefix[] = {0x30, 0x31, 0x30, 0x0D, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01,
-                                          0x65, 0x03, 0x04, 0x02, 0x01, 0x05, 0x00, 0x04, 0x20};
-
-// What an encoded message has in front of the DigestInfo: 00 01, eight times FF, 00.
-constexpr std::uint32_t kSigningOverhead = 11;
-// The same without any FF: what can be encoded at all.
+// What an encoded message has in front of the DigestInfo without any FF: what can be encoded at all.
 constexpr std::uint32_t kLeastOverhead = 3;
 
 constexpr const char* kInvalidSignature = "invalid signature";
@@ -37,11 +29,11 @@ bool requireOk(JNIEnv* env, const char* message, Status status) {
 } // namespace
 
 ZelShaWithRsaSignature::ZelShaWithRsaSignature(SignatureDigestType digestType)
-    : digestType_(digestType), prefix_(kSha1Prefix), prefixLength_(std::size(kSha1Prefix)),
+    : digestType_(digestType), prefix_(kSha1DigestInfo.prefix), prefixLength_(kSha1DigestInfo.prefixBytes),
       digestLength_(kSha1DigestBytes) {
     if (digestType == kSignatureSha256) {
-        prefix_ = kSha256Prefix;
-        prefixLength_ = std::size(kSha256Prefix);
+        prefix_ = kSha256DigestInfo.prefix;
+        prefixLength_ = kSha256DigestInfo.prefixBytes;
         digestLength_ = kSha256DigestBytes;
     }
 }
@@ -130,13 +122,8 @@ enum_errDescrValues ZelShaWithRsaSignature::nativeUpdate(const std::uint8_t* inp
 
 // Writes 00 01 FF ... FF 00 DigestInfo to encoded[k], k being at least T + 3.
 bool ZelShaWithRsaSignature::encode(JNIEnv* env, jobject object, std::uint32_t k, std::uint8_t* encoded) {
-    std::uint8_t* const info = encoded + (k - digestInfoLength());
-    std::fill(encoded, info, std::uint8_t{0xFF});
-    encoded[0] = 0x00;
-    encoded[1] = 0x01;
-    info[-1] = 0x00;
-    std::copy_n(prefix_, prefixLength_, info);
-    return state_.finishDigest(env, object, info + prefixLength_, digestLength_);
+    const DigestInfo& info = digestType_ == kSignatureSha256 ? kSha256DigestInfo : kSha1DigestInfo;
+    return state_.finishDigest(env, object, rsaEncodeDigestInfo(info, k, encoded), digestLength_);
 }
 
 jbyteArray ZelShaWithRsaSignature::sign(JNIEnv* env, jobject object) {
@@ -161,7 +148,7 @@ jint ZelShaWithRsaSignature::sign(JNIEnv* env, jobject object, jbyteArray output
         throwException(env, kSignatureException, "output buffer space is insufficient");
         return 0;
     }
-    if (k < digestInfoLength() + kSigningOverhead) {
+    if (k < digestInfoLength() + kPkcs1Overhead) {
         throwException(env, kSignatureException, "message too long");
         return 0;
     }
@@ -194,7 +181,7 @@ bool ZelShaWithRsaSignature::signEncoded(JNIEnv* env, const std::uint8_t* encode
     ScopedVlong result(nullptr);
     if (!requireOk(env, "error generating integer representative message",
                    Rsa_BytesToVlong(encoded, k, message.out())) ||
-        // Unblinded: no random source is passed. Meant.
+        // Unblinded: no random source is passed. On purpose.
         !requireOk(env, kNoSignatureInteger, rsaSign(asymKeyRsa(state_.key()), message.get(), result.out(), nullptr))) {
         return false;
     }
@@ -285,7 +272,7 @@ enum_errDescrValues ZelShaWithRsaSignature::nativeVerify(const std::uint8_t* sig
         std::printf("\nwith:\n");
         hexdump(opened.data(), openedLength);
     }
-    // The first digestLength bytes of the DigestInfo, not all of it, and not its length: meant, as files signed for this
+    // The first digestLength bytes of the DigestInfo, not all of it, and not its length: on purpose, as files signed for this
     // path must keep their verdicts.
     const bool isEqual = std::memcmp(expected.data(), opened.data(), digestLength_) == 0;
     (void)nativeReset(); // the verdict stands without a new digest

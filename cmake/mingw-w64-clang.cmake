@@ -16,3 +16,4 @@ endforeach()
 # The tests read what mingw-w64's tools print.
 set(CMAKE_NM x86_64-w64-mingw32-nm CACHE STRING "")
 set(CMAKE_OBJDUMP x86_64-w64-mingw32-objdump CACHE STRING "")
+set(CMAKE_DLLTOOL x86_64-w64-mingw32-dlltool CACHE STRING "")

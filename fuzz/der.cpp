@@ -3,10 +3,10 @@
 // begin of an item twice. The tree, built again, must give the same tree, and the same octets when the input's headers are
 // minimal. As a DSA signature it must come back from its minimal encoding.
 #include "core/asn1/der.h"
-#include "bridge/dsa_der.h"
 #include "core/asn1/asn1_walk.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/memory/memory.h"
+#include "core/pubkey/dsa_der.h"
 #include "fuzz/fuzz_check.h"
 #include "fuzz/fuzz_input.h"
 #include "tests/support/asn1_outline.h"

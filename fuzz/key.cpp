@@ -2,13 +2,13 @@
 // and survive writing and reading. A private RSA key must have the derived values that Euclid's algorithm gives, and its
 // operation must be right modulo each prime that has them all; a DSA key must have its y, and judge the signature (1, 1) of 5,
 // for which no inverse is needed.
-#include "bridge/dsa_der.h"
 #include "core/bignum/modexp.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
 #include "core/bignum/vlong_math.h"
 #include "core/memory/memory.h"
 #include "core/pubkey/dsa.h"
+#include "core/pubkey/dsa_der.h"
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/rsa.h"
 #include "fuzz/fuzz_check.h"

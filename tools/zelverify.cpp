@@ -1,22 +1,17 @@
-// zelverify KEY FILE: whether FILE.sig is a signature of FILE with SHA256withRSA. See kUsage.
-//
-// The library's check compares 13 bytes of the digest and nothing behind them, for the sake of what depends on it. People
-// need a better answer: FILE is called valid only when the whole encoded message agrees as well.
+// zelverify KEY FILE: whether FILE.sig is a signature of FILE with SHA256withRSA, by zelCheckFile. See kUsage.
 #include "bridge/zel_util.h"
+#include "capi/zel.h"
 #include "core/bignum/scoped_vlong.h"
-#include "core/bignum/vlong_convert.h"
-#include "core/hash/sha256.h"
+#include "core/bignum/vlong.h"
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/rsa.h"
 #include "platform/open_file.h"
 #include "tools/public_key_file.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <memory>
 #include <new>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,7 +22,7 @@ constexpr char kUsage[] = R"(usage: zelverify KEY FILE
 
 Tells whether FILE.sig is a signature of FILE: RSA with SHA-256, PKCS#1 v1.5, as "openssl dgst -sha256 -sign" makes it.
 KEY is a file with the RSA public key in PEM or DER: what "openssl pkey -pubout" writes (X.509) or what
-"openssl rsa -RSAPublicKey_out" writes (PKCS#1). Keys above 3888 bits are refused.
+"openssl rsa -RSAPublicKey_out" writes (PKCS#1).
 
   --help     prints this
   --version  prints the version
@@ -38,16 +33,9 @@ Exits with 0 if the signature is good, with 1 if it is bad, with 2 if that could
 
 constexpr int kGood = 0, kBad = 1, kUnknown = 2;
 constexpr std::size_t kMaxKeyFileBytes = 1 << 16; // room for the words that some programs put in front of PEM
-constexpr std::size_t kMaxKeyBytes = 500;         // the library's limit of an RSAPublicKey
-constexpr std::size_t kMaxSignatureBytes = 500;
-constexpr int kMaxPathLength = 255; // the library tests this argument, and uses the path as it is
-
-// The DigestInfo of SHA-256 up to the digest (RFC 8017 section 9.2, note 1).
-constexpr std::uint8_t kDigestInfo[] = {0x30, 0x31, 0x30, 0x0d, 0x06, 0x09, 0x60, 0x86, 0x48, 0x01,
-                                        0x65, 0x03, 0x04, 0x02, 0x01, 0x05, 0x00, 0x04, 0x20};
+constexpr std::size_t kMaxSignatureBytes = 500;   // what is counted of a signature that is too long for its key
 
 using Bytes = std::vector<std::uint8_t>;
-using Digest = std::array<std::uint8_t, kSha256DigestBytes>;
 
 struct CloseFile {
     void operator()(std::FILE* file) const {
@@ -101,107 +89,86 @@ Bytes smallFile(const std::string& path, std::size_t maxBytes) {
     return bytes;
 }
 
-Digest digestOf(const std::string& path) {
-    Sha256Context context;
-    Digest digest;
-    bool isHashed = !isError(sha256Init(&context));
-    readFile(path, [&](const std::uint8_t* piece, std::size_t count) {
-        isHashed = isHashed && !isError(sha256Update(&context, piece, static_cast<std::uint32_t>(count)));
-        return isHashed;
-    });
-    if (!isHashed || isError(sha256Final(&context, digest.data()))) {
-        throw Unreadable{path, "cannot be hashed"};
+struct FreeKey {
+    void operator()(ZelKey* key) const {
+        (void)zelKeyFree(key);
     }
-    return digest;
-}
-
-// The encoded message of k bytes that a good signature opens to (RFC 8017 section 9.2); nothing when k is too small.
-std::optional<Bytes> encodedMessage(const Digest& digest, std::size_t k) {
-    const std::size_t infoBytes = std::size(kDigestInfo) + digest.size();
-    if (k < infoBytes + 11) {
-        return std::nullopt;
-    }
-    Bytes message(k, 0xFF);
-    message[0] = 0x00;
-    message[1] = 0x01;
-    message[k - infoBytes - 1] = 0x00;
-    std::copy(std::begin(kDigestInfo), std::end(kDigestInfo), message.end() - static_cast<std::ptrdiff_t>(infoBytes));
-    std::copy(digest.begin(), digest.end(), message.end() - static_cast<std::ptrdiff_t>(digest.size()));
-    return message;
-}
-
-// Verifies by RFC 8017 section 8.2.2. An empty reason means a good signature.
-struct Verdict {
-    int code;
-    std::string reason;
 };
+using Key = std::unique_ptr<ZelKey, FreeKey>;
 
-Verdict verify(const RSAKey& key, const Digest& digest, const Bytes& signature) {
-    std::uint32_t k = 0;
-    ScopedVlong s(nullptr), m(nullptr);
-    if (isError(Rsa_ModulusLength(&key, &k)) || k == 0) {
-        return {kUnknown, "the key has no modulus"};
+// The public key in a file, or why there is none.
+Key readKey(const std::string& path) {
+    const Bytes content = smallFile(path, kMaxKeyFileBytes);
+    if (content.empty() || content.size() > kMaxKeyFileBytes) {
+        throw Unreadable{path, content.empty() ? "is empty" : "is too large to be a key"};
     }
-    if (signature.size() != k) {
-        const bool isCut = signature.size() > kMaxSignatureBytes; // as smallFile reads it
-        return {kBad,
-                "the signature has " +
-                    (isCut ? "more than " + std::to_string(kMaxSignatureBytes) : std::to_string(signature.size())) +
-                    " bytes, the key's have " + std::to_string(k)};
+    ZelKey* read = nullptr;
+    const ZelStatus status = zelKeyReadPublic(content.data(), content.size(), &read);
+    Key key(read);
+    if (zelKeyType(key.get()) != ZEL_KEY_RSA) {
+        throw Unreadable{path, whyNoPublicKey(content, path, status)};
     }
-    if (const Status status = Rsa_BytesToVlong(signature.data(), k, s.out()); isError(status)) {
-        return {kUnknown, textOf(status)};
-    }
-    if (VLONG_cmp(s.get(), key.n) >= 0) {
-        return {kBad, "the signature is above the key's modulus"};
-    }
-    const std::optional<Bytes> message = encodedMessage(digest, k);
-    if (!message) {
-        return {kUnknown, "the key is too small for SHA-256"};
-    }
-    Bytes opened(k);
-    Status status = Rsa_PublicOp(&key, s.get(), m.out(), nullptr);
-    if (!isError(status)) {
-        status = VLONG_toBytesFixed(m.get(), opened.data(), k);
-    }
-    if (isError(status)) {
-        return {kUnknown, textOf(status)};
-    }
-    return opened == *message ? Verdict{kGood, {}}
-                              : Verdict{kBad, "the signature is of another file or by another key"};
+    return key;
 }
 
-bool saysBadSignature(int status) {
-    return status == ERR_RSA_BAD_SIGNATURE || status == ERR_RSA_DECRYPTION;
+// Whether a signature of the key's length is a number above its modulus.
+bool isAboveModulus(const ZelKey* key, const Bytes& signature) {
+    std::size_t length = 0;
+    Bytes der;
+    ScopedKey parsed;
+    ScopedVlong s(nullptr);
+    if (zelKeyWrite(key, ZEL_PKCS1, ZEL_DER, nullptr, &length) != ZEL_OK) {
+        return false;
+    }
+    der.resize(length);
+    return zelKeyWrite(key, ZEL_PKCS1, ZEL_DER, der.data(), &length) == ZEL_OK &&
+           !isError(RsaKey_FromPublicDer(der.data(), static_cast<std::uint32_t>(length), parsed.get())) &&
+           !isError(Rsa_BytesToVlong(signature.data(), static_cast<std::uint32_t>(signature.size()), s.out())) &&
+           VLONG_cmp(s.get(), asymKeyRsa(parsed.get())->n) >= 0;
+}
+
+// What is wrong with a signature that is not valid.
+std::string faultOf(const ZelKey* key, const std::string& path) {
+    const std::size_t k = zelKeySignatureSize(key), limit = std::max(k, kMaxSignatureBytes);
+    const Bytes signature = smallFile(path + ".sig", limit);
+    if (signature.size() != k) {
+        return "the signature has " +
+               (signature.size() > limit ? "more than " + std::to_string(limit) : std::to_string(signature.size())) +
+               " bytes, the key's have " + std::to_string(k);
+    }
+    return isAboveModulus(key, signature) ? "the signature is above the key's modulus"
+                                          : "the signature is of another file or by another key";
+}
+
+void say(const std::string& line) {
+    if (ZelUtil::isDebugEnabled() != 0) {
+        std::printf("INFO [zelverify] %s\n", line.c_str());
+    }
 }
 
 int run(const std::string& keyPath, const std::string& path) {
-    const Bytes content = smallFile(keyPath, kMaxKeyFileBytes);
-    if (content.empty() || content.size() > kMaxKeyFileBytes) {
-        return fail(kUnknown, keyPath, content.empty() ? "is empty" : "is too large to be a key");
+    const Key key = readKey(keyPath);
+    say("key of " + std::to_string(zelKeyBits(key.get())) + " bits, reading " + path + " and its signature");
+    const ZelStatus status = zelCheckFile(key.get(), ZEL_SHA256, path.c_str(), nullptr);
+    say("the check says " + textOf(status));
+    switch (status) {
+    case ZEL_OK:
+        std::printf("%s: valid\n", path.c_str());
+        return std::fflush(stdout) == 0 ? kGood : kUnknown;
+    case ZEL_ERR_BAD_SIGNATURE:
+        return fail(kBad, path, "bad signature: " + faultOf(key.get(), path));
+    case ZEL_ERR_RSA_KEY_LENGTH_TOO_SMALL:
+        return fail(kUnknown, path, "the key is too small for SHA-256");
+    case ZEL_ERR_FILE_OPEN_FAILED:
+    case ZEL_ERR_FILE_READ_FAILED:
+        for (const std::string& name : {path, path + ".sig"}) { // which of them, and why
+            readFile(name, [](const std::uint8_t*, std::size_t) { return true; });
+        }
+        break;
+    default:
+        break;
     }
-    const auto [key, reason] = readPublicKeyFile(content, keyPath);
-    if (key.empty() || key.size() > kMaxKeyBytes) {
-        return fail(kUnknown, keyPath, key.empty() ? reason : "is larger than a key of 3888 bits");
-    }
-    ScopedKey parsed;
-    const Status unreadable = RsaKey_FromPublicDer(key.data(), static_cast<std::uint32_t>(key.size()), parsed.get());
-    if (isError(unreadable)) {
-        return fail(kUnknown, keyPath, "holds a damaged RSA public key: " + textOf(unreadable));
-    }
-    const Digest digest = digestOf(path);
-    const Bytes signature = smallFile(path + ".sig", kMaxSignatureBytes);
-    const int status = ZelUtil::checkFileSignature(key.data(), static_cast<int>(key.size()), path.c_str(),
-                                                   std::clamp(static_cast<int>(path.size()), 1, kMaxPathLength));
-    const Verdict verdict = verify(*asymKeyRsa(parsed.get()), digest, signature);
-    if (verdict.code != kGood) {
-        return fail(verdict.code, path, verdict.code == kBad ? "bad signature: " + verdict.reason : verdict.reason);
-    }
-    if (status != OK) {
-        return fail(saysBadSignature(status) ? kBad : kUnknown, path, "the library's check says " + textOf(status));
-    }
-    std::printf("%s: valid\n", path.c_str());
-    return std::fflush(stdout) == 0 ? kGood : kUnknown;
+    return fail(kUnknown, path, "the check says " + textOf(status));
 }
 
 } // namespace

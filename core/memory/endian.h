@@ -2,6 +2,8 @@
 #ifndef ZELSPI_CORE_MEMORY_ENDIAN_H
 #define ZELSPI_CORE_MEMORY_ENDIAN_H
 
+#include "core/memory/byte_view.h"
+
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -22,13 +24,12 @@ template <typename Word> void storeBigEndian(std::uint8_t* bytes, Word word) {
     }
 }
 
-// bigEndianBits: the bit length of the unsigned number in bytes[length], which may begin with zeros.
-inline std::uint64_t bigEndianBits(const std::uint8_t* bytes, std::size_t length) {
-    std::size_t first = 0;
-    while (first < length && bytes[first] == 0) {
-        ++first;
+// bigEndianBits: the bit length of an unsigned number in bytes, which may begin with zeros.
+inline std::uint64_t bigEndianBits(ByteView bytes) {
+    while (!bytes.empty() && bytes.front() == 0) {
+        bytes = bytes.subspan(1);
     }
-    return first == length ? 0 : 8 * std::uint64_t{length - first - 1} + std::bit_width(bytes[first]);
+    return bytes.empty() ? 0 : 8 * std::uint64_t{bytes.size() - 1} + std::bit_width(bytes.front());
 }
 
 #endif

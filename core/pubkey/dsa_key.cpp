@@ -9,8 +9,8 @@
 namespace {
 
 // Loads p, q and g, and into *own y or x.
-Status load(DSAKey& key, BigEndian p, BigEndian q, BigEndian g, BigEndian value, vlong** own, vlong** queue) {
-    const std::pair<BigEndian, vlong**> values[] = {{p, &key.p}, {q, &key.q}, {g, &key.g}, {value, own}};
+Status load(DSAKey& key, ByteView p, ByteView q, ByteView g, ByteView value, vlong** own, vlong** queue) {
+    const std::pair<ByteView, vlong**> values[] = {{p, &key.p}, {q, &key.q}, {g, &key.g}, {value, own}};
     for (const auto& [bytes, place] : values) {
         RETURN_IF_ERROR(readNumber(bytes, place, queue));
     }
@@ -61,9 +61,8 @@ Status Dsa_SetPrivateKey(DSAKey* dsaKey, const std::uint8_t* p, std::uint32_t pL
     return dsaKeyLoadPrivate(dsaKey, {p, pLength}, {q, qLength}, {g, gLength}, {x, xLength}, false, queue);
 }
 
-Status dsaKeyLoadPrivate(DSAKey* dsaKey, BigEndian p, BigEndian q, BigEndian g, BigEndian x, bool leavesY,
-                         vlong** queue) {
-    if (dsaKey == nullptr || p.bytes == nullptr || q.bytes == nullptr || g.bytes == nullptr || x.bytes == nullptr) {
+Status dsaKeyLoadPrivate(DSAKey* dsaKey, ByteView p, ByteView q, ByteView g, ByteView x, bool leavesY, vlong** queue) {
+    if (dsaKey == nullptr || p.data() == nullptr || q.data() == nullptr || g.data() == nullptr || x.data() == nullptr) {
         return ERR_NULL_POINTER;
     }
     dsaKeyClear(dsaKey, queue);

@@ -2,16 +2,18 @@
 //
 //   PKCS#1 RSAPublicKey      SEQUENCE { n, e }                                      read and written
 //   PKCS#1 RSAPrivateKey     SEQUENCE { 0, n, e, d, p, q, dP, dQ, qInv }            read and written
-//   PKCS#8 PrivateKeyInfo    SEQUENCE { 0, { algorithm, parameters }, OCTET STRING { key } }   read, RSA and DSA
+//   PKCS#8 PrivateKeyInfo    SEQUENCE { 0, { algorithm, parameters }, OCTET STRING { key } }   both, RSA and DSA
+//   X.509 SubjectPublicKeyInfo   SEQUENCE { { algorithm, parameters }, BIT STRING { key } }    both, RSA and DSA
 //   flat DSA key             SEQUENCE { 0, p, q, g, y, x }                          written
 //
 // A reader releases what the container held and leaves it empty on failure. A writer leaves the container as it is.
-// Foreign bytes: a reader never crashes, leaks or hangs, but only asymKeyReadSigner bounds the size of an RSA key: loading
+// Foreign bytes: a reader never crashes, leaks or hangs, but only the readers for signing bound the size of an RSA key: loading
 // one of 16,384 bits takes milliseconds if its qInv is right and p > q, otherwise the time of a power modulo p; one of half
 // a million bits takes seconds. Callers that take keys from strangers cap them.
 #ifndef ZELSPI_CORE_PUBKEY_KEY_DER_H
 #define ZELSPI_CORE_PUBKEY_KEY_DER_H
 
+#include "core/memory/secret.h"
 #include "core/pubkey/asym_key.h"
 
 // RsaKey_FromPublicDer: reads der[derLength], an RSAPublicKey, or by the same path an RSAPrivateKey.
@@ -32,6 +34,14 @@ Status AsymKey_FromPkcs8Der(const std::uint8_t* der, std::uint32_t derLength, As
 // Errors:  as AsymKey_FromPkcs8Der; ERR_RSA_INVALID_MODULUS n, p or q of a private key above kRsaMaxSignerBits.
 Status asymKeyReadSigner(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key);
 
+// asymKeyReadPrivate: reads der[derLength], a PrivateKeyInfo or an RSAPrivateKey, for any number of signatures.
+// asymKeyReadPublic: reads der[derLength], a SubjectPublicKeyInfo or an RSAPublicKey.
+// Errors:  ERR_NULL_POINTER; those of the parser; ERR_BAD_KEY_TYPE what is there is public, or private, instead, or of another
+//          algorithm; those of asymKeyReadSigner, RsaKey_FromPublicDer and parseDSAPublicKey; ERR_RSA_INVALID_PKCS1 a key of
+//          unused bits.
+Status asymKeyReadPrivate(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key);
+Status asymKeyReadPublic(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key);
+
 // RsaKey_ToDer: *der[*derLength] := the key, public or private as its record says; the caller wipes and frees it
 // (memWipeAndFree). d is 1/e mod lcm(p - 1, q - 1).
 // Errors:  ERR_NULL_POINTER; ERR_BAD_KEY_TYPE; ERR_RSA_KEY_NOT_READY a value is absent; ERR_INTERNAL_ERROR; growth.
@@ -40,5 +50,12 @@ Status RsaKey_ToDer(const AsymmetricKey* key, std::uint8_t** der, std::uint32_t*
 // DsaKey_ToDer: the same for a DSA key; the values stop at the first absent one.
 // Errors:  ERR_NULL_POINTER; ERR_BAD_KEY_TYPE; growth.
 Status DsaKey_ToDer(const AsymmetricKey* key, std::uint8_t** der, std::uint32_t* derLength);
+
+// asymKeyToPkcs8: *der := the PrivateKeyInfo of a private key. asymKeyToX509: *der := the SubjectPublicKeyInfo of a key, which
+// may be private.
+// Errors:  ERR_NULL_POINTER, also for a DSA key that lacks a number; ERR_BAD_KEY_TYPE an empty container, or a public key for
+//          a private one; as RsaKey_ToDer; growth. *der is then empty.
+Status asymKeyToPkcs8(const AsymmetricKey* key, SecretBuffer* der);
+Status asymKeyToX509(const AsymmetricKey* key, SecretBuffer* der);
 
 #endif

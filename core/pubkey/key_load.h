@@ -3,22 +3,15 @@
 #define ZELSPI_CORE_PUBKEY_KEY_LOAD_H
 
 #include "core/bignum/vlong_convert.h"
+#include "core/memory/byte_view.h"
 #include "core/memory/endian.h"
 #include "core/pubkey/asym_key.h"
 
-// BigEndian: an unsigned number in bytes; null for none.
-struct BigEndian {
-    const std::uint8_t* bytes = nullptr;
-    std::uint32_t length = 0;
-
-    std::uint64_t bits() const {
-        return bigEndianBits(bytes, length);
-    }
-};
+// Numbers in bytes are unsigned and big-endian.
 
 // readNumber: VLONG_fromBytes; a length beyond 31 bits is negative there.
-inline Status readNumber(BigEndian bytes, vlong** out, vlong** queue) {
-    return VLONG_fromBytes(bytes.bytes, static_cast<std::int32_t>(bytes.length), out, queue);
+inline Status readNumber(ByteView bytes, vlong** out, vlong** queue) {
+    return VLONG_fromBytes(bytes.data(), static_cast<std::int32_t>(bytes.size()), out, queue);
 }
 
 // releaseNumber: VLONG_free; an absent one is skipped.
@@ -36,12 +29,11 @@ template <typename Key> Status wholeOrCleared(Key* key, Status status, void (*cl
 
 // rsaKeyLoadPrivate: RsaKey_SetPrivate with a hint at 1/q mod p. The hint may be anything: it is taken only when it proves
 // right, which costs a fraction of finding the inverse, and so makes no difference to the key.
-Status rsaKeyLoadPrivate(RSAKey* rsaKey, std::uint32_t e, BigEndian n, BigEndian p, BigEndian q, BigEndian qInvHint,
+Status rsaKeyLoadPrivate(RSAKey* rsaKey, std::uint32_t e, ByteView n, ByteView p, ByteView q, ByteView qInvHint,
                          vlong** queue);
 
 // dsaKeyLoadPrivate: Dsa_SetPrivateKey. With leavesY the key stays without its y where that can fail for want of memory
 // only, for dsaSignMakingY.
-Status dsaKeyLoadPrivate(DSAKey* dsaKey, BigEndian p, BigEndian q, BigEndian g, BigEndian x, bool leavesY,
-                         vlong** queue);
+Status dsaKeyLoadPrivate(DSAKey* dsaKey, ByteView p, ByteView q, ByteView g, ByteView x, bool leavesY, vlong** queue);
 
 #endif

@@ -9,10 +9,6 @@
 
 namespace {
 
-// Object identifiers behind their length: 1.2.840.113549.1.1.1 and 1.2.840.10040.4.1.
-constexpr std::uint8_t kRsaEncryption[] = {0x09, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01, 0x01};
-constexpr std::uint8_t kIdDsa[] = {0x07, 0x2A, 0x86, 0x48, 0xCE, 0x38, 0x04, 0x01};
-
 // From the root to the object identifier of the algorithm. What follows the key is not looked at.
 constexpr Asn1WalkStep kToAlgorithm[] = {
     {kWalkFirstChild, 0, nullptr},  {kWalkCheckUniversalTag, kAsn1Sequence, nullptr},
@@ -46,29 +42,43 @@ Status parametersOf(const Asn1Node* sequence, const Asn1Node* (&parameters)[kPar
     return item == nullptr ? OK : ERR_CERT_INVALID_STRUCT;
 }
 
-Status readDsaKey(const KeyInput& input, const Asn1Node& algorithm, Asn1Node* x, KeyUse use, AsymmetricKey* key) {
+Status readDsaKey(const ParsedDer& input, const Asn1Node& algorithm, Asn1Node* x, KeyUse use, AsymmetricKey* key) {
     const Asn1Node* parameters[kParameterCount] = {};
     RETURN_IF_ERROR(parametersOf(asn1NextSibling(&algorithm), parameters));
     Asn1Node* integer = nullptr;
     RETURN_IF_ERROR(Asn1_WalkPath(x, input.stream(), kIsInteger, &integer));
-    BigEndian p, q, g, secret;
+    ByteView p, q, g, secret;
     RETURN_IF_ERROR(input.content(*parameters[0], &p));
     RETURN_IF_ERROR(input.content(*parameters[1], &q));
     RETURN_IF_ERROR(input.content(*parameters[2], &g));
     RETURN_IF_ERROR(input.content(*integer, &secret));
-    if (p.bits() > kDsaMaxPBits || std::max(q.bits(), secret.bits()) > kDsaMaxQBits) {
+    if (bigEndianBits(p) > kDsaMaxPBits || std::max(bigEndianBits(q), bigEndianBits(secret)) > kDsaMaxQBits) {
         return ERR_DSA_INVALID_KEYLENGTH; // y is computed from them
     }
-    if (p.length == 0 || q.length == 0 || g.length == 0 || secret.length == 0) {
+    if (p.empty() || q.empty() || g.empty() || secret.empty()) {
         return ERR_INVALID_ARG; // as AsymKey_SetDsaParameters has it
     }
     RETURN_IF_ERROR(AsymKey_MakeDsa(key, nullptr));
     return dsaKeyLoadPrivate(asymKeyDsa(key), p, q, g, secret, use == KeyUse::kOneSignature, nullptr);
 }
 
-Status readPrivateKeyInfo(const std::uint8_t* der, std::uint32_t derLength, KeyUse use, AsymmetricKey* key) {
-    KeyInput input;
-    RETURN_IF_ERROR(input.parse(der, derLength));
+Status readInput(const std::uint8_t* der, std::uint32_t derLength, KeyUse use, AsymmetricKey* key) {
+    ParsedDer input;
+    RETURN_IF_ERROR(input.parse({der, derLength}));
+    return readPrivateKeyInfo(input, use, key);
+}
+
+Status read(const std::uint8_t* der, std::uint32_t derLength, KeyUse use, AsymmetricKey* key) {
+    if (der == nullptr || key == nullptr) {
+        return ERR_NULL_POINTER;
+    }
+    RETURN_IF_ERROR(AsymKey_Uninit(key, nullptr));
+    return keyOrNothing(key, readInput(der, derLength, use, key));
+}
+
+} // namespace
+
+Status readPrivateKeyInfo(const ParsedDer& input, KeyUse use, AsymmetricKey* key) {
     Asn1Node *algorithm = nullptr, *privateKey = nullptr;
     if (isError(Asn1_WalkPath(input.root(), input.stream(), kToAlgorithm, &algorithm)) ||
         isError(Asn1_WalkPath(algorithm, input.stream(), kToKey, &privateKey))) {
@@ -82,16 +92,6 @@ Status readPrivateKeyInfo(const std::uint8_t* der, std::uint32_t derLength, KeyU
     }
     return ERR_RSA_UNKNOWN_PKCS8_ALGOID;
 }
-
-Status read(const std::uint8_t* der, std::uint32_t derLength, KeyUse use, AsymmetricKey* key) {
-    if (der == nullptr || key == nullptr) {
-        return ERR_NULL_POINTER;
-    }
-    RETURN_IF_ERROR(AsymKey_Uninit(key, nullptr));
-    return keyOrNothing(key, readPrivateKeyInfo(der, derLength, use, key));
-}
-
-} // namespace
 
 Status AsymKey_FromPkcs8Der(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
     return read(der, derLength, KeyUse::kAny, key);

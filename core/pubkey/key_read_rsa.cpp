@@ -1,6 +1,5 @@
 // Reading RSA keys: RSAPublicKey and RSAPrivateKey of PKCS#1 (RFC 8017 appendix A.1).
 #include "core/asn1/asn1_check.h"
-#include "core/asn1/asn1_parse.h"
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/key_read.h"
 #include "core/pubkey/rsa.h"
@@ -9,16 +8,17 @@
 
 namespace {
 
-constexpr std::uint32_t kMaxVersion = 1; // 1 is for keys of several primes; such a key loads with its first two: meant
-constexpr std::uint32_t kMaxExponentOctets = kAsn1MaxValueOctets; // longer exponents are refused: meant
+constexpr std::uint32_t kMaxVersion =
+    1; // 1 is for keys of several primes; such a key loads with its first two: on purpose
+constexpr std::uint32_t kMaxExponentOctets = kAsn1MaxValueOctets; // longer exponents are refused: on purpose
 
-Status readPublic(const KeyInput& input, const Asn1Node& n, const Asn1Node& e, RSAKey* rsaKey) {
+Status readPublic(const ParsedDer& input, const Asn1Node& n, const Asn1Node& e, RSAKey* rsaKey) {
     if (!isUniversal(&n, kAsn1Integer) || !isUniversal(&e, kAsn1Integer) || e.length > kMaxExponentOctets) {
         return ERR_RSA_INVALID_PKCS1;
     }
-    BigEndian modulus;
+    ByteView modulus;
     RETURN_IF_ERROR(input.content(n, &modulus));
-    return RsaKey_SetPublic(rsaKey, e.value, modulus.bytes, modulus.length, nullptr);
+    return RsaKey_SetPublic(rsaKey, e.value, modulus.data(), lengthOf(modulus), nullptr);
 }
 
 // The item that many places behind another one, or null.
@@ -30,8 +30,8 @@ const Asn1Node* behind(const Asn1Node* item, int places) {
 }
 
 // The items behind n: e, d, p, q, dP, dQ, qInv. The key is computed from n, e, p and q, whatever else it says; of the
-// others none is checked for its tag, and but for qInv, which may be a hint, none is looked at. All meant.
-Status readPrivate(const KeyInput& input, const Asn1Node& version, const Asn1Node& n, KeyUse use, RSAKey* rsaKey) {
+// others none is checked for its tag, and but for qInv, which may be a hint, none is looked at. All of this is on purpose.
+Status readPrivate(const ParsedDer& input, const Asn1Node& version, const Asn1Node& n, KeyUse use, RSAKey* rsaKey) {
     if (!isUniversal(&version, kAsn1Integer) || !isUniversal(&n, kAsn1Integer)) {
         return ERR_RSA_INVALID_PKCS1;
     }
@@ -45,12 +45,13 @@ Status readPrivate(const KeyInput& input, const Asn1Node& version, const Asn1Nod
     if (q == nullptr || e->length > kMaxExponentOctets) {
         return ERR_RSA_INVALID_PKCS1;
     }
-    BigEndian modulus, first, second, hint;
+    ByteView modulus, first, second, hint;
     RETURN_IF_ERROR(input.content(n, &modulus));
     RETURN_IF_ERROR(input.content(*p, &first));
     RETURN_IF_ERROR(input.content(*q, &second));
     // Nobody says that n is p q: each is looked at.
-    if (use == KeyUse::kOneSignature && std::max({modulus.bits(), first.bits(), second.bits()}) > kRsaMaxSignerBits) {
+    if (use != KeyUse::kAny &&
+        std::max({bigEndianBits(modulus), bigEndianBits(first), bigEndianBits(second)}) > kRsaMaxSignerBits) {
         return ERR_RSA_INVALID_MODULUS;
     }
     if (qInv != nullptr) {
@@ -60,30 +61,18 @@ Status readPrivate(const KeyInput& input, const Asn1Node& version, const Asn1Nod
 }
 
 Status readTopLevel(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {
-    KeyInput input;
-    RETURN_IF_ERROR(input.parse(der, derLength));
+    ParsedDer input;
+    RETURN_IF_ERROR(input.parse({der, derLength}));
     return readRsaKey(input, asn1FirstChild(input.root()), KeyUse::kAny, key);
 }
 
 } // namespace
 
-Status KeyInput::parse(const std::uint8_t* der, std::uint32_t derLength) {
-    // A length beyond 31 bits is negative for the stream, which then counts as empty.
-    RETURN_IF_ERROR(MemStream_Init(&memory_, static_cast<std::int32_t>(derLength), der));
-    RETURN_IF_ERROR(ByteStream_Bind(&stream_, &memory_));
-    return Asn1_ParseStream(stream_, root_.out());
-}
-
-Status KeyInput::content(const Asn1Node& item, BigEndian* octets) const {
-    *octets = {ByteStream_MemAccess(stream_, item.dataOffset, item.length), item.length};
-    return octets->bytes == nullptr ? ERR_MEM_ALLOC_FAIL : OK;
-}
-
 bool isUniversal(const Asn1Node* item, std::uint32_t tag) {
     return !isError(Asn1_CheckUniversalTag(item, tag));
 }
 
-Status readRsaKey(const KeyInput& input, const Asn1Node* sequence, KeyUse use, AsymmetricKey* key) {
+Status readRsaKey(const ParsedDer& input, const Asn1Node* sequence, KeyUse use, AsymmetricKey* key) {
     if (!isUniversal(sequence, kAsn1Sequence)) {
         return ERR_RSA_INVALID_PKCS1;
     }

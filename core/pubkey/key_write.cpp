@@ -1,17 +1,13 @@
 // Writing keys: SEQUENCEs of INTEGERs.
+#include "core/pubkey/key_write.h"
 #include "core/asn1/der.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
 #include "core/bignum/vlong_math.h"
-#include "core/memory/secret.h"
 #include "core/pubkey/exponent_inverse.h"
 #include "core/pubkey/key_der.h"
 
-#include <span>
-
 namespace {
-
-using Values = std::span<const vlong* const>;
 
 // Adds an INTEGER whose magnitude of `length` octets stands at *place behind a 0x00, which lets it become a sign octet.
 // Moves on to the next place.
@@ -21,37 +17,12 @@ Status addInteger(DerNode* sequence, std::uint8_t** place, std::uint32_t length)
     return Der_AddUnsignedInteger(sequence, length + 1, octets, nullptr);
 }
 
-// SEQUENCE { 0 if withVersion, values ... }
-Status writeSequence(Values values, bool withVersion, std::uint8_t** der, std::uint32_t* derLength) {
-    std::size_t size = withVersion ? 1 : 0;
-    for (const vlong* value : values) {
-        std::uint32_t length = 0;
-        RETURN_IF_ERROR(VLONG_toBytes(value, nullptr, &length));
-        size += std::size_t{length} + 1;
-    }
-    SecretBuffer scratch;
-    RETURN_IF_ERROR(scratch.alloc(size));
-    ScopedTree<DerNode> sequence;
-    RETURN_IF_ERROR(Der_AddItem(nullptr, kDerTypeSequence, 0, nullptr, sequence.out()));
-    std::uint8_t* place = scratch.data();
-    if (withVersion) {
-        RETURN_IF_ERROR(addInteger(sequence.get(), &place, 0));
-    }
-    for (const vlong* value : values) {
-        std::uint32_t length = 0;
-        RETURN_IF_ERROR(VLONG_toBytes(value, nullptr, &length));
-        RETURN_IF_ERROR(VLONG_toBytes(value, place + 1, &length));
-        RETURN_IF_ERROR(addInteger(sequence.get(), &place, length));
-    }
-    return Der_SerializeToBuffer(sequence.get(), der, derLength);
-}
-
 Status decremented(const vlong* value, ScopedVlong& out, vlong** queue) {
     RETURN_IF_ERROR(VLONG_newCopy(value, out.out(), queue));
     return VLONG_decrement(out.get(), queue);
 }
 
-// *d := 1/e mod lcm(p - 1, q - 1): the smallest private exponent, not 1/e mod (p - 1)(q - 1): meant.
+// *d := 1/e mod lcm(p - 1, q - 1): the smallest private exponent, not 1/e mod (p - 1)(q - 1): on purpose.
 Status privateExponent(const RSAKey& key, vlong** d, vlong** queue) {
     ScopedVlong p1(queue), q1(queue), product(queue), divisor(queue), lcm(queue), remainder(queue);
     RETURN_IF_ERROR(decremented(key.p, p1, queue));
@@ -95,6 +66,37 @@ Status startWriting(const AsymmetricKey* key, std::uint32_t type, std::uint8_t**
 
 } // namespace
 
+Status writeSequence(KeyValues values, bool withVersion, std::uint8_t** der, std::uint32_t* derLength) {
+    std::size_t size = withVersion ? 1 : 0;
+    for (const vlong* value : values) {
+        std::uint32_t length = 0;
+        RETURN_IF_ERROR(VLONG_toBytes(value, nullptr, &length));
+        size += std::size_t{length} + 1;
+    }
+    SecretBuffer scratch;
+    RETURN_IF_ERROR(scratch.alloc(size));
+    ScopedTree<DerNode> sequence;
+    RETURN_IF_ERROR(Der_AddItem(nullptr, kDerTypeSequence, 0, nullptr, sequence.out()));
+    std::uint8_t* place = scratch.data();
+    if (withVersion) {
+        RETURN_IF_ERROR(addInteger(sequence.get(), &place, 0));
+    }
+    for (const vlong* value : values) {
+        std::uint32_t length = 0;
+        RETURN_IF_ERROR(VLONG_toBytes(value, nullptr, &length));
+        RETURN_IF_ERROR(VLONG_toBytes(value, place + 1, &length));
+        RETURN_IF_ERROR(addInteger(sequence.get(), &place, length));
+    }
+    return Der_SerializeToBuffer(sequence.get(), der, derLength);
+}
+
+Status paddedBytes(const vlong* value, SecretBuffer* bytes) {
+    std::uint32_t count = 0;
+    RETURN_IF_ERROR(VLONG_toBytes(value, nullptr, &count));
+    RETURN_IF_ERROR(bytes->alloc(count + std::size_t{1}));
+    return VLONG_toBytesFixed(value, bytes->data() + 1, count);
+}
+
 Status RsaKey_ToDer(const AsymmetricKey* key, std::uint8_t** der, std::uint32_t* derLength) {
     RETURN_IF_ERROR(startWriting(key, kKeyRsa, der, derLength));
     const RSAKey& rsaKey = *asymKeyRsa(key);
@@ -116,5 +118,5 @@ Status DsaKey_ToDer(const AsymmetricKey* key, std::uint8_t** der, std::uint32_t*
     while (count < std::size(values) && values[count] != nullptr) {
         ++count;
     }
-    return writeSequence(Values(values, count), true, der, derLength);
+    return writeSequence(KeyValues(values, count), true, der, derLength);
 }

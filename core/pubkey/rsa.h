@@ -1,5 +1,5 @@
 // RSA on integers: the public and the private operation, the opening of a PKCS#1 v1.5 signature block, the preparation
-// of a key, key generation. The padding of signatures is built by who signs (bridge/zel_sha_with_rsa_signature.h).
+// of a key, key generation. The block that is signed is rsa_pkcs1.h's.
 //
 // New values in out-pointers belong to the caller; they are null on failure. A failed operation leaves the key's values
 // as they were, except that the blinding pair may have been replaced. "Errors: growth" as in vlong.h.

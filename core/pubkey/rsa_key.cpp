@@ -30,8 +30,8 @@ void releaseDerived(RSAKey& key, vlong** queue) {
     releaseNumber(&key.dP, queue);
     releaseNumber(&key.dQ, queue);
     releaseNumber(&key.qInv, queue);
-    (void)VLONG_deleteMontgomeryCtx(&key.contextP, queue); // always OK
-    (void)VLONG_deleteMontgomeryCtx(&key.contextQ, queue); // always OK
+    (void)VLONG_deleteMontgomeryCtx(&key.contextP, queue); // never fails
+    (void)VLONG_deleteMontgomeryCtx(&key.contextQ, queue); // never fails
 }
 
 // Makes in derived whatever of key's derived values is absent, or all of them when the primes are to be swapped.
@@ -57,19 +57,19 @@ Status derive(const RSAKey& key, bool isSwapped, RSAKey& derived, vlong** queue)
 }
 
 // Moves a value that has been made into its place.
-template <typename Value> void adopt(Value*& place, Value* made) {
-    if (made != nullptr) {
-        place = made;
+template <typename Value> void adopt(Value*& place, Value* value) {
+    if (value != nullptr) {
+        place = value;
     }
 }
 
-Status loadPublic(RSAKey& key, std::uint32_t e, BigEndian n, vlong** queue) {
+Status loadPublic(RSAKey& key, std::uint32_t e, ByteView n, vlong** queue) {
     RETURN_IF_ERROR(VLONG_newValue(e, &key.e, queue));
     return readNumber(n, &key.n, queue);
 }
 
 // Makes qInv from a hint that is right. With p above q there is only one right value, the one that VLONG_modInverse gives.
-Status proveHint(RSAKey& key, BigEndian hint, vlong** queue) {
+Status proveHint(RSAKey& key, ByteView hint, vlong** queue) {
     ScopedVlong candidate(queue);
     RETURN_IF_ERROR(readNumber(hint, candidate.out(), queue));
     if (!takesResidues(key.p) || !isSmaller(candidate.get(), key.p)) {
@@ -88,13 +88,12 @@ Status proveHint(RSAKey& key, BigEndian hint, vlong** queue) {
     return OK;
 }
 
-Status loadPrivate(RSAKey& key, std::uint32_t e, BigEndian n, BigEndian p, BigEndian q, BigEndian qInvHint,
-                   vlong** queue) {
+Status loadPrivate(RSAKey& key, std::uint32_t e, ByteView n, ByteView p, ByteView q, ByteView qInvHint, vlong** queue) {
     RETURN_IF_ERROR(loadPublic(key, e, n, queue));
     RETURN_IF_ERROR(readNumber(p, &key.p, queue));
     RETURN_IF_ERROR(readNumber(q, &key.q, queue));
     key.privateKey = 1;
-    if (qInvHint.bytes != nullptr && isSmaller(key.q, key.p)) {
+    if (qInvHint.data() != nullptr && isSmaller(key.q, key.p)) {
         // A hint beyond the size limits is no hint; but what is refused here is refused.
         if (const Status status = proveHint(key, qInvHint, queue); status == ERR_MEM_ALLOC_FAIL) {
             return status;
@@ -119,7 +118,7 @@ Status RsaKey_SetPublic(RSAKey* rsaKey, std::uint32_t e, const std::uint8_t* n, 
     return wholeOrCleared(rsaKey, loadPublic(*rsaKey, e, {n, nLength}, queue), rsaKeyClear, queue);
 }
 
-Status rsaKeyLoadPrivate(RSAKey* rsaKey, std::uint32_t e, BigEndian n, BigEndian p, BigEndian q, BigEndian qInvHint,
+Status rsaKeyLoadPrivate(RSAKey* rsaKey, std::uint32_t e, ByteView n, ByteView p, ByteView q, ByteView qInvHint,
                          vlong** queue) {
     if (rsaKey == nullptr) {
         return ERR_RSA_INVALID_KEY;
@@ -127,7 +126,7 @@ Status rsaKeyLoadPrivate(RSAKey* rsaKey, std::uint32_t e, BigEndian n, BigEndian
     if (e < 2) {
         return ERR_BAD_EXPONENT;
     }
-    if (n.bytes == nullptr || p.bytes == nullptr || q.bytes == nullptr) {
+    if (n.data() == nullptr || p.data() == nullptr || q.data() == nullptr) {
         return ERR_NULL_POINTER;
     }
     rsaKeyClear(rsaKey, queue);

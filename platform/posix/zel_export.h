@@ -1,4 +1,4 @@
-// The mark of what leaves the library: the entry points for Java and the classes for native callers.
+// The mark of what leaves the library: the entry points for Java, the functions for C and the classes for native callers.
 #ifndef ZELSPI_PLATFORM_POSIX_ZEL_EXPORT_H
 #define ZELSPI_PLATFORM_POSIX_ZEL_EXPORT_H
 

@@ -1,8 +1,10 @@
-// The mark of what leaves the library: the entry points for Java and the classes for native callers.
+// The mark of what leaves the library: the entry points for Java, the functions for C and the classes for native callers.
 #ifndef ZELSPI_PLATFORM_WIN32_ZEL_EXPORT_H
 #define ZELSPI_PLATFORM_WIN32_ZEL_EXPORT_H
 
-#ifdef ZEL_BUILDING_LIBRARY
+#ifdef ZEL_STATIC // a program that is linked with the static library
+#define ZEL_EXPORT
+#elif defined(ZEL_BUILDING_LIBRARY)
 #define ZEL_EXPORT __declspec(dllexport)
 #else
 #define ZEL_EXPORT __declspec(dllimport)

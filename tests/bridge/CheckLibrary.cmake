@@ -1,7 +1,8 @@
-# Holds the built library against what it is to be: it exports exactly the expected entry points and beside them
-# only the engine classes, and it needs nothing but the operating system.
-# Arguments: library, nm, objdump, windows (boolean), sanitized (empty when not), expected (a file); for Windows also
-# strings (the program) and version.
+# Holds the built library against what it is to be: it exports exactly the expected entry points and the C
+# functions of zelspi.def, which are those of zel.h, and beside them only the engine classes, and it needs nothing but the
+# operating system.
+# Arguments: library, nm, objdump, windows (boolean), sanitized (empty when not), expected (a file), functions (the folder of
+# zel.h), soname (for Linux); for Windows also strings (the program) and version.
 
 execute_process(COMMAND "${objdump}" -p "${library}" OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
 if(windows)
@@ -27,6 +28,24 @@ if(NOT entry_points STREQUAL wanted)
   message(FATAL_ERROR "the exported entry points are not the expected ones:\n  ${found}")
 endif()
 
+set(functions_found ${names})
+list(FILTER functions_found INCLUDE REGEX "^zel")
+list(SORT functions_found)
+file(STRINGS "${functions}/zelspi.def" wanted REGEX "^ +zel")
+list(TRANSFORM wanted STRIP)
+file(READ "${functions}/zel.h" header)
+string(REGEX MATCHALL "\nZEL_EXPORT [^(]+" declared "${header}")
+list(TRANSFORM declared REPLACE ".*[ *]" "")
+list(SORT declared)
+if(NOT functions_found STREQUAL wanted OR NOT declared STREQUAL wanted)
+  list(JOIN functions_found " " found)
+  list(JOIN declared " " declared)
+  message(FATAL_ERROR "the functions of zelspi.def are not those that are exported:\n${found}\nor declared:\n${declared}")
+endif()
+if(NOT windows AND NOT headers MATCHES "SONAME +${soname}\n")
+  message(FATAL_ERROR "the library is not called ${soname}")
+endif()
+
 # The hook that a VM calls when it loads the library: it registers the methods of NativeInfo, which need no export then.
 list(FIND names JNI_OnLoad hook)
 if(hook EQUAL -1)
@@ -35,7 +54,7 @@ endif()
 
 # Mangled names of members (_ZN, _ZNK), tables and type information (_ZT.) of the engine classes.
 set(others ${names})
-list(FILTER others EXCLUDE REGEX "^Java_|^JNI_OnLoad$|^_Z(N|NK|T[IVS])[0-9]+(Zel[A-Z]|ShaDigestEngine)")
+list(FILTER others EXCLUDE REGEX "^Java_|^zel|^JNI_OnLoad$|^_Z(N|NK|T[IVS])[0-9]+(Zel[A-Z]|ShaDigestEngine)")
 if(others)
   list(JOIN others "\n  " found)
   message(FATAL_ERROR "exported beside the entry points and engine classes:\n  ${found}")

@@ -91,6 +91,9 @@ JavaValue Player::argument(char type, const std::string& word) {
     if (word == "null") {
         return {};
     }
+    if (word[0] == 'Z') {
+        return {0, static_cast<jbyteArray>(objectOf(word))};
+    }
     if (word[0] == '@' && word.find_first_of("[+") == std::string::npos) {
         return {0, arrays_.at(word.substr(1))};
     }

@@ -81,7 +81,20 @@ TEST(Stack, OfTheCipher) {
     AesCbcStream whole, encrypt, decrypt;
     ASSERT_EQ(whole.init(AesCbcStream::kEncryptMode, iv, key.data()), OK);
     ASSERT_EQ(whole.encryptFinal(from, 1000, sent.data()), OK);
+    FakeJni jni;
+    jni.criticalPins = true;
+    const JavaValue keyArray = {0, jni.newBytes(key)}, state = {0, jni.newBytes(Bytes(256))};
+    const JavaValue blocks = {0, jni.newBytes(message)}, zero, one = {1, nullptr}, all = {992, nullptr};
+    const auto shortCall = [&jni](const char* name, const std::vector<JavaValue>& arguments) {
+        return [&jni, arguments, &entry = *findEntryPoint(name, arguments.size())] {
+            return entry.call(jni.env(), nullptr, arguments).number > 0 ? OK : ERR_GENERAL;
+        };
+    };
     const Work calls[] = {
+        shortCall("ShortCalls.expandKey0", {zero, keyArray, state, zero}),
+        shortCall("ShortCalls.expandKey0", {one, keyArray, state, zero}),
+        shortCall("ShortCalls.cbc0", {one, state, blocks, zero, all}),
+        shortCall("ShortCalls.digest0", {{32, nullptr}, keyArray, {32, nullptr}, blocks, zero}),
         [&] { return encrypt.init(AesCbcStream::kEncryptMode, iv, key.data()); },
         [&] { return encrypt.update(from, 0, 303, output.data()); },
         [&] { return encrypt.encryptFinal(from, 994, output.data()); }, // behind 13 pending bytes: 15 in the last block

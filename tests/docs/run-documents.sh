@@ -64,6 +64,11 @@ sed -En 's/^((\.|fuzz|tests|bench|cmake)\/[A-Za-z0-9_/.-]+)( .*)?$/\1/p' "$work/
   fi
 done
 
+# What README's programs in C are built against.
+cmake --install "$build" --prefix "$work/installed" >/dev/null
+PKG_CONFIG_PATH=$(dirname "$(find "$work/installed" -name zelspi.pc)")
+export PKG_CONFIG_PATH LD_LIBRARY_PATH="${PKG_CONFIG_PATH%/*}"
+
 for commands in "$work"/*/commands; do
   cd "${commands%/*}"
   ln -s "$build/zel-provider.jar" .

@@ -1,9 +1,9 @@
-// The DER that the DSA signature engine reads and writes itself: public keys and signatures.
+// The DER of DSA beside its private keys: public keys and signatures.
 //
 // Input comes from strangers: whatever its bytes, a status or a value, and nothing outside it is read. INTEGERs are read
 // as unsigned. Nothing behind what is read is looked at.
-#ifndef ZELSPI_BRIDGE_DSA_DER_H
-#define ZELSPI_BRIDGE_DSA_DER_H
+#ifndef ZELSPI_CORE_PUBKEY_DSA_DER_H
+#define ZELSPI_CORE_PUBKEY_DSA_DER_H
 
 #include "core/pubkey/asym_key.h"
 

@@ -1,0 +1,15 @@
+// ByteView: bytes that are read and not owned; null for none.
+#ifndef ZELSPI_CORE_MEMORY_BYTE_VIEW_H
+#define ZELSPI_CORE_MEMORY_BYTE_VIEW_H
+
+#include <cstdint>
+#include <span>
+
+using ByteView = std::span<const std::uint8_t>;
+
+// lengthOf: the length as the fixed signatures have it. Nothing here is longer than 32 bits.
+inline std::uint32_t lengthOf(ByteView bytes) {
+    return static_cast<std::uint32_t>(bytes.size());
+}
+
+#endif
