@@ -8,7 +8,7 @@ umask 022
 
 cmake/install-packages.sh cmake ninja-build g++ g++-mingw-w64-x86-64-posix openjdk-17-jdk-headless junit5 libpicocli-java \
   libgtest-dev dpkg-dev git zip python3
-if [ -n "$(git status --porcelain --untracked-files=no)" ]; then
+if [ -n "$(git status --porcelain)" ]; then
   echo "dist.sh: there are changes that no commit has; they are in what is made" >&2
 fi
 SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
@@ -61,18 +61,18 @@ for file in "$group/maven-metadata.xml" "$group/$version"/*; do
   done
 done
 
-# What it is all made of.
-cmake/make-sbom.py "$version" "$linux" "$windows" >"dist/zelspi-$version.cdx.json"
-
 # The program zel for Linux.
 tool=zel-$version
 rm -rf "${work:?}/$tool" && mkdir "$work/$tool"
 cp "$linux"/{zel,zel-tool.jar,zel-provider.jar,picocli.jar} LICENSE "$work/$tool"
-tar -C "$work" --sort=name --mtime="@$SOURCE_DATE_EPOCH" --owner=0 --group=0 --numeric-owner --format=ustar -c "$tool" |
+tar -C "$work" --sort=name --mtime="@$SOURCE_DATE_EPOCH" --owner=0 --group=0 --numeric-owner --mode=u=rwX,go=rX --format=ustar -c "$tool" |
   gzip -9n >"dist/$tool-linux.tar.gz"
 
 # The Debian packages.
 cmake/make-debs.sh "$linux" "$version" "$work/debs" dist
+
+# What it is all made of.
+cmake/make-sbom.py "$version" "$linux" "$windows" "$work/debs" >"dist/zelspi-$version.cdx.json"
 
 # The zip for Windows: what a native caller needs, the program zel, and what tries all of it in a JVM there.
 rm -rf "$work/zip" && mkdir "$work/zip"
@@ -89,6 +89,7 @@ find "$work/zip/docs" -name '*.md' -print0 | while IFS= read -r -d '' page; do
     [ -e "${page%/*}/$target" ] || sed -i -E "s|\[([^]]*)\]\(${target//./\\.}[^)]*\)|\1|g" "$page"
   done
 done
+chmod -R u=rwX,go=rX "$work/zip"
 find "$work/zip" -exec touch --no-dereference --date="@$SOURCE_DATE_EPOCH" {} +
 (cd "$work/zip" && find . -type f | LC_ALL=C sort | sed 's|^\./||' | zip -q -X -D -9 -@ "$OLDPWD/dist/zelspi-$version-windows.zip")
 

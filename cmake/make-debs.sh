@@ -33,7 +33,7 @@ take() {
 
 # package NAME SECTION DEPENDS SUMMARY DESCRIPTION [FIELD...]: adds what every package has, and packs it.
 package() {
-  local name=$1 tree=$work/$1 section=$2 depends=$3 summary=$4 description=$5
+  local name=$1 tree=$work/$1 section=$2 depends=$3 summary=$4 description=$5 size
   local documents=$tree/usr/share/doc/$name
   shift 5
   mkdir -p "$documents" "$tree/DEBIAN"
@@ -61,15 +61,20 @@ END
   find "$tree" -type f -name '*.so.*' -exec strip --strip-unneeded --remove-section=.comment {} +
   find "$tree" -type f -name '*.a' -exec strip --strip-debug --enable-deterministic-archives {} +
   find "$tree/usr" -type f -path '*/bin/*' -exec strip --strip-unneeded --remove-section=.comment {} +
+  # As Debian counts: what folders themselves take depends on the file system.
+  size=$(find "$tree/usr" -printf '%y %s\n' | awk '{ sum += $1 == "f" ? int(($2 + 1023) / 1024) : 1 } END { print sum }')
   (cd "$tree" && find usr -type f -printf '%P\n' | sort | sed 's|^|usr/|' | xargs md5sum) >"$tree/DEBIAN/md5sums"
   {
     printf '%s\n' "Package: $name" "Source: zelspi" "Version: $revision" "Architecture: $architecture" "Maintainer: $maintainer" \
-      "Section: $section" "Priority: optional" "Installed-Size: $(du -k -s --apparent-size --exclude=DEBIAN "$tree" | cut -f1)"
+      "Section: $section" "Priority: optional" "Installed-Size: $size"
     [ -z "$depends" ] || echo "Depends: $depends"
     [ $# -eq 0 ] || printf '%s\n' "$@"
     printf 'Description: %s\n' "$summary"
     fold -s -w 76 <<<"$description" | sed 's/ *$//; s/^/ /'
   } >"$tree/DEBIAN/control"
+  # Whatever the clone's umask was, and whether a file is older than the commit.
+  chmod -R u=rwX,go=rX,a-s "$tree"
+  find "$tree" -exec touch --no-dereference --date="@$SOURCE_DATE_EPOCH" {} +
   dpkg-deb --root-owner-group -Zxz --build "$tree" "$out/${name}_${revision}_$architecture.deb" >/dev/null
 }
 
@@ -82,6 +87,9 @@ DESTDIR=$work/all cmake --install "$build" >/dev/null
 library="The library zelspi has SHA-1 and SHA-256, AES-256-CBC, RSA, DSA, a FIPS 186-2 random generator, and the check of a file \
 against a detached signature. It depends on nothing but the operating system."
 
+# libzelspi-dev was the only package once, and had the library and zelverify.
+taken=("Breaks: libzelspi-dev (<< 0.1.0-1)" "Replaces: libzelspi-dev (<< 0.1.0-1)")
+
 # The library.
 soname=$(basename "$(echo "$work/all/$libdir"/libzelspi.so.?)")
 take libzelspi0 "$libdir/$soname" "$(cd "$work/all" && echo "$libdir"/libzelspi.so.*.*.*)"
@@ -89,7 +97,7 @@ mkdir -p "$work/libzelspi0/DEBIAN"
 echo "libzelspi ${soname##*.} libzelspi0 (>= $version)" >"$work/libzelspi0/DEBIAN/shlibs"
 echo "activate-noawait ldconfig" >"$work/libzelspi0/DEBIAN/triggers"
 package libzelspi0 libs "$(needs "libzelspi0/$libdir/$soname")" "native cryptographic library" "$library" \
-  "Multi-Arch: same"
+  "Multi-Arch: same" "${taken[@]}"
 
 # For those who build with it. /usr/share/doc has each package's own copy of the licence's name.
 rm -r "$work/all/usr/share/doc" "$work/all/$libdir/libzelspi.so"
@@ -110,7 +118,7 @@ package libzel-provider-java java "" "Java security provider with native cryptog
 and DSA signatures and key pairs, and random numbers. It carries the library inside. Programs have to ask for it." \
   "Recommends: default-jre-headless | java11-runtime-headless"
 
-# The programs. Those who had zelverify from libzelspi-dev get it from here.
+# The programs.
 take zel usr/bin/zelverify
 mkdir -p "$work/zel/usr/share"/{zel,man/man1,bash-completion/completions}
 cp "$build"/{zel,zel-tool.jar} "$work/zel/usr/share/zel"
@@ -131,7 +139,7 @@ package zel utils "$(needs zel/usr/bin/zelverify), libzel-provider-java (= $revi
 default-jre-headless (>= 2:1.11) | java11-runtime-headless" "cryptography at a terminal" \
   "The program zel makes and checks digests, random numbers, keys, signatures and encrypted files, in the formats of other programs; \
 zelverify checks detached RSA signatures of files without Java." \
-  "Breaks: libzelspi-dev (<< 0.1.0-1)" "Replaces: libzelspi-dev (<< 0.1.0-1)"
+  "${taken[@]}"
 
 left=$(cd "$work/all" && find . -type f -o -type l)
 [ -z "$left" ] || { echo "make-debs.sh: installed by cmake, but in no package: $left" >&2; exit 1; }

@@ -26,7 +26,7 @@ final class ManualPages {
 
     public static void main(String[] args) throws IOException {
         Path folder = Path.of(args[0]);
-        CommandLine zel = Zel.commandLine();
+        CommandLine zel = Zel.commandLine().setColorScheme(CommandLine.Help.defaultColorScheme(Ansi.OFF)); // also at a terminal
         List<CommandLine> commands = new ArrayList<>(zel.getSubcommands().values());
         commands.removeIf(command -> command.getCommandName().equals("help"));
         for (CommandLine command : commands) {

@@ -1,14 +1,16 @@
 #!/usr/bin/env bash
-# check-dist.sh ROOT WORK: makes dist/ in two fresh clones of the current commit, in folders of unlike names and with unlike
-# umasks, compares their bytes, and looks into what was made.
+# check-dist.sh ROOT WORK: makes dist/ in two fresh clones of the current commit, in folders of unlike names, with unlike umasks
+# and one at a terminal, compares their bytes, and looks into what was made.
 set -euo pipefail
 root=$1
 work=$2
 rm -rf -- "$work"
 mkdir -p "$work/some/longer"
 for clone in a some/longer/b; do
+  if [ "$clone" = a ]; then umask 022; else umask 077; fi
   git clone -q "$root" "$work/$clone"
-  (if [ "$clone" = a ]; then umask 022; else umask 077; fi; "$work/$clone/dist.sh")
+  cd "$work/$clone"
+  if [ "$clone" = a ]; then ./dist.sh; else script -qec ./dist.sh /dev/null; fi
 done
 diff "$work/a/dist/SHA256SUMS" "$work/some/longer/b/dist/SHA256SUMS"
 
