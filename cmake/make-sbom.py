@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""make-sbom.py VERSION RELEASE WINDOWS: prints the bill of materials of a release as CycloneDX 1.5 in JSON: what stands in
-the build folders RELEASE and WINDOWS, and whatever is linked into it or lies beside it. Its date is SOURCE_DATE_EPOCH."""
+"""make-sbom.py VERSION RELEASE WINDOWS DEBIAN: prints the bill of materials of a release as CycloneDX 1.5 in JSON: what stands in
+the build folders RELEASE and WINDOWS and in the trees of the Debian packages, and whatever is linked into it or lies beside
+it. Its date is SOURCE_DATE_EPOCH."""
 import datetime
 import hashlib
 import json
@@ -8,9 +9,10 @@ import os
 import pathlib
 import subprocess
 import sys
+import urllib.parse
 import uuid
 
-version, release, windows = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3])
+version, (release, windows, packages) = sys.argv[1], map(pathlib.Path, sys.argv[2:])
 OWN = "Apache-2.0"
 GCC = "GPL-3.0-or-later WITH GCC-exception-3.1"
 
@@ -32,7 +34,8 @@ def component(name, kind, its_version, licence, file=None, purl=None):
 
 def deb(name, package, licence):
     """What a Debian package of the build machine gives to a file of ours."""
-    return component(name, "library", debian(package), licence, purl=f"pkg:deb/debian/{package}@{debian(package)}")
+    purl = "pkg:deb/debian/" + "@".join(urllib.parse.quote(part, safe="") for part in (package, debian(package)))
+    return component(name, "library", debian(package), licence, purl=purl)
 
 
 def own(name, kind, file, purl=None):
@@ -47,15 +50,16 @@ picocli = component("picocli", "library", picocli_version, OWN, release / "picoc
                     f"pkg:maven/info.picocli/picocli@{picocli_version}")
 library = own("libzelspi.so", "library", release / "libzelspi.so")
 dll = own("zelspi.dll", "library", windows / "zelspi.dll")
-verifier = own("zelverify", "application", release / "zelverify")
+packaged = own("libzelspi.so.0", "library", next(packages.glob("libzelspi0/usr/lib/*/libzelspi.so.0"))) # without its symbols
+verifier = own("zelverify", "application", packages / "zel/usr/bin/zelverify")
 verifier_exe = own("zelverify.exe", "application", windows / "zelverify.exe")
 provider = own("zel-provider", "library", release / "zel-provider.jar", f"pkg:maven/com.vantrel.zel/zel-provider@{version}")
 tool = own("zel", "application", release / "zel-tool.jar")
 whole = component("zelspi", "library", version, OWN)
 parts = [  # each with what it is made of or runs with
-    (whole, [library, dll, provider, tool, verifier, verifier_exe]),
+    (whole, [library, packaged, dll, provider, tool, verifier, verifier_exe]),
     (provider, [library, dll]), (tool, [provider, picocli]),
-    (library, [linux_runtime]), (verifier, [linux_runtime]),
+    (library, [linux_runtime]), (packaged, [linux_runtime]), (verifier, [linux_runtime]),
     (dll, [windows_runtime, mingw]), (verifier_exe, [windows_runtime, mingw]),
     (picocli, []), (linux_runtime, []), (windows_runtime, []), (mingw, [])]
 content = {

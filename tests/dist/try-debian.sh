@@ -36,7 +36,7 @@ rm -rf -- "$old"
 mkdir -p "$old/DEBIAN" "$old/usr/bin" "$old/usr/lib/x86_64-linux-gnu"
 printf 'Package: libzelspi-dev\nVersion: 0.1.0\nArchitecture: amd64\nMaintainer: none <none@none.invalid>\nDescription: before\n' \
   >"$old/DEBIAN/control"
-touch "$old/usr/bin/zelverify" "$old/usr/lib/x86_64-linux-gnu/libzelspi.so"
+touch "$old/usr/bin/zelverify" "$old/usr/lib/x86_64-linux-gnu"/libzelspi.so{,.0,.0.1.0}
 dpkg-deb --build "$old" "$root/packages/old.deb" >/dev/null
 apt install /packages/old.deb
 rm "$root/packages/old.deb"

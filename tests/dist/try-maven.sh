@@ -10,4 +10,4 @@ rm -rf -- "$work/consumer" "$work/repository/com/vantrel"
 mkdir -p "$work"
 cp -r "$here/consumer" "$work"
 cd "$work/consumer"
-mvn -B -ntp "-Dmaven.repo.local=$work/repository" "-Ddist=$dist" "-Dzel.version=${version%/}" test
+mvn -B -ntp -C "-Dmaven.repo.local=$work/repository" "-Ddist=$dist" "-Dzel.version=${version%/}" test
