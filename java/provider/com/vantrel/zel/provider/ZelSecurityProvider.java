@@ -141,8 +141,9 @@ public final class ZelSecurityProvider extends Provider {
 
     /**
      * Runs known answers through the services: digests, the cipher in both directions, signatures made and checked with fixed
-     * keys; and draws random bytes. Key pair generators are left out, for which there are no known answers. It takes a few
-     * milliseconds, and waits for the random generator before that if it is not ready. The provider need not be registered.
+     * keys; and draws random bytes. Key pair generators are left out, for which there are no known answers. It takes a tenth
+     * of a second the first time and less later, and waits for the random generator if that is not ready. The provider need not
+     * be registered.
      *
      * @return what was found; a service that fails is told there and makes no exception
      */

@@ -4,7 +4,8 @@ import java.util.Base64;
 
 /**
  * Inputs and results of the self-test. Digests are those of FIPS 180-4's examples, AES those of SP 800-38A, F.2.5, the last
- * block of which, the padding, is OpenSSL's; so are the keys, made for this purpose alone, and their signatures of "abc".
+ * block of which, the padding, is OpenSSL's; so are the long ciphertext, the keys, made for this purpose alone, and their
+ * signatures of "abc".
  */
 final class KnownAnswers {
     static final String SHA1_OF_ABC = "a9993e364706816aba3e25717850c26c9cd0d89d";
@@ -18,6 +19,9 @@ final class KnownAnswers {
             + "30c81c46a35ce411e5fbc1191a0a52eff69f2445df4f9b17ad2b417be66c3710";
     static final String AES_CIPHERTEXT = "f58c4c04d6e5f1ba779eabfb5f7bfbd69cfc4e967edb808d679f777bc6702c7d"
             + "39f23369a9d9bacfa530e26304231461b2eb05e2c39be9fcda6c19078c6a9d1b3f461796d6b0d6b2e0c2a72b4d80e644";
+
+    /** The last block, on which all others have their effect. */
+    static final String AES_END_OF_MILLION = "026fdcbcad98fc13f13a73f51827c8ea";
 
     static final byte[] RSA_PRIVATE_KEY = decoded(
             "MIIEvgIBADANBgkqhkiG9w0BAQEFAASCBKgwggSkAgEAAoIBAQDxB78+SRpKxKFZyXqYo8mZD/PyVTq6y1zp/x53TG60Vw0k8eSPppvEgK42abbk"

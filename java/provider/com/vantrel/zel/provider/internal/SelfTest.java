@@ -67,14 +67,11 @@ public final class SelfTest {
         outcomes.put(algorithm, wrong);
     }
 
-    /** A short message goes another way through the provider than a long one. */
     private void digest(String algorithm, String ofAbc, String ofMillion) {
         check(algorithm, () -> {
             MessageDigest digest = MessageDigest.getInstance(algorithm, provider);
             require(digest.digest(ABC), bytes(ofAbc), "digest of a short message");
-            byte[] message = new byte[1_000_000];
-            Arrays.fill(message, (byte) 'a');
-            require(digest.digest(message), bytes(ofMillion), "digest of a long message");
+            require(digest.digest(million()), bytes(ofMillion), "digest of a long message");
         });
     }
 
@@ -86,8 +83,12 @@ public final class SelfTest {
         byte[] ciphertext = bytes(KnownAnswers.AES_CIPHERTEXT);
         cipher.init(Cipher.ENCRYPT_MODE, key, iv);
         require(cipher.doFinal(plaintext), ciphertext, "ciphertext");
+        byte[] longer = cipher.doFinal(million());
+        byte[] end = Arrays.copyOfRange(longer, longer.length - 16, longer.length);
+        require(end, bytes(KnownAnswers.AES_END_OF_MILLION), "ciphertext of a long message");
         cipher.init(Cipher.DECRYPT_MODE, key, iv);
         require(cipher.doFinal(ciphertext), plaintext, "plaintext");
+        require(cipher.doFinal(longer), million(), "plaintext of a long message");
     }
 
     /** No known answer: an output that repeats itself is what can be seen. */
@@ -142,6 +143,13 @@ public final class SelfTest {
         if (!isRight) {
             throw new Wrong(wrong);
         }
+    }
+
+    /** A long message: it goes another way through digests and the cipher than a short one. */
+    private static byte[] million() {
+        byte[] message = new byte[1_000_000];
+        Arrays.fill(message, (byte) 'a');
+        return message;
     }
 
     private static byte[] bytes(String hex) {
