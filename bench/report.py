@@ -84,8 +84,8 @@ def table(rows):
 
 
 def plot(rows):
-    """Bars: how much faster than the first peer; the line at 1 is as fast."""
-    bars = [(work, peer, ratio) for work, _, _, peers in rows for peer, ratio in list(peers.items())[:1]]
+    """Bars: how much faster than the fastest peer; the line at 1 is as fast."""
+    bars = [(work, *min(peers.items(), key=lambda row: row[1])) for work, _, _, peers in rows if peers]
     left, step, width, most = 300, 22, 420, 5.0
     height = step * len(bars) + 50
     parts = [f'<svg xmlns="http://www.w3.org/2000/svg" width="{left + width + 130}" height="{height}" '
@@ -94,7 +94,7 @@ def plot(rows):
     for i, (work, peer, ratio) in enumerate(bars):
         y = 30 + i * step
         length = width * min(ratio, most) / most
-        colour = "#2a7f62" if ratio >= 0.97 else "#b5762a"
+        colour = "#2a7f62" if ratio >= 1 else "#b5762a"
         parts.append(f'<text x="{left - 8}" y="{y + 12}" text-anchor="end">{work}</text>'
                      f'<rect x="{left}" y="{y}" width="{length:.1f}" height="15" fill="{colour}"/>'
                      f'<text x="{left + length + 5:.1f}" y="{y + 12}">{ratio:.2f} of {peer}</text>')
