@@ -18,7 +18,7 @@ mkdir -p "$build"
 build_all() {
   # The tests' packages are not needed here; a tree that ./test.sh has configured stays as it is.
   [ -f "$build/build.ninja" ] || cmake -S "$root" --preset release -D ZEL_BUILD_TESTS=OFF
-  cmake --build "$build" --target zelspi zelverify java
+  cmake --build "$build" --target zelspi zelspi_static zelverify java
 }
 if ! build_all >"$log" 2>&1; then
   tail -n 30 "$log" >&2

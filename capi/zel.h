@@ -173,8 +173,8 @@ ZEL_EXPORT ZelStatus zelRandomBytes(void* buffer, size_t length);
 // ---------------------------------------------------------------------------------------------------------------
 //
 // Foreign bytes: any bytes give a key or a status. Private RSA keys have two primes, public exponents 32 bits at most.
-// Public RSA keys of any size that big integers hold (524,280 bits) are taken, and checking a signature by the longest takes
-// up to two seconds: refuse by zelKeyBits what you do not want.
+// Public RSA keys are taken up to 524,280 bits and work up to 262,080, with which checking a signature takes up to two
+// seconds: refuse by zelKeyBits what you do not want.
 
 typedef struct ZelKey ZelKey;
 
