@@ -44,7 +44,7 @@ bool copyOfArray(JNIEnv* env, jbyteArray array, SecretBuffer* copy) {
         return false;
     }
     return withBytes(env, array, length, [&](const std::uint8_t* bytes) {
-        (void)memCopy(copy->data(), bytes, length); // both are there
+        (void)memCopy(copy->data(), bytes, length); // neither is null: cannot fail
     });
 }
 
@@ -60,7 +60,7 @@ jbyteArray arrayOf(JNIEnv* env, const std::uint8_t* bytes, std::uint32_t length)
     const jbyteArray array = newArray(env, length);
     const auto size = static_cast<jsize>(length);
     const auto fill = [&](std::uint8_t* to) {
-        (void)memCopy(to, bytes, size); // both are there
+        (void)memCopy(to, bytes, size); // neither is null: cannot fail
     };
     return array != nullptr && withBytes(env, array, size, fill) ? array : nullptr;
 }

@@ -5,7 +5,7 @@
 #include "bridge/zel_sha256_message_digest.h"
 
 template <typename Hash> ShaDigestEngine<Hash>::~ShaDigestEngine() {
-    (void)Hash::release(&context_); // there may be none
+    (void)Hash::release(&context_); // null is skipped
 }
 
 template <typename Hash> void ShaDigestEngine<Hash>::reset(JNIEnv* env, jobject) {
@@ -13,7 +13,7 @@ template <typename Hash> void ShaDigestEngine<Hash>::reset(JNIEnv* env, jobject)
 }
 
 template <typename Hash> enum_errDescrValues ShaDigestEngine<Hash>::nativeReset() {
-    (void)Hash::release(&context_); // there may be none
+    (void)Hash::release(&context_); // null is skipped
     RETURN_IF_ERROR(Hash::alloc(&context_));
     return Hash::init(context_);
 }
@@ -91,14 +91,6 @@ template <typename Hash> int ShaDigestEngine<Hash>::nativeDigest(std::uint8_t* o
     return Hash::kDigestBytes;
 }
 
-template <typename Hash> enum_errDescrValues ShaDigestEngine<Hash>::continueFrom(const ShaDigestEngine& other) {
-    if (other.context_ != nullptr) {
-        RETURN_IF_ERROR(nativeReset());
-        *context_ = *other.context_;
-    }
-    return OK;
-}
-
 template <typename Hash> bool ShaDigestEngine<Hash>::ensureReady(JNIEnv* env, jobject object) {
     if (context_ == nullptr) {
         reset(env, object);
@@ -121,6 +113,22 @@ bool ShaDigestEngine<Hash>::finishInto(JNIEnv* env, jobject object, jbyteArray o
         status = Hash::finish(context_, bytes + offset);
     };
     return withBytes(env, output, offset + Hash::kDigestBytes, work) && resetOrRaise(env, object, status);
+}
+
+ZelShaMessageDigest* copyOf(const ZelShaMessageDigest& engine) {
+    const auto continued = [](auto* copy, const auto& original) -> ZelShaMessageDigest* {
+        if (copy != nullptr && original.context_ != nullptr) {
+            if (isError(copy->nativeReset())) {
+                delete copy;
+                return nullptr;
+            }
+            *copy->context_ = *original.context_;
+        }
+        return copy;
+    };
+    const auto* const sha1 = dynamic_cast<const ZelSha1MessageDigest*>(&engine);
+    return sha1 != nullptr ? continued(new ZelSha1MessageDigest, *sha1)
+                           : continued(new ZelSha256MessageDigest, static_cast<const ZelSha256MessageDigest&>(engine));
 }
 
 template class ShaDigestEngine<Sha1DigestHash>;

@@ -6,6 +6,10 @@
 
 #include "bridge/zel_sha_message_digest.h"
 
+// copyOf: a new engine of the same class with an equal running hash, if there is one. Errors: null: no memory.
+// No member of the class, because those are exported.
+ZelShaMessageDigest* copyOf(const ZelShaMessageDigest& engine);
+
 template <typename Hash> class ZEL_EXPORT ShaDigestEngine : public ZelShaMessageDigest {
 public:
     ~ShaDigestEngine() override;
@@ -20,11 +24,8 @@ public:
     jbyteArray digest(JNIEnv* env, jobject object) override;
     int nativeDigest(std::uint8_t* output, int length) override;
 
-    // continueFrom: takes over a copy of the other's running hash, if it has one. For an engine that has just been made.
-    // Errors:  ERR_MEM_ALLOC_FAIL.
-    enum_errDescrValues continueFrom(const ShaDigestEngine& other);
-
 private:
+    friend ZelShaMessageDigest* copyOf(const ZelShaMessageDigest& engine);
     // Whether there is a running hash, after a reset where there was none; if not, an exception is pending.
     bool ensureReady(JNIEnv* env, jobject object);
     // Ends the digest that finish gave the status for: raises, or resets.

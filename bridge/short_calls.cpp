@@ -59,7 +59,7 @@ jint give(JNIEnv* env, const std::uint8_t* bytes, jbyteArray output, jint offset
     return length;
 }
 
-// The methods of ShortCalls. Each gives the count of bytes that it has written, 0 with an exception pending.
+// The methods of ShortCalls. Each gives the count of bytes that it has written; with an exception pending it says nothing.
 
 jint digest0(JNIEnv* env, jclass, jint digestBytes, jbyteArray input, jint length, jbyteArray output, jint offset) {
     SecretArray<std::uint8_t, Sha256DigestHash::kDigestBytes> digest;
@@ -127,35 +127,18 @@ jlong address0(JNIEnv*, jclass, jint function) {
     }
 }
 
-// The method of ZelMessageDigestSpi. In the place of an engine that self has, it is given a copy of the other's; of none,
-// none.
-template <typename Engine> ZelShaMessageDigest* copyOf(const ZelShaMessageDigest& engine) {
-    const auto* const original = dynamic_cast<const Engine*>(&engine);
-    Engine* const copy = original == nullptr ? nullptr : new Engine;
-    if (copy != nullptr && isError(copy->continueFrom(*original))) {
-        delete copy;
-        return nullptr;
-    }
-    return copy;
-}
-
+// The method of ZelMessageDigestSpi. An engine that self has already stays; without one of the other's nothing happens.
 void copyEngine0(JNIEnv* env, jobject self, jobject from) {
     if (from == nullptr) {
         ZelObject::throwStaticException(env, kNullPointerException, "digest is null", OK);
         return;
     }
-    const ZelShaMessageDigest* const original = findEngine<ZelShaMessageDigest>(env, from);
-    if (original == nullptr || env->IsSameObject(self, from) != JNI_FALSE) {
-        return;
+    if (const auto* const original = findEngine<ZelShaMessageDigest>(env, from)) {
+        const auto copy = [original] {
+            return copyOf(*original);
+        };
+        (void)findOrMakeEngine<ZelShaMessageDigest>(env, self, copy, [](const ZelShaMessageDigest&) {});
     }
-    ZelShaMessageDigest* copy = copyOf<ZelSha1MessageDigest>(*original);
-    copy = copy == nullptr ? copyOf<ZelSha256MessageDigest>(*original) : copy;
-    if (copy == nullptr) {
-        raiseOutOfMemory(env);
-        return;
-    }
-    destroyEngine<ZelShaMessageDigest>(env, self);
-    ZelObject::setContext(env, self, copy);
 }
 
 } // namespace

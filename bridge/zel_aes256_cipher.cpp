@@ -132,7 +132,7 @@ jint ZelAes256Cipher::doFinal(JNIEnv* env, jobject, jbyteArray input, jint offse
         !requireSlice(env, input, offset, length)) {
         return 0;
     }
-    // Decryption wants room for the padding too, although it is never written: meant.
+    // Decryption wants room for the padding too, although it is never written: on purpose.
     const std::uint64_t size =
         stream_.isEncrypting() ? stream_.paddedSize(countOf(length)) : stream_.messageSize(countOf(length));
     if ((!stream_.isEncrypting() && !isWholeBlocks(env, length)) ||

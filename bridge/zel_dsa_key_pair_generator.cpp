@@ -25,5 +25,5 @@ jbyteArray ZelDsaKeyPairGenerator::generateKeyPair(JNIEnv* env, jobject, jint ke
 
 jbyteArray ZelDsaKeyPairGenerator::generateKeyPair(JNIEnv* env, jobject object, jint keySize, jbyteArray, jbyteArray,
                                                    jbyteArray) {
-    return generateKeyPair(env, object, keySize); // with fresh parameters, whatever is given: meant
+    return generateKeyPair(env, object, keySize); // with fresh parameters, whatever is given: on purpose
 }

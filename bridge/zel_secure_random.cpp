@@ -33,7 +33,7 @@ private:
 using Outcome = std::optional<Status>;
 
 // Gives the context every byte of the seed. Only the last byte's status is kept, and of each byte only the lowest bit
-// counts; both are meant.
+// counts; both are on purpose.
 Outcome addSeed(JNIEnv* env, RandomContext* context, jbyteArray seed, jint length, std::uint8_t* piece) {
     Status status = OK;
     const bool isRead = forEachPiece(length, [&](jint offset, jint count) {

@@ -58,7 +58,7 @@ void ZelSha1WithDsaSignature::initSign(JNIEnv* env, jobject object, jbyteArray p
     if (!reset(env, object) || !requireArray(env, privateKey) || !copyOfArray(env, privateKey, &copy)) {
         return;
     }
-    // Also when the key cannot be read: sign then fails for want of a key, not of an initialisation. Meant.
+    // Also when the key cannot be read: sign then fails for want of a key, not of an initialisation. On purpose.
     state_.setMode(SignatureState::kSigning);
     (void)requireOk(env, kProviderException, "unable to read dsa private key", readPrivateKey(copy, state_.key()));
 }
@@ -132,7 +132,7 @@ jint ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object, jbyteArray outpu
         return 0;
     }
     const auto count = static_cast<jint>(signature.size());
-    // The caller's length less the offset, not the room in the array, is what is judged: meant. The array is
+    // The caller's length less the offset, not the room in the array, is what is judged: on purpose. The array is
     // judged besides, so that nothing outside it is written. 64 bits, because the differences could overflow.
     if (std::int64_t{length} - offset < count || offset < 0 ||
         std::int64_t{env->GetArrayLength(output)} - offset < count) {

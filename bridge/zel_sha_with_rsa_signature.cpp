@@ -181,7 +181,7 @@ bool ZelShaWithRsaSignature::signEncoded(JNIEnv* env, const std::uint8_t* encode
     ScopedVlong result(nullptr);
     if (!requireOk(env, "error generating integer representative message",
                    Rsa_BytesToVlong(encoded, k, message.out())) ||
-        // Unblinded: no random source is passed. Meant.
+        // Unblinded: no random source is passed. On purpose.
         !requireOk(env, kNoSignatureInteger, rsaSign(asymKeyRsa(state_.key()), message.get(), result.out(), nullptr))) {
         return false;
     }
@@ -272,7 +272,7 @@ enum_errDescrValues ZelShaWithRsaSignature::nativeVerify(const std::uint8_t* sig
         std::printf("\nwith:\n");
         hexdump(opened.data(), openedLength);
     }
-    // The first digestLength bytes of the DigestInfo, not all of it, and not its length: meant, as files signed for this
+    // The first digestLength bytes of the DigestInfo, not all of it, and not its length: on purpose, as files signed for this
     // path must keep their verdicts.
     const bool isEqual = std::memcmp(expected.data(), opened.data(), digestLength_) == 0;
     (void)nativeReset(); // the verdict stands without a new digest

@@ -130,7 +130,7 @@ int ZelUtil::checkFileSignature(const unsigned char* key, int keyLength, const c
     say({ZEL_INFO "creating signature object\n"});
     ZelShaWithRsaSignature engine(kSignatureSha256);
     if (const Status status = engine.nativeInitVerify(keyLength, key); status != OK) {
-        // Without a line break, and "initalize": meant.
+        // Without a line break, and "initalize": on purpose.
         say({ZEL_ERROR "unable to initalize signature verification: ", StatusText(status).text()});
         return status;
     }

@@ -11,6 +11,8 @@
 #include "fuzz/fuzz_input.h"
 #include "tests/support/asn1_outline.h"
 
+#include <algorithm>
+
 namespace {
 
 using testasn1::outline;
@@ -26,11 +28,21 @@ Status countingGetc(void* handle, std::uint8_t* octet) {
     return memoryOperations->getc(handle, octet);
 }
 
-void checkGoesForward(Asn1Node* item, ByteStream /*stream*/, void* argument) {
-    auto* const lastStart = static_cast<std::int64_t*>(argument);
+// What the parser has told of: each item once, from its content on, in the input's order. The stream is put back.
+struct Told {
+    std::int64_t lastStart = -1;
+    std::ptrdiff_t items = 0;
+};
+
+void onItem(Asn1Node* item, ByteStream stream, void* argument) {
+    auto& told = *static_cast<Told*>(argument);
     const std::int64_t start = std::int64_t{item->dataOffset} - item->headerSize;
-    FUZZ_CHECK(start > *lastStart);
-    *lastStart = start;
+    std::int32_t position = 0;
+    FUZZ_CHECK(start > told.lastStart && item->parent != nullptr);
+    FUZZ_CHECK(stream.operations->tell(stream.handle, &position) == OK && std::uint32_t(position) == item->dataOffset);
+    FUZZ_CHECK(stream.operations->seek(stream.handle, 1000, kSeekAbsolute) == OK);
+    told.lastStart = start;
+    ++told.items;
 }
 
 bool isBitString(const Asn1Node& item) {
@@ -160,9 +172,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     octetsRead = 0;
     parsed.memory.position = 0;
     ScopedTree<Asn1Node> again;
-    std::int64_t lastStart = -1;
-    FUZZ_CHECK(Asn1_ParseStreamEx({&parsed.memory, &counting}, again.out(), checkGoesForward, &lastStart) ==
-               parsed.status);
+    Told told;
+    FUZZ_CHECK(Asn1_ParseStreamEx({&parsed.memory, &counting}, again.out(), onItem, &told) == parsed.status);
+    const std::string same = again.get() == nullptr ? "" : outline(asn1FirstChild(again.get()));
+    FUZZ_CHECK(same == outline(parsed.top()) && told.items >= std::count(same.begin(), same.end(), '['));
     FUZZ_CHECK(octetsRead <= 10 * size + 32); // each octet once, and two looks ahead for each string
     return 0;
 }

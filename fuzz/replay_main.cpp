@@ -1,6 +1,6 @@
 // Replays a corpus through a fuzz target: every file of the folder given, and of each a fixed number of changed copies, the
 // same ones in every run.
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -236,7 +236,7 @@ BIGNUM = {name: of_values(model) for name, model in {
     "step": lambda a, f: add(a, f, 1, 0) + sub(a, f, 1, 0),
     "barrett": lambda x, f, m, g: [write(barrett(x, m))]}.items()} | {
     "shl": of_values(shl, 1), "shr": of_values(lambda a, f, k: [write(a >> int(k), f)], 1), "tobytes": of_values(tobytes, 1),
-    "frommpint": frommpint, "frombytes": lambda text: [write(int.from_bytes(octets(text), "big"))]}
+    "frommpint": frommpint, "frombytes": lambda text: BAD_LENGTH if len(octets(text)) > 65535 else [write(int.from_bytes(octets(text), "big"))]}
 
 
 

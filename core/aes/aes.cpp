@@ -87,10 +87,10 @@ Status aesBlockDecrypt(const AesContext* context, std::uint8_t* iv, const std::u
     const std::uint32_t blockCount = inputBits < 1 ? 0 : static_cast<std::uint32_t>(inputBits) / kBlockBits;
     Status status = OK;
     if (blockCount > 0) {
-        // An unknown mode is a bad operation here and a bad cipher mode above: meant.
+        // An unknown mode is a bad operation here and a bad cipher mode above: on purpose.
         status = runBlocks(context, decryptRun(context->mode), ERR_AES_BAD_OPERATION, iv, input, output, blockCount);
     }
-    if (status != ERR_NULL_POINTER) { // a mode that was refused still reports its blocks: meant
+    if (status != ERR_NULL_POINTER) { // a mode that was refused still reports its blocks: on purpose
         *outputBits = kBlockBits * blockCount;
     }
     return status;

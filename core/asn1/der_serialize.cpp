@@ -74,9 +74,9 @@ template <typename Enter, typename Leave> Status visit(DerNode* root, bool stops
 
 // Forgets where items were written before: that buffer may be gone, and not every item need be written again.
 void forgetPlaces(DerNode* root) {
-    const auto enter = [](DerNode* entered) {
-        entered->writtenAt = nullptr;
-        entered->writtenLength = 0;
+    const auto enter = [](DerNode* node) {
+        node->writtenAt = nullptr;
+        node->writtenLength = 0;
     };
     (void)visit(root, false, enter, [](DerNode*) { return OK; }); // has nothing to fail with
 }
@@ -130,8 +130,8 @@ Status Der_ComputeLength(DerNode* item, std::uint32_t* lengthOut) {
         return ERR_NULL_POINTER;
     }
     std::uint32_t total = 0;
-    const auto enter = [](DerNode* entered) {
-        entered->childrenLength = 0;
+    const auto enter = [](DerNode* node) {
+        node->childrenLength = 0;
     };
     const auto leave = [item, &total](DerNode* left) {
         std::uint32_t* const sum = left == item ? &total : &static_cast<DerNode*>(left->parent)->childrenLength;
@@ -161,9 +161,9 @@ Status Der_SerializeToBuffer(DerNode* root, std::uint8_t** bufferOut, std::uint3
     RETURN_IF_ERROR(memAllocZeroed(length, &block));
     auto* const buffer = static_cast<std::uint8_t*>(block);
     std::uint8_t* out = buffer;
-    const auto enter = [&out](DerNode* entered) {
-        entered->writtenAt = out;
-        out = writeStart(out, *entered);
+    const auto enter = [&out](DerNode* node) {
+        node->writtenAt = out;
+        out = writeStart(out, *node);
     };
     const auto leave = [&out](DerNode* left) {
         left->writtenLength = static_cast<std::uint32_t>(out - left->writtenAt);

@@ -72,7 +72,7 @@ Status VLONG_barrettReduce(const vlong* x, const vlong* modulus, const vlong* mu
         RETURN_IF_ERROR(VLONG_setUnit(r.get(), k + 1, 1));
     }
     RETURN_IF_ERROR(VLONG_subMagnitude(r.get(), r2.get()));
-    while (VLONG_cmpMagnitude(r.get(), modulus) > 0) { // "above", so the modulus itself stays in place of 0: meant
+    while (VLONG_cmpMagnitude(r.get(), modulus) > 0) { // "above", so the modulus itself stays in place of 0: on purpose
         RETURN_IF_ERROR(VLONG_subMagnitude(r.get(), modulus));
     }
     *out = r.release();

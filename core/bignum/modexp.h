@@ -49,9 +49,9 @@ Status VLONG_initPowerCtx(MontgomeryCtx* context, const vlong* modulus, vlong** 
 // takesResidues (residues.h) holds for it.
 Status VLONG_newSecretMontgomeryCtx(MontgomeryCtx** out, const vlong* modulus, vlong** queue);
 
-// VLONG_clearMontgomeryCtx: releases the records of a context and sets all of it to zero. Null is accepted; always OK.
+// VLONG_clearMontgomeryCtx: releases the records of a context and sets all of it to zero. Null is accepted; never fails.
 // VLONG_deleteMontgomeryCtx: the same for a context of the heap, which is freed; *context becomes null. A null pointer
-// or a null context is accepted; always OK.
+// or a null context is accepted; never fails.
 Status VLONG_clearMontgomeryCtx(MontgomeryCtx* context, vlong** queue);
 Status VLONG_deleteMontgomeryCtx(MontgomeryCtx** context, vlong** queue);
 
@@ -88,7 +88,7 @@ Status VLONG_modExpCtxPair(const ModExpOperands& first, const ModExpOperands& se
 // VLONG_montMultiply: a := a * b / R mod modulus, in place. VLONG_montSquare: a := a * a / R mod modulus.
 // In/out:  0 <= a, b < modulus. A record a of less than k units capacity grows and keeps its value; scratch is any
 //          record but a and b, grown as needed and overwritten. A zero result has length 1 with unit 0, not length 0:
-//          meant.
+//          on purpose.
 // Errors:  ERR_NULL_POINTER; ERR_BAD_MODULO the context has no modulus; ERR_BAD_LENGTH a or b longer than the modulus;
 //          growth.
 Status VLONG_montMultiply(const MontgomeryCtx* context, vlong* a, const vlong* b, vlong* scratch);

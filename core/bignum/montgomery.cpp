@@ -130,7 +130,7 @@ template <typename Fill> Status newContext(MontgomeryCtx** out, vlong** queue, F
     RETURN_IF_ERROR(memAllocRecord(&context));
     const Status status = fill(context);
     if (isError(status)) {
-        (void)VLONG_deleteMontgomeryCtx(&context, queue); // always OK
+        (void)VLONG_deleteMontgomeryCtx(&context, queue); // never fails
         return status;
     }
     *out = context;
@@ -172,7 +172,7 @@ Status initContext(MontgomeryCtx* context, const vlong* modulus, ContextParts pa
     *context = {};
     const Status status = fillContext(context, modulus, parts, queue);
     if (isError(status)) {
-        (void)VLONG_clearMontgomeryCtx(context, queue); // always OK
+        (void)VLONG_clearMontgomeryCtx(context, queue); // never fails
     }
     return status;
 }
@@ -215,7 +215,7 @@ Status VLONG_clearMontgomeryCtx(MontgomeryCtx* context, vlong** queue) {
 
 Status VLONG_deleteMontgomeryCtx(MontgomeryCtx** context, vlong** queue) {
     if (context != nullptr && *context != nullptr) {
-        (void)VLONG_clearMontgomeryCtx(*context, queue); // always OK
+        (void)VLONG_clearMontgomeryCtx(*context, queue); // never fails
         (void)memFreeRecord(context);                    // not null
     }
     return OK;
@@ -259,7 +259,7 @@ Status montProduct(const MontgomeryCtx* context, vlong* a, const vlong* b, vlong
     }
     a->length = k;
     VLONG_normalise(a);
-    a->length = std::max(a->length, 1U); // a zero keeps one unit, of value 0: meant
+    a->length = std::max(a->length, 1U); // a zero keeps one unit, of value 0: on purpose
     return OK;
 }
 

@@ -62,7 +62,7 @@ public:
     ScopedMontgomeryCtx(const ScopedMontgomeryCtx&) = delete;
     ScopedMontgomeryCtx& operator=(const ScopedMontgomeryCtx&) = delete;
     ~ScopedMontgomeryCtx() {
-        (void)VLONG_clearMontgomeryCtx(&context_, queue_); // always OK
+        (void)VLONG_clearMontgomeryCtx(&context_, queue_); // never fails
     }
 
     // make: the context of a modulus, by VLONG_initPowerCtx, unless there is one.
@@ -88,7 +88,7 @@ public:
     LocalQueue(const LocalQueue&) = delete;
     LocalQueue& operator=(const LocalQueue&) = delete;
     ~LocalQueue() {
-        (void)VLONG_freeQueue(&head_); // always OK
+        (void)VLONG_freeQueue(&head_); // never fails
     }
 
     vlong** get() {

@@ -57,7 +57,7 @@ Status VLONG_alloc(vlong** out, vlong** queue);
 // Errors:  ERR_NULL_POINTER value or *value null.
 Status VLONG_free(vlong** value, vlong** queue);
 
-// VLONG_freeQueue: wipes and frees every spare record. A null queue is accepted; always OK.
+// VLONG_freeQueue: wipes and frees every spare record. A null queue is accepted; never fails.
 Status VLONG_freeQueue(vlong** queue);
 
 // VLONG_newValue: a new record holding value.

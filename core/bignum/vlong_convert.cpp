@@ -24,21 +24,21 @@ Status VLONG_fromBytes(const std::uint8_t* bytes, std::int32_t byteCount, vlong*
     if (byteCount < 0) {
         return ERR_BAD_LENGTH;
     }
-    std::uint32_t left = static_cast<std::uint32_t>(byteCount);
+    std::uint32_t remaining = static_cast<std::uint32_t>(byteCount);
     ScopedVlong record(queue);
     RETURN_IF_ERROR(record.alloc());
-    // One unit more than 65,536 bytes need, so that is one byte too many for the size limit: meant.
-    RETURN_IF_ERROR(VLONG_growKeep(record.get(), left / kUnitBytes + 1));
+    // One unit more than 65,536 bytes need, so that is one byte too many for the size limit: on purpose.
+    RETURN_IF_ERROR(VLONG_growKeep(record.get(), remaining / kUnitBytes + 1));
     vlong* const value = *out = record.release(); // nothing fails any more, and no branch follows a unit
     std::uint32_t count = 0;
-    for (; left > 0; ++count) {
-        const std::uint32_t first = left - std::min(left, kUnitBytes);
+    for (; remaining > 0; ++count) {
+        const std::uint32_t first = remaining - std::min(remaining, kUnitBytes);
         Unit unit = 0;
-        for (std::uint32_t i = first; i < left; ++i) {
+        for (std::uint32_t i = first; i < remaining; ++i) {
             unit = unit << 8 | bytes[i];
         }
         value->units[count] = unit;
-        left = first;
+        remaining = first;
     }
     value->length = publicly(significantUnits(value->units, count));
     return OK;
@@ -79,11 +79,11 @@ Status VLONG_fromWords32(const std::uint32_t* words, std::uint32_t wordCount, vl
     ScopedVlong record(nullptr);
     RETURN_IF_ERROR(record.alloc());
     RETURN_IF_ERROR(VLONG_growKeep(record.get(), (std::uint64_t{wordCount} + 1) / 2));
-    std::uint32_t left = wordCount;
-    for (std::uint32_t index = 0; left > 0; ++index) {
-        const Unit high = left > 1 ? words[left - 2] : 0;
-        RETURN_IF_ERROR(VLONG_setUnit(record.get(), index, high << 32 | words[left - 1]));
-        left -= std::min(left, 2U);
+    std::uint32_t remaining = wordCount;
+    for (std::uint32_t index = 0; remaining > 0; ++index) {
+        const Unit high = remaining > 1 ? words[remaining - 2] : 0;
+        RETURN_IF_ERROR(VLONG_setUnit(record.get(), index, high << 32 | words[remaining - 1]));
+        remaining -= std::min(remaining, 2U);
     }
     *out = record.release();
     return OK;

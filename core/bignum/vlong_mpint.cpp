@@ -15,7 +15,7 @@ Status negateBody(vlong* value) {
     RETURN_IF_ERROR(VLONG_decrement(value, nullptr));
     if (value->length > 0) {
         // The mask has the significant bits of the decremented top unit. A body 80 00 .. 00 has lost its top bit there
-        // and comes out as a zero with its sign flag set: meant.
+        // and comes out as a zero with its sign flag set: on purpose.
         const Unit top = value->units[value->length - 1];
         const Unit mask = ~Unit{0} >> std::countl_zero(top);
         for (std::uint32_t i = 0; i + 1 < value->length; ++i) {
@@ -53,7 +53,7 @@ Status VLONG_fromMpint(const std::uint8_t* bytes, std::uint32_t byteCount, vlong
     for (std::uint32_t i = 0; i < kPrefixBytes; ++i) {
         bodyBytes = bodyBytes << 8 | bytes[i];
     }
-    *consumed = bodyBytes + kPrefixBytes; // before the length is judged, and with wrap-around: meant
+    *consumed = bodyBytes + kPrefixBytes; // before the length is judged, and with wrap-around: on purpose
     if (bodyBytes > 0x7FFFFFFFU || bodyBytes > byteCount - kPrefixBytes) {
         return ERR_BAD_LENGTH;
     }
@@ -74,7 +74,7 @@ Status VLONG_toMpint(const vlong* value, std::uint8_t** out, std::uint32_t* coun
     *out = nullptr;
     const std::uint32_t bits = VLONG_bitLength(value);
     const std::uint32_t magnitudeBytes = (bits + 7) / 8;
-    // One byte for the sign whenever the top bit is taken, also where a negative value could do without: meant.
+    // One byte for the sign whenever the top bit is taken, also where a negative value could do without: on purpose.
     const std::uint32_t signBytes = bits != 0 && bits % 8 == 0 ? 1 : 0;
     const std::uint32_t bodyBytes = magnitudeBytes + signBytes;
     void* block = nullptr;

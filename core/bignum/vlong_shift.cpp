@@ -39,7 +39,7 @@ Status VLONG_shiftRight(vlong* value, std::uint32_t bitCount) {
     const std::uint32_t unitShift = bitCount / kUnitBits;
     const std::uint32_t bitShift = bitCount % kUnitBits;
     if (unitShift >= value->length) {
-        value->length = 0; // the sign flag stays: meant
+        value->length = 0; // the sign flag stays: on purpose
         return OK;
     }
     const std::uint32_t newLength = value->length - unitShift;

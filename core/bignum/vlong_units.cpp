@@ -90,7 +90,7 @@ std::int32_t VLONG_cmp(const vlong* a, const vlong* b) {
 
 std::int32_t VLONG_cmpUnit(const vlong* a, Unit unit) {
     if (a != nullptr && a->negative != 0) {
-        return -1; // also for a zero whose flag is set: meant
+        return -1; // also for a zero whose flag is set: on purpose
     }
     if (lengthOf(a) > 1) {
         return 1;

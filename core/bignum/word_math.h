@@ -73,7 +73,7 @@ inline std::uint32_t quickInverse(std::uint32_t a, std::uint32_t p) {
 // until g is 0 and h the divisor.
 inline Unit secretInverse(Unit a, Unit m, bool* isFound) {
     Unit g = a, h = m, f = 1, v = 0;
-    for (auto left = 2 * std::bit_width(m); left > 0; --left) {
+    for (auto remaining = 2 * std::bit_width(m); remaining > 0; --remaining) {
         const Unit isOdd = Unit{0} - (g & 1), isSwapped = isOdd & signMask(g - h);
         const Unit swap = (g ^ h) & isSwapped, factorSwap = (f ^ v) & isSwapped;
         h ^= swap;

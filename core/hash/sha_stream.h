@@ -52,25 +52,25 @@ Status update(Context* context, const std::uint8_t* data, std::uint32_t length) 
     constexpr std::size_t blockBytes = sizeof context->buffer;
     addToByteCount(context->byteCount, length);
     auto used = static_cast<std::size_t>(context->bufferUsed);
-    std::size_t left = length;
+    std::size_t remaining = length;
     if (used > 0) {
-        const std::size_t taken = std::min(blockBytes - used, left);
+        const std::size_t taken = std::min(blockBytes - used, remaining);
         std::memcpy(context->buffer + used, data, taken);
         used += taken;
         data += taken;
-        left -= taken;
+        remaining -= taken;
         if (used == blockBytes) {
             Algorithm::compress(context->state, context->buffer, 1);
             used = 0;
         }
     }
-    if (left >= blockBytes) {
-        Algorithm::compress(context->state, data, left / blockBytes);
-        data += left - left % blockBytes;
-        left %= blockBytes;
+    if (remaining >= blockBytes) {
+        Algorithm::compress(context->state, data, remaining / blockBytes);
+        data += remaining - remaining % blockBytes;
+        remaining %= blockBytes;
     }
-    std::memcpy(context->buffer + used, data, left);
-    context->bufferUsed = static_cast<std::int32_t>(used + left);
+    std::memcpy(context->buffer + used, data, remaining);
+    context->bufferUsed = static_cast<std::int32_t>(used + remaining);
     return OK;
 }
 
@@ -137,17 +137,18 @@ template <typename Algorithm> Status digest(const std::uint8_t* data, std::uint3
     std::copy(std::begin(Algorithm::kInitialState), std::end(Algorithm::kInitialState), work.state);
     std::memset(&work.byteCount, 0, sizeof work.byteCount);
     addToByteCount(work.byteCount, length);
-    std::size_t left = length;
-    if (left > sizeof work.tail - 1 - countBytes) {
-        Algorithm::compress(work.state, data, left / blockBytes);
-        data += left - left % blockBytes;
-        left %= blockBytes;
+    std::size_t remaining = length;
+    if (remaining > sizeof work.tail - 1 - countBytes) {
+        Algorithm::compress(work.state, data, remaining / blockBytes);
+        data += remaining - remaining % blockBytes;
+        remaining %= blockBytes;
     }
-    const std::size_t tailBytes = (left + countBytes) / blockBytes * blockBytes + blockBytes;
+    const std::size_t tailBytes = (remaining + countBytes) / blockBytes * blockBytes + blockBytes;
     std::memset(work.tail, 0, sizeof work.tail);
-    (void)memCopy(work.tail, data,
-                  static_cast<std::int64_t>(left)); // memcpy would be a string instruction here, which begins slowly
-    work.tail[left] = 0x80;
+    (void)memCopy(
+        work.tail, data,
+        static_cast<std::int64_t>(remaining)); // memcpy would be a string instruction here, which begins slowly
+    work.tail[remaining] = 0x80;
     storeBitCount(work.byteCount, work.tail + tailBytes);
     Algorithm::compress(work.state, work.tail, tailBytes / blockBytes);
     writeDigest<Algorithm>(&work, out);

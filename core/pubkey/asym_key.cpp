@@ -79,7 +79,7 @@ Status AsymKey_SetDsaParameters(AsymmetricKey* key, const std::uint8_t* p, std::
                                 std::uint32_t qLength, const std::uint8_t* g, std::uint32_t gLength,
                                 const std::uint8_t* y, std::uint32_t yLength, const std::uint8_t* x,
                                 std::uint32_t xLength, vlong** queue) {
-    if (key == nullptr || q == nullptr || g == nullptr) { // p is not looked at here: meant
+    if (key == nullptr || q == nullptr || g == nullptr) { // p is not looked at here: on purpose
         return ERR_NULL_POINTER;
     }
     if (pLength == 0 || qLength == 0 || gLength == 0) {

@@ -67,7 +67,7 @@ Status loadPublicKey(const std::uint8_t* der, std::uint32_t length, AsymmetricKe
     RETURN_IF_ERROR(parse(der, length, &info));
     Path path(info, ERR_CERT_INVALID_STRUCT);
     ByteView p, q, g, encodedY;
-    RETURN_IF_ERROR(path.follow(kToP, &p)); // whatever the OBJECT IDENTIFIER: meant
+    RETURN_IF_ERROR(path.follow(kToP, &p)); // whatever the OBJECT IDENTIFIER: on purpose
     RETURN_IF_ERROR(path.follow(kToNextInteger, &q));
     RETURN_IF_ERROR(path.follow(kToNextInteger, &g));
     RETURN_IF_ERROR(path.follow(kFromGToKey, &encodedY));
@@ -90,7 +90,7 @@ Status parseDSAPublicKey(const std::uint8_t* der, std::uint32_t length, Asymmetr
     }
     const Status status = loadPublicKey(der, length, key);
     if (isError(status)) {
-        (void)AsymKey_Uninit(key, nullptr); // there may be none
+        (void)AsymKey_Uninit(key, nullptr); // null is skipped
     }
     return status;
 }

@@ -16,7 +16,7 @@ Status makeKeyPair(const RandomBytes& random, DSAKey& key, vlong** queue) {
     Residues q;
     RETURN_IF_ERROR(q.start(key.q, 1));
     Unit* const x = q.take();
-    RETURN_IF_ERROR(q.reduceOctets(x, bytes.data(), kPrivateKeyBytes)); // 0 is not ruled out: meant
+    RETURN_IF_ERROR(q.reduceOctets(x, bytes.data(), kPrivateKeyBytes)); // 0 is not ruled out: on purpose
     RETURN_IF_ERROR(q.record(x, &key.x, queue));
     key.x->length = publicly(significantUnits(x, q.units()));
     return dsaMakeY(key, queue);
@@ -26,7 +26,7 @@ Status makeKeyPair(const RandomBytes& random, DSAKey& key, vlong** queue) {
 
 Status Dsa_GenerateKey(const RandomBytes& random, DSAKey* dsaKey, std::uint32_t L, std::uint32_t* counter,
                        std::uint8_t* seed, vlong** h, vlong** queue) {
-    // Only one size goes with 160 bits, so every other L is refused: meant.
+    // Only one size goes with 160 bits, so every other L is refused: on purpose.
     return Dsa_GenerateKeyEx(random, dsaKey, L, 160, kDsaSha1, counter, seed, h, queue);
 }
 

@@ -80,7 +80,7 @@ Status searchP(const RandomBytes& random, const DsaSizes& sizes, const std::uint
     RETURN_IF_ERROR(VLONG_newCopy(q, twiceQ.out(), queue));
     RETURN_IF_ERROR(VLONG_shiftLeft1(twiceQ.get()));
     const std::uint32_t hashCount = (sizes.L - 1) / (8 * sizes.hashBytes) + 1;
-    // One candidate fewer than the standard tries: meant.
+    // One candidate fewer than the standard tries: on purpose.
     for (std::uint32_t i = 0; i < 4 * sizes.L - 1; ++i) {
         RETURN_IF_ERROR(candidateX(sizes, seed, 1 + i * hashCount, x, queue));
         RETURN_IF_ERROR(candidateP(x.get(), twiceQ.get(), candidate, queue));
@@ -137,7 +137,7 @@ Status dsaFindGenerator(const vlong* p, const vlong* q, vlong** g, vlong** h, vl
     RETURN_IF_ERROR(VLONG_newCopy(p, base.out(), queue));
     RETURN_IF_ERROR(VLONG_decrement(base.get(), queue));
     RETURN_IF_ERROR(VLONG_div(base.get(), q, exponent.out(), queue));
-    do { // from p - 2 down, where others count up from 2: meant
+    do { // from p - 2 down, where others count up from 2: on purpose
         RETURN_IF_ERROR(VLONG_decrement(base.get(), queue));
         RETURN_IF_ERROR(VLONG_modExp(base.get(), exponent.get(), p, power.out(), queue));
     } while (VLONG_bitLength(power.get()) < 2);

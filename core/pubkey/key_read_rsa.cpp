@@ -8,8 +8,9 @@
 
 namespace {
 
-constexpr std::uint32_t kMaxVersion = 1; // 1 is for keys of several primes; such a key loads with its first two: meant
-constexpr std::uint32_t kMaxExponentOctets = kAsn1MaxValueOctets; // longer exponents are refused: meant
+constexpr std::uint32_t kMaxVersion =
+    1; // 1 is for keys of several primes; such a key loads with its first two: on purpose
+constexpr std::uint32_t kMaxExponentOctets = kAsn1MaxValueOctets; // longer exponents are refused: on purpose
 
 Status readPublic(const ParsedDer& input, const Asn1Node& n, const Asn1Node& e, RSAKey* rsaKey) {
     if (!isUniversal(&n, kAsn1Integer) || !isUniversal(&e, kAsn1Integer) || e.length > kMaxExponentOctets) {
@@ -29,7 +30,7 @@ const Asn1Node* behind(const Asn1Node* item, int places) {
 }
 
 // The items behind n: e, d, p, q, dP, dQ, qInv. The key is computed from n, e, p and q, whatever else it says; of the
-// others none is checked for its tag, and but for qInv, which may be a hint, none is looked at. All meant.
+// others none is checked for its tag, and but for qInv, which may be a hint, none is looked at. All of this is on purpose.
 Status readPrivate(const ParsedDer& input, const Asn1Node& version, const Asn1Node& n, KeyUse use, RSAKey* rsaKey) {
     if (!isUniversal(&version, kAsn1Integer) || !isUniversal(&n, kAsn1Integer)) {
         return ERR_RSA_INVALID_PKCS1;

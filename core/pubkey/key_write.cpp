@@ -22,7 +22,7 @@ Status decremented(const vlong* value, ScopedVlong& out, vlong** queue) {
     return VLONG_decrement(out.get(), queue);
 }
 
-// *d := 1/e mod lcm(p - 1, q - 1): the smallest private exponent, not 1/e mod (p - 1)(q - 1): meant.
+// *d := 1/e mod lcm(p - 1, q - 1): the smallest private exponent, not 1/e mod (p - 1)(q - 1): on purpose.
 Status privateExponent(const RSAKey& key, vlong** d, vlong** queue) {
     ScopedVlong p1(queue), q1(queue), product(queue), divisor(queue), lcm(queue), remainder(queue);
     RETURN_IF_ERROR(decremented(key.p, p1, queue));

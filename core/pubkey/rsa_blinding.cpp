@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr std::uint32_t kMaxReuses = 32; // 33 operations with one pair: meant
+constexpr std::uint32_t kMaxReuses = 32; // 33 operations with one pair: on purpose
 
 // LockedBlinding: holds the key's lock for the length of a scope.
 class LockedBlinding {

@@ -17,7 +17,7 @@ std::uint32_t minDistanceBits(std::uint32_t primeBits) {
 }
 
 // A lower bound for a prime of that many bits, with one of the patterns 11, 1011 on top. The second, 1.375 / 2, is a
-// little below the root of 1/2: the product of two primes can be a bit short then, and the attempt is repeated. Meant.
+// little below the root of 1/2: the product of two primes can be a bit short then, and the attempt is repeated. On purpose.
 Status drawBound(const RandomBytes& random, std::uint32_t bits, ScopedVlong& bound, vlong** queue) {
     RETURN_IF_ERROR(VLONG_makeRandomOdd(random, bound.out(), bits, queue));
     if (!VLONG_testBit(bound.get(), bits - 2)) {
@@ -83,17 +83,17 @@ Status Rsa_GenerateKey(const RandomBytes& random, RSAKey* rsaKey, std::uint32_t 
         return ERR_BAD_LENGTH;
     }
     LocalQueue local(queue);
-    RSAKey made{};
-    do { // against the bits as given: a size that is no multiple of 128 is never met, or by a short modulus. Meant.
-        rsaKeyClear(&made, local.get());
-        const Status status = makeKey(random, &made, static_cast<std::uint32_t>(rounded), local.get());
+    RSAKey created{};
+    do { // against the bits as given: a size that is no multiple of 128 is never met, or by a short modulus. On purpose.
+        rsaKeyClear(&created, local.get());
+        const Status status = makeKey(random, &created, static_cast<std::uint32_t>(rounded), local.get());
         if (isError(status)) {
-            rsaKeyClear(&made, local.get());
+            rsaKeyClear(&created, local.get());
             return status;
         }
-    } while (VLONG_bitLength(made.n) != bits || VLONG_cmp(made.p, made.q) == 0);
+    } while (VLONG_bitLength(created.n) != bits || VLONG_cmp(created.p, created.q) == 0);
     rsaKeyClear(rsaKey, local.get());
-    made.blinding = rsaKey->blinding; // the lock; there is no pair
-    *rsaKey = made;
+    created.blinding = rsaKey->blinding; // the lock; there is no pair
+    *rsaKey = created;
     return OK;
 }

@@ -30,8 +30,8 @@ void releaseDerived(RSAKey& key, vlong** queue) {
     releaseNumber(&key.dP, queue);
     releaseNumber(&key.dQ, queue);
     releaseNumber(&key.qInv, queue);
-    (void)VLONG_deleteMontgomeryCtx(&key.contextP, queue); // always OK
-    (void)VLONG_deleteMontgomeryCtx(&key.contextQ, queue); // always OK
+    (void)VLONG_deleteMontgomeryCtx(&key.contextP, queue); // never fails
+    (void)VLONG_deleteMontgomeryCtx(&key.contextQ, queue); // never fails
 }
 
 // Makes in derived whatever of key's derived values is absent, or all of them when the primes are to be swapped.
@@ -57,9 +57,9 @@ Status derive(const RSAKey& key, bool isSwapped, RSAKey& derived, vlong** queue)
 }
 
 // Moves a value that has been made into its place.
-template <typename Value> void adopt(Value*& place, Value* made) {
-    if (made != nullptr) {
-        place = made;
+template <typename Value> void adopt(Value*& place, Value* value) {
+    if (value != nullptr) {
+        place = value;
     }
 }
 

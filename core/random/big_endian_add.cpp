@@ -10,25 +10,25 @@ constexpr std::size_t kWordBytes = sizeof(Word);
 
 void bigEndianAdd(std::uint8_t* a, std::size_t aLength, const std::uint8_t* b, std::size_t bLength, unsigned carryIn) {
     Word carry = carryIn;
-    std::size_t left = aLength; // bytes of a still to be added to
+    std::size_t remaining = aLength; // bytes of a still to be added to
     // Whole words while both have them.
-    for (; left >= kWordBytes && bLength >= kWordBytes; left -= kWordBytes, bLength -= kWordBytes) {
-        const Word sum = loadBigEndian<Word>(a + left - kWordBytes) + carry;
+    for (; remaining >= kWordBytes && bLength >= kWordBytes; remaining -= kWordBytes, bLength -= kWordBytes) {
+        const Word sum = loadBigEndian<Word>(a + remaining - kWordBytes) + carry;
         const Word total = sum + loadBigEndian<Word>(b + bLength - kWordBytes);
         carry = (sum < carry ? 1u : 0u) + (total < sum ? 1u : 0u);
-        storeBigEndian(a + left - kWordBytes, total);
+        storeBigEndian(a + remaining - kWordBytes, total);
     }
     // Byte by byte to the end of b, and on to a word's edge.
-    for (; left > 0 && (bLength > 0 || left % kWordBytes != 0); --left) {
-        carry += a[left - 1];
+    for (; remaining > 0 && (bLength > 0 || remaining % kWordBytes != 0); --remaining) {
+        carry += a[remaining - 1];
         carry += bLength > 0 ? b[--bLength] : 0u;
-        a[left - 1] = static_cast<std::uint8_t>(carry);
+        a[remaining - 1] = static_cast<std::uint8_t>(carry);
         carry >>= 8;
     }
     // The carry through the rest of a.
-    for (; left >= kWordBytes; left -= kWordBytes) {
-        const Word sum = loadBigEndian<Word>(a + left - kWordBytes) + carry;
+    for (; remaining >= kWordBytes; remaining -= kWordBytes) {
+        const Word sum = loadBigEndian<Word>(a + remaining - kWordBytes) + carry;
         carry = sum < carry ? 1 : 0;
-        storeBigEndian(a + left - kWordBytes, sum);
+        storeBigEndian(a + remaining - kWordBytes, sum);
     }
 }

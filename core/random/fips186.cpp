@@ -115,19 +115,19 @@ Status fips186NewContext(RandomContext** context, std::uint32_t keyBytes, const 
     if (keyBytes < kMinKeyBytes || keyBytes > kMaxKeyBytes) {
         return ERR_INVALID_ARG;
     }
-    RandomContext* made = nullptr;
-    if (isError(memAllocRecord(&made))) {
+    RandomContext* created = nullptr;
+    if (isError(memAllocRecord(&created))) {
         return ERR_NULL_POINTER; // the status that callers of this operation know for a refusing heap
     }
-    Fips186State& state = made->state;
+    Fips186State& state = created->state;
     if (const Status status = rtosMutexCreate(&state.mutex, 0, 0); isError(status)) {
-        (void)memFreeRecord(&made); // it exists
+        (void)memFreeRecord(&created); // it is not null: cannot fail
         return status;
     }
     state.xkey.init(static_cast<std::uint8_t>(keyBytes), xkeySeed);
     state.xseed = xseed;
     state.xseedRemaining = std::max(xseedLength, 0);
-    *context = made;
+    *context = created;
     return OK;
 }
 

@@ -52,13 +52,13 @@ Status acquireContextInMode(RandomContext** context, std::uint8_t mode) {
     *context = nullptr;
     SecretArray<std::uint8_t, kMaxKeyBytes> xkeySeed;
     RETURN_IF_ERROR(seedPoolGetBytes(xkeySeed.data(), kMaxKeyBytes));
-    RandomContext* made = nullptr;
-    RETURN_IF_ERROR(fips186NewContext(&made, kMaxKeyBytes, xkeySeed.data(), 0, nullptr));
-    if (const Status status = seed(made, mode); isError(status)) {
-        (void)randomReleaseContext(&made); // it exists
+    RandomContext* created = nullptr;
+    RETURN_IF_ERROR(fips186NewContext(&created, kMaxKeyBytes, xkeySeed.data(), 0, nullptr));
+    if (const Status status = seed(created, mode); isError(status)) {
+        (void)randomReleaseContext(&created); // it is not null: cannot fail
         return status;
     }
-    *context = made;
+    *context = created;
     return OK;
 }
 

@@ -34,7 +34,7 @@ Status drawFromPrivateContext(std::uint8_t* bytes) {
     RandomContext* context = nullptr;
     RETURN_IF_ERROR(acquireContextInMode(&context, kSeedWithThreads));
     const Status status = randomGenerate(context, bytes, kDepotBytes);
-    (void)randomReleaseContext(&context); // it exists
+    (void)randomReleaseContext(&context); // it is not null: cannot fail
     return status;
 }
 
@@ -50,7 +50,7 @@ Status fillFromDepot() {
 void depotMain(void*) {
     if (!isError(seedStateWait())) {
         (void)fillFromDepot();    // nobody waits for it; without it the context stays as good as it was
-        (void)seedStateRelease(); // it is ours
+        (void)seedStateRelease(); // this thread holds it: cannot fail
     }
     depotRunning.store(false, std::memory_order_release);
 }
@@ -81,7 +81,7 @@ Status makeShared(bool& isNew) {
 
 void releaseShared() {
     RandomContext* context = sharedContext.exchange(nullptr);
-    (void)randomReleaseContext(&context); // it exists
+    (void)randomReleaseContext(&context); // it is not null: cannot fail
 }
 
 } // namespace
@@ -98,7 +98,7 @@ Status randomAcquireGlobalContext() {
             releaseShared();
         }
     }
-    (void)seedStateRelease(); // it is ours
+    (void)seedStateRelease(); // this thread holds it: cannot fail
     return status;
 }
 
@@ -110,7 +110,7 @@ Status randomReleaseGlobalContext() {
     if (exists) {
         releaseShared();
     }
-    (void)seedStateRelease(); // it is ours
+    (void)seedStateRelease(); // this thread holds it: cannot fail
     return exists ? OK : ERR_RAND_CTX_NOT_INITIALIZED;
 }
 

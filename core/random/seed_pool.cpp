@@ -28,7 +28,7 @@ RtosMutex seedStateMutex = nullptr; // guards the process-wide shared context
 Status makeReady() {
     RETURN_IF_ERROR(rtosMutexCreate(&seedPoolMutex, 0, 0));
     if (const Status status = rtosMutexCreate(&seedStateMutex, 0, 0); isError(status)) {
-        (void)rtosMutexFree(&seedPoolMutex); // it exists
+        (void)rtosMutexFree(&seedPoolMutex); // it is not null: cannot fail
         return status;
     }
     seedOutputIndex = kPoolBytes;

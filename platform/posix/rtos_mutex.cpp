@@ -69,7 +69,7 @@ Status rtosMutexCreate(RtosMutex* mutex, std::uint32_t, std::uint32_t) {
         return ERR_RTOS_MUTEX_CREATE;
     }
     if (!initialise(&object->mutex)) {
-        (void)memFreeRecord(&object); // it exists
+        (void)memFreeRecord(&object); // it is not null: cannot fail
         return ERR_RTOS_MUTEX_CREATE;
     }
     *mutex = object;

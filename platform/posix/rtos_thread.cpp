@@ -12,7 +12,7 @@ struct RtosThreadObject {
 
 namespace {
 
-// What a new thread is told; it frees the record.
+// What a new thread is given; it frees the record.
 struct Start {
     RtosThreadEntry entry;
     void* argument;
@@ -20,9 +20,9 @@ struct Start {
 
 void* run(void* argument) {
     auto* start = static_cast<Start*>(argument);
-    const Start told = *start;
-    (void)memFreeRecord(&start); // it exists
-    told.entry(told.argument);
+    const Start own = *start;
+    (void)memFreeRecord(&start); // it is not null: cannot fail
+    own.entry(own.argument);
     return nullptr;
 }
 
@@ -63,7 +63,7 @@ Status rtosCreateThread(RtosThreadEntry entry, void* argument, std::uint32_t, Rt
 Status rtosDestroyThread(RtosThread thread) {
     if (thread != nullptr) {
         pthread_detach(thread->thread);
-        (void)memFreeRecord(&thread); // it exists
+        (void)memFreeRecord(&thread); // it is not null: cannot fail
     }
     return OK;
 }

@@ -8,7 +8,7 @@
 
 namespace {
 
-// What a new thread is told; it frees the record.
+// What a new thread is given; it frees the record.
 struct Start {
     RtosThreadEntry entry;
     void* argument;
@@ -16,9 +16,9 @@ struct Start {
 
 unsigned __stdcall run(void* argument) {
     auto* start = static_cast<Start*>(argument);
-    const Start told = *start;
-    (void)memFreeRecord(&start); // it exists
-    told.entry(told.argument);
+    const Start own = *start;
+    (void)memFreeRecord(&start); // it is not null: cannot fail
+    own.entry(own.argument);
     return 0;
 }
 
@@ -36,7 +36,7 @@ Status rtosCreateThread(RtosThreadEntry entry, void* argument, std::uint32_t, Rt
     *start = {entry, argument};
     *thread = reinterpret_cast<RtosThread>(_beginthreadex(nullptr, 0, run, start, 0, nullptr));
     if (*thread == nullptr) {
-        (void)memFreeRecord(&start); // it exists
+        (void)memFreeRecord(&start); // it is not null: cannot fail
         return ERR_RTOS_THREAD_CREATE;
     }
     return OK;

@@ -1,7 +1,5 @@
 #include "tests/bridge/fake_jni.h"
 
-#include "tests/support/test_heap.h"
-
 #include <algorithm>
 #include <cstdarg>
 #include <set>
@@ -51,6 +49,10 @@ void FakeJni::installObjects() {
         }
         ++jni.localReferences;
         return real<jclass>(jni.add(name));
+    };
+    table_.RegisterNatives = [](JNIEnv* env, jclass, const JNINativeMethod* methods, jint count) -> jint {
+        std::for_each_n(methods, count, [&](const JNINativeMethod& row) { self(env).natives[row.name] = row.fnPtr; });
+        return 0;
     };
     table_.GetObjectClass = [](JNIEnv* env, jobject object) -> jclass {
         FakeJni& jni = self(env);
@@ -159,6 +161,16 @@ void FakeJni::installArrays() {
             return nullptr;
         }
         return jni.newBytes(std::vector<std::uint8_t>(static_cast<std::size_t>(length)));
+    };
+    table_.SetByteArrayRegion = [](JNIEnv* env, jbyteArray array, jsize offset, jsize length,
+                                   const jbyte* from) -> void {
+        self(env).enter("SetByteArrayRegion");
+        std::vector<jbyte>& bytes = fake(array)->bytes;
+        if (offset < 0 || offset > static_cast<jsize>(bytes.size()) - length) {
+            self(env).raise("java/lang/ArrayIndexOutOfBoundsException", "said by the VM");
+        } else {
+            std::copy_n(from, length, bytes.begin() + offset);
+        }
     };
     table_.GetPrimitiveArrayCritical = [](JNIEnv* env, jarray array, jboolean*) -> void* {
         FakeJni& jni = self(env);

@@ -59,6 +59,7 @@ public:
     bool failsQuietly = false; // a refused call leaves no exception
     bool criticalPins = false; // GetPrimitiveArrayCritical returns the array itself, not a copy
 
+    std::map<std::string, void*> natives; // what has been registered
     std::vector<std::string> violations;
     int localReferences = 0; // made and not yet deleted, arrays left out: those go back to Java
     int openRegions() const {

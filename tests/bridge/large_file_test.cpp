@@ -2,7 +2,6 @@
 #include "bridge/zel_util.h"
 #include "tests/bridge/native_calls.h"
 #include "tests/bridge/script.h"
-#include "tests/support/hex.h"
 
 #include <gtest/gtest.h>
 
@@ -14,9 +13,9 @@ namespace {
 // The verdict on a file that is there, with the signature of that name beside it.
 int verdict(const std::string& path, const char* signature) {
     const std::map<std::string, std::string> values = readScript("signed_files.txt").front().values;
-    const std::vector<std::uint8_t> key = fromHex(values.at("fileKey"));
+    const std::vector<std::uint8_t> key = bytesOf(values.at("fileKey"));
     const std::string beside = path + ".sig";
-    makeFile("file", {beside.begin(), beside.end()}, fromHex(values.at(signature)));
+    makeFile("file", {beside.begin(), beside.end()}, bytesOf(values.at(signature)));
     return ZelUtil::checkFileSignature(key.data(), static_cast<int>(key.size()), path.c_str(), 100);
 }
 

@@ -2,6 +2,7 @@
 #include "tests/bridge/native_calls.h"
 
 #include "bridge/key_pair_steps.h"
+#include "bridge/short_calls.h"
 #include "bridge/zel_sha_with_rsa_signature.h"
 #include "bridge/zel_util.h"
 #include "core/pubkey/dsa_der.h"
@@ -142,6 +143,16 @@ jint parsePublicKey(JNIEnv*, jobject, jbyteArray der) {
     return status;
 }
 
+// A method that the library registers with a VM; the type is the one that its Java signature stands for.
+template <typename Function> EntryPoint registered(const std::string& type, const char* method) {
+    static const auto natives = [] {
+        FakeJni jni;
+        registerShortCalls(jni.env());
+        return jni.natives;
+    }();
+    return entryPoint(type + method, reinterpret_cast<Function*>(natives.at(method)));
+}
+
 } // namespace
 
 std::vector<EntryPoint> nativeEntryPoints() {
@@ -152,6 +163,13 @@ std::vector<EntryPoint> nativeEntryPoints() {
                                        entryPoint("ZelObject.hexdump", dump),
                                        entryPoint("KeyPairSteps.generateNothing", generateNothing),
                                        entryPoint("DsaDer.parseDSAPublicKey", parsePublicKey)};
+    const std::string shortCalls = "ShortCalls.";
+    entries.insert(entries.end(),
+                   {registered<jint(JNIEnv*, jobject, jint, jbyteArray, jint, jbyteArray, jint)>(shortCalls, "digest0"),
+                    registered<jint(JNIEnv*, jobject, jint, jbyteArray, jbyteArray, jint, jint)>(shortCalls, "cbc0"),
+                    registered<jint(JNIEnv*, jobject, jint, jbyteArray, jbyteArray, jint)>(shortCalls, "expandKey0"),
+                    registered<void(JNIEnv*, jobject, jbyteArray)>(shortCalls, "nextBytes0"),
+                    registered<jlong(JNIEnv*, jobject, jint)>(shortCalls, "address0")});
     for (const std::string name : {"ZelSha1", "ZelSha256"}) {
         const std::string digest = name + "MessageDigestSpi.", rsa = name + "WithRsaSignatureSpi.";
         using Rsa = ZelShaWithRsaSignature;
@@ -159,6 +177,7 @@ std::vector<EntryPoint> nativeEntryPoints() {
                        {entryPoint(digest + "nativeReset", digestReset),
                         entryPoint(digest + "nativeUpdate", digestUpdate), entryPoint(digest + "digest", digestRaw),
                         entryPoint(digest + "nativeDigest", digestNative),
+                        registered<void(JNIEnv*, jobject, jbyteArray)>(digest, "copyEngine0"),
                         entryPoint(rsa + "nativeInitVerify", rsaKey<&Rsa::nativeInitVerify>),
                         entryPoint(rsa + "nativeInitSign", rsaKey<&Rsa::nativeInitSign>),
                         entryPoint(rsa + "nativeUpdate", rsaBytes<&Rsa::nativeUpdate>),

@@ -2,7 +2,6 @@
 
 #include "tests/bridge/native_calls.h"
 #include "tests/support/faults.h"
-#include "tests/support/test_heap.h"
 
 #include <algorithm>
 #include <functional>
@@ -30,6 +29,17 @@ std::string printedBy(const std::function<void()>& work) {
     std::string text = testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
     std::erase(text, '\r'); // text mode on Windows
     return text;
+}
+
+const EntryPoint& entryOf(const ScriptLine& line) {
+    const std::string& name = line.words[0];
+    const std::size_t dot = name.find('.');
+    const EntryPoint* const entry =
+        findEntryPoint(name.substr(0, std::min(name.find('#'), dot)) + name.substr(dot), line.words.size() - 1);
+    if (entry == nullptr) {
+        throw std::runtime_error(line.where + ": no such entry point");
+    }
+    return *entry;
 }
 
 } // namespace
@@ -81,6 +91,9 @@ JavaValue Player::argument(char type, const std::string& word) {
     if (word == "null") {
         return {};
     }
+    if (word[0] == 'Z') {
+        return {0, static_cast<jbyteArray>(objectOf(word))};
+    }
     if (word[0] == '@' && word.find_first_of("[+") == std::string::npos) {
         return {0, arrays_.at(word.substr(1))};
     }
@@ -95,21 +108,6 @@ jobject Player::objectOf(const std::string& name) {
     }
     return object;
 }
-
-namespace {
-
-const EntryPoint& entryOf(const ScriptLine& line) {
-    const std::string& name = line.words[0];
-    const std::size_t dot = name.find('.');
-    const EntryPoint* const entry =
-        findEntryPoint(name.substr(0, std::min(name.find('#'), dot)) + name.substr(dot), line.words.size() - 1);
-    if (entry == nullptr) {
-        throw std::runtime_error(line.where + ": no such entry point");
-    }
-    return *entry;
-}
-
-} // namespace
 
 Player::Outcome Player::wanted(const ScriptLine& line) const {
     const char type = entryOf(line).shape[0];

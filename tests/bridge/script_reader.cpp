@@ -1,30 +1,12 @@
 #include "tests/bridge/script.h"
 
+#include <algorithm>
 #include <cctype>
-#include <fstream>
 #include <stdexcept>
 
 namespace {
 
-const std::string kFolder = ZEL_TESTS "bridge/scripts/";
-
-// Words between spaces; a quoted text may contain spaces.
-Words wordsOf(const std::string& text) {
-    Words words;
-    bool isQuoted = false, isInWord = false;
-    for (const char c : text) {
-        isQuoted ^= c == '"';
-        const bool wasInWord = isInWord;
-        isInWord = c != ' ' || isQuoted;
-        if (isInWord && !wasInWord) {
-            words.emplace_back();
-        }
-        if (isInWord) {
-            words.back() += c;
-        }
-    }
-    return words;
-}
+const std::string kFolder = "bridge/scripts/";
 
 // The text with the number-th of each {one|other|third}; empty when there are not so many.
 std::string alternative(std::string text, std::size_t number) {
@@ -52,19 +34,11 @@ public:
     }
 
     void read(const std::string& file) {
-        std::ifstream lines(kFolder + file);
-        int number = 0;
-        for (std::string text; std::getline(lines, text);) {
-            where_ = file + ":" + std::to_string(++number) + ": ";
-            if (!text.empty() && text.back() == '\r') {
-                text.pop_back();
-            }
-            if (!text.empty() && text[0] != '#' && !text.starts_with("for ")) {
+        for (const auto& [where, text] : linesOf(kFolder + file)) {
+            where_ = where;
+            if (!text.starts_with("for ")) {
                 readLine(expanded(text));
             }
-        }
-        if (number == 0) {
-            throw std::runtime_error("cannot read " + file);
         }
     }
 
@@ -144,8 +118,7 @@ private:
 
 std::vector<Script> readScript(const std::string& file) {
     Words choices;
-    std::ifstream lines(kFolder + file);
-    for (std::string text; std::getline(lines, text);) {
+    for (const auto& [where, text] : linesOf(kFolder + file)) {
         if (text.starts_with("for ")) {
             choices.push_back(text.substr(4));
         }

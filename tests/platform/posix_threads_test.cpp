@@ -9,18 +9,15 @@
 
 namespace {
 
-TEST(PosixThreads, TakeNoSignals) {
-    static std::atomic<int> blocked;
-    blocked = -1;
+TEST(Threads, TakeNoSignals) {
+    static std::atomic<int> blocked{-1};
+    const auto look = [](void*) {
+        sigset_t mask;
+        pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+        blocked = sigismember(&mask, SIGUSR1) + sigismember(&mask, SIGTERM) + sigismember(&mask, SIGALRM);
+    };
     RtosThread thread = nullptr;
-    ASSERT_EQ(rtosCreateThread(
-                  [](void*) {
-                      sigset_t mask;
-                      pthread_sigmask(SIG_SETMASK, nullptr, &mask);
-                      blocked = sigismember(&mask, SIGUSR1) + sigismember(&mask, SIGTERM) + sigismember(&mask, SIGALRM);
-                  },
-                  nullptr, 0, &thread),
-              OK);
+    ASSERT_EQ(rtosCreateThread(look, nullptr, 0, &thread), OK);
     EXPECT_EQ(rtosDestroyThread(thread), OK);
     for (int i = 0; i < 1000 && blocked < 0; ++i) {
         rtosSleepMs(10);

@@ -5,6 +5,8 @@
 #include "core/random/random_bytes.h"
 
 #include <algorithm>
+#include <numeric>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -19,6 +21,11 @@ public:
 
     RandomBytes bytes() {
         return {fill, this};
+    }
+
+    // How many draws there were, and of how many bytes in all.
+    std::vector<std::string> told() const {
+        return {std::to_string(draws.size()), std::to_string(std::accumulate(draws.begin(), draws.end(), 0U))};
     }
 
     std::vector<std::uint32_t> draws;                 // the length of each draw

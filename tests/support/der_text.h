@@ -3,11 +3,9 @@
 #ifndef ZELSPI_TESTS_SUPPORT_DER_TEXT_H
 #define ZELSPI_TESTS_SUPPORT_DER_TEXT_H
 
-#include "tests/support/hex.h"
+#include "tests/support/asn1_outline.h"
+#include "tests/support/faults.h"
 #include "tests/support/vectors.h"
-
-#include <cctype>
-#include <functional>
 
 using DerNames = std::function<Bytes(const std::string& name)>;
 
@@ -24,11 +22,7 @@ inline Bytes derItem(std::uint8_t identifier, const Bytes& content) {
 
 // derInteger: the INTEGER of an unsigned magnitude in hexadecimal.
 inline Bytes derInteger(const std::string& hex) {
-    Bytes content = fromHex(hex);
-    if (content.empty() || content[0] >= 0x80) {
-        content.insert(content.begin(), std::uint8_t{0});
-    }
-    return derItem(0x02, content);
+    return derItem(0x02, bytesOf((hex.empty() || hex[0] >= '8' ? "00" : "") + hex));
 }
 
 inline Bytes derItems(std::string_view& text, const DerNames& names) {
@@ -40,44 +34,30 @@ inline Bytes derItems(std::string_view& text, const DerNames& names) {
         Bytes item;
         if (!text.empty() && text[0] == '(') {
             text.remove_prefix(1);
-            item = derItem(fromHex(word)[0], derItems(text, names));
+            item = derItem(bytesOf(word)[0], derItems(text, names));
             text.remove_prefix(1);
         } else {
-            item = std::isupper(static_cast<unsigned char>(word[0])) != 0 ? names(word) : fromHex(word);
+            item = word[0] >= 'A' && word[0] <= 'Z' ? names(word) : bytesOf(word);
         }
         all.insert(all.end(), item.begin(), item.end());
         text.remove_prefix(!text.empty() && text[0] == ',' ? 1 : 0);
     }
+    all.reserve(1); // data() of an empty one is no null pointer
     return all;
 }
 
 inline Bytes derOf(std::string_view text, const DerNames& names = {}) {
-    text = text == "." ? std::string_view() : text;
-    Bytes octets = derItems(text, names);
-    octets.reserve(1); // data() of an empty one is no null pointer
-    return octets;
+    return derItems(text, names);
 }
 
 // integersOf: the INTEGERs of a SEQUENCE, in hexadecimal without leading zeros.
 inline Words integersOf(const Bytes& der) {
-    const auto header = [&der](std::size_t& at) {
-        std::size_t length = der[at + 1];
-        at += 2;
-        for (std::size_t octets = length > 128 ? length - 128 : 0, i = 0; i < octets; ++i) {
-            length = (i == 0 ? 0 : length << 8) | der[at++];
-        }
-        return length;
-    };
+    const testheap::OwnWork own;
+    const testasn1::Parsed parsed(der);
     Words integers;
-    std::size_t at = 0;
-    (void)header(at);
-    while (at < der.size()) {
-        const std::size_t length = header(at);
-        Bytes magnitude(der.begin() + static_cast<int>(at), der.begin() + static_cast<int>(at + length));
-        at += length;
-        magnitude.erase(magnitude.begin(),
-                        std::find_if(magnitude.begin(), magnitude.end(), [](auto octet) { return octet != 0; }));
-        integers.push_back(toHex(magnitude));
+    for (const Asn1Node* item = asn1FirstChild(parsed.top()); item != nullptr; item = asn1NextSibling(item)) {
+        const std::string hex = toHex({der.data() + item->dataOffset, item->length});
+        integers.push_back(hex.substr(hex.starts_with("00") ? 2 : 0));
     }
     return integers;
 }

@@ -1,16 +1,18 @@
-// Faults: what tests make fail, chosen by the number of the call from now on: allocations, services of the operating system,
-// and points that a test adds.
+// What tests make fail, chosen by the number of the call from now on: allocations, services of the operating system, and points
+// that a test adds; and the tests' heap, which stands in for core/memory/heap.cpp, fails on demand, and keeps count of what is
+// alive and of blocks that were freed with anything but zero bytes in them.
 #ifndef ZELSPI_TESTS_SUPPORT_FAULTS_H
 #define ZELSPI_TESTS_SUPPORT_FAULTS_H
 
 #include "core/status/status.h"
 #include "platform/fault_point.h"
-#include "tests/support/test_heap.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
+#include <tuple>
+#include <utility>
 
 // FaultPoint: where calls can be made to fail. Lives to the program's end. Safe in many threads.
 class FaultPoint {
@@ -24,8 +26,12 @@ public:
 
     // The number-th call from now on fails, once; 0: none does.
     void arm(std::uint64_t number);
-    bool hasStruck() const;
-    std::uint64_t calls() const;
+    bool hasStruck() const {
+        return hasStruck_;
+    }
+    std::uint64_t calls() const {
+        return calls_;
+    }
 
     // Switches every point off; whether one was still on.
     static bool disarmAll();
@@ -61,6 +67,28 @@ private:
     FaultPoint& point_;
 };
 
+namespace testheap {
+
+// The blocks alive now, and those freed so far that held a byte other than zero.
+std::uint64_t liveBlocks();
+std::uint64_t dirtyFrees();
+
+// keep: of the blocks alive now, up to so many more stay, as what a process makes once: the account after the test does not
+// ask for them back.
+void keep(std::uint64_t atMost);
+std::uint64_t keptBlocks();
+
+// OwnWork: while it lives, allocations are the test's own and are neither counted as calls nor refused.
+class OwnWork {
+public:
+    OwnWork();
+    ~OwnWork();
+    OwnWork(const OwnWork&) = delete;
+    OwnWork& operator=(const OwnWork&) = delete;
+};
+
+} // namespace testheap
+
 // refuseEach: runs operation() unhindered, then with each of its calls at the point refused in turn; of more than some sixty
 // calls the first, the last, and ever fewer between. operation() returns the status of one complete use that gives back all
 // that it took. Expects a refused run to end in `refusal`, any other in success, and no block to be left behind.
@@ -78,6 +106,29 @@ void refuseEach(Operation operation, Status refusal = ERR_MEM_ALLOC_FAIL, FaultP
             << "call " << number << " refused: " << statusName(status) << ", blocks: " << testheap::liveBlocks() - live;
         const std::uint64_t left = calls - number;
         number += number < 40 || left <= 16 ? 1 : std::min(1 + number / 6, left - 16);
+    }
+}
+
+// expectNullsRefused: calls the functions with each pointer of good arguments null in turn, which must be ERR_NULL_POINTER, for
+// the first argument `first`. An argument that is null already may be null.
+template <Status first = ERR_NULL_POINTER, typename... Parameters>
+void expectNullsRefused(std::initializer_list<Status (*)(Parameters...)> functions,
+                        std::type_identity_t<Parameters>... good) {
+    for (const auto& function : functions) {
+        const auto refuse = [&]<std::size_t position>(std::integral_constant<std::size_t, position>) {
+            std::tuple<Parameters...> arguments(good...);
+            auto& argument = std::get<position>(arguments);
+            if constexpr (std::is_pointer_v<std::remove_reference_t<decltype(argument)>>) {
+                if (std::exchange(argument, nullptr) != nullptr) {
+                    EXPECT_EQ(std::apply(function, arguments), position == 0 ? first : ERR_NULL_POINTER)
+                        << "function " << &function - functions.begin() << ", argument " << position;
+                }
+            }
+        };
+        [&]<std::size_t... position>(std::index_sequence<position...>) {
+            (refuse(std::integral_constant<std::size_t, position>()), ...);
+        }
+        (std::index_sequence_for<Parameters...>());
     }
 }
 

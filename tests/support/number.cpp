@@ -1,6 +1,7 @@
 #include "tests/support/number.h"
 
-#include "tests/support/test_heap.h"
+#include "tests/support/faults.h"
+#include "tests/support/vectors.h"
 
 #include <algorithm>
 #include <sstream>
@@ -46,10 +47,6 @@ std::string Number::text() const {
     return textOf(get());
 }
 
-std::string Number::hex() const {
-    return hexOf(get());
-}
-
 Units Random::units(std::size_t count, bool extreme) {
     constexpr Unit kExtremes[] = {0, 1, Unit{1} << 63, ~Unit{0}, ~Unit{0} - 1, (Unit{1} << 32) - 1, Unit{1} << 32};
     Units units(count);
@@ -79,14 +76,9 @@ std::string textOf(const vlong* value) {
 }
 
 std::string hexOf(const vlong* value) {
-    if (value == nullptr) {
-        return "null";
+    Bytes bytes(value == nullptr ? 0 : (VLONG_bitLength(value) + 7) / 8);
+    for (std::size_t i = 0; i < bytes.size(); ++i) {
+        bytes[bytes.size() - 1 - i] = VLONG_getByte(value, static_cast<std::uint32_t>(i));
     }
-    std::ostringstream text;
-    text << (value->negative != 0 && value->length != 0 ? "-" : "");
-    for (std::uint32_t i = (VLONG_bitLength(value) + 7) / 8; i-- > 0;) {
-        const unsigned byte = VLONG_getByte(value, i);
-        text << "0123456789abcdef"[byte >> 4] << "0123456789abcdef"[byte & 15];
-    }
-    return text.str();
+    return value == nullptr ? "null" : toHex(bytes);
 }

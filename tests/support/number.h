@@ -31,7 +31,6 @@ public:
         return get();
     }
     std::string text() const;
-    std::string hex() const; // whole bytes without leading zeros
 };
 
 // Random: units from a fixed seed; with `extreme` most of them are 0, 1, 2^63, 2^64-1 and the like.
@@ -52,7 +51,7 @@ private:
 };
 
 std::string textOf(const vlong* value);
-std::string hexOf(const vlong* value); // "null" for none
+std::string hexOf(const vlong* value); // whole bytes without leading zeros; "null" for none
 
 inline bool operator==(const Number& a, const Number& b) {
     return a.text() == b.text();

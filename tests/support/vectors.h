@@ -1,5 +1,5 @@
-// Vector files, one format for all: lines "operation operand... = result...", blank ones, and comments from '#' on at the
-// begin of a line. A word that holds spaces stands in double quotes.
+// Files of lines, and those of vectors, one format for all: "operation operand... = result...", blank lines, and comments from
+// '#' on at the begin of a line. A word that holds spaces stands in double quotes.
 #ifndef ZELSPI_TESTS_SUPPORT_VECTORS_H
 #define ZELSPI_TESTS_SUPPORT_VECTORS_H
 
@@ -8,12 +8,20 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 using Words = std::vector<std::string>;
 using Bytes = std::vector<std::uint8_t>;
+
+// linesOf: the lines of a file below tests/ that say something, each behind its place, "file:number: ". Throws where there is
+// none.
+std::vector<std::pair<std::string, std::string>> linesOf(const std::string& file);
+
+// wordsOf: the words between spaces. A quoted text, which keeps its quotes, may contain spaces.
+Words wordsOf(const std::string& line);
 
 // VectorOperation: one complete use of what is tested: takes the operands, adds the results, gives back all that it took. The
 // name of a status other than OK stands in front of the results.
@@ -30,7 +38,8 @@ std::vector<Words> vectorsOf(const std::string& file, const std::string& operati
 // "STEP:START:COUNT" for byte i = STEP * i + START. "." is no bytes. data() is never null.
 Bytes bytesOf(std::string_view notation);
 
-// textOf: hexadecimal digits, "." for none.
+// toHex: hexadecimal digits. textOf: the same, "." for none.
+std::string toHex(std::span<const std::uint8_t> bytes);
 std::string textOf(const Bytes& bytes);
 
 std::uint32_t numberOf(const std::string& word); // decimal, or hexadecimal behind 0x; as 32 bits also when negative

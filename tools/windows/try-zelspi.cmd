@@ -30,7 +30,7 @@ rem java.library.path has the current folder on Windows; the tests want the libr
 cd /d "%TEMP%"
 
 echo == every native method against a hostile caller
-"%java%" %JAVA_OPTS% -Xcheck:jni -Xmx512m "-Djava.library.path=%here%." -cp "%here%zel-provider.jar;%here%tests\classes" com.vantrel.zel.provider.HostileCalls 20000
+"%java%" %JAVA_OPTS% -Xcheck:jni -Xmx512m "-Djava.library.path=%here%." -cp "%here%zel-provider.jar;%here%tests\classes" com.vantrel.zel.provider.HostileCalls 300000
 if errorlevel 1 exit /b 1
 
 echo == the Java tests

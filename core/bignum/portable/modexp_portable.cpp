@@ -32,7 +32,7 @@ Window windowAt(const Unit* exponent, std::uint32_t i, std::uint32_t width) {
     if (i == 0) {
         return {1, 1};
     }
-    // Near the low end the limit is i, not i + 1, so the last bit gets a window of its own: meant, and of no effect.
+    // Near the low end the limit is i, not i + 1, so the last bit gets a window of its own: on purpose, and of no effect.
     const std::uint32_t limit = i + 1 < width ? i : width;
     std::uint32_t value = 1, length = 1;
     for (std::uint32_t j = 1; j < limit; ++j) {
@@ -69,16 +69,16 @@ void slidingWindow(const ModExpTask& task, Unit* scratch) {
     other[0] = 1;
     kernels.montMultiply(power, m.radixSquared, other, m, product); // one in Montgomery form
     const std::uint32_t width = VLONG_windowWidth(task.exponentBits);
-    for (std::uint32_t left = task.exponentBits; left > 0;) {
+    for (std::uint32_t remaining = task.exponentBits; remaining > 0;) {
         // The first window squares the one: some squarings for nothing, kept for a scan without a special case.
-        const Window window = windowAt(task.exponent, left - 1, width);
+        const Window window = windowAt(task.exponent, remaining - 1, width);
         for (std::uint32_t i = 0; i < window.squarings; ++i) {
             kernels.montSquare(power, power, m, product);
         }
         if (window.value != 0) {
             kernels.montMultiply(power, power, table + (window.value / 2) * k, m, product);
         }
-        left -= window.squarings;
+        remaining -= window.squarings;
     }
     kernels.montMultiply(task.result, power, other, m, product);
 }

@@ -38,7 +38,7 @@ std::uint32_t PRIME_millerRabinRounds(std::uint32_t bits, PrimePurpose purpose);
 
 // PRIME_isProbablePrime: trial division by all small primes, Miller-Rabin rounds with random bases, then for the
 // purposes 0 and 2 the Lucas test. PRIME_isProbablePrimeSearch: the same with kPrimeForSearch.
-// Oddity:  the small primes themselves are called composite, and primes a little above them now and then: meant for
+// Oddity:  the small primes themselves are called composite, and primes a little above them now and then: on purpose for
 //          candidates from 2^32 on.
 // Errors:  ERR_NULL_POINTER n or flag null; ERR_EVEN_NUMBER n even; growth; those of the source.
 Status PRIME_isProbablePrime(const RandomBytes& random, const vlong* n, PrimePurpose purpose, std::uint32_t* flag,

@@ -56,7 +56,7 @@ Status PRIME_selfridgeD(const vlong* n, vlong** out, vlong** queue) {
     *out = nullptr;
     ScopedVlong d(queue);
     RETURN_IF_ERROR(VLONG_newValue(5, d.out(), queue));
-    for (;;) { // neither a symbol of 0 nor a square ends the search: meant
+    for (;;) { // neither a symbol of 0 nor a square ends the search: on purpose
         std::int32_t symbol = 0;
         RETURN_IF_ERROR(PRIME_jacobi(d.get(), n, &symbol, queue));
         if (symbol == -1) {

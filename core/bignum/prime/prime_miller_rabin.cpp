@@ -22,7 +22,7 @@ std::uint32_t roundsForDsa(std::uint32_t bits) {
     case 1024:
     case 2048:
         return 3;
-    case 3048: // not 3072, which gets the default: meant
+    case 3048: // not 3072, which gets the default: on purpose
         return 2;
     default:
         return 50;
@@ -147,8 +147,8 @@ Status primeTestSieved(const RandomBytes& random, const vlong* n, PrimePurpose p
     const std::uint32_t bits = VLONG_bitLength(n);
     ScopedMontgomeryCtx context(queue); // made when it is first wanted
     ScopedVlong base(queue);
-    for (std::uint32_t left = PRIME_millerRabinRounds(bits, purpose); left > 0; --left) {
-        // A base that happens to be a multiple of a prime n, possible for small n only, makes n composite: meant.
+    for (std::uint32_t remaining = PRIME_millerRabinRounds(bits, purpose); remaining > 0; --remaining) {
+        // A base that happens to be a multiple of a prime n, possible for small n only, makes n composite: on purpose.
         RETURN_IF_ERROR(VLONG_makeRandomOdd(random, base.out(), bits - 1, queue));
         RETURN_IF_ERROR(VLONG_addUnit(base.get(), 2, queue));
         bool isOpen = true;

@@ -10,7 +10,7 @@ Status findPrime(const RandomBytes& random, vlong** out, std::uint32_t bits, vlo
     ScopedVlong candidate(queue);
     RETURN_IF_ERROR(VLONG_makeRandomOdd(random, candidate.out(), bits, queue));
     // Down to a multiple of 3, up to an odd one, and from there to one below a multiple of 6. Nothing below looks at the
-    // bit length again: meant.
+    // bit length again: on purpose.
     ScopedVlong excess(queue);
     RETURN_IF_ERROR(VLONG_newValue(wordRemainder(candidate.get(), 3), excess.out(), queue));
     RETURN_IF_ERROR(VLONG_sub(candidate.get(), excess.get(), queue));

@@ -1,11 +1,10 @@
-// The word-level kernels: every one of the table that this CPU supports, against each other and against identities.
+// The word-level kernels, every one of the tables that this CPU supports, and the residues above them, against slow products and
+// the division.
 #include "core/bignum/kernels.h"
-#include "core/bignum/modexp.h"
+#include "core/bignum/residues.h"
 #include "core/bignum/vlong_math.h"
+#include "tests/support/faults.h"
 #include "tests/support/number.h"
-
-#include <algorithm>
-#include <memory>
 
 namespace {
 
@@ -28,33 +27,50 @@ Units slowProduct(const Units& a, const Units& b) {
     }
     Units product(a.size() + b.size());
     std::uint64_t carry = 0;
-    for (std::size_t i = 0; i < sums.size(); ++i) {
+    for (std::size_t i = 0; i < sums.size(); ++i, carry >>= 16) {
         carry += sums[i];
         product[i / 4] |= (carry & 0xFFFF) << (16 * (i % 4));
-        carry >>= 16;
     }
     return product;
 }
 
-// Runs check(kernels, random) for every supported kernel.
-template <typename Check> void forEachKernel(Check check) {
-    for (const Kernel<BignumKernels>& kernel : bignumKernelTable()) {
-        if (kernel.isSupported()) {
-            SCOPED_TRACE(kernel.name);
-            Random random(20261121);
-            check(kernel.run, random);
-        }
+// a mod m, not negative; a b.
+Number mod(const Number& a, const Number& m) {
+    Number rest;
+    EXPECT_EQ(VLONG_mod(a, m, rest.out(), nullptr), OK);
+    if (rest.get()->negative != 0 && !VLONG_isZero(rest)) {
+        EXPECT_EQ(VLONG_add(rest, m, nullptr), OK);
     }
+    rest.get()->negative = 0;
+    return rest;
+}
+
+Number times(const Number& a, const Number& b) {
+    Number product;
+    EXPECT_EQ(VLONG_mulSigned(a, b, product.out(), nullptr), OK);
+    return product;
+}
+
+Number shifted(Number a, std::uint32_t units) {
+    EXPECT_EQ(VLONG_shiftLeft(a, 64 * units), OK);
+    return a;
+}
+
+Units unitsOf(const Number& a, std::uint32_t k) {
+    Units units(a.get()->units, a.get()->units + a.get()->length);
+    units.resize(k);
+    return units;
 }
 
 // By columns (fewer than there are, all of them, and zeros above), unrolled, and by Karatsuba's method, where halves that are
 // equal in one or both leave no middle product.
 TEST(BignumKernels, ProductsAgreeWithSlowOnes) {
-    forEachKernel([](const BignumKernels& kernels, Random& random) {
-        for (std::uint32_t round = 0; round < 2400; ++round) {
-            constexpr std::uint32_t kSizes[] = {8, 16, 32, 64};
+    for (const Kernel<BignumKernels>& kernel : bignumKernelTable()) {
+        const BignumKernels& kernels = kernel.run;
+        Random random(20261121);
+        for (std::uint32_t round = 0; kernel.isSupported() && round < 1600; ++round) {
             const bool isColumns = round < 800;
-            const std::uint32_t n = isColumns ? random.below(20) : kSizes[round / 2 % 4];
+            const std::uint32_t n = isColumns ? random.below(20) : 8U << round / 2 % 4;
             Units a = random.units(n, round % 2 == 0),
                   b = random.units(isColumns ? random.below(20) : n, round % (isColumns ? 3 : 2) == 0);
             for (Units* const halved : {&a, &b}) {
@@ -64,88 +80,85 @@ TEST(BignumKernels, ProductsAgreeWithSlowOnes) {
             }
             const std::uint32_t columns = isColumns ? random.below(n + sizeOf(b) + 3) : 2 * n;
             Units result(columns + 1, kGuard), scratch(4 * n + 1, kGuard);
+            Unit *const r = result.data(), *const s = scratch.data();
             for (const bool isSquare : {false, true}) {
-                const Units& other = isSquare ? a : b;
-                Units expected = slowProduct(a, other);
+                Units expected = slowProduct(a, isSquare ? a : b);
                 if (isColumns) {
-                    isSquare ? kernels.squareColumns(result.data(), a.data(), n, columns)
-                             : kernels.mulColumns(result.data(), a.data(), n, b.data(), sizeOf(b), columns);
+                    isSquare ? kernels.squareColumns(r, a.data(), n, columns)
+                             : kernels.mulColumns(r, a.data(), n, b.data(), sizeOf(b), columns);
                 } else if (n == 8) {
-                    isSquare ? kernels.square8(result.data(), a.data())
-                             : kernels.mul8x8(result.data(), a.data(), b.data());
+                    isSquare ? kernels.square8(r, a.data()) : kernels.mul8x8(r, a.data(), b.data());
                 } else {
-                    isSquare ? kernels.karatsubaSquare(result.data(), a.data(), n, scratch.data())
-                             : kernels.karatsubaMul(result.data(), a.data(), b.data(), n, scratch.data());
+                    isSquare ? kernels.karatsubaSquare(r, a.data(), n, s)
+                             : kernels.karatsubaMul(r, a.data(), b.data(), n, s);
                 }
                 expected.resize(columns);
                 expected.push_back(kGuard);
-                ASSERT_EQ(result, expected) << n << " units, square " << isSquare;
+                ASSERT_EQ(result, expected) << kernel.name << ", " << n << " units, square " << isSquare;
                 ASSERT_EQ(scratch[4 * n], kGuard);
             }
         }
-    });
+    }
 }
 
-// a * b / R mod m by its definition: the product with R must be a * b mod m. Moduli at both ends of their length.
+// Of k units: the largest, one bit on top, the shortest, and any; odd, and above 1.
+Units modulusOf(std::uint32_t k, std::uint32_t round, Random& random) {
+    Units modulus = round % 5 == 0 ? Units(k, ~Unit{0}) : round % 5 < 3 ? Units(k) : random.units(k, round % 2 == 0);
+    modulus[k - 1] |= round % 5 == 1 ? Unit{1} << 63 : 1;
+    modulus[0] |= k == 1 ? 3 : 1;
+    return modulus;
+}
+
+// a b / R mod m by its definition: the product with R must be a b mod m.
 TEST(BignumKernels, MontgomeryProducts) {
-    forEachKernel([](const BignumKernels& kernels, Random& random) {
+    for (const Kernel<BignumKernels>& kernel : bignumKernelTable()) {
+        Random random(20261121);
         for (const std::uint32_t k : {1U, 2U, 3U, 7U, 8U, 9U, 16U, 24U, 32U, 33U, 64U}) {
-            for (int round = 0; round < 60; ++round) {
-                Units modulus = random.units(k, round % 3 != 0);
-                modulus[0] |= 1;
-                modulus[k - 1] = round % 4 == 0 ? 1 : (round % 4 == 1 ? ~Unit{0} : modulus[k - 1] | 1);
-                const Number m(modulus);
-                const auto reduced = [&](Number value) {
-                    Number rest;
-                    EXPECT_EQ(VLONG_mod(value, m, rest.out(), nullptr), OK);
-                    EXPECT_EQ(VLONG_growKeep(rest, k), OK);
-                    std::fill(rest.get()->units + rest.get()->length, rest.get()->units + k, Unit{0});
-                    return rest;
-                };
-                Number top = m; // m - 1, the largest operand
-                EXPECT_EQ(VLONG_decrement(top, nullptr), OK);
-                const Number a = reduced(round % 5 == 0 ? top : Number(random.units(k))),
-                             b = reduced(Number(random.units(k)));
+            for (std::uint32_t round = 0; kernel.isSupported() && round < 40; ++round) {
+                const Number m(modulusOf(k, round, random));
+                const Number a = mod(round % 4 == 0 ? Number("-1") : Number(random.units(k)), m),
+                             b = mod(Number(random.units(k)), m);
                 const MontModulus view{m.get()->units, nullptr, VLONG_montNegInverse64(m), k};
-                Units result(a.get()->units, a.get()->units + k), scratch(montScratchUnits(k) + 1, kGuard);
-                const auto check = [&](const Number& x, const Number& y) {
-                    Number product(result), radix;
-                    ASSERT_EQ(VLONG_cmpMagnitude(product, m), -1);
-                    EXPECT_EQ(VLONG_shiftLeft(product, 64 * k), OK);
-                    EXPECT_EQ(VLONG_mulSigned(x, y, radix.out(), nullptr), OK);
-                    ASSERT_EQ(reduced(product), reduced(radix)) << k;
-                    ASSERT_EQ(scratch.back(), kGuard);
-                };
-                kernels.montMultiply(result.data(), result.data(), b.get()->units, view, scratch.data());
-                check(a, b);
-                kernels.montSquare(result.data(), b.get()->units, view, scratch.data());
-                check(b, b);
+                Units left = unitsOf(a, k), right = unitsOf(b, k), scratch(montScratchUnits(k) + 1, kGuard);
+                kernel.run.montMultiply(left.data(), left.data(), right.data(), view, scratch.data());
+                ASSERT_EQ(mod(shifted(Number(left), k), m), mod(times(a, b), m)) << kernel.name << ", " << k;
+                kernel.run.montSquare(right.data(), right.data(), view, scratch.data());
+                ASSERT_EQ(mod(shifted(Number(right), k), m), mod(times(b, b), m)) << kernel.name << ", " << k;
+                ASSERT_TRUE(VLONG_cmp(Number(left), m) < 0 && VLONG_cmp(Number(right), m) < 0);
+                ASSERT_EQ(scratch.back(), kGuard);
             }
         }
-    });
+    }
 }
 
-// Power: an exponentiation with its operands, and the answer of the portable kernel.
+// Power: an exponentiation with its operands, and the answer of the portable kernel. Digits and carries are all zeros, all ones, or
+// nearly so, and random ones, by turns; bases 0, m - 1, the root of a square, whose powers are 0, and any.
 struct Power {
-    Power(Units m, Units b, Units e, std::uint32_t bits)
-        : modulus(m), base(b), exponent(std::move(e)), result(m.size()) {
-        const auto k = sizeOf(modulus);
-        const Number number(modulus);
-        Number square(1), reduced;
-        EXPECT_EQ(VLONG_shiftLeft(square, 128 * k), OK);
-        EXPECT_EQ(VLONG_mod(square, number, reduced.out(), nullptr), OK);
-        radixSquared.assign(reduced.get()->units, reduced.get()->units + reduced.get()->length);
-        radixSquared.resize(k);
-        task = {result.data(),
-                base.data(),
-                exponent.data(),
-                bits,
-                {modulus.data(), radixSquared.data(), VLONG_montNegInverse64(number), k},
-                false};
+    Power(std::uint32_t k, std::uint32_t bits, std::uint32_t round, Random& random)
+        : modulus(modulusOf(k, round, random)), exponent(random.units((bits + 63) / 64, round % 3 == 0)), result(k) {
+        base = round % 7 == 0 ? modulus : random.units(k, round % 2 == 0);
+        base[0] -= round % 7 == 0 ? 1 : 0;
+        if (round % 5 == 3 && k % 2 == 0) {
+            base = random.units(k / 2);
+            base[0] |= 1;
+            base[k / 2 - 1] |= Unit{1} << 63;
+            modulus = slowProduct(base, base);
+        }
+        const Number m(modulus);
+        base = round % 7 == 1 ? Units(k) : unitsOf(mod(Number(base), m), k);
+        exponent.back() &= ~Unit{0} >> (63 - (bits - 1) % 64);
+        exponent.back() |= Unit{1} << (bits - 1) % 64;
+        radixSquared = unitsOf(mod(shifted(Number("1"), 2 * k), m), k);
+        const MontModulus view{modulus.data(), radixSquared.data(), VLONG_montNegInverse64(m), k};
+        task = {result.data(), base.data(), exponent.data(), bits, view, false};
         const ModExpKernel& portable = modExpKernelTable().back().run;
         Units scratch(portable.scratchUnits(k, bits, false));
         portable.one(task, scratch.data());
         expected = result;
+        if (round % 3 != 0) { // a secret, with a public length of whole units
+            task.isSecret = true;
+            task.exponentBits = (bits + 63) / 64 * 64;
+        }
     }
     Power(const Power&) = delete;
     Power& operator=(const Power&) = delete;
@@ -161,80 +174,102 @@ struct Power {
     ModExpTask task{};
 };
 
-// Operands whose digits and carries are all zeros, all ones, or nearly so, and random ones, by turns.
-std::unique_ptr<Power> extremePower(std::uint32_t k, std::uint32_t bits, std::uint32_t round, Random& random) {
-    Units modulus(k), base = random.units(k, round % 2 == 0), exponent = random.units((bits + 63) / 64, round % 3 == 0);
-    switch (round % 5) {
-    case 0: // just below the radix
-        modulus.assign(k, ~Unit{0});
-        break;
-    case 1: // a lone top bit
-        modulus[k - 1] = Unit{1} << 63;
-        break;
-    case 2: // the shortest
-        modulus[k - 1] = 1;
-        break;
-    case 3: // the square of the base, which becomes 0
-        if (k % 2 == 0) {
-            base = random.units(k / 2);
-            base[0] |= 1;
-            base[k / 2 - 1] |= Unit{1} << 63;
-            modulus = slowProduct(base, base);
-            base.resize(k);
-            break;
-        }
-        [[fallthrough]];
-    default:
-        modulus = random.units(k, round % 5 == 3);
-        modulus[k - 1] |= 2;
-        break;
-    }
-    modulus[0] |= k == 1 ? 3 : 1;
-    if (round % 7 == 0) { // m - 1
-        base = modulus;
-        base[0] -= 1;
-    } else if (round % 7 == 1) {
-        base.assign(k, 0);
-    } else if (round % 5 != 3 || k % 2 != 0) {
-        base[k - 1] %= modulus[k - 1]; // below m
-    }
-    exponent.back() &= ~Unit{0} >> (63 - (bits - 1) % 64);
-    exponent.back() |= Unit{1} << (bits - 1) % 64;
-    return std::make_unique<Power>(modulus, base, exponent, bits);
-}
-
 TEST(ModExpKernels, AgreeWithThePortableOneAloneAndInPairs) {
     for (const Kernel<ModExpKernel>& kernel : modExpKernelTable()) {
-        SCOPED_TRACE(kernel.name);
         Random random(20261121);
         for (const std::uint32_t k : {1U, 2U, 8U, 9U, 16U, 24U, 32U, 33U, 48U, 64U}) {
             for (std::uint32_t round = 0; kernel.isSupported() && kernel.run.takes(k) && round < 70; ++round) {
                 constexpr std::uint32_t kBits[] = {17, 64, 65, 160, 1, 2, 66, 3, 161, 10};
-                const std::uint32_t bits = round == 3 ? 64 * k : kBits[round % 10], otherBits = kBits[(round + 1) % 10];
-                const auto power = extremePower(k, bits, round, random),
-                           other = extremePower(k, otherBits, round / 5 + 1, random);
-                for (ModExpTask* const task : {&power->task, &other->task}) {
-                    if (round % 3 != 0) { // a secret, with a public length of whole units
-                        task->isSecret = true;
-                        task->exponentBits = (task->exponentBits + 63) / 64 * 64;
-                    }
-                }
+                const std::uint32_t bits = round == 3 ? 64 * k : kBits[round % 10];
+                Power power(k, bits, round, random), other(k, kBits[(round + 1) % 10], round, random);
                 const std::size_t units = kernel.run.scratchUnits(
-                    k, std::max(power->task.exponentBits, other->task.exponentBits), power->task.isSecret);
+                    k, std::max(power.task.exponentBits, other.task.exponentBits), power.task.isSecret);
+                SCOPED_TRACE(testing::Message() << kernel.name << ", " << k << " units, round " << round);
                 Units scratch(units + 2, kGuard);
                 Unit* const unaligned = scratch.data() + round % 2;
-                kernel.run.one(power->task, unaligned);
-                ASSERT_TRUE(power->isRight()) << k << " units, " << bits << " bits, round " << round;
+                kernel.run.one(power.task, unaligned);
+                ASSERT_TRUE(power.isRight());
                 if (kernel.run.pair != nullptr) {
-                    kernel.run.pair(power->task, other->task, unaligned);
-                    ASSERT_TRUE(power->isRight()) << k << " units, " << bits << " bits, round " << round;
-                    ASSERT_TRUE(other->isRight()) << k << " units, " << otherBits << " bits, round " << round;
+                    kernel.run.pair(power.task, other.task, unaligned);
+                    ASSERT_TRUE(power.isRight() && other.isRight());
                 }
-                power->task.result = power->base.data(); // in place
-                kernel.run.one(power->task, unaligned);
-                ASSERT_EQ(power->base, power->expected);
+                power.task.result = power.base.data(); // in place
+                kernel.run.one(power.task, unaligned);
+                ASSERT_EQ(power.base, power.expected);
                 ASSERT_EQ(unaligned[units], kGuard);
             }
+        }
+    }
+}
+
+TEST(Residues, AgreeWithTheDivision) {
+    Random random(21);
+    for (const std::uint32_t k : {1U, 2U, 3U, 8U, 9U, 12U, 16U, 32U}) {
+        for (std::uint32_t round = 0; round < 40; ++round) {
+            const Number m(modulusOf(k, round, random)), any(Units(k, ~Unit{0}));
+            SCOPED_TRACE(testing::Message() << k << " units, round " << round);
+            ASSERT_TRUE(takesResidues(m));
+            MontgomeryCtx *context = nullptr, *secret = nullptr;
+            ASSERT_EQ(VLONG_newMontgomeryCtx(&context, m, nullptr), OK);
+            ASSERT_EQ(VLONG_newSecretMontgomeryCtx(&secret, m, nullptr), OK);
+            EXPECT_EQ(VLONG_cmp(secret->radixSquared, context->radixSquared), 0);
+            EXPECT_EQ(VLONG_cmp(secret->RInverse, context->RInverse), 0);
+            Residues residues;
+            ASSERT_EQ(round % 2 == 0 ? residues.start(m, 3) : residues.start(*secret, 3), OK);
+            Unit *const a = residues.take(), *const b = residues.take(), *const r = residues.take();
+            const auto expect = [&](const Number& value) {
+                EXPECT_EQ(Number(Units(r, r + k)), mod(value, m));
+                EXPECT_LT(VLONG_cmp(Number(Units(r, r + k)), m), 0);
+            };
+            for (const std::uint32_t n : {0U, 1U, k, 2 * k, 2 * k + 1, 5 * k - 1}) {
+                const Units x = round % 3 == 0 ? Units(n, ~Unit{0}) : random.units(n, round % 2 == 0);
+                residues.reduce(r, x.data(), n);
+                expect(Number(x));
+            }
+            const Units x = random.units(k), y = unitsOf(mod(Number(round % 3 == 0 ? "-1" : "5.4.3.2"), m), k);
+            residues.reduce(a, x.data(), k);
+            residues.reduce(b, y.data(), k);
+            Number sum(Units(a, a + k)), difference(sum), right(y);
+            EXPECT_EQ(VLONG_add(sum, right, nullptr), OK);
+            EXPECT_EQ(VLONG_sub(difference, right, nullptr), OK);
+            residues.add(r, a, b);
+            expect(sum);
+            residues.subtract(r, a, b);
+            expect(difference);
+            residues.multiply(r, any.get()->units, b); // one factor may be any units
+            expect(times(any, right));
+            residues.subtract(a, a, a);
+            EXPECT_EQ(Number(Units(a, a + k)).text(), "0");
+            EXPECT_EQ(VLONG_deleteMontgomeryCtx(&context, nullptr), OK);
+            EXPECT_EQ(VLONG_deleteMontgomeryCtx(&secret, nullptr), OK);
+        }
+    }
+    for (const char* const refused : {"0", "1", "1.0", "1*4096"}) {
+        EXPECT_FALSE(takesResidues(Number(refused))) << refused;
+    }
+}
+
+// Modulo 2^127 - 1 and 2^64 - 59, which are prime, and modulo a multiple of 3.
+TEST(Residues, InversesModuloPrimes) {
+    for (const auto& [modulus, value, hasInverse] : {std::tuple{"7fffffffffffffff.ffffffffffffffff", Unit{12345}, true},
+                                                     {"ffffffffffffffc5", 2, true},
+                                                     {"3", 2, true},
+                                                     {"7fffffffffffffff.ffffffffffffffff", 0, false},
+                                                     {"1.ffffffffffffffff", 3, false}}) {
+        const Number m(modulus);
+        for (const bool isSecret : {false, true}) {
+            refuseEach([&, value = value, hasInverse = hasInverse] {
+                Residues residues;
+                RETURN_IF_ERROR(residues.start(m, 2));
+                Unit *const a = residues.take(), *const r = residues.take();
+                a[0] = value;
+                bool isFound = !hasInverse;
+                RETURN_IF_ERROR(residues.invert(r, a, isSecret, &isFound));
+                residues.multiply(r, r, a);
+                EXPECT_EQ(isFound, hasInverse);
+                EXPECT_EQ(residues.isOne(r), hasInverse ? 1U : 0U);
+                return OK;
+            });
         }
     }
 }

@@ -4,7 +4,6 @@
 #include "core/bignum/vlong_math.h"
 #include "tests/support/faults.h"
 #include "tests/support/number.h"
-#include "tests/support/refused_nulls.h"
 #include "tests/support/vectors.h"
 
 #include <limits>
@@ -12,26 +11,6 @@
 namespace {
 
 constexpr std::uint32_t kHuge = std::numeric_limits<std::uint32_t>::max();
-
-TEST(Bignum, QueueRecyclesRecords) {
-    vlong *queue = nullptr, *first = Number("-7").release(),
-          *second = Number("8").release(), *const firstRecord = first;
-    const Unit* const firstUnits = first->units;
-    EXPECT_EQ(VLONG_free(&first, &queue), OK);
-    EXPECT_EQ(VLONG_free(&second, &queue), OK);
-    EXPECT_EQ(first, nullptr);
-    EXPECT_EQ(queue->next, firstRecord);
-    EXPECT_EQ(firstUnits[0], 7U); // parked as it was
-    ASSERT_EQ(VLONG_alloc(&second, &queue), OK);
-    ASSERT_EQ(VLONG_alloc(&first, &queue), OK); // last in, first out
-    EXPECT_TRUE(first == firstRecord && first->units == firstUnits && first->next == nullptr && queue == nullptr);
-    EXPECT_EQ(textOf(first), "0");
-    EXPECT_EQ(VLONG_free(&first, &queue), OK);
-    EXPECT_EQ(VLONG_free(&second, nullptr), OK);
-    EXPECT_EQ(VLONG_freeQueue(&queue), OK);
-    EXPECT_EQ(VLONG_freeQueue(&queue), OK);
-    EXPECT_EQ(VLONG_freeQueue(nullptr), OK);
-}
 
 TEST(Bignum, StorageUnitsAndBits) {
     const Number kept("-3.2.1"), value("0");
@@ -46,42 +25,30 @@ TEST(Bignum, StorageUnitsAndBits) {
     EXPECT_TRUE(VLONG_isZero(kept));
     for (const auto grow : {VLONG_growKeep, VLONG_growDiscard}) {
         const Number one("1");
-        EXPECT_EQ(grow(one, kMaxUnits + 1), ERR_BAD_LENGTH);
         EXPECT_EQ(grow(one, std::numeric_limits<std::uint64_t>::max()), ERR_BAD_LENGTH);
         EXPECT_EQ(grow(one, kMaxUnits), OK);
-        EXPECT_GT(one.get()->capacity, kMaxUnits);
         EXPECT_EQ(grow(one, kMaxUnits + 1), ERR_BAD_LENGTH); // though the spare units would hold it
     }
-    EXPECT_EQ(VLONG_getUnit(value, 0), 0U); // no units behind it yet
-    EXPECT_FALSE(VLONG_testBit(value, 0));
+    EXPECT_FALSE(VLONG_testBit(value, 0));     // no units behind it yet
     EXPECT_EQ(VLONG_setUnit(value, 5, 0), OK); // a zero is not stored above the length
     EXPECT_EQ(value.text(), "0");
     EXPECT_EQ(VLONG_setUnit(value, 2, 0xABCD), OK);
     EXPECT_EQ(value.text(), "abcd.0*2");
-    EXPECT_EQ(VLONG_bitLength(value), 144U);
-    EXPECT_EQ(VLONG_getByte(value, 16) << 8 | VLONG_getByte(value, 17), 0xCDAB);
-    EXPECT_EQ(VLONG_getByte(value, 4000), 0);
-    EXPECT_TRUE(VLONG_testBit(value, 143) && !VLONG_testBit(value, 144));
+    EXPECT_EQ(VLONG_getUnit(value, 2) + VLONG_getUnit(value, 3), 0xABCDU);
+    EXPECT_TRUE(VLONG_getByte(value, 17) == 0xAB && VLONG_getByte(value, 4000) == 0);
+    EXPECT_TRUE(VLONG_testBit(value, 143) && !VLONG_testBit(value, 144) && VLONG_bitLength(value) == 144);
     EXPECT_EQ(VLONG_setBit(value, 0), OK);
     EXPECT_EQ(VLONG_setUnit(value, 2, 0), OK); // the top goes, and the zero below it
     EXPECT_EQ(value.text(), "1");
     EXPECT_EQ(VLONG_setBit(value, 64 * kMaxUnits - 1), OK);
     EXPECT_EQ(VLONG_bitLength(value), 64 * kMaxUnits);
     EXPECT_EQ(VLONG_setBit(value, 64 * kMaxUnits), ERR_BAD_LENGTH);
-    EXPECT_EQ(VLONG_setBit(value, kHuge), ERR_BAD_LENGTH);
     EXPECT_EQ(VLONG_setUnit(value, kHuge, 1), ERR_BAD_LENGTH);
 }
 
 TEST(Bignum, Limits) {
-    const Bytes zeros(65536), ones(65535, 0xFF);
-    Number value;
-    EXPECT_EQ(VLONG_fromBytes(ones.data(), 65535, value.out(), nullptr), OK);
-    EXPECT_EQ(value.text(), "ffffffffffffff.ffffffffffffffff*8191");
-    for (const std::int32_t count : {65536, -1, std::numeric_limits<std::int32_t>::min()}) { // too many though all zero
-        EXPECT_EQ(VLONG_fromBytes(zeros.data(), count, value.out(), nullptr), ERR_BAD_LENGTH);
-        EXPECT_EQ(value.get(), nullptr);
-    }
     const std::vector<std::uint32_t> words(2 * kMaxUnits, 1);
+    Number value;
     for (const auto& [count, status] :
          {std::pair{2 * kMaxUnits, OK}, {2 * kMaxUnits + 1, ERR_BAD_LENGTH}, {kHuge, ERR_BAD_LENGTH}}) {
         EXPECT_EQ(VLONG_fromWords32(words.data(), count, value.out()), status);
@@ -90,6 +57,8 @@ TEST(Bignum, Limits) {
     behindZeros.back() = 7;
     EXPECT_EQ(VLONG_fromWords32(behindZeros.data(), 2 * kMaxUnits + 2, value.out()), OK);
     EXPECT_EQ(value.text(), "7");
+    EXPECT_EQ(VLONG_fromBytes(Bytes(1).data(), -1, value.out(), nullptr), ERR_BAD_LENGTH);
+    EXPECT_EQ(value.get(), nullptr);
     Bytes low(3);
     EXPECT_EQ(VLONG_toBytesFixed(Number("11223344"), low.data(), 3), OK); // the high byte is lost
     EXPECT_EQ(textOf(low), "223344");
@@ -102,16 +71,15 @@ TEST(Bignum, Limits) {
     EXPECT_EQ(VLONG_setValue(small, 1), OK);
     EXPECT_EQ(VLONG_subMagnitude(small, Number("2.0")), OK); // an unordered difference stays within its units
     EXPECT_EQ(small.text(), "1");
-    for (const Unit lowest : {Unit{1}, Unit{2}}) { // by Montgomery's and by Barrett's method
-        for (const auto& [units, status] : {std::pair{4094U, OK}, {4096U, ERR_BAD_LENGTH}}) {
-            Units modulus(units);
-            modulus[0] = lowest;
-            modulus[units - 1] = ~Unit{0};
-            EXPECT_EQ(VLONG_modExp(three, one, Number(modulus), value.out(), nullptr), status) << units;
-        }
-    }
-    for (const auto& [units, status] : {std::pair{kMaxUnits - 3, OK}, {kMaxUnits - 2, ERR_BAD_LENGTH}}) {
-        EXPECT_EQ(VLONG_modExp(Number(Units(units, 5)), three, Number("7.7"), value.out(), nullptr), status);
+    // Moduli for Montgomery's and for Barrett's method, then bases.
+    for (const auto& [base, exponent, modulus, status] : {std::tuple{"3", "1", "f.0*4092.1", OK},
+                                                          {"3", "1", "f.0*4092.2", OK},
+                                                          {"3", "1", "f.0*4094.1", ERR_BAD_LENGTH},
+                                                          {"3", "1", "f.0*4094.2", ERR_BAD_LENGTH},
+                                                          {"5*8189", "3", "7.7", OK},
+                                                          {"5*8190", "3", "7.7", ERR_BAD_LENGTH}}) {
+        EXPECT_EQ(VLONG_modExp(Number(base), Number(exponent), Number(modulus), value.out(), nullptr), status)
+            << modulus;
     }
     EXPECT_EQ(VLONG_barrettReduce(Number("1.0.0"), Number("7"), one, value.out(), nullptr), ERR_BAD_LENGTH);
 
@@ -140,81 +108,78 @@ TEST(Bignum, PrintAndMontgomeryZeros) {
     EXPECT_EQ(out.text(), "0");
 }
 
-class Montgomery : public testing::Test {
-protected:
-    static Number power(const MontgomeryCtx& context, const Number& base, const Number& exponent) {
-        Number result;
-        EXPECT_EQ(VLONG_modExpCtx(&context, base, exponent, result.out(), nullptr), OK);
-        return result;
+struct Context : MontgomeryCtx {
+    explicit Context(const Number& m) {
+        EXPECT_EQ(VLONG_initMontgomeryCtx(this, m, nullptr), OK);
     }
-    struct Context : MontgomeryCtx {
-        explicit Context(const Number& m) {
-            EXPECT_EQ(VLONG_initMontgomeryCtx(this, m, nullptr), OK);
-        }
-        ~Context() {
-            EXPECT_EQ(VLONG_clearMontgomeryCtx(this, nullptr), OK);
-        }
-    };
-    // R mod m and small bases in Montgomery form are a single unit.
-    const Number nearlyTheRadix{"ffffffffffffffff*15.ffffffffffffff97"};
+    ~Context() {
+        EXPECT_EQ(VLONG_clearMontgomeryCtx(this, nullptr), OK);
+    }
 };
 
-TEST_F(Montgomery, ProductsOfRecords) {
-    const Number scratch("1"), tooLong(Units(17, 1)), a("5"), x("0");
-    const Context context(nearlyTheRadix), empty(Number("0"));
-    EXPECT_EQ(VLONG_montMultiply(&context, x, a, scratch), OK);
-    EXPECT_EQ(x.text() + textOf(x), "00");
-    EXPECT_EQ(x.get()->length, 1U); // a zero is left with one unit
-    EXPECT_EQ(VLONG_montSquare(&context, x, scratch), OK);
-    EXPECT_EQ(x.get()->length, 1U);
-    EXPECT_EQ(VLONG_montMultiply(&context, tooLong, a, scratch), ERR_BAD_LENGTH);
-    EXPECT_EQ(VLONG_montMultiply(&context, a, tooLong, scratch), ERR_BAD_LENGTH);
-    EXPECT_EQ(VLONG_montSquare(&context, tooLong, scratch), ERR_BAD_LENGTH);
-    EXPECT_EQ(VLONG_montMultiply(&empty, a, a, scratch), ERR_BAD_MODULO);
-    EXPECT_EQ(VLONG_montSquare(&empty, a, scratch), ERR_BAD_MODULO);
-    const Number one(105), two(2 * 105), seven(7 * 105); // in Montgomery form, with too little room for the modulus
-    EXPECT_EQ(VLONG_montMultiply(&context, one, two, scratch), OK);
+// R mod m and small bases in Montgomery form are a single unit: 105 is 1.
+const std::string kNearlyTheRadix = "ffffffffffffffff*15.ffffffffffffff97";
+
+TEST(Montgomery, ProductsOfRecords) {
+    const Number scratch("1"), tooLong(Units(17, 1)), zero("0"), one(105), two(2 * 105), seven(7 * 105);
+    const Context context{Number(kNearlyTheRadix)}, empty(zero);
+    const auto multiply = [&scratch](const MontgomeryCtx& by, vlong* a, const vlong* b) {
+        return b == nullptr ? VLONG_montSquare(&by, a, scratch) : VLONG_montMultiply(&by, a, b, scratch);
+    };
+    for (const vlong* other : {one.get(), static_cast<vlong*>(nullptr)}) { // a square
+        const Number x("0");
+        EXPECT_EQ(multiply(context, x, other), OK);
+        EXPECT_TRUE(x.get()->length == 1 && x.get()->units[0] == 0); // a zero is left with one unit
+        EXPECT_EQ(multiply(context, tooLong, other), ERR_BAD_LENGTH);
+        EXPECT_EQ(multiply(empty, one, other), ERR_BAD_MODULO);
+    }
+    EXPECT_EQ(multiply(context, one, tooLong), ERR_BAD_LENGTH);
+    EXPECT_EQ(multiply(context, one, two), OK); // with too little room for the modulus
     EXPECT_EQ(one, two);
-    EXPECT_EQ(VLONG_montMultiply(&context, seven, seven, scratch), OK);
+    EXPECT_EQ(multiply(context, seven, seven), OK);
     EXPECT_EQ(seven, Number(105 * 49));
 }
 
-TEST_F(Montgomery, ForeignModuliDoNoHarm) {
+TEST(Montgomery, ForeignModuliDoNoHarm) {
     for (const char* text : {"0", "1", "2", "8000000000000000", "5.6", "1.0.0", "-7.7"}) {
         SCOPED_TRACE(text);
         const Number m(text);
         const Context original(m);
+        Number result;
         MontgomeryCtx* clone = nullptr;
         ASSERT_EQ(VLONG_cloneMontgomeryCtx(&original, &clone, nullptr), OK);
         for (const char* base : {"3", "5.5.5.5"}) {
-            Number result;
             const Status status = VLONG_modExpCtx(clone, Number(base), Number("f00d"), result.out(), nullptr);
             EXPECT_EQ(status, VLONG_isZero(m) ? ERR_DIVIDE_BY_ZERO : OK);
             EXPECT_TRUE(isError(status) ? result.get() == nullptr : VLONG_cmpMagnitude(result, m) < 0);
         }
-        EXPECT_EQ(power(*clone, Number("5"), Number("0")).text(), "1");
-        Number one;
-        const Status status = VLONG_montExpWindow(clone, Number("5"), Number("0"), one.out(), nullptr);
-        EXPECT_TRUE(status == ERR_DIVIDE_BY_ZERO || one.text() == (m == Number("1") ? "0" : "1"));
+        EXPECT_EQ(VLONG_modExpCtx(clone, Number("5"), Number("0"), result.out(), nullptr), OK);
+        EXPECT_EQ(result.text(), "1");
+        const Status status = VLONG_montExpWindow(clone, Number("5"), Number("0"), result.out(), nullptr);
+        EXPECT_TRUE(status == ERR_DIVIDE_BY_ZERO || result.text() == (m == Number("1") ? "0" : "1"));
         EXPECT_EQ(VLONG_deleteMontgomeryCtx(&clone, nullptr), OK);
         EXPECT_EQ(VLONG_deleteMontgomeryCtx(&clone, nullptr), OK);
     }
     const Context longest(Number("1.0*4093.1")), tooLong(Number("1.0*4094.1")); // whose squared radix has no room
-    EXPECT_EQ(longest.radixSquared->length > 0, tooLong.radixSquared->length == 0);
+    EXPECT_TRUE(longest.radixSquared->length > 0 && tooLong.radixSquared->length == 0);
     EXPECT_EQ(VLONG_deleteMontgomeryCtx(nullptr, nullptr), OK);
     EXPECT_EQ(VLONG_clearMontgomeryCtx(nullptr, nullptr), OK);
 }
 
-TEST_F(Montgomery, PairsOfDifferentPowers) {
-    const Context small(Number("7.7.7")), large(nearlyTheRadix), other(Number(Units(16, ~Unit{0} - 2))),
+TEST(Montgomery, PairsOfDifferentPowers) {
+    const Context small(Number("7.7.7")), large{Number(kNearlyTheRadix)}, other(Number("fffffffffffffffd*16")),
         empty(Number("0"));
-    const Number a(Units(16, 0x123456789ABCDEF)), b("abc*16"), longest("fedcba9876543210*16");
+    const Number a("123456789abcdef*16"), b("abc*16"), longest("fedcba9876543210*16");
+    const auto power = [](const MontgomeryCtx& context, const Number& base, const Number& exponent) {
+        Number result;
+        EXPECT_EQ(VLONG_modExpCtx(&context, base, exponent, result.out(), nullptr), OK);
+        return result;
+    };
     Number first, last;
     for (const Context* second : {&small, &large, &other}) {
-        for (const Number& exponent : {Number("0"), Number("3"), longest}) {
-            EXPECT_EQ(
-                VLONG_modExpCtxPair({&large, a, exponent, first.out()}, {second, b, longest, last.out()}, nullptr), OK);
-            EXPECT_EQ(first, power(large, a, exponent));
+        for (const Number& e : {Number("0"), Number("3"), longest}) {
+            EXPECT_EQ(VLONG_modExpCtxPair({&large, a, e, first.out()}, {second, b, longest, last.out()}, nullptr), OK);
+            EXPECT_EQ(first, power(large, a, e));
             EXPECT_EQ(last, power(*second, b, longest));
         }
     }
@@ -223,7 +188,7 @@ TEST_F(Montgomery, PairsOfDifferentPowers) {
     EXPECT_TRUE(first.get() == nullptr && last.get() == nullptr);
 }
 
-TEST_F(Montgomery, NullArguments) {
+TEST(Bignum, NullArguments) {
     const Context context(Number("5"));
     MontgomeryCtx *made = nullptr, place{}, bare{};
     Number out;

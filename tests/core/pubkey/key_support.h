@@ -8,18 +8,12 @@
 #include "core/pubkey/rsa.h"
 #include "tests/support/byte_source.h"
 #include "tests/support/der_text.h"
-#include "tests/support/faults.h"
 #include "tests/support/number.h"
-#include "tests/support/refused_nulls.h"
 
 namespace keytest {
 
 using Reader = Status (*)(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key);
 using Writer = Status (*)(const AsymmetricKey* key, std::uint8_t** der, std::uint32_t* derLength);
-
-inline std::uint32_t size(const Bytes& bytes) {
-    return static_cast<std::uint32_t>(bytes.size());
-}
 
 // Making a key's lock takes memory on some systems, and has a status of its own.
 inline Status asRefusal(Status status) {
@@ -27,7 +21,7 @@ inline Status asRefusal(Status status) {
 }
 
 inline Status read(Reader reader, const Bytes& der, AsymmetricKey* key) {
-    return asRefusal(reader(der.data(), size(der), key));
+    return asRefusal(reader(der.data(), static_cast<std::uint32_t>(der.size()), key));
 }
 
 inline Status write(Writer writer, const AsymmetricKey* key, Bytes& octets) {
@@ -41,6 +35,30 @@ inline Status write(Writer writer, const AsymmetricKey* key, Bytes& octets) {
     return status;
 }
 
+// setDsa: values in hexadecimal; without x a public key.
+inline Status setDsa(AsymmetricKey* key, const Words& pqg, const std::string& y, const std::string& x) {
+    const Bytes v[] = {bytesOf(pqg[0]), bytesOf(pqg[1]), bytesOf(pqg[2]), bytesOf(y), bytesOf(x)};
+    const auto size = [&v](int i) {
+        return static_cast<std::uint32_t>(v[i].size());
+    };
+    return asRefusal(AsymKey_SetDsaParameters(key, v[0].data(), size(0), v[1].data(), size(1), v[2].data(), size(2),
+                                              v[3].data(), size(3), v[4].data(), size(4), nullptr));
+}
+
+// ExampleKey: the DSA key of the standard, its y computed.
+class ExampleKey : public ScopedKey {
+public:
+    ExampleKey() {
+        const testheap::OwnWork own;
+        const Words words = vectorsOf("core/pubkey/dsa_vectors.txt", "example").at(0); // p, q, g, x, y
+        EXPECT_EQ(setDsa(get(), words, "", words[3]), OK);
+        EXPECT_EQ(hexOf(record()->y), words[4]);
+    }
+    DSAKey* record() {
+        return asymKeyDsa(get());
+    }
+};
+
 // RsaNumbers: a key of rsa_vectors.txt and one power, in hexadecimal.
 struct RsaNumbers {
     explicit RsaNumbers(const Words& w)
@@ -49,38 +67,43 @@ struct RsaNumbers {
     std::string e, p, q, input, n, d, dP, dQ, qInv, power;
 };
 
+inline const RsaNumbers& firstKey() {
+    static const RsaNumbers key(vectorsOf("core/pubkey/rsa_vectors.txt", "rsakey").at(0));
+    return key;
+}
+
 // The names in DER: see rsa_vectors.txt.
 inline Bytes named(const std::string& name) {
-    static const RsaNumbers key(vectorsOf("core/pubkey/rsa_vectors.txt", "rsakey")[0]);
+    const RsaNumbers& key = firstKey();
+    const auto sequence = [](std::initializer_list<std::string> integers) {
+        Bytes all;
+        for (const std::string& hex : integers) {
+            const Bytes item = derInteger(hex);
+            all.insert(all.end(), item.begin(), item.end());
+        }
+        return derItem(0x30, all);
+    };
     static const std::map<std::string, Bytes> names = {
         {"N", derInteger(key.n)},
         {"E", derInteger(key.e)},
         {"P", derInteger(key.p)},
         {"Q", derInteger(key.q)},
-        {"PVALUE", fromHex(key.p)},
-        {"QVALUE", fromHex(key.q)},
+        {"PVALUE", bytesOf(key.p)},
+        {"QVALUE", bytesOf(key.q)},
         {"ONE", derInteger("01")},
         {"ZERO", derInteger("")},
-        {"TEXT", fromHex("04026869")},
+        {"TEXT", bytesOf("04026869")},
         {"HUGEN", derInteger(std::string(64000, 'f'))},
         {"HUGEP", derInteger(std::string(8000, 'f'))},
         {"HUGEQ", derInteger(std::string(7990, '7'))},
-        {"RSA", fromHex("300d06092a864886f70d0101010500")},
-        {"DSAID", fromHex("06072a8648ce380401")},
-        {"D", derInteger(key.d)},
-        {"DERIVED", fromHex(toHex(derInteger(key.dP)) + toHex(derInteger(key.dQ)) + toHex(derInteger(key.qInv)))}};
-    if (name == "KEY") {
-        return derOf("30(ZERO,N,E,D,P,Q,DERIVED)", named);
-    }
-    if (name == "PUBLIC") {
-        return derOf("30(N,E)", named);
-    }
+        {"RSA", bytesOf("300d06092a864886f70d0101010500")},
+        {"DSAID", bytesOf("06072a8648ce380401")},
+        {"KEY", sequence({"", key.n, key.e, key.d, key.p, key.q, key.dP, key.dQ, key.qInv})},
+        {"PUBLIC", sequence({key.n, key.e})}};
     if (name.starts_with("BITS")) {
         const unsigned bits = numberOf(name.substr(4));
-        Bytes octets(2 + (bits + 7) / 8, 0x55);
-        octets[0] = octets[1] = 0;
-        octets[2] = static_cast<std::uint8_t>(1 << (bits - 1) % 8);
-        return derItem(0x02, octets);
+        return derItem(0x02, bytesOf("0000+" + toHex(Bytes{static_cast<std::uint8_t>(1 << (bits - 1) % 8)}) + "+55*" +
+                                     std::to_string((bits - 1) / 8)));
     }
     return names.at(name);
 }
@@ -88,7 +111,7 @@ inline Bytes named(const std::string& name) {
 // FilledKey: an RSA key read from DER.
 class FilledKey : public ScopedKey {
 public:
-    explicit FilledKey(const Bytes& der = derOf("KEY", named)) {
+    explicit FilledKey(const Bytes& der = named("KEY")) {
         const testheap::OwnWork own;
         EXPECT_EQ(read(RsaKey_FromPublicDer, der, get()), OK);
     }

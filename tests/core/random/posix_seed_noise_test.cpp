@@ -5,9 +5,9 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
+#include <cstring>
 #include <ctime>
 #include <sys/syscall.h>
 #include <sys/wait.h>
@@ -30,35 +30,25 @@ namespace {
 
 using Seed = std::array<std::uint8_t, 64>;
 
-// The seed that a copy of this process draws.
-Seed seedOfACopy() {
-    int ends[2];
-    Seed seed{};
-    EXPECT_EQ(pipe(ends), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        const bool drawn = !isError(seedPoolGetBytes(seed.data(), seed.size()));
-        _exit(drawn && write(ends[1], seed.data(), seed.size()) == static_cast<ssize_t>(seed.size()) ? 0 : 1);
-    }
-    EXPECT_EQ(read(ends[0], seed.data(), seed.size()), static_cast<ssize_t>(seed.size()));
-    int status = 1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-    close(ends[0]);
-    close(ends[1]);
-    return seed;
-}
-
-// Copies come so close together that several of them see the same tick and second, all that the clocks give.
+// Copies of the process come so close together that several of them see the same tick and second, all that the clocks give.
 TEST(SeedNoise, CopiesOfAProcessGetDifferentSeeds) {
-    std::uint8_t byte = 0;
-    ASSERT_EQ(seedPoolGetBytes(&byte, 1), OK); // the pool is ready
-    std::array<Seed, 60> seeds;
-    for (Seed& seed : seeds) {
-        seed = seedOfACopy();
-    }
-    for (std::size_t i = 1; i < seeds.size(); ++i) {
-        EXPECT_NE(seeds[i], seeds[i - 1]) << i;
+    Seed last{}, seed{};
+    ASSERT_EQ(seedPoolGetBytes(seed.data(), 1), OK); // the pool is ready
+    for (int copy = 0; copy < 60; ++copy) {
+        int ends[2], status = 1;
+        ASSERT_EQ(pipe(ends), 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            const bool drawn = !isError(seedPoolGetBytes(seed.data(), seed.size()));
+            _exit(drawn && write(ends[1], seed.data(), seed.size()) == ssize_t{sizeof seed} ? 0 : 1);
+        }
+        EXPECT_EQ(read(ends[0], seed.data(), seed.size()), ssize_t{sizeof seed});
+        EXPECT_EQ(waitpid(child, &status, 0), child);
+        close(ends[0]);
+        close(ends[1]);
+        EXPECT_EQ(status, 0);
+        EXPECT_NE(seed, last) << copy;
+        last = seed;
     }
 }
 
@@ -66,14 +56,13 @@ TEST(SeedNoise, CopiesOfAProcessGetDifferentSeeds) {
 extern "C" char __data_start, _end; // where the linker has put the program's variables
 
 // Whether the bytes stand among the program's variables; the sanitizers' gaps between those are looked at, too.
-__attribute__((no_sanitize("address", "thread", "undefined"))) bool isInAVariable(const std::uint8_t* bytes,
-                                                                                  std::size_t count) {
-    for (const volatile char* at = &__data_start; at + count <= &_end; ++at) {
+__attribute__((no_sanitize("address", "thread", "undefined"))) bool isInAVariable(const std::uint8_t (&bytes)[16]) {
+    for (const volatile char* at = &__data_start; at + sizeof bytes <= &_end; ++at) {
         std::size_t same = 0;
-        while (same < count && static_cast<std::uint8_t>(at[same]) == bytes[same]) {
+        while (same < sizeof bytes && static_cast<std::uint8_t>(at[same]) == bytes[same]) {
             ++same;
         }
-        if (same == count) {
+        if (same == sizeof bytes) {
             return true;
         }
     }
@@ -82,11 +71,11 @@ __attribute__((no_sanitize("address", "thread", "undefined"))) bool isInAVariabl
 
 TEST(SeedNoise, WhatIsHandedOutIsGoneFromThePool) {
     __attribute__((used)) static std::uint8_t kept[16]; // a variable, which is found
-    std::array<std::uint8_t, 40> seed;
-    ASSERT_EQ(seedPoolGetBytes(seed.data(), seed.size()), OK);
-    EXPECT_FALSE(isInAVariable(seed.data(), sizeof kept));
-    std::copy_n(seed.begin(), sizeof kept, kept);
-    EXPECT_TRUE(isInAVariable(seed.data(), sizeof kept));
+    std::uint8_t seed[16];
+    ASSERT_EQ(seedPoolGetBytes(seed, sizeof seed), OK);
+    EXPECT_FALSE(isInAVariable(seed));
+    std::memcpy(kept, seed, sizeof seed);
+    EXPECT_TRUE(isInAVariable(seed));
 }
 #endif
 

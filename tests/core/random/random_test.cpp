@@ -3,24 +3,12 @@
 #include "core/random/random.h"
 #include "core/random/seed_pool.h"
 #include "tests/support/faults.h"
-#include "tests/support/gate.h"
-#include "tests/support/refused_nulls.h"
 #include "tests/support/vectors.h"
 
 #include <memory>
 #include <thread>
 
 namespace {
-
-class Random : public testing::Test {
-protected:
-    void SetUp() override {
-        ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
-    }
-    void TearDown() override {
-        ASSERT_EQ(randomSetSeedingMode(kSeedWithThreads), OK);
-    }
-};
 
 struct Release {
     void operator()(RandomContext* context) const {
@@ -41,20 +29,27 @@ Bytes drawn(const Owned& context, std::uint32_t length) {
     return bytes;
 }
 
-// First of all in this program: nobody has used the seed pool before.
-TEST_F(Random, A_FirstUsesAtOnce) {
-    Gate start;
+void inThreads(unsigned count, const std::function<void(unsigned)>& work) {
+    std::atomic<bool> mayStart{false};
     std::vector<std::thread> threads;
-    for (unsigned thread = 0; thread < 8; ++thread) {
-        threads.emplace_back([&start] {
-            start.wait();
-            EXPECT_NE(acquired(), nullptr);
+    for (unsigned thread = 0; thread < count; ++thread) {
+        threads.emplace_back([&, thread] {
+            while (!mayStart) {
+                std::this_thread::yield();
+            }
+            work(thread);
         });
     }
-    start.open();
+    mayStart = true;
     for (std::thread& thread : threads) {
         thread.join();
     }
+}
+
+// First of all in this program: nobody has used the seed pool before.
+TEST(Random, A_FirstUsesAtOnce) {
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK); // for all of this program
+    inThreads(8, [](unsigned) { EXPECT_NE(acquired(), nullptr); });
     testheap::keep(2); // the pool's two mutexes
 }
 
@@ -90,31 +85,30 @@ Status knownStates(const Words& in, Words& out) {
     return OK;
 }
 
-TEST_F(Random, Vectors) {
+TEST(Random, Vectors) {
     runVectors("core/random/random_vectors.txt", {{"fips186", knownStates}});
 }
 
 // The carry through every width, against additions byte by byte.
-TEST_F(Random, BigEndianAdd) {
+TEST(Random, BigEndianAdd) {
     for (std::size_t aLength = 0; aLength <= 70; ++aLength) {
         for (std::size_t bLength = 0; bLength <= 80; ++bLength) {
-            for (const unsigned pattern : {0U, 1U, 2U, 3U}) {
-                Bytes a = bytesOf((pattern < 2 ? "0:255:" : "91:200:") + std::to_string(aLength)), expected = a;
-                const Bytes b = bytesOf((pattern == 2 ? "0:255:" : "57:1:") + std::to_string(bLength));
-                unsigned carry = pattern % 2;
-                for (std::size_t k = 0; k < aLength; ++k) {
-                    carry += expected[aLength - 1 - k] + (k < bLength ? b[bLength - 1 - k] : 0U);
-                    expected[aLength - 1 - k] = static_cast<std::uint8_t>(carry);
-                    carry >>= 8;
+            for (const unsigned carryIn : {0U, 1U}) {
+                Bytes a = bytesOf((bLength % 2 == 0 ? "0:255:" : "91:200:") + std::to_string(aLength)), expected = a;
+                const Bytes b = bytesOf((bLength % 3 == 0 ? "0:255:" : "57:1:") + std::to_string(bLength));
+                unsigned carry = carryIn;
+                for (std::size_t k = 1; k <= aLength; ++k, carry >>= 8) {
+                    carry += expected[aLength - k] + (k <= bLength ? b[bLength - k] : 0U);
+                    expected[aLength - k] = static_cast<std::uint8_t>(carry);
                 }
-                bigEndianAdd(a.data(), aLength, b.data(), bLength, pattern % 2);
-                ASSERT_EQ(a, expected) << aLength << " + " << bLength << ", pattern " << pattern;
+                bigEndianAdd(a.data(), aLength, b.data(), bLength, carryIn);
+                ASSERT_EQ(a, expected) << aLength << " + " << bLength << " + " << carryIn;
             }
         }
     }
 }
 
-TEST_F(Random, Arguments) {
+TEST(Random, Arguments) {
     const Bytes key = bytesOf("1:1:64");
     std::uint8_t byte = 0;
     RandomContext *context = nullptr, *plain = nullptr;
@@ -153,7 +147,7 @@ TEST_F(Random, Arguments) {
     EXPECT_EQ(randomGetSeedingMode(), kSeedWithoutThreads);
 }
 
-TEST_F(Random, StreamsBitsAndSeeds) {
+TEST(Random, StreamsBitsAndSeeds) {
     const Owned first = acquired(), second = acquired();
     EXPECT_NE(drawn(first, 64), drawn(second, 64));
     EXPECT_NE(drawn(first, 64), drawn(first, 64));
@@ -175,7 +169,7 @@ TEST_F(Random, StreamsBitsAndSeeds) {
 }
 
 // What acquiring and drawing ask of the system, each refused in turn.
-TEST_F(Random, Refusals) {
+TEST(Random, Refusals) {
     const auto acquire = [] {
         RandomContext* context = nullptr;
         const Status status = randomAcquireContext(&context);
@@ -204,26 +198,19 @@ TEST_F(Random, Refusals) {
 }
 
 // Under the thread sanitizer: drawing, adding bits and stirring all at once.
-TEST_F(Random, ManyThreadsOnOneContext) {
+TEST(Random, ManyThreadsOnOneContext) {
     const Owned context = acquired();
-    std::vector<std::thread> threads;
-    for (unsigned thread = 0; thread < 16; ++thread) {
-        threads.emplace_back([&context, thread] {
-            std::uint8_t bytes[100];
-            for (int i = 0; i < 400; ++i) {
-                if (thread % 4 == 0) {
-                    fips186Stir(&context->state);
-                } else if (thread % 4 == 1) {
-                    EXPECT_EQ(randomAddEntropyBit(context.get(), 1), OK);
-                } else {
-                    EXPECT_EQ(randomGenerate(context.get(), bytes, sizeof bytes), OK);
-                }
+    inThreads(16, [&context](unsigned thread) {
+        for (int i = 0; i < 400; ++i) {
+            if (thread % 4 == 0) {
+                fips186Stir(&context->state);
+            } else if (thread % 4 == 1) {
+                EXPECT_EQ(randomAddEntropyBit(context.get(), 1), OK);
+            } else {
+                (void)drawn(context, 100);
             }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+        }
+    });
     EXPECT_EQ(context->entropyBitCount, 1600U);
     EXPECT_LT(context->state.bitPosition, 512U);
 }

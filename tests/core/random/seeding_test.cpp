@@ -5,12 +5,11 @@
 #include "core/random/seed_pool.h"
 #include "platform/rtos_clock.h"
 #include "tests/support/faults.h"
-#include "tests/support/test_heap.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
-#include <string>
 #include <thread>
 
 namespace {
@@ -46,10 +45,10 @@ TEST(Seeding, C_WithThreadsTakesSixSeconds) {
     EXPECT_EQ(randomAcquireContext(&first), OK);
     EXPECT_GE(rtosDeltaMs(&start, nullptr), 6175u) << "the busy periods alone take that long";
     other.join();
-    std::uint8_t a[32], b[32];
-    EXPECT_EQ(randomGenerate(first, a, 32), OK);
-    EXPECT_EQ(randomGenerate(second, b, 32), OK);
-    EXPECT_NE(std::string(a, a + 32), std::string(b, b + 32));
+    std::array<std::uint8_t, 32> a, b;
+    EXPECT_EQ(randomGenerate(first, a.data(), 32), OK);
+    EXPECT_EQ(randomGenerate(second, b.data(), 32), OK);
+    EXPECT_NE(a, b);
     EXPECT_EQ(randomReleaseContext(&first), OK);
     EXPECT_EQ(randomReleaseContext(&second), OK);
 }

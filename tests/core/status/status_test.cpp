@@ -1,6 +1,6 @@
 #include "core/status/status.h"
+#include "tests/support/faults.h"
 
-#include "tests/support/refused_nulls.h"
 #include "tests/support/vectors.h"
 
 namespace {

@@ -7,10 +7,8 @@ import java.io.IOException;
 import java.lang.management.ManagementFactory;
 import java.net.URI;
 import java.nio.charset.Charset;
-import java.nio.file.Files;
-import java.nio.file.Path;
-import java.util.ArrayList;
-import java.util.List;
+import java.nio.file.*;
+import java.util.*;
 import java.util.concurrent.TimeUnit;
 
 /**
@@ -18,8 +16,8 @@ import java.util.concurrent.TimeUnit;
  * whatever the system writes.
  */
 final class ChildJvm {
-    private static final int FIRST_VERSION_THAT_WARNS = 22;
-    static final int FIRST_VERSION_THAT_CAN_DENY = 24;
+    static final boolean CAN_DENY = Runtime.version().feature() >= 24;
+    private static final boolean CAN_WARN = Runtime.version().feature() >= 22;
 
     final int exitCode;
     final String out;
@@ -40,19 +38,6 @@ final class ChildJvm {
         return new File(URI.create(ChildJvm.class.getProtectionDomain().getCodeSource().getLocation().toString())).getPath();
     }
 
-    /** What allows the module native code, and nobody else, as far as this version can tell them apart. */
-    static List<String> nativeAccess(String module) {
-        int version = Runtime.version().feature();
-        List<String> options = new ArrayList<>();
-        if (version >= FIRST_VERSION_THAT_WARNS) {
-            options.add("--enable-native-access=" + module);
-        }
-        if (version >= FIRST_VERSION_THAT_CAN_DENY) {
-            options.add("--illegal-native-access=deny");
-        }
-        return options;
-    }
-
     /** What a program prints that ends well and has nothing to complain of. */
     static String outputOf(Class<?> program, List<String> options, String... arguments) throws Exception {
         ChildJvm child = run(program, options, arguments);
@@ -62,35 +47,41 @@ final class ChildJvm {
     }
 
     /** Runs a program to its end. It sees the provider's jar and the tests, unless the options name another class path. */
-    static ChildJvm run(Class<?> program, List<String> options, String... arguments)
-            throws IOException, InterruptedException {
+    static ChildJvm run(Class<?> program, List<String> options, String... arguments) throws Exception {
+        return runLimited(null, program, options, arguments);
+    }
+
+    /** The same under a limit that the shell's command ulimit sets. */
+    static ChildJvm runLimited(String limit, Class<?> program, List<String> options, String... arguments) throws Exception {
         List<String> all = new ArrayList<>(List.of("-cp", providerJar() + File.pathSeparator + testClasses()));
-        all.addAll(nativeAccess("ALL-UNNAMED"));
         all.addAll(options);
         all.add(program.getName());
         all.addAll(List.of(arguments));
-        return run(all);
+        return run(limit, "ALL-UNNAMED", all);
     }
 
-    /** Runs java with the arguments and waits for its end. */
-    static ChildJvm run(List<String> arguments) throws IOException, InterruptedException {
-        return runAfter(List.of(), arguments);
+    /** Runs java with the arguments to its end; one module alone is allowed native code, as far as this version can tell them apart. */
+    static ChildJvm run(String module, List<String> arguments) throws Exception {
+        return run(null, module, arguments);
     }
 
-    /** Runs java under a limit that the shell's command ulimit sets. */
-    static ChildJvm runLimited(String limit, List<String> arguments) throws IOException, InterruptedException {
-        String limited = "ulimit " + limit + "; java=$1; shift; exec \"$java\" -XX:-UsePerfData \"$@\"";
-        return runAfter(List.of("sh", "-c", limited, "sh"), arguments);
-    }
-
-    private static ChildJvm runAfter(List<String> words, List<String> arguments) throws IOException, InterruptedException {
-        Path out = Files.createTempFile("child", ".out");
-        Path err = Files.createTempFile("child", ".err");
-        List<String> command = new ArrayList<>(words);
+    private static ChildJvm run(String limit, String module, List<String> arguments) throws Exception {
+        List<String> command = new ArrayList<>();
+        if (limit != null) {
+            command.addAll(List.of("sh", "-c", "ulimit " + limit + "; java=$1; shift; exec \"$java\" -XX:-UsePerfData \"$@\"", "sh"));
+        }
         command.add(Path.of(System.getProperty("java.home"), "bin/java").toString());
         ManagementFactory.getRuntimeMXBean().getInputArguments().stream().filter(option -> option.startsWith("-XX:"))
                 .forEach(command::add);
+        if (CAN_WARN && module != null) {
+            command.add("--enable-native-access=" + module);
+        }
+        if (CAN_DENY) {
+            command.add("--illegal-native-access=deny");
+        }
         command.addAll(arguments);
+        Path out = Files.createTempFile("child", ".out");
+        Path err = Files.createTempFile("child", ".err");
         out.toFile().deleteOnExit(); // not sooner: wine may hold them a while after the child's end
         err.toFile().deleteOnExit();
         Process process = new ProcessBuilder(command).redirectOutput(out.toFile()).redirectError(err.toFile()).start();

@@ -1,41 +1,27 @@
 package com.vantrel.zel.provider;
 
 import static org.junit.jupiter.api.Assertions.assertEquals;
-import static org.junit.jupiter.api.Assumptions.assumeTrue;
+import static org.junit.jupiter.api.Assertions.assertTrue;
 
-import com.sun.net.httpserver.HttpsConfigurator;
-import com.sun.net.httpserver.HttpsServer;
-import java.io.*;
+import java.io.File;
 import java.lang.module.ModuleFinder;
 import java.math.BigInteger;
-import java.net.*;
-import java.nio.charset.StandardCharsets;
-import java.nio.file.Files;
-import java.nio.file.Path;
+import java.net.ServerSocket;
+import java.net.Socket;
+import java.nio.file.*;
 import java.security.*;
-import java.security.KeyStore.PrivateKeyEntry;
-import java.security.spec.AlgorithmParameterSpec;
 import java.security.spec.RSAKeyGenParameterSpec;
-import java.util.ArrayList;
-import java.util.List;
-import java.util.jar.JarEntry;
-import java.util.jar.JarFile;
-import java.util.stream.Stream;
-import java.util.zip.ZipFile;
+import java.util.*;
+import java.util.concurrent.*;
 import javax.crypto.Cipher;
 import javax.crypto.spec.SecretKeySpec;
 import javax.net.ssl.*;
-import jdk.security.jarsigner.JarSigner;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.condition.OS;
 import org.junit.jupiter.api.io.TempDir;
 
 /** A virtual machine whose first provider is this one: its own tools, TLS, and whatever only the JDK's providers can do. */
 class FirstProviderTest {
-    private static final char[] PASSWORD = "a-password".toCharArray();
-
-    @TempDir Path folder;
-
     private static final String FIRST = "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\n"
             + "security.provider.2=SUN\nsecurity.provider.3=SunRsaSign\nsecurity.provider.4=SunEC\nsecurity.provider.5=SunJSSE\n"
             + "security.provider.6=SunJCE\n";
@@ -43,6 +29,13 @@ class FirstProviderTest {
     /** As README advises it. */
     private static final String BEHIND_AND_PREFERRED = "security.provider.%d=com.vantrel.zel.provider.ZelSecurityProvider\n"
             + "jdk.security.provider.preferred=Signature.SHA256withRSA:Zel, KeyPairGenerator.RSA:Zel, Cipher.AES/CBC/PKCS5Padding:Zel\n";
+
+    private static final String BOTH = "AES 256 Zel\nAES 128 SunJCE\n"
+            + "RSA 2048 Zel sign Zel verify Zel\n"
+            + "RSA 1032 SunRsaSign sign Zel verify Zel\n"
+            + "RSA 2048/4294967297 SunRsaSign sign SunRsaSign verify SunRsaSign\n";
+
+    @TempDir Path folder;
 
     private String run(String settings, String... arguments) throws Exception {
         Path properties = Files.writeString(folder.resolve("java.security"), settings);
@@ -52,7 +45,7 @@ class FirstProviderTest {
             all.add("-Xcheck:jni");
         }
         all.addAll(List.of(arguments));
-        ChildJvm child = ChildJvm.run(all);
+        ChildJvm child = ChildJvm.run("ALL-UNNAMED", all);
         assertEquals(0, child.exitCode, child.out + child.err);
         return child.out;
     }
@@ -62,81 +55,28 @@ class FirstProviderTest {
     void asTheFirst() throws Exception {
         String store = folder.resolve("store").toString();
         run(FIRST, "-m", "java.base/sun.security.tools.keytool.Main", "-genkeypair", "-alias", "me", "-keyalg", "RSA",
-                "-keysize", "2048", "-dname", "CN=localhost", "-ext", "san=ip:127.0.0.1,dns:localhost", "-keystore", store,
-                "-storepass", new String(PASSWORD));
-        boolean isWhole = Stream.of("jdk.httpserver", "jdk.jartool").allMatch(m -> ModuleFinder.ofSystem().find(m).isPresent());
-        assertEquals("AES 256 Zel\nAES 128 SunJCE\n"
-                + "RSA 2048 Zel sign Zel verify Zel\n"
-                + "RSA 1032 SunRsaSign sign Zel verify Zel\n"
-                + "RSA 2048/4294967297 SunRsaSign sign SunRsaSign verify SunRsaSign\n"
-                + "DSA 1024 Zel sign Zel verify Zel\n"
-                + "DSA 2048 refused\nDSA 2048 SUN sign SUN verify SUN\nrandom Zel\n"
-                + (isWhole ? "Zel: hello\njar signed by 1\n" : ""),
-                run(FIRST, isWhole ? new String[] {Uses.class.getName(), store, System.getProperty("zel.tool.jar")}
-                        : new String[] {Uses.class.getName()}));
-        assumeTrue(isWhole, "this runtime has no module for servers or for signed jars");
+                "-keysize", "2048", "-dname", "CN=localhost", "-keystore", store, "-storepass", "password");
+        assertEquals(BOTH + "DSA 1024 Zel sign Zel verify Zel\n"
+                + "DSA 2048 refused\nDSA 2048 SUN sign SUN verify SUN\nrandom Zel\nover TLS: 42\n",
+                run(FIRST, "-Djavax.net.ssl.keyStore=" + store, "-Djavax.net.ssl.keyStorePassword=password",
+                        "-Djavax.net.ssl.trustStore=" + store, "-Djavax.net.ssl.trustStorePassword=password", Uses.class.getName()));
+        if (ModuleFinder.ofSystem().find("jdk.jartool").isPresent()) { // which some runtimes lack
+            String signed = Files.copy(Path.of(System.getProperty("zel.tool.jar")), folder.resolve("signed.jar")).toString();
+            String jarsigner = "jdk.jartool/sun.security.tools.jarsigner.Main";
+            run(FIRST, "-m", jarsigner, "-keystore", store, "-storepass", "password", signed, "me");
+            String said = run(FIRST, "-m", jarsigner, "-verify", signed);
+            assertTrue(said.contains("jar verified."), said);
+        }
     }
 
     @Test
     void whereOtherProvidersStandInFrontItServesWhatItIsPreferredFor() throws Exception {
-        String settings = String.format(BEHIND_AND_PREFERRED, Security.getProviders().length + 1);
-        assertEquals("AES 256 Zel\nAES 128 SunJCE\n"
-                + "RSA 2048 Zel sign Zel verify Zel\n"
-                + "RSA 1032 SunRsaSign sign Zel verify Zel\n"
-                + "RSA 2048/4294967297 SunRsaSign sign SunRsaSign verify SunRsaSign\n"
-                + "DSA 1024 SUN sign SUN verify SUN\n"
+        assertEquals(BOTH + "DSA 1024 SUN sign SUN verify SUN\n"
                 + "DSA 2048 SUN sign SUN verify SUN\nDSA 2048 SUN sign SUN verify SUN\nrandom another\n",
-                run(settings, Uses.class.getName()));
+                run(String.format(BEHIND_AND_PREFERRED, Security.getProviders().length + 1), Uses.class.getName()));
     }
 
-    /** Run in a child: a server with the certificate of a store and its client, and the jar signed; prints by whom. */
-    private static final class Whole {
-        static void run(String storeFile, String jarFile) throws Exception {
-            KeyStore store = KeyStore.getInstance("PKCS12");
-            KeyStore trusted = KeyStore.getInstance("PKCS12");
-            try (InputStream in = new FileInputStream(storeFile)) {
-                store.load(in, PASSWORD);
-            }
-            trusted.load(null, null);
-            trusted.setCertificateEntry("me", store.getCertificate("me"));
-            KeyManagerFactory keys = KeyManagerFactory.getInstance(KeyManagerFactory.getDefaultAlgorithm());
-            keys.init(store, PASSWORD);
-            TrustManagerFactory trust = TrustManagerFactory.getInstance(TrustManagerFactory.getDefaultAlgorithm());
-            trust.init(trusted);
-            SSLContext context = SSLContext.getInstance("TLS");
-            context.init(keys.getKeyManagers(), trust.getTrustManagers(), null);
-
-            HttpsServer server = HttpsServer.create(new InetSocketAddress(InetAddress.getLoopbackAddress(), 0), 0);
-            server.setHttpsConfigurator(new HttpsConfigurator(context));
-            server.createContext("/", exchange -> {
-                exchange.sendResponseHeaders(200, 0);
-                exchange.getResponseBody().write("hello".getBytes(StandardCharsets.US_ASCII));
-                exchange.close();
-            });
-            server.start();
-            URL url = new URL("https", "localhost", server.getAddress().getPort(), "/");
-            HttpsURLConnection connection = (HttpsURLConnection) url.openConnection();
-            connection.setSSLSocketFactory(context.getSocketFactory());
-            String answer = new String(connection.getInputStream().readAllBytes(), StandardCharsets.US_ASCII);
-            server.stop(0);
-            PrivateKeyEntry entry = (PrivateKeyEntry) store.getEntry("me", new KeyStore.PasswordProtection(PASSWORD));
-            Signature signature = Signature.getInstance("SHA256withRSA");
-            signature.initSign(entry.getPrivateKey());
-            System.out.println(signature.getProvider().getName() + ": " + answer);
-
-            File signed = new File(storeFile + ".jar");
-            try (ZipFile jar = new ZipFile(jarFile); OutputStream out = new FileOutputStream(signed)) {
-                new JarSigner.Builder(entry).build().sign(jar, out);
-            }
-            try (JarFile jar = new JarFile(signed)) {
-                JarEntry some = jar.getJarEntry("com/vantrel/zel/tool/Zel.class");
-                jar.getInputStream(some).readAllBytes(); // which verifies it
-                System.out.println("jar signed by " + some.getCodeSigners().length);
-            }
-        }
-    }
-
-    /** Run in a child: prints who serves which key. */
+    /** Run in a child: prints who serves which key, and what comes over TLS if there is a store of keys. */
     public static final class Uses {
         public static void main(String[] args) throws Exception {
             for (int bits : new int[] {256, 128}) {
@@ -144,43 +84,44 @@ class FirstProviderTest {
                 cipher.init(Cipher.ENCRYPT_MODE, new SecretKeySpec(new byte[bits / 8], "AES"));
                 System.out.println("AES " + bits + " " + cipher.getProvider().getName());
             }
-            use("RSA", 2048, null, "SHA256withRSA");
-            use("RSA", 1032, null, "SHA256withRSA");
-            use("RSA", 2048, BigInteger.ONE.shiftLeft(32).add(BigInteger.ONE), "SHA256withRSA");
-            use("DSA", 1024, null, "SHA1withDSA");
+            use(KeyPairGenerator.getInstance("RSA"), 2048, null, "SHA256withRSA");
+            use(KeyPairGenerator.getInstance("RSA"), 1032, null, "SHA256withRSA");
+            use(KeyPairGenerator.getInstance("RSA"), 2048, BigInteger.ONE.shiftLeft(32).add(BigInteger.ONE), "SHA256withRSA");
+            use(KeyPairGenerator.getInstance("DSA"), 1024, null, "SHA1withDSA");
             try { // the JDK's generator of DSA keys is the one that the JDK never falls through to
-                use("DSA", 2048, null, "SHA256withDSA");
+                use(KeyPairGenerator.getInstance("DSA"), 2048, null, "SHA256withDSA");
             } catch (InvalidParameterException e) {
                 System.out.println("DSA 2048 refused");
             }
             use(KeyPairGenerator.getInstance("DSA", "SUN"), 2048, null, "SHA256withDSA");
             System.out.println("random " + (new SecureRandom().getProvider().getName().equals("Zel") ? "Zel" : "another"));
-            if (args.length > 0) {
-                Whole.run(args[0], args[1]);
+            if (System.getProperty("javax.net.ssl.keyStore") != null) {
+                ServerSocket server = SSLServerSocketFactory.getDefault().createServerSocket(0);
+                FutureTask<Integer> client = new FutureTask<>(() -> {
+                    try (Socket socket = SSLSocketFactory.getDefault().createSocket("localhost", server.getLocalPort())) {
+                        return socket.getInputStream().read();
+                    }
+                });
+                new Thread(client).start();
+                try (Socket socket = server.accept()) {
+                    socket.getOutputStream().write(42);
+                }
+                System.out.println("over TLS: " + client.get());
             }
         }
 
-        private static void use(String kind, int bits, BigInteger exponent, String algorithm) throws Exception {
-            use(KeyPairGenerator.getInstance(kind), bits, exponent, algorithm);
-        }
-
-        private static void use(KeyPairGenerator generator, int bits, BigInteger exponent, String algorithm)
-                throws Exception {
+        private static void use(KeyPairGenerator generator, int bits, BigInteger exponent, String algorithm) throws Exception {
             if (exponent == null) {
                 generator.initialize(bits);
             } else {
-                AlgorithmParameterSpec wanted = new RSAKeyGenParameterSpec(bits, exponent);
-                generator.initialize(wanted);
+                generator.initialize(new RSAKeyGenParameterSpec(bits, exponent));
             }
             KeyPair pair = generator.generateKeyPair();
-            byte[] message = {1, 2, 3};
             Signature signing = Signature.getInstance(algorithm);
             signing.initSign(pair.getPrivate());
-            signing.update(message);
             byte[] signed = signing.sign();
             Signature verifying = Signature.getInstance(algorithm);
             verifying.initVerify(pair.getPublic());
-            verifying.update(message);
             System.out.println(generator.getAlgorithm() + " " + bits + (exponent == null ? "" : "/" + exponent) + " "
                     + generator.getProvider().getName() + " sign " + signing.getProvider().getName() + " verify "
                     + (verifying.verify(signed) ? verifying.getProvider().getName() : "failed"));

@@ -9,8 +9,7 @@ import java.io.*;
 import java.net.URL;
 import java.net.URLClassLoader;
 import java.nio.charset.StandardCharsets;
-import java.nio.file.Files;
-import java.nio.file.Path;
+import java.nio.file.*;
 import java.nio.file.attribute.FileTime;
 import java.security.*;
 import java.time.Duration;
@@ -18,8 +17,7 @@ import java.time.Instant;
 import java.util.*;
 import java.util.concurrent.*;
 import java.util.concurrent.locks.LockSupport;
-import java.util.zip.ZipEntry;
-import java.util.zip.ZipFile;
+import java.util.zip.*;
 import org.junit.jupiter.api.BeforeEach;
 import org.junit.jupiter.api.Test;
 import org.junit.jupiter.api.condition.*;
@@ -39,18 +37,13 @@ class LoadingTest {
     private Path temporary;
     private Path libraryPath;
 
-    /**
-     * Run in a child: prints which provider answers, the size of a digest, whence the library, and in the end whether there are random numbers;
-     * or the provider's complaint.
-     */
+    /** Run in a child: prints who answers, whence the library, and in the end whether there are random numbers; or the complaint. */
     public static final class Probe {
         public static void main(String[] args) throws Exception {
             try {
                 Security.insertProviderAt(new ZelSecurityProvider(), 1);
                 MessageDigest digest = MessageDigest.getInstance("SHA-1");
-                digest.update((byte) 'a');
-                System.out.println(digest.getProvider().getName() + " " + digest.digest().length + " "
-                        + NativeLibrary.origin());
+                System.out.println(digest.getProvider().getName() + " " + digest.digest().length + " " + NativeLibrary.origin());
                 Runtime.getRuntime().addShutdownHook(new Thread(() -> System.out.println(NativeInfo.isRandomReady())));
             } catch (ProviderException e) {
                 System.out.println(e.getMessage());
@@ -109,25 +102,20 @@ class LoadingTest {
     /** Run in a child: the random start fails, and then the first users; last, reads back a generator that its parent has stored. */
     public static final class FailingStart {
         public static void main(String[] args) throws Exception {
-            Thread[] starter = new Thread[1];
+            CompletableFuture<Thread> starter = new CompletableFuture<>();
             RandomStart.begin(() -> {
-                starter[0] = Thread.currentThread();
+                starter.complete(Thread.currentThread());
                 throw new OutOfMemoryError("start");
             });
             RandomStart.begin(() -> System.out.println("begun twice"));
-            while (starter[0] == null || starter[0].isAlive()) {
-                Thread.sleep(1);
-            }
+            starter.get().join();
             RandomStart.withFailureOfStart(() -> { }); // works now: nothing to tell
             for (RuntimeException failure : List.of(new IllegalArgumentException("not the generator's doing"),
                     new ProviderException("use"), new ProviderException("use again"))) {
-                try {
-                    RandomStart.withFailureOfStart(() -> {
-                        throw failure;
-                    });
-                } catch (RuntimeException e) {
-                    System.out.println(e.getMessage() + " " + Arrays.toString(e.getSuppressed()));
-                }
+                Exception told = assertThrows(failure.getClass(), () -> RandomStart.withFailureOfStart(() -> {
+                    throw failure;
+                }));
+                System.out.println(told.getMessage() + " " + Arrays.toString(told.getSuppressed()));
             }
             try (ObjectInputStream in = new ObjectInputStream(Files.newInputStream(Path.of(args[0])))) {
                 System.out.println(in.readObject().getClass().getSimpleName());
@@ -141,19 +129,22 @@ class LoadingTest {
         libraryPath = Files.createDirectory(folder.resolve("my p\u00e4th"));
     }
 
-    private String probe(String classPath, Path temporaryFolder) throws Exception {
-        return ChildJvm.outputOf(Probe.class, options(classPath, temporaryFolder)).strip();
+    private ChildJvm probe(String classPath, Path temporaryFolder) throws Exception {
+        return ChildJvm.run(Probe.class, List.of("-cp", classPath + File.pathSeparator + ChildJvm.testClasses(),
+                "-Djava.io.tmpdir=" + temporaryFolder, "-Djava.library.path=" + libraryPath));
     }
 
-    private List<String> options(String classPath, Path temporaryFolder) {
-        return List.of("-cp", classPath + File.pathSeparator + ChildJvm.testClasses(), "-Djava.io.tmpdir=" + temporaryFolder,
-                "-Djava.library.path=" + libraryPath);
+    private static void assertSays(ChildJvm child, String... parts) {
+        for (String part : parts) { // the VM itself may warn of the temporary folder on the other stream
+            assertTrue(child.out.contains(part), child.out);
+        }
     }
 
-    /** Whether the library was loaded, without a wait for random numbers at the end, leaving nothing behind: on Windows one copy, which a start two days later sweeps. */
+    /** The library is loaded, with no wait for random numbers at the end; on Windows a copy stays, which a start two days later sweeps. */
     private void assertLoads(String classPath, String origin) throws Exception {
-        String expected = "Zel 20 " + origin + "\nfalse"; // Java 11 writes the escapes of a URL in small letters
-        assertEquals(expected.toLowerCase(Locale.ROOT), probe(classPath, temporary).toLowerCase(Locale.ROOT));
+        ChildJvm child = probe(classPath, temporary);
+        assertTrue(("Zel 20 " + origin + "\nfalse\n").equalsIgnoreCase(child.out), child.out); // Java 11 escapes URLs in small letters
+        assertEquals("", child.err);
         File[] left = temporary.toFile().listFiles();
         assertTrue(left.length <= (IS_WINDOWS ? 1 : 0));
         for (File copy : left) {
@@ -189,9 +180,8 @@ class LoadingTest {
         Files.writeString(installed, content.replace("zelspi version " + Version.TEXT, "zelspi version 0.0.0"),
                 StandardCharsets.ISO_8859_1);
         assertLoads(ChildJvm.providerJar(), inJar);
-        String said = probe(classes, temporary);
-        assertTrue(said.endsWith("in the provider's jar; " + installed + " is of version 0.0.0, the provider ("
-                + new File(classes).toURI() + "com/vantrel/zel/provider/internal/NativeLibrary.class) of version " + Version.TEXT), said);
+        assertSays(probe(classes, temporary), "in the provider's jar; " + installed + " is of version 0.0.0, the provider ("
+                + new File(classes).toURI() + "com/vantrel/zel/provider/internal/NativeLibrary.class) of version " + Version.TEXT + "\n");
     }
 
     @Test
@@ -208,10 +198,8 @@ class LoadingTest {
     @Test
     @EnabledOnOs(OS.LINUX)
     void aShortageOfThreadsPasses() throws Exception {
-        List<String> options = new ArrayList<>(ChildJvm.nativeAccess("ALL-UNNAMED"));
-        options.addAll(List.of("-Xmx64m", "-XX:+UseSerialGC", "-Xlog:disable", "-XX:ThreadStackSize=262144", "-cp",
-                System.getProperty("java.class.path"), ShortOfThreads.class.getName()));
-        ChildJvm child = ChildJvm.runLimited("-v 12000000", options);
+        ChildJvm child = ChildJvm.runLimited("-v 12000000", ShortOfThreads.class, List.of("-Xmx64m", "-XX:+UseSerialGC",
+                "-Xlog:disable", "-XX:ThreadStackSize=262144", "-cp", System.getProperty("java.class.path")));
         assertEquals("20\n", child.out, child.err);
     }
 
@@ -228,28 +216,20 @@ class LoadingTest {
         byte[] library = Files.readAllBytes(LIBRARY);
         library[IS_WINDOWS ? Byte.toUnsignedInt(library[PE_HEADER]) + 4 : ELF_MACHINE] = ANOTHER_MACHINE;
         Path foreign = Files.write(libraryPath.resolve(NAME), library);
-        String said = probe(ChildJvm.providerJar(), temporary);
-        assertTrue(said.startsWith("cannot load the native library " + foreign + " on "), said);
+        assertSays(probe(ChildJvm.providerJar(), temporary), "cannot load the native library " + foreign + " on ");
         Files.delete(foreign);
-
-        said = probe(classesOnly(), temporary);
-        assertTrue(said.startsWith("no native library for "), said);
-        assertTrue(said.contains(NAME + " in java.library.path (" + libraryPath + ")"), said);
-        assertTrue(said.contains(IN_JAR + " in the provider's jar"), said);
-
+        assertSays(probe(classesOnly(), temporary), "no native library for ", NAME + " in java.library.path (" + libraryPath + ")",
+                IN_JAR + " in the provider's jar");
         Path missing = temporary.resolve("missing");
-        said = ChildJvm.run(Probe.class, options(ChildJvm.providerJar(), missing)).out; // the VM itself may warn of the folder
-        assertTrue(said.startsWith("cannot unpack " + IN_JAR), said);
-        assertTrue(said.contains("into " + missing), said);
+        assertSays(probe(ChildJvm.providerJar(), missing), "cannot unpack " + IN_JAR, "into " + missing);
     }
 
     /** No file can be larger than 100 KiB, which stands in for a full disk. */
     @Test
     @DisabledOnOs(value = OS.WINDOWS, disabledReason = "has no limit on the size of files")
     void withoutRoomNothingIsLeft() throws Exception {
-        String said = ChildJvm.runLimited("-f 200", List.of("-cp", ChildJvm.providerJar() + File.pathSeparator
-                + ChildJvm.testClasses(), "-Djava.io.tmpdir=" + temporary, Probe.class.getName())).out;
-        assertTrue(said.contains("into " + temporary) && said.endsWith("File too large\n"), said);
+        assertSays(ChildJvm.runLimited("-f 200", Probe.class, List.of("-Djava.io.tmpdir=" + temporary)),
+                "into " + temporary, "File too large\n");
         assertEquals(0, temporary.toFile().list().length);
     }
 
@@ -261,18 +241,18 @@ class LoadingTest {
             out.writeObject(new ZelSecureRandomSpi());
         }
         String failures = "not the generator's doing []\nuse [java.lang.OutOfMemoryError: start]\nuse again []\n";
-        assertEquals(failures + "ZelSecureRandomSpi\n", ChildJvm.outputOf(FailingStart.class, List.of(), file));
-        ChildJvm without = ChildJvm.run(FailingStart.class,
-                List.of("-Djava.io.tmpdir=/nonexistent", "-Djava.library.path="), file);
+        List<String> tests = List.of("-cp", System.getProperty("java.class.path"));
+        assertEquals(failures + "ZelSecureRandomSpi\n", ChildJvm.outputOf(FailingStart.class, tests, file));
+        List<String> nowhere = new ArrayList<>(tests);
+        nowhere.addAll(List.of("-Djava.io.tmpdir=/nonexistent", "-Djava.library.path="));
+        ChildJvm without = ChildJvm.run(FailingStart.class, nowhere, file);
         assertTrue(without.out.equals(failures) && without.err.contains("cannot unpack"), without.err);
     }
 
-    private static String service(String access, String... arguments) throws Exception {
-        List<String> all = new ArrayList<>(ChildJvm.nativeAccess(access));
-        all.addAll(List.of(arguments));
-        ChildJvm child = ChildJvm.run(all);
+    private static void assertServed(String by, String access, String... arguments) throws Exception {
+        ChildJvm child = ChildJvm.run(access, List.of(arguments));
         assertEquals("", child.err);
-        return child.out.strip();
+        assertSays(child, by);
     }
 
     @Test
@@ -280,23 +260,22 @@ class LoadingTest {
         String jar = ChildJvm.providerJar();
         String classes = ChildJvm.testClasses();
         String probe = ServiceProbe.class.getName();
-        String byName = Files.writeString(folder.resolve("byName"), "security.provider.1=Zel\nsecurity.provider.2=SUN\n")
-                .toString();
         String classPath = jar + File.pathSeparator + classes;
         String module = "com.vantrel.zel.provider";
-        if (Runtime.version().feature() >= ChildJvm.FIRST_VERSION_THAT_CAN_DENY) {
-            String byClass = Files.writeString(folder.resolve("byClass"),
-                    "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\n").toString();
-            String said = ChildJvm.run(List.of("--illegal-native-access=deny", "-cp", classPath,
-                    "-Djava.security.properties=" + byClass, probe, "registered")).err;
+        String byClass = "-Djava.security.properties=" + Files.writeString(folder.resolve("byClass"),
+                "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\n");
+        String byName = "-Djava.security.properties=" + Files.writeString(folder.resolve("byName"),
+                "security.provider.1=Zel\nsecurity.provider.2=SUN\n");
+        if (ChildJvm.CAN_DENY) {
+            String said = ChildJvm.run(null, List.of("-cp", classPath, byClass, probe, "registered")).err;
             assertTrue(said.contains("start Java with --enable-native-access=ALL-UNNAMED"), said);
         }
-        assertEquals("null 32", service("ALL-UNNAMED", "-cp", classPath, probe, "loader"));
-        assertEquals("null 32", service("ALL-UNNAMED", "-cp", classPath, "-Djava.security.properties=" + byName,
-                probe, "registered"));
-        assertEquals(module + " 32", service(module, "-p", jar, "-cp", classes, probe, "loader"));
-        assertEquals(module + " 32", service(module, "-p", jar, "-cp", classes,
-                "-Djava.security.properties=" + byName, probe, "registered"));
+        assertServed("null 32\n", "ALL-UNNAMED", "-cp", classPath, probe, "loader");
+        assertServed("null 32\n", "ALL-UNNAMED", "-cp", classPath, byName, probe, "registered");
+        assertServed(module + " 32\n", module, "-p", jar, "-cp", classes, probe, "loader");
+        assertServed(module + " 32\n", module, "-p", jar, "-cp", classes, byName, probe, "registered");
+        // The tool's jar says in its manifest that it loads native code, so it is not warned of or denied: java.base is any other module.
+        assertServed("java                " + Runtime.version().feature(), "java.base", "-jar", System.getProperty("zel.tool.jar"), "info");
     }
 
     /** For each of our services, whatever name the JDK's own provider knows it by. */
@@ -316,12 +295,5 @@ class LoadingTest {
             }
         }
         assertTrue(names > 20, names + " names");
-    }
-
-    /** The tool's jar says in its manifest that it loads native code, so no VM warns of it or denies it: java.base is any other module. */
-    @Test
-    void theTool() throws Exception {
-        String said = service("java.base", "-jar", System.getProperty("zel.tool.jar"), "info");
-        assertTrue(said.contains("java                " + Runtime.version().feature()), said);
     }
 }

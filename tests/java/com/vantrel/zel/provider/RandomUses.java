@@ -8,10 +8,10 @@ import java.io.ByteArrayOutputStream;
 import java.nio.ByteBuffer;
 import java.security.*;
 import java.util.*;
-import javax.crypto.BadPaddingException;
-import javax.crypto.Cipher;
-import javax.crypto.spec.IvParameterSpec;
-import javax.crypto.spec.SecretKeySpec;
+import java.util.concurrent.*;
+import java.util.stream.*;
+import javax.crypto.*;
+import javax.crypto.spec.*;
 
 /**
  * Random uses of the provider, each result held against the JDK's own providers. A use keeps its objects for message after
@@ -24,6 +24,7 @@ final class RandomUses {
     }
 
     private static final String TRANSFORMATION = "AES/CBC/PKCS5Padding";
+    private static final int[] LAST_BYTES = {0, 1, 2, 15, 16, 17, 32, 127, 128, 255};
 
     /** Whether results count: not while threads share the objects of a use. */
     volatile boolean isJudged = true;
@@ -79,29 +80,32 @@ final class RandomUses {
         };
     }
 
-    /** In one of the modes ENCRYPT and DECRYPT; a ciphertext may be damaged. */
+    /** In one of the modes ENCRYPT and DECRYPT; a ciphertext may be damaged, or its padding be only like one. */
     Use cipher(int mode) throws GeneralSecurityException {
         SecretKeySpec key = new SecretKeySpec(randomBytes(32), "AES");
+        SecretKey lent = oddKey(SecretKey.class, "RAW", key.getEncoded());
         IvParameterSpec iv = new IvParameterSpec(randomBytes(16));
         Cipher cipher = Cipher.getInstance(TRANSFORMATION, ZEL);
-        cipher.init(mode, key, iv);
+        cipher.init(mode, lent, iv);
         return (random, isAfresh) -> {
             ShortWay.take(random.nextBoolean());
             if (isAfresh) {
-                cipher.init(Cipher.ENCRYPT_MODE + Cipher.DECRYPT_MODE - mode, key, iv);
+                cipher.init(Cipher.ENCRYPT_MODE + Cipher.DECRYPT_MODE - mode, lent, iv);
                 cipher.update(new byte[39]);
-                cipher.init(mode, key, iv);
+                cipher.init(mode, lent, iv);
             }
-            byte[] input = message(random, random.nextInt(8) == 0 ? 9000 : 100);
-            Cipher theirs = Cipher.getInstance(TRANSFORMATION, "SunJCE");
+            byte[] input = message(random, random.nextInt(5) == 0 ? 9000 : 100);
             if (mode == Cipher.DECRYPT_MODE) {
-                theirs.init(Cipher.ENCRYPT_MODE, key, iv);
-                input = theirs.doFinal(input);
+                boolean isPadded = random.nextInt(3) > 0;
+                Cipher encrypting = Cipher.getInstance(isPadded ? TRANSFORMATION : "AES/CBC/NoPadding", "SunJCE");
+                encrypting.init(Cipher.ENCRYPT_MODE, key, iv);
+                input = encrypting.doFinal(isPadded ? input : likePadded(random, input));
                 if (random.nextInt(4) == 0) {
                     input = Arrays.copyOf(input, input.length - 16 * random.nextInt(2));
                     flip(random, input, Math.max(0, input.length - 32));
                 }
             }
+            Cipher theirs = Cipher.getInstance(TRANSFORMATION, "SunJCE");
             theirs.init(mode, key, iv);
             byte[] expected;
             try {
@@ -115,10 +119,14 @@ final class RandomUses {
                 int at = 0;
                 while (random.nextInt(4) > 0) {
                     int length = piece(random, input.length - at);
-                    send(cipher, random, input, at, length, false, out);
+                    send(cipher, random, input, at, length, null, out);
                     at += length;
                 }
-                send(cipher, random, input, at, input.length - at, true, out);
+                int left = expected == null || !isJudged ? -1 : expected.length - out.size();
+                if (left > 0 && random.nextInt(3) == 0) {
+                    refuseRoom(cipher, input, at, Math.max(left - 1 - random.nextInt(18), 0));
+                }
+                send(cipher, random, input, at, input.length - at, left, out);
             } catch (BadPaddingException e) {
                 isRefused = true;
             }
@@ -134,14 +142,42 @@ final class RandomUses {
         }
     }
 
-    /** Sends a piece through update, or the last one through doFinal, in a randomly chosen form; appends what comes out. */
-    private void send(Cipher cipher, Random random, byte[] data, int at, int length, boolean isLast, ByteArrayOutputStream out)
+    /** Whole blocks that end as a padding may, or almost does. */
+    private static byte[] likePadded(Random random, byte[] message) {
+        byte[] blocks = Arrays.copyOf(message, message.length - message.length % 16 + 32);
+        int last = LAST_BYTES[random.nextInt(LAST_BYTES.length)];
+        Arrays.fill(blocks, blocks.length - Math.max(1, Math.min(last, 32)), blocks.length, (byte) last);
+        if (random.nextInt(3) == 0) {
+            flip(random, blocks, blocks.length - 16);
+        }
+        return blocks;
+    }
+
+    /** Short of room, nothing is written and nothing consumed: the call can be repeated. */
+    private static void refuseRoom(Cipher cipher, byte[] data, int at, int room) {
+        byte[] output = new byte[2 + room];
+        Arrays.fill(output, (byte) 0x44);
+        byte[] before = output.clone();
+        assertThrows(ShortBufferException.class, () -> cipher.doFinal(data, at, data.length - at, output, 2));
+        assertThrows(ShortBufferException.class, () -> cipher.doFinal(ByteBuffer.wrap(data, at, data.length - at),
+                ByteBuffer.wrap(output, 2, room)));
+        assertArrayEquals(before, output);
+        assertTrue(cipher.getOutputSize(data.length - at) > room);
+    }
+
+    /**
+     * Sends a piece through update, or the last one through doFinal, in a randomly chosen form; appends what comes out.
+     *
+     * @param left how much is to come of the last piece, -1 if that is not known; null for another piece
+     */
+    private void send(Cipher cipher, Random random, byte[] data, int at, int length, Integer left, ByteArrayOutputStream out)
             throws GeneralSecurityException {
+        boolean isLast = left != null;
         byte[] area = new byte[length + 100];
         int from = random.nextInt(60);
         int to = random.nextBoolean() ? from : random.nextInt(60);
         System.arraycopy(data, at, area, from, length);
-        switch (random.nextInt(4)) {
+        switch (random.nextInt(5)) {
             case 0:
                 byte[] bytes = isLast ? cipher.doFinal(data, at, length) : cipher.update(data, at, length);
                 out.writeBytes(bytes == null ? new byte[0] : bytes);
@@ -149,6 +185,15 @@ final class RandomUses {
             case 1: // one array, wherever the two slices lie
                 out.write(area, to, isLast ? cipher.doFinal(area, from, length, area, to)
                         : cipher.update(area, from, length, area, to));
+                break;
+            case 2: // another array, of the last piece with no room to spare; nothing of a bad message is given out
+                byte[] exact = new byte[isLast && left >= 0 ? left : length + 32];
+                try {
+                    out.write(exact, 0, isLast ? cipher.doFinal(data, at, length, exact) : cipher.update(data, at, length, exact));
+                } catch (BadPaddingException e) {
+                    assertArrayEquals(new byte[exact.length], exact);
+                    throw e;
+                }
                 break;
             default:
                 ByteBuffer in = random.nextBoolean() ? ByteBuffer.wrap(area, from, length).slice().asReadOnlyBuffer()
@@ -164,16 +209,17 @@ final class RandomUses {
 
     /** Signs and verifies; a signature may be damaged, and is judged as the JDK judges it. */
     Use signature(String algorithm, KeyPair pair) throws Exception {
-        Signature signing = signing(algorithm, pair, ZEL);
-        Signature verifying = verifying(algorithm, pair, ZEL);
+        KeyPair lent = lent(pair);
+        Signature signing = signing(algorithm, lent, ZEL);
+        Signature verifying = verifying(algorithm, lent, ZEL);
         return (random, isAfresh) -> {
             if (isAfresh) {
-                signing.initVerify(pair.getPublic());
+                signing.initVerify(lent.getPublic());
                 signing.update((byte) 1);
-                signing.initSign(pair.getPrivate());
-                verifying.initSign(pair.getPrivate());
+                signing.initSign(lent.getPrivate());
+                verifying.initSign(lent.getPrivate());
                 verifying.update((byte) 1);
-                verifying.initVerify(pair.getPublic());
+                verifying.initVerify(lent.getPublic());
             }
             byte[] message = message(random, 300);
             int split = random.nextInt(message.length + 1);
@@ -186,22 +232,21 @@ final class RandomUses {
             }
             byte[] area = new byte[600];
             byte[] ours = random.nextBoolean() ? signing.sign() : Arrays.copyOfRange(area, 9, 9 + signing.sign(area, 9, 591));
-            Signature theirSigning = signing(algorithm, pair, jdkOf(algorithm));
-            theirSigning.update(message);
-            byte[] theirs = theirSigning.sign();
-            Signature theirVerifying = verifying(algorithm, pair, jdkOf(algorithm));
-            theirVerifying.update(message);
-            boolean isTaken = theirVerifying.verify(ours);
-            boolean isDamaged = random.nextInt(4) == 0;
-            if (isDamaged) {
+            Signature jdk = signing(algorithm, pair, jdkOf(algorithm));
+            jdk.update(message);
+            byte[] theirs = jdk.sign();
+            if (random.nextInt(4) == 0) {
                 flip(random, theirs, 0);
             }
-            theirVerifying.update(message);
             System.arraycopy(theirs, 0, area, 5, theirs.length);
             String verdict = verdict(verifying, area, 5, theirs.length);
+            jdk.initVerify(pair.getPublic());
+            jdk.update(message);
+            boolean isTaken = jdk.verify(ours);
+            jdk.update(message);
             if (isJudged) {
-                assertEquals(true, isTaken);
-                assertEquals(isDamaged ? verdict(theirVerifying, theirs, 0, theirs.length) : "true", verdict);
+                assertTrue(isTaken);
+                assertEquals(verdict(jdk, theirs, 0, theirs.length), verdict);
             }
         };
     }
@@ -228,5 +273,19 @@ final class RandomUses {
             assertFalse(Arrays.equals(again, new byte[again.length]));
             assertEquals(bytes.length, generator.generateSeed(bytes.length).length);
         };
+    }
+
+    /** Runs the work in so many threads at once; they go on after the return, and each end throws what its thread has thrown. */
+    static List<Future<Void>> inThreads(int count, Callable<Void> work) {
+        ExecutorService threads = Executors.newFixedThreadPool(count);
+        List<Future<Void>> ends = Stream.generate(() -> threads.submit(work)).limit(count).collect(Collectors.toList());
+        threads.shutdown();
+        return ends;
+    }
+
+    /** One of each. */
+    List<Use> all(KeyPair rsa, KeyPair dsa) throws Exception {
+        return List.of(digest("SHA-1"), digest("SHA-256"), cipher(Cipher.ENCRYPT_MODE), cipher(Cipher.DECRYPT_MODE),
+                signature("SHA1withRSA", rsa), signature("SHA256withRSA", rsa), signature("SHA1withDSA", dsa), random());
     }
 }

@@ -1,23 +1,19 @@
 package com.vantrel.zel.provider;
 
 import static com.vantrel.zel.provider.TestKeys.*;
-import static org.junit.jupiter.api.Assertions.assertThrows;
+import static org.junit.jupiter.api.Assertions.*;
 
 import com.vantrel.zel.provider.RandomUses.Use;
 import java.math.BigInteger;
 import java.security.*;
 import java.security.spec.RSAKeyGenParameterSpec;
 import java.util.*;
-import java.util.concurrent.*;
-import java.util.stream.Stream;
+import java.util.concurrent.Future;
 import javax.crypto.Cipher;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.params.ParameterizedTest;
-import org.junit.jupiter.params.provider.MethodSource;
 
 /** Every service as a Java program uses it: by one thread, with every result judged; and shared, which may cost results only. */
 class RandomUsesTest {
-    private static final int THREADS = 4;
     private static final RandomUses USES = new RandomUses(5 << 20);
 
     private static void repeat(Use use, int rounds) throws Exception {
@@ -32,13 +28,26 @@ class RandomUsesTest {
         repeat(USES.digest("SHA-1"), 300);
         repeat(USES.digest("SHA-256"), 300);
         repeat(USES.cipher(Cipher.ENCRYPT_MODE), 750);
-        repeat(USES.cipher(Cipher.DECRYPT_MODE), 750);
+        repeat(USES.cipher(Cipher.DECRYPT_MODE), 1500);
         repeat(USES.random(), 50);
         assertThrows(RuntimeException.class, () -> SecureRandom.getInstance("FIPS186PRNG", ZEL).generateSeed(-1));
     }
 
-    /** Made here and by the JDK. */
-    static Stream<KeyPair> rsaKeys() throws Exception {
+    @Test
+    void refusedCallsLeaveADigestAlone() throws Exception {
+        MessageDigest digest = MessageDigest.getInstance("SHA-256", ZEL);
+        byte[] message = {1, 2, 3};
+        digest.update(message);
+        assertRefuses("DigestException: insufficient space for digest", () -> digest.digest(new byte[40], 0, 31));
+        assertRefuses("DigestException: insufficient space for digest", () -> digest.digest(new byte[40], -1, 32));
+        assertRefuses("ArrayIndexOutOfBoundsException: offset or length out of range", () -> digest.update(message, -1, 2));
+        assertRefuses("ArrayIndexOutOfBoundsException: offset or length out of range", () -> digest.update(message, 1, -1));
+        assertArrayEquals(MessageDigest.getInstance("SHA-256", "SUN").digest(message), digest.digest());
+    }
+
+    /** With keys made here and by the JDK. */
+    @Test
+    void rsa() throws Exception {
         List<KeyPair> keys = new ArrayList<>(List.of(keyPair("RSA", 1024, ZEL)));
         for (int bits : new int[] {512, 777, 1025, 2048, 4096}) {
             keys.add(jdkPair("RSA", bits));
@@ -48,14 +57,10 @@ class RandomUsesTest {
             generator.initialize(new RSAKeyGenParameterSpec(1024, exponent));
             keys.add(generator.generateKeyPair());
         }
-        return keys.stream();
-    }
-
-    @ParameterizedTest(name = "{index}")
-    @MethodSource("rsaKeys")
-    void rsa(KeyPair pair) throws Exception {
-        repeat(USES.signature("SHA1withRSA", pair), 20);
-        repeat(USES.signature("SHA256withRSA", pair), 20);
+        for (KeyPair pair : keys) {
+            repeat(USES.signature("SHA1withRSA", pair), 20);
+            repeat(USES.signature("SHA256withRSA", pair), 20);
+        }
     }
 
     /** Many, for values of every length. */
@@ -69,31 +74,34 @@ class RandomUsesTest {
     @Test
     void shared() throws Exception {
         RandomUses uses = new RandomUses(5000);
-        List<Use> shared = List.of(uses.digest("SHA-256"), uses.cipher(Cipher.ENCRYPT_MODE), uses.cipher(Cipher.DECRYPT_MODE),
-                uses.signature("SHA256withRSA", jdkPair("RSA", 1024)), uses.signature("SHA1withDSA", jdkPair("DSA", 1024)),
-                uses.random());
+        List<Use> shared = uses.all(jdkPair("RSA", 1024), jdkPair("DSA", 1024));
         uses.isJudged = false;
-        ExecutorService threads = Executors.newFixedThreadPool(THREADS);
         for (Use use : shared) {
-            List<Future<?>> ends = new ArrayList<>();
-            for (int i = 0; i < THREADS; ++i) {
-                Random random = new Random(i);
-                ends.add(threads.submit(() -> {
-                    for (int round = 0; round < 150; ++round) {
-                        try {
-                            use.with(random, random.nextInt(8) == 0);
-                        } catch (GeneralSecurityException | IllegalStateException e) {
-                            continue; // what a muddled object may say
-                        }
+            List<Future<Void>> ends = RandomUses.inThreads(4, () -> {
+                Random random = new Random();
+                for (int round = 0; round < 150; ++round) {
+                    try {
+                        use.with(random, random.nextInt(8) == 0);
+                    } catch (GeneralSecurityException | IllegalStateException e) {
+                        continue; // what a muddled object may say
                     }
-                    return null;
-                }));
-            }
-            for (Future<?> end : ends) {
-                end.get(); // throws what the thread has thrown
+                }
+                return null;
+            });
+            for (Future<Void> end : ends) {
+                end.get();
             }
         }
-        threads.shutdown();
+        MessageDigest digest = MessageDigest.getInstance("SHA-256", ZEL);
+        List<Future<Void>> updates = RandomUses.inThreads(4, () -> {
+            for (int i = 0; i < 20_000; ++i) {
+                digest.update(new byte[4000], 0, i % 4000);
+            }
+            return null;
+        });
+        for (Future<Void> end : updates) {
+            end.get();
+        }
         uses.isJudged = true;
         for (Use use : shared) {
             use.with(new Random(1), true);

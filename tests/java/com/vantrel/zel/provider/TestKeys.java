@@ -1,21 +1,33 @@
 package com.vantrel.zel.provider;
 
+import static org.junit.jupiter.api.Assertions.*;
+
 import java.io.ByteArrayOutputStream;
 import java.lang.reflect.Proxy;
 import java.math.BigInteger;
 import java.security.*;
-import java.security.interfaces.RSAPrivateKey;
-import java.security.interfaces.RSAPublicKey;
-import java.security.spec.RSAKeyGenParameterSpec;
+import java.security.interfaces.*;
+import java.security.spec.*;
 import java.util.*;
 import java.util.stream.Stream;
+import org.junit.jupiter.api.function.Executable;
 
-/** Keys, good and odd, and engines that have taken one, for tests of signatures. */
+/** Keys, good and odd, engines that have taken one, and what is refused. */
 final class TestKeys {
     static final Provider ZEL = new ZelSecurityProvider();
+    static final BigInteger F4 = RSAKeyGenParameterSpec.F4;
     static final Random RANDOM = new Random(11);
 
+    private static final byte[] RSA_ALGORITHM =
+            item(0x30, item(6, new byte[] {0x2A, (byte) 0x86, 0x48, (byte) 0x86, (byte) 0xF7, 0x0D, 1, 1, 1}));
+
     private TestKeys() {}
+
+    /** The call ends in an exception of this class and with this message, as in "InvalidKeyException: key is null". */
+    static void assertRefuses(String expected, Executable call) {
+        Throwable e = assertThrows(Throwable.class, call, expected);
+        assertEquals(expected, e.getClass().getSimpleName() + ": " + e.getMessage());
+    }
 
     static byte[] randomBytes(int length) {
         byte[] bytes = new byte[length];
@@ -33,12 +45,9 @@ final class TestKeys {
         return Security.getProvider(algorithm.endsWith("DSA") ? "SUN" : "SunRsaSign");
     }
 
-    static KeyPair jdkPair(String keys, int bits) throws Exception {
-        return keyPair(keys, bits, jdkOf(keys));
-    }
-
-    static String keysOf(String algorithm) {
-        return algorithm.substring(algorithm.length() - 3);
+    /** For an algorithm of keys or of signatures. */
+    static KeyPair jdkPair(String algorithm, int bits) throws Exception {
+        return keyPair(algorithm.substring(algorithm.length() - 3), bits, jdkOf(algorithm));
     }
 
     static Signature signing(String algorithm, KeyPair pair, Provider provider) throws Exception {
@@ -75,21 +84,24 @@ final class TestKeys {
     }
 
     /** A key that gives the same array at every call. */
-    static <K extends Key> K oddKey(Class<K> type, String format, byte[] encoded) {
+    static <K extends Key> K oddKey(Class<? extends K> type, String format, byte[] encoded) {
+        Map<String, Object> answers = new HashMap<>(Map.of("getAlgorithm", "AES", "getFormat", format));
+        answers.put("getEncoded", encoded);
         return type.cast(Proxy.newProxyInstance(TestKeys.class.getClassLoader(), new Class<?>[] {type},
-                (proxy, method, arguments) -> {
-                    return method.getName().equals("getFormat") ? format
-                            : method.getName().equals("getEncoded") ? encoded
-                            : method.getName().equals("getAlgorithm") ? "AES" : null;
-                }));
+                (proxy, method, arguments) -> answers.get(method.getName())));
     }
 
     static PublicKey oddKey(String format, byte[] encoded) {
         return oddKey(RSAPublicKey.class, format, encoded);
     }
 
-    private static final byte[] RSA_ALGORITHM =
-            item(0x30, item(6, new byte[] {0x2A, (byte) 0x86, 0x48, (byte) 0x86, (byte) 0xF7, 0x0D, 1, 1, 1}));
+    /** The same keys, but with one array each for every call, which must stay as it is. */
+    static KeyPair lent(KeyPair pair) {
+        boolean isRsa = pair.getPublic() instanceof RSAPublicKey;
+        return new KeyPair(
+                oddKey(isRsa ? RSAPublicKey.class : DSAPublicKey.class, "X.509", pair.getPublic().getEncoded()),
+                oddKey(isRsa ? RSAPrivateKey.class : DSAPrivateKey.class, "PKCS#8", pair.getPrivate().getEncoded()));
+    }
 
     /** Keys that the JDK would not make; the private one has e = 65537 in place of d, dP, dQ and qInv. */
     static PublicKey oddRsa(BigInteger n, BigInteger e) {
@@ -97,11 +109,15 @@ final class TestKeys {
     }
 
     static PrivateKey oddRsa(int version, BigInteger n, BigInteger e, BigInteger p, BigInteger q, BigInteger... more) {
-        List<BigInteger> values = new ArrayList<>(List.of(BigInteger.valueOf(version), n, e));
-        values.addAll(List.of(RSAKeyGenParameterSpec.F4, p, q));
-        values.addAll(Collections.nCopies(3, RSAKeyGenParameterSpec.F4));
+        List<BigInteger> values = new ArrayList<>(List.of(BigInteger.valueOf(version), n, e, F4, p, q, F4, F4, F4));
         values.addAll(List.of(more));
         return oddKey(RSAPrivateKey.class, "PKCS#8", item(0x30, item(2, new byte[1]), RSA_ALGORITHM,
                 item(4, derOf(values.toArray(new BigInteger[0])))));
+    }
+
+    /** Keys as the JDK makes them of any numbers. */
+    static Key key(KeySpec spec) throws GeneralSecurityException {
+        KeyFactory dsa = KeyFactory.getInstance("DSA", "SUN");
+        return spec instanceof DSAPublicKeySpec ? dsa.generatePublic(spec) : dsa.generatePrivate(spec);
     }
 }

@@ -13,6 +13,7 @@ final class Background {
         Thread thread = new Thread(null, work, name, 0, false);
         thread.setDaemon(true);
         thread.setContextClassLoader(null);
+        thread.setUncaughtExceptionHandler((ended, failure) -> {}); // not printed: a program goes on without the work
         thread.start();
     }
 }

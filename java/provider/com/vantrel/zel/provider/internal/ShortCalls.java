@@ -96,7 +96,7 @@ public final class ShortCalls {
         if (!isForeign && leftBefore > 0 && --leftBefore == 0) {
             try {
                 Background.start("zel-foreign-calls", () -> isForeign = ForeignCalls.areReady());
-            } catch (OutOfMemoryError e) { // no more threads: the registered methods go on
+            } catch (Error | RuntimeException e) { // no more threads, none allowed, the class loader closed
                 leftBefore = 0;
             }
         }

@@ -249,6 +249,7 @@ final class AesMessage {
             shortCall(plain, 0, size);
             int padding = Pkcs5Padding.length(plain, size);
             if (padding < 0) {
+                Arrays.fill(plain, (byte) 0);
                 if (room >= size - 1) { // as it is where the message is longer and stands there before the padding is known
                     Arrays.fill(output, outputOffset, outputOffset + size - BLOCK_BYTES, (byte) 0);
                 }

@@ -61,7 +61,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
 
     abstract int engineDigest0(byte[] output, int offset, int length);
 
-    /** Gives this object a copy of the other's engine, in the place of its own. */
+    /** Gives this object, which has no engine, a copy of the other's. */
     final native void copyEngine0(ZelMessageDigestSpi from);
 
     @Override

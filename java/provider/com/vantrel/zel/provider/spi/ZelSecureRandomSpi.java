@@ -56,7 +56,7 @@ public final class ZelSecureRandomSpi extends SecureRandomSpi {
 
     @Override
     protected void engineNextBytes(byte[] bytes) {
-        boolean isShort = bytes.length <= ShortCalls.MOST_BYTES;
+        boolean isShort = bytes != null && bytes.length <= ShortCalls.MOST_BYTES;
         RandomStart.withFailureOfStart(isShort ? () -> ShortCalls.nextBytes(bytes) : () -> engineNextBytes0(bytes));
     }
 
