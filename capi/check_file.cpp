@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr std::size_t kPieceBytes = 64 * 1024;
+constexpr std::size_t kPieceBytes = std::size_t{64} * 1024;
 constexpr char kSignatureSuffix[] = ".sig";
 
 struct CloseFile {

@@ -17,7 +17,7 @@ struct Shape {
         }
     }
     bool isPublicInfo() const {
-        return isUniversal(first, kAsn1Sequence);
+        return first != nullptr && isUniversal(first, kAsn1Sequence);
     }
     bool isPrivateInfo() const {
         return isUniversal(second, kAsn1Sequence);
@@ -59,7 +59,7 @@ Status readPublic(const ParsedDer& input, const std::uint8_t* der, std::uint32_t
         return ERR_BAD_KEY_TYPE;
     }
     ByteView inner;
-    if (!isUniversal(shape.second, kAsn1BitString) || shape.second->value != 0) {
+    if (shape.second == nullptr || !isUniversal(shape.second, kAsn1BitString) || shape.second->value != 0) {
         return ERR_RSA_INVALID_PKCS1;
     }
     RETURN_IF_ERROR(input.content(*shape.second, &inner));
