@@ -16,6 +16,7 @@ packages=(cmake ninja-build g++ openjdk-17-jdk-headless junit5 libpicocli-java l
 if $full; then
   packages+=(clang g++-mingw-w64-x86-64-posix wine64 googletest valgrind
     libbenchmark-dev libssl-dev libgmp-dev dpkg-dev git zip # these for the benchmarks and ./dist.sh
+    maven lintian debootstrap man-db # these for what ./dist.sh makes
     python3-pip unzip) # these for the Java runtimes
 fi
 cmake/install-packages.sh "${packages[@]}"

@@ -16,6 +16,10 @@ namespace {
 
 constexpr char kClassName[] = "com/vantrel/zel/provider/internal/NativeInfo";
 
+jstring version(JNIEnv* env, jclass) {
+    return env->NewStringUTF(ZEL_VERSION);
+}
+
 // One line for each primitive: its name, a tab, the kernel in use.
 jstring kernels(JNIEnv* env, jclass) {
     char text[512];
@@ -37,6 +41,7 @@ extern "C" JNIEXPORT jint JNICALL JNI_OnLoad(JavaVM* vm, void*) {
     if (vm->GetEnv(&found, JNI_VERSION_1_8) == JNI_OK) {
         auto* const env = static_cast<JNIEnv*>(found);
         const JNINativeMethod methods[] = {
+            nativeMethod("version0", "()Ljava/lang/String;", version),
             nativeMethod("kernels0", "()Ljava/lang/String;", kernels),
             nativeMethod("isRandomReady0", "()Z", isRandomReady),
         };

@@ -48,11 +48,6 @@ jint cbcOver(jint encrypts, const std::uint8_t* state, std::uint8_t* blocks, jin
     return length;
 }
 
-jint outOfMemory(JNIEnv* env) {
-    raiseOutOfMemory(env);
-    return 0;
-}
-
 // give: writes bytes[length] to output[offset ..], whose bounds the VM checks.
 jint give(JNIEnv* env, const std::uint8_t* bytes, jbyteArray output, jint offset, jint length) {
     env->SetByteArrayRegion(output, offset, length, reinterpret_cast<const jbyte*>(bytes));
@@ -64,14 +59,12 @@ jint give(JNIEnv* env, const std::uint8_t* bytes, jbyteArray output, jint offset
 jint digest0(JNIEnv* env, jclass, jint digestBytes, jbyteArray input, jint length, jbyteArray output, jint offset) {
     SecretArray<std::uint8_t, Sha256DigestHash::kDigestBytes> digest;
     jint written = 0;
-    if (!requireArray(env, output) || !requireSlice(env, input, 0, length)) {
-        return 0;
-    }
-    {
-        const CriticalBytes message(env, input, length);
-        written = message.isOpen() ? digestOf(digestBytes, message.data(), length, digest.data(), 0) : -1;
-    }
-    return written < 0 ? outOfMemory(env) : give(env, digest.data(), output, offset, written);
+    const auto work = [&](const std::uint8_t* message) {
+        written = digestOf(digestBytes, message, length, digest.data(), 0);
+    };
+    return requireArray(env, output) && requireSlice(env, input, 0, length) && withBytes(env, input, length, work)
+               ? give(env, digest.data(), output, offset, written)
+               : 0;
 }
 
 jint cbc0(JNIEnv* env, jclass, jint encrypts, jbyteArray state, jbyteArray blocks, jint offset, jint length) {
@@ -87,7 +80,8 @@ jint cbc0(JNIEnv* env, jclass, jint encrypts, jbyteArray state, jbyteArray block
             }
         }
     }
-    return outOfMemory(env);
+    raiseOutOfMemory(env);
+    return 0;
 }
 
 // The expanded key of one direction, as cbc0 wants it in front of the chaining value.
@@ -97,13 +91,11 @@ jint expandKey0(JNIEnv* env, jclass, jint encrypts, jbyteArray keyArray, jbyteAr
     }
     const AesModes& kernel = aesKernel().run;
     SecretArray<std::uint32_t, kScheduleWords> encryption, decryption;
-    bool isExpanded = false;
-    if (const CriticalBytes key(env, keyArray, kKeyBytes); key.isOpen()) {
-        kernel.expandKey(key.data(), 8 * kKeyBytes, encryption.data());
-        isExpanded = true;
-    }
-    if (!isExpanded) {
-        return outOfMemory(env);
+    const auto work = [&](const std::uint8_t* key) {
+        kernel.expandKey(key, 8 * kKeyBytes, encryption.data());
+    };
+    if (!withBytes(env, keyArray, kKeyBytes, work)) {
+        return 0;
     }
     kernel.invertSchedule(encryption.data(), kRounds, decryption.data());
     const auto& schedule = encrypts != 0 ? encryption : decryption;

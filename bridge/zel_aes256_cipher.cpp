@@ -139,7 +139,7 @@ jint ZelAes256Cipher::doFinal(JNIEnv* env, jobject, jbyteArray input, jint offse
         !hasRoom(env, output, outputOffset, size, kFinalTooShort)) {
         return 0;
     }
-    return std::max(finishInto(env, input, offset, length, output, outputOffset, size), 0);
+    return std::max<jint>(finishInto(env, input, offset, length, output, outputOffset, size), 0);
 }
 
 // Ends the message into output[outputOffset .. outputOffset + size), which is there. The number of bytes written, or -1 after

@@ -13,10 +13,14 @@ function(zel_javac stamp classes folder classpath)
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS "${folder}/*.java")
   list(APPEND sources ${ARGN})
   list(JOIN classpath ":" joined)
+  set(module_version)
+  if(EXISTS "${folder}/module-info.java")
+    set(module_version --module-version "${PROJECT_VERSION}")
+  endif()
   add_custom_command(
     OUTPUT "${stamp}"
     COMMAND "${CMAKE_COMMAND}" -E rm -rf "${classes}"
-    COMMAND "${ZEL_JAVAC}" --release 11 -encoding UTF-8 -Xlint:all,-path -Werror -cp "${joined}:" -d "${classes}" ${sources}
+    COMMAND "${ZEL_JAVAC}" --release 11 -encoding UTF-8 -Xlint:all,-path -Werror ${module_version} -cp "${joined}:" -d "${classes}" ${sources}
     COMMAND "${CMAKE_COMMAND}" -E touch "${stamp}"
     DEPENDS ${sources} ${classpath}
     VERBATIM)

@@ -22,12 +22,17 @@ has() { # has LISTING TEXT...: whether the listing names all of them
   done
 }
 has "$(jar tf zel-provider-*.jar)" native/linux-x86_64/libzelspi.so native/windows-x86_64/zelspi.dll module-info.class
-has "$(dpkg-deb -c libzelspi-dev_*.deb)" /libzelspi.so /libzelspi.so.0 /libzelspi.a /include/zelspi/zel.h \
-  /include/zelspi/zel_util.h /bin/zelverify zelspiConfig.cmake
+has "$(dpkg-deb -c libzelspi-dev_*.deb)" /zelspi/libzelspi.so /libzelspi.a /include/zelspi/zel.h /include/zelspi/zel_util.h \
+  zelspiConfig.cmake
 jar xf zelspi-*-windows.zip try-zelspi.cmd zel.cmd
 names=$(sed 's/%here%/\n&/g' try-zelspi.cmd | sed -n 's/^%here%\([^;"*]*\).*/\1/p' | tr '\\' /) # what the script wants beside it
 has "$(jar tf zelspi-*-windows.zip)" $names picocli.jar try-zelspi.ps1 docs/windows.md native/include/zelspi/zel_util.h \
   native/include/zelspi/zel.h native/bin/zelverify.exe native/lib/libzelspi.dll.a native/lib/zelspi.lib native/lib/zelspi.def
+mkdir "$work/unpacked"
+unzip -q zelspi-*-windows.zip -d "$work/unpacked"
+(cd "$work/unpacked" && grep -o ']([^)#]*' README.md docs/*.md | grep -v 'http' | while IFS=: read -r page link; do
+  [ -e "$(dirname "$page")/${link#](}" ] || { echo "the zip's $page leads to ${link#](}" >&2; exit 1; }
+done)
 if grep -qv $'\r$' try-zelspi.cmd zel.cmd; then
   echo "a .cmd file with other line ends than Windows'" >&2
   exit 1

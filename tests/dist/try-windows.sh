@@ -29,4 +29,9 @@ for script in zel.cmd try-zelspi.cmd; do
   grep -q 'no Java' said
 done
 
+# What the zip's README shows, one command after the other, each of which must end with 0.
+awk '/^```/ { inside = $0 == "```bat"; next } inside && !/^try-/ { print ($1 == "echo" ? "" : "call ") $0 "\r"; print "if errorlevel 1 exit /b 1\r" }' README.md >readme.cmd
+(export WINEPATH="$JAVA_HOME\\bin" && ends 0 readme.cmd)
+grep -q 'letter.txt: valid' said && cmp letter.txt copy.txt
+
 "${wine[@]}" try-zelspi.cmd 'my file.txt'

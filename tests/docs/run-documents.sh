@@ -64,7 +64,7 @@ sed -En 's/^((\.|fuzz|tests|bench|cmake)\/[A-Za-z0-9_/.-]+)( .*)?$/\1/p' "$work/
   fi
 done
 
-# What README's programs in C are built against.
+# What the programs in C are built against.
 cmake --install "$build" --prefix "$work/installed" >/dev/null
 PKG_CONFIG_PATH=$(dirname "$(find "$work/installed" -name zelspi.pc)")
 export PKG_CONFIG_PATH LD_LIBRARY_PATH="${PKG_CONFIG_PATH%/*}"
@@ -74,4 +74,13 @@ for commands in "$work"/*/commands; do
   ln -s "$build/zel-provider.jar" .
   PATH=$build:$PATH bash -euxo pipefail commands
 done
-cmp "$work/README.md/letter.txt" "$work/README.md/copy.txt"
+# The examples of the Java documentation, each as a block of one program.
+{
+  echo 'import com.vantrel.zel.provider.*; import java.nio.charset.*; import java.security.*; import java.util.concurrent.*;'
+  echo 'import javax.crypto.*; import javax.crypto.spec.*; class Examples { public static void main(String[] a) throws Exception {'
+  cd "$root/java/provider/com/vantrel/zel/provider"
+  cat package-info.java ZelSecurityProvider.java | sed -n '/<pre>{@code/,/}<\/pre>/ { s/^ [*] \{0,1\}//; s/<pre>{@code/{/; s/}<\/pre>/}/; p }'
+  echo '}}'
+} >"$work/Examples.java"
+java -cp "$build/zel-provider.jar" "$work/Examples.java"
+cmp "$work/program.md/letter.txt" "$work/program.md/copy.txt"

@@ -1,5 +1,6 @@
 #include "tests/support/number.h"
 
+#include "core/bignum/vlong_math.h"
 #include "tests/support/faults.h"
 #include "tests/support/vectors.h"
 
@@ -81,4 +82,28 @@ std::string hexOf(const vlong* value) {
         bytes[bytes.size() - 1 - i] = VLONG_getByte(value, static_cast<std::uint32_t>(i));
     }
     return value == nullptr ? "null" : toHex(bytes);
+}
+
+Number multiplied(const Number& a, const Number& b) {
+    const testheap::OwnWork own;
+    Number product;
+    EXPECT_EQ(VLONG_mulSigned(a, b, product.out(), nullptr), OK);
+    return product;
+}
+
+Number reduced(const Number& a, const Number& m) {
+    const testheap::OwnWork own;
+    Number rest;
+    EXPECT_EQ(VLONG_mod(a, m, rest.out(), nullptr), OK);
+    if (rest.get()->negative != 0 && !VLONG_isZero(rest)) {
+        EXPECT_EQ(VLONG_add(rest, m, nullptr), OK);
+    }
+    rest.get()->negative = 0;
+    return rest;
+}
+
+Number shifted(Number a, std::uint32_t bits) {
+    const testheap::OwnWork own;
+    EXPECT_EQ(VLONG_shiftLeft(a, bits), OK);
+    return a;
 }

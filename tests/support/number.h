@@ -53,6 +53,11 @@ private:
 std::string textOf(const vlong* value);
 std::string hexOf(const vlong* value); // whole bytes without leading zeros; "null" for none
 
+// What tests reckon with: a b; a mod m, not negative; a 2^bits.
+Number multiplied(const Number& a, const Number& b);
+Number reduced(const Number& a, const Number& m);
+Number shifted(Number a, std::uint32_t bits);
+
 inline bool operator==(const Number& a, const Number& b) {
     return a.text() == b.text();
 }

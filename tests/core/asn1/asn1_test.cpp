@@ -149,8 +149,10 @@ TEST(Asn1, RootsAndNulls) {
     EXPECT_EQ(Asn1_CheckSmallInteger(Parsed(empty).top(), 0), OK); // no value is 0
     item.memory.size = 3;                                          // the content is not all there
     EXPECT_EQ(Asn1_CheckOid(item.top(), item.stream, oid.data()), ERR_FALSE);
+    item.memory.size = 1;
+    item.top()->length = 0; // nor when there is none
+    EXPECT_EQ(Asn1_CheckOid(item.top(), item.stream, noOid.data()), ERR_FALSE);
     item.memory.size = 4;
-    item.top()->length = 0;
     static int stopped = 0;
     ByteStreamOperations counting = *item.stream.operations;
     counting.stopaccess = [](void*, const std::uint8_t*) {
@@ -163,6 +165,7 @@ TEST(Asn1, RootsAndNulls) {
     Asn1Node* out = nullptr;
     const Asn1WalkStep end{kWalkEnd, 0, nullptr};
     EXPECT_EQ(Asn1_CheckOid(item.top(), {}, oid.data()), ERR_NULL_POINTER);
+    EXPECT_EQ(Asn1_FindSequenceByOid(item.top(), {}, oid.data(), &out), ERR_NULL_POINTER);
     expectNullsRefused({Asn1_CheckOid}, item.top(), item.stream, oid.data());
     expectNullsRefused({Asn1_FindSequenceByOid}, item.top(), item.stream, oid.data(), &out);
     expectNullsRefused({Asn1_WalkPath}, item.top(), item.stream, &end, &out);
@@ -198,10 +201,19 @@ TEST(Asn1, StreamsInMemory) {
     EXPECT_EQ(ByteStream_StopAccess({}, kInput), ERR_NULL_POINTER);
     EXPECT_EQ(MemStream_Init(nullptr, 5, kInput), ERR_NULL_POINTER);
     EXPECT_EQ(ByteStream_Bind(nullptr, &at.memory), ERR_NULL_POINTER);
+    std::int32_t position = 0;
+    bool isAtEnd = false;
     for (MemStream* const handle : {static_cast<MemStream*>(nullptr), &noBuffer}) {
-        EXPECT_EQ(operations.getc(handle, &octet), ERR_NULL_POINTER);
+        const Status statuses[] = {operations.getc(handle, &octet),      operations.ungetc(handle, 1),
+                                   operations.tell(handle, &position),   operations.seek(handle, 0, 1),
+                                   operations.eof(handle, &isAtEnd),     operations.read(handle, 1, 1, &octet, &copied),
+                                   operations.stopaccess(handle, kInput)};
+        EXPECT_EQ(std::count(std::begin(statuses), std::end(statuses), ERR_NULL_POINTER), 7);
         EXPECT_EQ(operations.memaccess(handle, 0, 0), nullptr);
     }
+    expectNullsRefused({operations.getc}, &at.memory, &octet);
+    expectNullsRefused({operations.tell}, &at.memory, &position);
+    expectNullsRefused({operations.eof}, &at.memory, &isAtEnd);
     expectNullsRefused({operations.read}, &at.memory, 1, 1, &octet, &copied);
 }
 

@@ -9,26 +9,9 @@ namespace {
 
 using namespace ifma;
 
-Number shifted(Number value, std::uint32_t bits) {
-    EXPECT_EQ(VLONG_shiftLeft(value, bits), OK);
-    return value;
-}
-
 Number lowered(Number value) {
     EXPECT_EQ(VLONG_decrement(value, nullptr), OK);
     return value;
-}
-
-Number reduced(const Number& value, const Number& m) {
-    Number rest;
-    EXPECT_EQ(VLONG_mod(value, m, rest.out(), nullptr), OK);
-    return rest;
-}
-
-Number multiplied(const Number& a, const Number& b) {
-    Number product;
-    EXPECT_EQ(VLONG_mulSigned(a, b, product.out(), nullptr), OK);
-    return product;
 }
 
 template <typename S> struct alignas(64) Digits {

@@ -32,16 +32,11 @@ std::uint64_t operandAddress(const std::uint8_t* code, const greg_t* registers) 
     while (*code == 0x66 || *code == 0xF2 || *code == 0xF3 || *code == 0x2E || *code == 0x64) {
         ++code; // prefixes
     }
-    if (*code == 0x62) { // EVEX
+    if (*code == 0x62 || *code == 0xC4) { // EVEX, VEX
         map = code[1] & 7;
         extendBase = (~code[1] >> 5 & 1) * 8;
         extendIndex = (~code[1] >> 6 & 1) * 8;
-        code += 4;
-    } else if (*code == 0xC4) { // VEX
-        map = code[1] & 0x1F;
-        extendBase = (~code[1] >> 5 & 1) * 8;
-        extendIndex = (~code[1] >> 6 & 1) * 8;
-        code += 3;
+        code += *code == 0x62 ? 4 : 3;
     } else if (*code == 0xC5) {
         map = 1;
         code += 2;

@@ -28,13 +28,6 @@ Status publicPower(const RSAKey* key, const vlong* input, std::string& hex) {
     return status;
 }
 
-std::string product(const vlong* a, const vlong* b) {
-    const testheap::OwnWork own;
-    Number made;
-    EXPECT_EQ(VLONG_mulSigned(a, b, made.out(), nullptr), OK);
-    return hexOf(made);
-}
-
 // Written from the primes and the exponent alone: what a key says of d, dP, dQ and qInv is not read, nor the order of its primes,
 // nor signs: without an octet 00 in front these numbers are negative. A qInv that is right, but too large, is none.
 Status rsaKey(const Words& in, Words& out) {
@@ -51,8 +44,8 @@ Status rsaKey(const Words& in, Words& out) {
     Words w; // 0, n, e, d, p, q, dP, dQ, qInv
     for (const auto& [first, second, qInv] :
          {std::tuple{q, p, std::string("07")}, {p, q, "07"}, {p, q, hexOf(tooLarge)}}) {
-        const Bytes der = derOf("30(ONE,02(" + product(pValue, qValue) + "),02(" + e + "),ONE,02(" + first + "),02(" +
-                                    second + "),ONE,ONE,02(00" + qInv + "))",
+        const Bytes der = derOf("30(ONE,02(" + hexOf(multiplied(pValue, qValue)) + "),02(" + e + "),ONE,02(" + first +
+                                    "),02(" + second + "),ONE,ONE,02(00" + qInv + "))",
                                 named);
         RETURN_IF_ERROR(read(RsaKey_FromPublicDer, der, key.get()));
         RETURN_IF_ERROR(write(RsaKey_ToDer, key.get(), written));
@@ -173,7 +166,7 @@ Status strange(const Words& in, Words& out) {
     out.push_back(isError(status) ? statusName(status) : hex.empty() ? "." : hex);
     status = privatePower(key.rsa(), input, hex);
     if (in[4] == "any") {
-        const Number pq(product(key->p, key->q));
+        const Number pq = multiplied(Number(hexOf(key->p)), Number(hexOf(key->q)));
         hex = VLONG_cmp(Number(hex), pq) < 0 ? "below" : "above";
     }
     out.push_back(isError(status) ? statusName(status) : hex);
@@ -283,7 +276,7 @@ TEST(Rsa, SignaturesAreChecked) {
                                   {kP, "01fffffffffffffffffffff9", "0b"},
                                   {kP, kQ, "07"},
                                   {kP, "05fffffffffffffffffffffd", "0b"}}) {
-        for (const std::string& n : {product(Number(p), Number(q)), std::string("ff0123456789abcdef")}) {
+        for (const std::string& n : {hexOf(multiplied(Number(p), Number(q))), std::string("ff0123456789abcdef")}) {
             FilledKey strangers(
                 derOf("30(ZERO,02(00" + n + "),02(" + e + "),ZERO,02(" + p + "),02(" + q + "))", named));
             const bool isSigned = n.size() < 20 || (p == kP && q == kQ && e[1] == 'b');
@@ -347,18 +340,36 @@ TEST(AsymKey, States) {
     EXPECT_EQ(AsymKey_Uninit(&key, nullptr), OK);
     for (const std::uint32_t type : {kKeyRsa, kKeyDsa, 2U, 4U}) { // without a record, and of no type
         key.type = type;
-        EXPECT_EQ(read(RsaKey_FromPublicDer, named("PUBLIC"), &key),
-                  type % 2 != 0 ? ERR_NULL_POINTER : ERR_INTERNAL_ERROR);
+        const Status refusal = type % 2 != 0 ? ERR_NULL_POINTER : ERR_INTERNAL_ERROR;
+        EXPECT_EQ(AsymKey_Uninit(&key, nullptr), refusal);
+        EXPECT_EQ(AsymKey_MakeDsa(&key, nullptr), refusal);
+        EXPECT_EQ(read(RsaKey_FromPublicDer, named("PUBLIC"), &key), refusal);
         EXPECT_EQ(key.type, type);
     }
+    // And a key whose record lacks one of its values. Of DSA: dsa_test.cpp.
     FilledKey filled;
     const Number one("1");
-    for (vlong** const part : {&filled->p, &filled->q, &filled->dP, &filled->dQ, &filled->qInv}) {
-        vlong* const kept = std::exchange(*part, nullptr);
-        std::string hex;
-        EXPECT_EQ(privatePower(filled.rsa(), one, hex), ERR_RSA_KEY_NOT_READY);
-        *part = kept;
-    }
+    ByteSource source(1);
+    std::string hex;
+    Bytes written;
+    const auto expect = [](Status status, const auto& use, auto... parts) {
+        for (auto* const part : {parts...}) {
+            auto* const kept = std::exchange(*part, nullptr);
+            EXPECT_EQ(use(), status);
+            *part = kept;
+        }
+    };
+    const auto crt = [&] {
+        return privatePower(filled.rsa(), one, hex);
+    };
+    expect(ERR_RSA_KEY_NOT_READY, crt, &filled->p, &filled->q, &filled->dP, &filled->dQ, &filled->qInv);
+    expect(ERR_RSA_KEY_NOT_READY, crt, &filled->contextP, &filled->contextQ);
+    expect(
+        ERR_RSA_KEY_NOT_READY, [&] { return privatePower(filled.rsa(), one, hex, &source); }, &filled->e, &filled->n);
+    expect(
+        ERR_RSA_KEY_NOT_READY, [&] { return write(RsaKey_ToDer, filled.get(), written); }, &filled->qInv);
+    expect(
+        ERR_NULL_POINTER, [&] { return Rsa_PrepareKey(filled.rsa(), nullptr); }, &filled->e, &filled->p, &filled->q);
 }
 
 TEST(AsymKey, Arguments) {

@@ -1,19 +1,32 @@
 package com.vantrel.zel.provider;
 
+import com.vantrel.zel.provider.internal.NativeInfo;
 import com.vantrel.zel.provider.internal.NativeLibrary;
 import com.vantrel.zel.provider.internal.RandomStart;
+import com.vantrel.zel.provider.internal.SelfTest;
 import com.vantrel.zel.provider.internal.Version;
 import java.security.Provider;
 import java.security.ProviderException;
 import java.util.HashMap;
 import java.util.List;
 import java.util.Map;
+import java.util.concurrent.TimeUnit;
 
 /**
  * The security provider "Zel": message digests, a cipher, signatures, key pairs and random numbers from the native library zelspi.
  *
  * <p>Add it with {@code Security.addProvider(new ZelSecurityProvider())}, or name this class in a line of the
- * {@code java.security} file.
+ * {@code java.security} file. The {@link com.vantrel.zel.provider package} says which position suits whom and shows each service.
+ *
+ * <p>A program that watches itself asks the provider how it is:
+ *
+ * <pre>{@code
+ * ZelSecurityProvider zel = (ZelSecurityProvider) Security.getProvider(ZelSecurityProvider.NAME);
+ * boolean isHealthy = zel.awaitRandom(10, TimeUnit.SECONDS) && zel.selfTest().isPassed();
+ * String detail = zel.nativeVersion() + " from " + zel.nativeLocation() + " on " + zel.kernels();
+ * }</pre>
+ *
+ * <p>All methods may be called by several threads at once.
  */
 public final class ZelSecurityProvider extends Provider {
     /** The name by which the provider is asked for. */
@@ -74,6 +87,67 @@ public final class ZelSecurityProvider extends Provider {
             putService(new Service(this, row.type, row.algorithm, className, row.aliases, attributes(row)));
         }
         RandomStart.begin(ZelSecurityProvider::initRandomContext0);
+    }
+
+    /**
+     * The version of the native library, which is always the provider's own: another one is not loaded.
+     *
+     * @return the version as the library itself tells it, such as "1.2.3"
+     */
+    public String nativeVersion() {
+        return NativeInfo.version();
+    }
+
+    /**
+     * Where the native library was loaded from.
+     *
+     * @return its file where it stood in a folder of {@code java.library.path}, else the URL of its place in the provider's jar
+     */
+    public String nativeLocation() {
+        return NativeLibrary.origin();
+    }
+
+    /**
+     * The implementations that were chosen for this processor. Names may change from version to version; they are for logs.
+     *
+     * @return the name of each kernel by what it computes, such as "AES"
+     */
+    public Map<String, String> kernels() {
+        return NativeInfo.kernels();
+    }
+
+    /**
+     * Tells whether the random generator has been seeded, without waiting.
+     *
+     * @return whether nobody who asks for random bytes has to wait for the seeding
+     */
+    public boolean isRandomReady() {
+        return NativeInfo.isRandomReady();
+    }
+
+    /**
+     * Waits until the random generator is ready, which takes some six seconds from the start of the provider. Tries again to
+     * start a generator that could not be started. A timeout or an interrupt ends the waiting, not the start.
+     *
+     * @param timeout the longest time to wait; 0 or less only begins the start, if that is needed
+     * @param unit the unit of the timeout
+     * @return whether the generator is ready
+     * @throws InterruptedException if the thread is interrupted while it waits
+     * @throws ProviderException if the generator cannot be started; the cause says why
+     */
+    public boolean awaitRandom(long timeout, TimeUnit unit) throws InterruptedException {
+        return RandomStart.await(ZelSecurityProvider::initRandomContext0, timeout, unit);
+    }
+
+    /**
+     * Runs known answers through the services: digests, the cipher in both directions, signatures made and checked with fixed
+     * keys; and draws random bytes. Key pair generators are left out, for which there are no known answers. It takes a few
+     * milliseconds, and waits for the random generator before that if it is not ready. The provider need not be registered.
+     *
+     * @return what was found; a service that fails is told there and makes no exception
+     */
+    public SelfTestResult selfTest() {
+        return new SelfTestResult(SelfTest.run(this));
     }
 
     /** What the JCA knows of a service without trying it: with other keys a program is served by another provider at once. */

@@ -1,10 +1,8 @@
 package com.vantrel.zel.tool;
 
 import com.vantrel.zel.provider.ZelSecurityProvider;
-import com.vantrel.zel.provider.internal.NativeInfo;
 import com.vantrel.zel.provider.internal.RandomStart;
 import java.security.GeneralSecurityException;
-import java.security.Provider;
 import java.security.Provider.Service;
 import java.security.SecureRandom;
 import java.util.stream.Collectors;
@@ -15,7 +13,7 @@ final class Engines {
     static final String GENERATOR = "FIPS186PRNG";
 
     /** The provider; the virtual machine's own list of providers stays as it is. */
-    static final Provider ZEL;
+    static final ZelSecurityProvider ZEL;
 
     static {
         RandomStart.leaveToFirstUser(); // for most commands there is none, and seeding costs more than they do
@@ -27,7 +25,7 @@ final class Engines {
     /** The provider's generator, ready; on a terminal says why nothing seems to happen while it is being seeded. */
     static SecureRandom random() throws GeneralSecurityException {
         SecureRandom random = SecureRandom.getInstance(GENERATOR, ZEL);
-        if (!NativeInfo.isRandomReady()) {
+        if (!ZEL.isRandomReady()) {
             Progress.sayOnTerminal("zel: seeding the random generator, some six seconds ...");
             random.nextBytes(new byte[1]);
             Progress.sayOnTerminal("");

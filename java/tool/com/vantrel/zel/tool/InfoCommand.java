@@ -1,22 +1,27 @@
 package com.vantrel.zel.tool;
 
-import com.vantrel.zel.provider.internal.NativeInfo;
-import com.vantrel.zel.provider.internal.NativeLibrary;
+import com.vantrel.zel.provider.SelfTestResult;
 import com.vantrel.zel.provider.internal.Version;
+import java.security.GeneralSecurityException;
 import java.util.Map;
 import java.util.TreeMap;
 import java.util.concurrent.Callable;
 import picocli.CommandLine.Command;
 import picocli.CommandLine.IVersionProvider;
 import picocli.CommandLine.Mixin;
+import picocli.CommandLine.Option;
 
 /** {@code zel info}: what is at work here. */
 @Command(
         name = "info",
         description = "Prints the version, the library in use, the kernels chosen for this CPU, and whether the random"
                 + " generator is ready.",
-        footer = {"%nExamples:", "  zel info", "  zel info --json"})
+        footer = {"%nExamples:", "  zel info", "  zel info --self-test", "  zel info --json"})
 final class InfoCommand implements Callable<Integer> {
+    @Option(names = "--self-test",
+            description = "Also run known answers through every service; ends with 1 when one of them is wrong.")
+    private boolean testsItself;
+
     @Mixin private Json json;
 
     /** The answer to {@code --version}; knows nothing of the native library, which may be what is missing. */
@@ -28,34 +33,43 @@ final class InfoCommand implements Callable<Integer> {
     }
 
     @Override
-    public Integer call() {
+    public Integer call() throws GeneralSecurityException {
+        if (testsItself) {
+            Engines.random(); // says what the test waits for
+        }
         Map<String, Object> services = new TreeMap<>();
         Engines.ZEL.getServices().forEach(
                 service -> services.put(service.getType(), Engines.algorithms(service.getType())));
         Map<String, Object> info = Json.object(
                 "version", Version.TEXT,
-                "library", NativeLibrary.origin(),
+                "library", Engines.ZEL.nativeLocation(),
                 "java", System.getProperty("java.version") + ", " + System.getProperty("os.name") + " "
                         + System.getProperty("os.arch"),
-                "randomReady", NativeInfo.isRandomReady(),
-                "kernels", NativeInfo.kernels(),
+                "randomReady", Engines.ZEL.isRandomReady(),
+                "kernels", Engines.ZEL.kernels(),
                 "services", services);
+        boolean isWell = true;
+        if (testsItself) {
+            SelfTestResult result = Engines.ZEL.selfTest();
+            isWell = result.isPassed();
+            info.put("selfTest", result.outcomes());
+        }
         if (json.isWanted) {
             Zel.out().println(Json.text(info));
         } else {
             info.forEach(InfoCommand::print);
         }
-        return 0;
+        return isWell ? 0 : Zel.NO;
     }
 
     private static void print(String name, Object value) {
         if (value instanceof Map) {
             Zel.out().println(name);
-            ((Map<?, ?>) value).forEach((key, kind) -> Zel.out().printf("  %-18s%s%n", key, kind));
+            ((Map<?, ?>) value).forEach((key, kind) -> Zel.out().printf("  %-22s%s%n", key, kind));
         } else if (value instanceof Boolean) {
-            Zel.out().printf("%-20s%s%n", "random generator", (Boolean) value ? "ready" : "seeded when first used");
+            Zel.out().printf("%-24s%s%n", "random generator", (Boolean) value ? "ready" : "seeded when first used");
         } else {
-            Zel.out().printf("%-20s%s%n", name, value);
+            Zel.out().printf("%-24s%s%n", name, value);
         }
     }
 }

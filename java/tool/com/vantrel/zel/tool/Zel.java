@@ -102,7 +102,12 @@ public final class Zel implements Runnable {
         }
     }
 
-    private static CommandLine commandLine() {
+    /**
+     * The program as picocli knows it.
+     *
+     * @return a command line of its own
+     */
+    public static CommandLine commandLine() {
         CommandLine commandLine = new CommandLine(new Zel());
         commandLine.setOut(new PrintWriter(out(), true));
         commandLine.setErr(new PrintWriter(err(), true));

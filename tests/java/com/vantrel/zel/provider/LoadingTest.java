@@ -275,7 +275,7 @@ class LoadingTest {
         assertServed(module + " 32\n", module, "-p", jar, "-cp", classes, probe, "loader");
         assertServed(module + " 32\n", module, "-p", jar, "-cp", classes, byName, probe, "registered");
         // The tool's jar says in its manifest that it loads native code, so it is not warned of or denied: java.base is any other module.
-        assertServed("java                " + Runtime.version().feature(), "java.base", "-jar", System.getProperty("zel.tool.jar"), "info");
+        assertServed("java                    " + Runtime.version().feature(), "java.base", "-jar", System.getProperty("zel.tool.jar"), "info");
     }
 
     /** For each of our services, whatever name the JDK's own provider knows it by. */

@@ -306,9 +306,9 @@ class ToolTest {
 
     @Test
     void infoAndHelp() {
-        zel(0, "info --json");
+        zel(0, "info --self-test --json");
         for (String part : List.of("\"version\": \"", "\"library\": \"jar:file:", "\"randomReady\": ",
-                "\"kernels\": {\"SHA-1\": \"", "\"exponentiation\": \"", "\"MessageDigest\": \"SHA-1, SHA-256\"")) {
+                "\"kernels\": {\"SHA-1\": \"", "\"exponentiation\": \"", "\"SHA1withDSA\": \"passed\"", "\"MessageDigest\": \"SHA-1, SHA-256\"")) {
             assertTrue(out.contains(part), out);
         }
         zel(0, "--version");

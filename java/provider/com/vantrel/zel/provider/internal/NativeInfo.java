@@ -11,6 +11,16 @@ public final class NativeInfo {
     private NativeInfo() {}
 
     /**
+     * The version that the library was built as.
+     *
+     * @return the version, such as "1.2.3"
+     */
+    public static String version() {
+        NativeLibrary.load();
+        return version0();
+    }
+
+    /**
      * The implementations that were chosen for this processor.
      *
      * @return their names by primitive, such as "AES"
@@ -34,6 +44,8 @@ public final class NativeInfo {
         NativeLibrary.load();
         return isRandomReady0();
     }
+
+    private static native String version0();
 
     private static native String kernels0();
 

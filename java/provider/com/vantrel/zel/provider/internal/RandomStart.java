@@ -1,6 +1,10 @@
 package com.vantrel.zel.provider.internal;
 
 import java.security.ProviderException;
+import java.util.concurrent.ExecutionException;
+import java.util.concurrent.FutureTask;
+import java.util.concurrent.TimeUnit;
+import java.util.concurrent.TimeoutException;
 import java.util.concurrent.atomic.AtomicReference;
 
 /**
@@ -9,6 +13,9 @@ import java.util.concurrent.atomic.AtomicReference;
  */
 public final class RandomStart {
     private static boolean begun;
+
+    /** The latest start; null before the first. */
+    private static FutureTask<Void> attempt;
 
     /** What the start failed with, until somebody who needs randomness has been told. */
     private static final AtomicReference<Throwable> FAILURE = new AtomicReference<>();
@@ -26,10 +33,16 @@ public final class RandomStart {
         }
         begun = true;
         try {
-            Background.start("zel-random-start", () -> keepFailure(start));
+            startAttempt(start);
         } catch (OutOfMemoryError e) { // no more threads: the first user makes the generator
             FAILURE.set(e);
         }
+    }
+
+    private static void startAttempt(Runnable start) {
+        FutureTask<Void> task = new FutureTask<>(() -> keepFailure(start), null);
+        Background.start("zel-random-start", task);
+        attempt = task;
     }
 
     /** For a program that may need no randomness: the first user makes the generator. Does nothing once it has begun. */
@@ -42,7 +55,39 @@ public final class RandomStart {
             start.run();
         } catch (Throwable e) { // kept, not printed
             FAILURE.set(e);
+            throw e;
         }
+    }
+
+    /**
+     * Waits until the generator is ready; starts it where no start is under way.
+     *
+     * @param start makes the generator
+     * @param timeout how long to wait at most
+     * @param unit the timeout's unit
+     * @return whether it is ready
+     * @throws InterruptedException if the thread is interrupted meanwhile
+     * @throws ProviderException if it cannot be started
+     */
+    public static boolean await(Runnable start, long timeout, TimeUnit unit) throws InterruptedException {
+        try {
+            if (!NativeInfo.isRandomReady()) {
+                underWay(start).get(timeout, unit);
+            }
+            return true;
+        } catch (TimeoutException e) {
+            return NativeInfo.isRandomReady(); // another user may have been faster
+        } catch (ExecutionException | OutOfMemoryError e) {
+            throw new ProviderException("the random generator cannot be started", e instanceof Error ? e : e.getCause());
+        }
+    }
+
+    private static synchronized FutureTask<Void> underWay(Runnable start) {
+        begun = true;
+        if (attempt == null || attempt.isDone()) {
+            startAttempt(start);
+        }
+        return attempt;
     }
 
     /**

@@ -1,0 +1,69 @@
+#!/usr/bin/env python3
+"""make-sbom.py VERSION RELEASE WINDOWS: prints the bill of materials of a release as CycloneDX 1.5 in JSON: what stands in
+the build folders RELEASE and WINDOWS, and whatever is linked into it or lies beside it. Its date is SOURCE_DATE_EPOCH."""
+import datetime
+import hashlib
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import uuid
+
+version, release, windows = sys.argv[1], pathlib.Path(sys.argv[2]), pathlib.Path(sys.argv[3])
+OWN = "Apache-2.0"
+GCC = "GPL-3.0-or-later WITH GCC-exception-3.1"
+
+
+def debian(package):
+    """The version of a Debian package that is installed here."""
+    return subprocess.run(["dpkg-query", "-W", "-f", "${Version}", package], check=True, capture_output=True, text=True).stdout
+
+
+def component(name, kind, its_version, licence, file=None, purl=None):
+    ref = f"{name}@{its_version}"
+    row = {"bom-ref": ref, "type": kind, "name": name, "version": its_version, "licenses": [{"expression": licence}]}
+    if file:
+        row["hashes"] = [{"alg": "SHA-256", "content": hashlib.sha256(file.read_bytes()).hexdigest()}]
+    if purl:
+        row["purl"] = purl
+    return row
+
+
+def deb(name, package, licence):
+    """What a Debian package of the build machine gives to a file of ours."""
+    return component(name, "library", debian(package), licence, purl=f"pkg:deb/debian/{package}@{debian(package)}")
+
+
+def own(name, kind, file, purl=None):
+    return component(name, kind, version, OWN, file, purl)
+
+
+linux_runtime = deb("libstdc++ and libgcc, for Linux", "libstdc++-12-dev", GCC)
+windows_runtime = deb("libstdc++ and libgcc, for Windows", "g++-mingw-w64-x86-64-posix", GCC)
+mingw = deb("mingw-w64 runtime", "mingw-w64-x86-64-dev", "ZPL-2.1 AND MIT AND LicenseRef-public-domain")
+picocli_version = debian("libpicocli-java").split("-")[0]
+picocli = component("picocli", "library", picocli_version, OWN, release / "picocli.jar",
+                    f"pkg:maven/info.picocli/picocli@{picocli_version}")
+library = own("libzelspi.so", "library", release / "libzelspi.so")
+dll = own("zelspi.dll", "library", windows / "zelspi.dll")
+verifier = own("zelverify", "application", release / "zelverify")
+verifier_exe = own("zelverify.exe", "application", windows / "zelverify.exe")
+provider = own("zel-provider", "library", release / "zel-provider.jar", f"pkg:maven/com.vantrel.zel/zel-provider@{version}")
+tool = own("zel", "application", release / "zel-tool.jar")
+whole = component("zelspi", "library", version, OWN)
+parts = [  # each with what it is made of or runs with
+    (whole, [library, dll, provider, tool, verifier, verifier_exe]),
+    (provider, [library, dll]), (tool, [provider, picocli]),
+    (library, [linux_runtime]), (verifier, [linux_runtime]),
+    (dll, [windows_runtime, mingw]), (verifier_exe, [windows_runtime, mingw]),
+    (picocli, []), (linux_runtime, []), (windows_runtime, []), (mingw, [])]
+content = {
+    "metadata": {
+        "timestamp": datetime.datetime.fromtimestamp(int(os.environ["SOURCE_DATE_EPOCH"]), datetime.timezone.utc).isoformat(),
+        "component": whole},
+    "components": [part for part, _ in parts if part is not whole],
+    "dependencies": [{"ref": part["bom-ref"], "dependsOn": [other["bom-ref"] for other in others]} for part, others in parts]}
+serial = uuid.uuid5(uuid.NAMESPACE_OID, json.dumps(content, sort_keys=True))
+print(json.dumps({"bomFormat": "CycloneDX", "specVersion": "1.5", "serialNumber": f"urn:uuid:{serial}", "version": 1, **content},
+                 indent=2))

@@ -1,0 +1,42 @@
+package com.example;
+
+import static org.junit.jupiter.api.Assertions.assertEquals;
+import static org.junit.jupiter.api.Assertions.assertTrue;
+
+import com.vantrel.zel.provider.ZelSecurityProvider;
+import java.io.File;
+import java.lang.module.ModuleFinder;
+import java.nio.file.Path;
+import java.security.Provider;
+import java.util.List;
+import java.util.ServiceLoader;
+import java.util.jar.JarFile;
+import org.cyclonedx.Version;
+import org.cyclonedx.parsers.JsonParser;
+import org.junit.jupiter.api.Test;
+
+/** What a stranger would ask of the published files. */
+class ConsumerTest {
+    private final File dist = new File(System.getProperty("dist"));
+    private final String version = System.getProperty("zel.version");
+
+    @Test
+    void theDependencyWorksAndKnowsItsVersion() throws Exception {
+        ZelSecurityProvider zel = (ZelSecurityProvider) ServiceLoader.load(Provider.class).stream()
+                .filter(provider -> provider.type() == ZelSecurityProvider.class).findAny().orElseThrow().get();
+        assertTrue(zel.selfTest().isPassed(), zel.selfTest().toString());
+        Path jar = Path.of(ZelSecurityProvider.class.getProtectionDomain().getCodeSource().getLocation().toURI());
+        String module = ModuleFinder.of(jar).find("com.vantrel.zel.provider").orElseThrow().descriptor().rawVersion().orElse("");
+        try (JarFile file = new JarFile(jar.toFile())) {
+            assertEquals(List.of(version, version, version, version), List.of(zel.getVersionStr(), zel.nativeVersion(), module,
+                    file.getManifest().getMainAttributes().getValue("Implementation-Version")));
+        }
+    }
+
+    @Test
+    void theBillOfMaterialsIsCycloneDx() throws Exception {
+        File bill = new File(dist, "zelspi-" + version + ".cdx.json");
+        assertEquals(List.of(), new JsonParser().validate(bill, Version.VERSION_15));
+        assertEquals(version, new JsonParser().parse(bill).getMetadata().getComponent().getVersion());
+    }
+}
