@@ -68,7 +68,7 @@ grep -m1 'model name' /proc/cpuinfo || true
 build_preset windows
 run_tests windows --label-exclude long
 show_kernels windows
-for preset in windows-clang asan asan-clang tsan debug clang portable; do
+for preset in windows-clang asan asan-clang tsan clang portable; do
   build_preset "$preset"
   run_tests "$preset" --label-exclude long
   show_kernels "$preset"

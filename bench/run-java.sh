@@ -2,7 +2,8 @@
 # bench/run-java.sh [--runtime NAME] [digest] [random] [cipher] [signature] [keypair] ...: builds the provider and compares it with
 # the JDK's own providers, and with another native one, Amazon's Corretto provider, where its jar is at hand or can be had from Maven
 # Central; with "first" in place of these, what a program waits for at its start. NAME is one of the runtimes that
-# cmake/fetch-java-runtimes.sh lays into build/runtimes, such as windows-21, which runs under wine.
+# cmake/fetch-java-runtimes.sh lays into build/runtimes, such as windows-21, which runs under wine and wants the
+# preset windows built before.
 set -euo pipefail
 root=$(CDPATH= cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")/.." && pwd)
 [ -f "$root/build/release/build.ninja" ] || cmake -S "$root" --preset release -D ZEL_BUILD_TESTS=OFF >/dev/null
@@ -10,6 +11,7 @@ cmake --build "$root/build/release" --target java java_bench >/dev/null
 java=(java)
 classpath=$root/build/release/zel-provider.jar:$root/build/release/java/bench
 if [ "${1:-}" = --runtime ]; then
+  [ -d "$root/build/runtimes/$2" ] || { echo "no build/runtimes/$2: cmake/fetch-java-runtimes.sh fetches some" >&2; exit 2; }
   java=("$root/build/runtimes/$2/bin/java")
   if [[ $2 == windows-* ]]; then
     export WINEPREFIX=$root/build/wine WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=

@@ -18,11 +18,12 @@ static_assert(ZEL_AES_ECB == kAesModeEcb && ZEL_AES_CBC == kAesModeCbc && ZEL_AE
 
 namespace {
 
-// Whether blocks can be transformed from the one area to the other: the same place, or nothing in common.
+// Whether blocks can be transformed from the one area to the other: the same place, or no byte in common.
 bool isSameOrApart(const std::uint8_t* input, std::size_t inputLength, const std::uint8_t* output,
                    std::size_t outputLength) {
     const std::less_equal<> isNotBehind;
-    return input == output || isNotBehind(input + inputLength, output) || isNotBehind(output + outputLength, input);
+    return inputLength == 0 || input == output || isNotBehind(input + inputLength, output) ||
+           isNotBehind(output + outputLength, input);
 }
 
 Status init(ZelAes* aes, ZelAesMode mode, ZelDirection direction, const void* key, std::size_t keyLength,
@@ -40,7 +41,7 @@ Status init(ZelAes* aes, ZelAesMode mode, ZelDirection direction, const void* ke
         return ERR_AES_BAD_KEY_LENGTH;
     }
     aes->isFinished = false;
-    if (iv != nullptr) {
+    if (mode != ZEL_AES_ECB) {
         std::memcpy(aes->chaining, iv, kAesBlockBytes);
     }
     return aesInitKey(&aes->context, static_cast<std::uint32_t>(8 * keyLength), static_cast<const std::uint8_t*>(key),
@@ -175,7 +176,7 @@ ZelStatus zelAesUpdate(ZelAes* aes, const void* input, size_t length, void* outp
         return ERR_MISSING_STATE_CHANGE;
     }
     auto* const to = static_cast<std::uint8_t*>(output);
-    if (length != 0 && !isSameOrApart(bytesAt(input), length, to, length)) {
+    if (!isSameOrApart(bytesAt(input), length, to, length)) {
         return ERR_INVALID_ARG;
     }
     return transform(aes, bytesAt(input), to, length);

@@ -92,7 +92,7 @@ ZelStatus zelDigestNew(ZelHash hash, ZelDigest** digest) {
 }
 
 ZelStatus zelDigestCopy(const ZelDigest* source, ZelDigest** copy) {
-    if (source == nullptr || copy == nullptr) {
+    if (copy == nullptr) {
         return ERR_NULL_POINTER;
     }
     *copy = nullptr;

@@ -10,8 +10,8 @@ static_assert(ZEL_KEY_RSA == kKeyRsa && ZEL_KEY_DSA == kKeyDsa);
 
 namespace {
 
-// What is read at most: the core's lengths have 31 bits.
-constexpr std::size_t kMaxKeyBytes = std::size_t{1} << 24;
+// What is read at most: several times the longest key as text, and a tree of it takes some fifty times its length.
+constexpr std::size_t kMaxKeyBytes = std::size_t{1} << 20;
 
 constexpr std::size_t kRsaBitsStep = 128;
 

@@ -24,12 +24,17 @@ Status encode(const HashAlgorithm& algorithm, Digest digest, std::uint32_t k, Se
 
 Status signRsa(RSAKey* key, const HashAlgorithm& algorithm, Digest digest, Room& room) {
     std::uint32_t k = 0;
+    bool isWhole = false;
     SecretBuffer encoded;
     ScopedVlong message(nullptr), signature(nullptr);
     RETURN_IF_ERROR(Rsa_ModulusLength(key, &k));
     RETURN_IF_ERROR(room.demand(k));
     RETURN_IF_ERROR(encode(algorithm, digest, k, &encoded));
     RETURN_IF_ERROR(Rsa_BytesToVlong(encoded.data(), k, message.out()));
+    RETURN_IF_ERROR(rsaIsProduct(*key, &isWhole));
+    if (!isWhole) { // memory has changed: the signature would leave unchecked
+        return ERR_RSA_BAD_SIGNATURE;
+    }
     RETURN_IF_ERROR(rsaSign(key, message.get(), signature.out(), nullptr));
     RETURN_IF_ERROR(VLONG_toBytesFixed(signature.get(), room.output(), k));
     return room.answer(k);

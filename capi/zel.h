@@ -8,7 +8,7 @@
 //           that is always enough. Too little room is ZEL_ERR_BUFFER_OVERFLOW, with the room that is needed in *length.
 // Handles.  A ...New, ...Copy, ...Read or ...Generate function makes one, the ...Free function of its kind wipes and frees
 //           it. A pointer to a handle of another kind is ZEL_ERR_INVALID_ARG; of a handle that was freed nothing is known.
-// Overlap.  Inputs may overlap anything. An output must not overlap an input or another output unless its function says so.
+// Overlap.  Inputs may overlap each other. An output must not overlap an input or another output unless its function says so.
 // Threads.  Every function may be called from any thread. A ZelDigest or ZelAes is for one thread at a time. A ZelKey never
 //           changes: threads may share it, as long as it is freed after its last use.
 // Memory.   Whatever held a secret is wiped before it is freed. The caller's own buffers are the caller's to wipe.
@@ -45,7 +45,7 @@ enum {
     ZEL_ERR_FILE_OPEN_FAILED = -7201,
     ZEL_ERR_FILE_READ_FAILED = -7202,
     ZEL_ERR_BAD_KEY_TYPE = -7403,        // the key is of another kind than the work wants
-    ZEL_ERR_RSA_INVALID_MODULUS = -7707, // a private RSA key above 16384 bits
+    ZEL_ERR_RSA_INVALID_MODULUS = -7707, // a private RSA key above 16384 bits, or n is not p q
     ZEL_ERR_RSA_KEY_LENGTH_TOO_SMALL = -7710,
     ZEL_ERR_BAD_SIGNATURE = -7711,      // the signature is not valid; named "ERR_RSA_BAD_SIGNATURE", of DSA as well
     ZEL_ERR_AES_BAD_PAD_LENGTH = -7901, // what was decrypted does not end in a padding
@@ -172,9 +172,9 @@ ZEL_EXPORT ZelStatus zelRandomBytes(void* buffer, size_t length);
 // Keys of RSA and DSA
 // ---------------------------------------------------------------------------------------------------------------
 //
-// Foreign bytes: any bytes give a key or a status. Private RSA keys have two primes, public exponents 32 bits at most.
-// Public RSA keys are taken up to 524,280 bits and work up to 262,080, with which checking a signature takes up to two
-// seconds: refuse by zelKeyBits what you do not want.
+// Foreign bytes: any bytes give a key or a status. Private RSA keys have two primes, exponents of 2 to 31 bits.
+// Public RSA keys are taken up to 524,279 bits and work up to 262,080, with which checking a signature takes up to two
+// seconds, and more if the exponent is long: refuse by zelKeyBits what you do not want.
 
 typedef struct ZelKey ZelKey;
 
@@ -194,9 +194,9 @@ enum { ZEL_DER = 1, ZEL_PEM = 2 };
 // zelKeyReadPrivate: *key := the private key in bytes[length]: PKCS#8 (RSA, DSA) or PKCS#1, in DER or PEM.
 // zelKeyReadPublic: *key := the public key: X.509 SubjectPublicKeyInfo (RSA, DSA) or PKCS#1, in DER or PEM.
 // In/out:  of text the first PEM block counts, whatever stands around it. What follows the key's DER is not looked at.
-// Errors:  ZEL_ERR_PEM; ZEL_ERR_BAD_KEY_TYPE a public key for a private one or the reverse; ZEL_ERR_RSA_INVALID_MODULUS;
-//          ZEL_ERR_DSA_INVALID_KEYLENGTH p above 16384 bits, q or x above 4096; ZEL_ERR_RTOS_MUTEX_CREATE; else a code of the
-//          parser.
+// Errors:  ZEL_ERR_PEM; ZEL_ERR_BAD_LENGTH above 1 MiB, or a modulus above the limit; ZEL_ERR_BAD_KEY_TYPE a public key for
+//          a private one or the reverse; ZEL_ERR_RSA_INVALID_MODULUS; ZEL_ERR_DSA_INVALID_KEYLENGTH p above 16384 bits, q or x
+//          above 4096; ZEL_ERR_RTOS_MUTEX_CREATE; else a code of the parser.
 // Secrets: time shows the lengths of the key's numbers, and where the lines of PEM end.
 ZEL_EXPORT ZelStatus zelKeyReadPrivate(const void* bytes, size_t length, ZelKey** key);
 ZEL_EXPORT ZelStatus zelKeyReadPublic(const void* bytes, size_t length, ZelKey** key);
@@ -238,7 +238,7 @@ ZEL_EXPORT ZelStatus zelKeyFree(ZelKey* key);
 // Errors:  ZEL_ERR_INVALID_ARG an unknown hash; ZEL_ERR_BAD_LENGTH; ZEL_ERR_BAD_KEY_TYPE a public key;
 //          ZEL_ERR_RSA_KEY_LENGTH_TOO_SMALL a modulus that does not hold the digest; ZEL_ERR_BUFFER_OVERFLOW;
 //          ZEL_ERR_BAD_SIGNATURE the signature did not stand its own check, for a fault of the machine or values of a key that
-//          do not belong together; of DSA as zelRandomWait.
+//          do not belong together; of DSA as zelRandomWait, and other codes for values that no DSA key has.
 // Secrets: time shows the lengths of the key's numbers, not their values.
 ZEL_EXPORT ZelStatus zelSign(const ZelKey* key, ZelHash hash, const void* message, size_t messageLength,
                              void* signature, size_t* length);

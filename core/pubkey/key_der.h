@@ -38,7 +38,7 @@ Status asymKeyReadSigner(const std::uint8_t* der, std::uint32_t derLength, Asymm
 // asymKeyReadPublic: reads der[derLength], a SubjectPublicKeyInfo or an RSAPublicKey.
 // Errors:  ERR_NULL_POINTER; those of the parser; ERR_BAD_KEY_TYPE what is there is public, or private, instead, or of another
 //          algorithm; those of asymKeyReadSigner, RsaKey_FromPublicDer and parseDSAPublicKey; ERR_RSA_INVALID_PKCS1 a key of
-//          unused bits.
+//          unused bits; ERR_RSA_INVALID_MODULUS also where n is not p q.
 Status asymKeyReadPrivate(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key);
 Status asymKeyReadPublic(const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key);
 

@@ -3,6 +3,7 @@
 #include "core/pubkey/dsa_der.h"
 #include "core/pubkey/key_der.h"
 #include "core/pubkey/key_read.h"
+#include "core/pubkey/rsa.h"
 
 namespace {
 
@@ -34,7 +35,15 @@ Status readPrivate(const ParsedDer& input, AsymmetricKey* key) {
     RETURN_IF_ERROR(shape.isPrivateInfo() ? readPrivateKeyInfo(input, KeyUse::kSignatures, key)
                                           : readRsaKey(input, shape.sequence, KeyUse::kSignatures, key));
     const RSAKey* const rsaKey = asymKeyRsa(key);
-    return rsaKey != nullptr && rsaKey->privateKey == 0 ? ERR_BAD_KEY_TYPE : OK;
+    if (rsaKey == nullptr) {
+        return OK;
+    }
+    if (rsaKey->privateKey == 0) {
+        return ERR_BAD_KEY_TYPE;
+    }
+    bool isWhole = false; // a key of more primes is not
+    RETURN_IF_ERROR(rsaIsProduct(*rsaKey, &isWhole));
+    return isWhole ? OK : ERR_RSA_INVALID_MODULUS;
 }
 
 Status readPublic(const ParsedDer& input, const std::uint8_t* der, std::uint32_t derLength, AsymmetricKey* key) {

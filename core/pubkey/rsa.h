@@ -59,6 +59,9 @@ Status Rsa_PrivateOp(RSAKey* rsaKey, const vlong* input, RandomSource random, vo
 // Errors:  ERR_NULL_POINTER; ERR_RSA_KEY_NOT_READY a public key or one that is not prepared; growth.
 Status Rsa_PrivateCrt(const RSAKey* rsaKey, const vlong* input, vlong** out, vlong** queue);
 
+// rsaIsProduct: whether p q = n in a prepared private key, which is public. Errors: ERR_MEM_ALLOC_FAIL.
+Status rsaIsProduct(const RSAKey& key, bool* answer);
+
 // rsaSign: *out := message^d mod n, unblinded, for a message below n. Where p q = n the result is checked by the public
 // operation: a fault of the machine in one half, or a key whose values do not belong together, would give away a prime.
 // Errors:  as Rsa_PrivateCrt and Rsa_PublicOp; ERR_RSA_BAD_SIGNATURE the check has failed.

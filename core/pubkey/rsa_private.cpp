@@ -25,8 +25,9 @@ Status crtPlainly(const RSAKey& key, const vlong* input, vlong** out, vlong** qu
     return OK;
 }
 
-// Whether p q = n, which is public.
-Status isProduct(const RSAKey& key, bool* answer) {
+} // namespace
+
+Status rsaIsProduct(const RSAKey& key, bool* answer) {
     const std::uint32_t pUnits = key.p->length, qUnits = key.q->length, units = pUnits + qUnits;
     SecretBuffer storage;
     RETURN_IF_ERROR(storage.alloc(std::size_t{units} * sizeof(Unit)));
@@ -36,8 +37,6 @@ Status isProduct(const RSAKey& key, bool* answer) {
     *answer = length == key.n->length && publicly(areEqual(product, key.n->units, length)) != 0;
     return OK;
 }
-
-} // namespace
 
 // Every status counts here: a result that is right modulo one prime only gives away the other.
 Status Rsa_PrivateCrt(const RSAKey* rsaKey, const vlong* input, vlong** out, vlong** queue) {
@@ -68,7 +67,7 @@ Status rsaSign(RSAKey* rsaKey, const vlong* message, vlong** out, vlong** queue)
     RETURN_IF_ERROR(Rsa_PrivateOp(rsaKey, message, nullptr, nullptr, signature.out(), local.get()));
     bool isChecked = false;
     if (rsaKey->n != nullptr && rsaKey->e != nullptr) {
-        RETURN_IF_ERROR(isProduct(*rsaKey, &isChecked));
+        RETURN_IF_ERROR(rsaIsProduct(*rsaKey, &isChecked));
     }
     if (isChecked) {
         RETURN_IF_ERROR(Rsa_PublicOp(rsaKey, signature.get(), opened.out(), local.get()));

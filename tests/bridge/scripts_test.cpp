@@ -109,7 +109,8 @@ TEST(BeforeTheContext, OneExceptionStandsOnTheOther) {
 
 // What scripts cannot see of the secure random engine: pieces of arrays of any length, and what becomes of a seed.
 TEST(Pieces, CoverEveryLengthOnce) {
-    for (const jint length : {0, 1, kPieceBytes - 1, kPieceBytes, kPieceBytes + 1, INT32_MAX - 65535, INT32_MAX}) {
+    for (const jint length : std::initializer_list<jint>{0, 1, kPieceBytes - 1, kPieceBytes, kPieceBytes + 1,
+                                                         INT32_MAX - 65535, INT32_MAX}) {
         std::int64_t covered = 0;
         EXPECT_TRUE(forEachPiece(length, [&](jint offset, jint count) {
             EXPECT_EQ(offset, std::exchange(covered, covered + count));

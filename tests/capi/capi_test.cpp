@@ -401,9 +401,6 @@ TEST(CFunctions, hostileArguments) {
         {zelAesFinish(a, none, 0, in, &(length = 15)), ZEL_ERR_BUFFER_OVERFLOW},
         {zelAesCbcDecrypt(in, 16, in, in, 0, in, &(length = 64)), ZEL_ERR_AES_BAD_LENGTH},
         {zelAesCbcDecrypt(in, 16, in, in, 17, in, &(length = 64)), ZEL_ERR_AES_BAD_LENGTH},
-        {zelAesCbcDecrypt(in, 16, none, in, 16, in, &(length = 64)), ZEL_ERR_NULL_POINTER},
-        {zelAesCbcEncrypt(in, 16, in, in, 16, in, nullptr), ZEL_ERR_NULL_POINTER},
-        {zelAesFree(wrongAes), ZEL_ERR_INVALID_ARG},
         {zelRandomBytes(none, 0), ZEL_OK},
         {zelRandomBytes(none, 1), ZEL_ERR_NULL_POINTER},
         {zelRandomBytes(in, kHuge), ZEL_ERR_BAD_LENGTH},
@@ -411,7 +408,6 @@ TEST(CFunctions, hostileArguments) {
         {zelKeyReadPublic(in, 64, nullptr), ZEL_ERR_NULL_POINTER},
         {zelKeyReadPublic(in, kHuge, &newKey), ZEL_ERR_BAD_LENGTH},
         {zelKeyReadPublic("-----BEGIN ", 11, &newKey), ZEL_ERR_PEM},
-        {zelKeyGenerateRsa(1024, nullptr), ZEL_ERR_NULL_POINTER},
         {zelKeyWrite(nullptr, ZEL_PKCS8, ZEL_PEM, in, &length), ZEL_ERR_NULL_POINTER},
         {zelKeyWrite(k, ZEL_PKCS8, ZEL_PEM, in, nullptr), ZEL_ERR_NULL_POINTER},
         {zelKeyWrite(k, 4, ZEL_PEM, in, &length), ZEL_ERR_INVALID_ARG},
@@ -433,7 +429,6 @@ TEST(CFunctions, hostileArguments) {
         {zelVerify(k, ZEL_SHA256, none, 0, none, 0), ZEL_ERR_BAD_SIGNATURE},
         {zelVerify(p, ZEL_SHA256, in, 1, in, 48), ZEL_ERR_BAD_SIGNATURE},
         {zelVerify(p, 0, in, 1, in, 48), ZEL_ERR_INVALID_ARG},
-        {zelVerifyDigest(p, ZEL_SHA256, in, 33, in, 48), ZEL_ERR_BAD_LENGTH},
         {zelCheckFile(k, ZEL_SHA256, nullptr, nullptr), ZEL_ERR_NULL_POINTER},
         {zelCheckFile(wrongKey, ZEL_SHA256, "", ""), ZEL_ERR_INVALID_ARG},
         {zelCheckFile(k, 7, "", ""), ZEL_ERR_INVALID_ARG},
@@ -447,8 +442,10 @@ TEST(CFunctions, hostileArguments) {
     EXPECT_EQ(zelStatusName(1), nullptr);
 }
 
-TEST(CFunctions, keyTooSmallForTheDigest) {
+TEST(CFunctions, keysThatDoNotServe) {
     Key key;
+    const Bytes more = bytesOf("301c0201000202009102010702010102010b02010d020101020101020101"); // n is not p q
+    EXPECT_EQ(into(key, zelKeyReadPrivate, more.data(), more.size()), ERR_RSA_INVALID_MODULUS);
     const Bytes der = bytesOf("300e020900ffffffffffffffff020103"), signature(8);
     ASSERT_EQ(into(key, zelKeyReadPublic, der.data(), der.size()), OK);
     EXPECT_EQ(zelVerify(key.get(), ZEL_SHA1, "", 0, signature.data(), 8), ZEL_ERR_RSA_KEY_LENGTH_TOO_SMALL);

@@ -17,7 +17,6 @@ import java.util.*;
 import java.util.regex.Pattern;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.api.condition.*;
 import org.junit.jupiter.api.io.TempDir;
 import org.junit.jupiter.params.ParameterizedTest;
 import org.junit.jupiter.params.provider.*;
@@ -217,7 +216,6 @@ class SignatureTest {
 
     /** But by the key itself, and by the reading of it. */
     @Test
-    @EnabledOnOs(OS.LINUX)
     void privateKeysAreNotCopied(@TempDir Path folder) throws Exception {
         Path key = Files.write(folder.resolve("key"), jdkPair("RSA", 1024).getPrivate().getEncoded());
         String count = ChildJvm.outputOf(Signers.class, List.of("-Xmx256m", "-XX:+UseSerialGC"),
