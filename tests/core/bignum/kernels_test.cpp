@@ -117,7 +117,7 @@ struct Power {
     Power(std::uint32_t k, std::uint32_t bits, std::uint32_t round, Random& random)
         : modulus(modulusOf(k, round, random)), exponent(random.units((bits + 63) / 64, round % 3 == 0)), result(k) {
         base = round % 7 == 0 ? modulus : random.units(k, round % 2 == 0);
-        base[0] -= round % 7 == 0 ? 1 : 0;
+        base[0] -= round % 7 == 0 ? Unit{1} : Unit{0};
         if (round % 5 == 3 && k % 2 == 0) {
             base = random.units(k / 2);
             base[0] |= 1;
