@@ -1,7 +1,5 @@
 #include "bridge/signature_state.h"
 
-#include "bridge/java_exceptions.h"
-
 SignatureState::SignatureState() : key_{kKeyEmpty, nullptr}, digest_(nullptr), mode_(kNotInitialized) {
 }
 

@@ -6,6 +6,7 @@
 #ifndef ZELSPI_BRIDGE_SIGNATURE_STATE_H
 #define ZELSPI_BRIDGE_SIGNATURE_STATE_H
 
+#include "bridge/java_exceptions.h"
 #include "bridge/zel_sha_message_digest.h"
 #include "core/pubkey/asym_key.h"
 
@@ -69,5 +70,10 @@ private:
     ZelShaMessageDigest* digest_; // owned; null before the first reset
     std::int32_t mode_;
 };
+
+// requireOk: that of java_exceptions.h with a SignatureException.
+inline bool requireOk(JNIEnv* env, const char* message, Status status) {
+    return requireOk(env, kSignatureException, message, status);
+}
 
 #endif

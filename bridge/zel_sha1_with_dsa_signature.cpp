@@ -27,10 +27,6 @@ Status readPrivateKey(const SecretBuffer& der, AsymmetricKey* key) {
     return OK;
 }
 
-bool requireOk(JNIEnv* env, const char* message, Status status) {
-    return requireOk(env, kSignatureException, message, status);
-}
-
 } // namespace
 
 ZelSha1WithDsaSignature::ZelSha1WithDsaSignature() : digestLength_(kSha1DigestBytes) {

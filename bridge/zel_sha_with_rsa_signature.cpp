@@ -22,10 +22,6 @@ constexpr std::uint32_t kLeastOverhead = 3;
 constexpr const char* kInvalidSignature = "invalid signature";
 constexpr const char* kNoSignatureInteger = "error generating integer representative signature";
 
-bool requireOk(JNIEnv* env, const char* message, Status status) {
-    return requireOk(env, kSignatureException, message, status);
-}
-
 } // namespace
 
 ZelShaWithRsaSignature::ZelShaWithRsaSignature(SignatureDigestType digestType)
