@@ -54,11 +54,12 @@ fi
 
 cmake/fetch-java-runtimes.sh build/runtimes
 
-# Wine's own settings are made anew in the build folder, once, before tests run side by side.
+# One server of wine's for all programs: it takes seconds to start and to end, and one that ends takes with it what starts.
 export WINEPREFIX=$PWD/build/wine WINEDEBUG=-all
 mkdir -p "$WINEPREFIX"
-if [ ! -f "$WINEPREFIX/system.reg" ] &&
-    ! WINEDLLOVERRIDES=mscoree,mshtml= /usr/lib/wine/wine64 wineboot -i >build/wine.log 2>&1; then
+/usr/lib/wine/wineserver64 -p
+trap '/usr/lib/wine/wineserver64 -k' EXIT
+if ! WINEDLLOVERRIDES=mscoree,mshtml= /usr/lib/wine/wine64 wineboot >build/wine.log 2>&1; then
   tail -n 20 build/wine.log >&2
   exit 1
 fi

@@ -16,7 +16,7 @@ struct JavaValue {
     jbyteArray array = nullptr;
 
     template <typename T> T as() const {
-        if constexpr (std::is_same_v<T, jbyteArray>) {
+        if constexpr (std::is_convertible_v<jbyteArray, T>) {
             return array;
         } else {
             return static_cast<T>(number);
@@ -24,7 +24,8 @@ struct JavaValue {
     }
 };
 
-// EntryPoint: a function (environment, object, arguments). Its shape is a letter for the result and one for each argument.
+// EntryPoint: a function (environment, object or class, arguments). Its shape is a letter for the result and one for each
+// argument.
 struct EntryPoint {
     std::string name; // the Java class without its package, a dot, the method
     std::string shape;
@@ -37,19 +38,22 @@ template <> inline constexpr char kLetter<jbyte> = 'B';
 template <> inline constexpr char kLetter<jint> = 'I';
 template <> inline constexpr char kLetter<jlong> = 'J';
 template <> inline constexpr char kLetter<jbyteArray> = 'A';
+template <> inline constexpr char kLetter<jobject> = 'A';
 
-template <typename Result, typename... Arguments>
-EntryPoint entryPoint(const std::string& name, Result(JNICALL* function)(JNIEnv*, jobject, Arguments...)) {
+template <typename Result, typename Object, typename... Arguments>
+EntryPoint entryPoint(const std::string& name, Result(JNICALL* function)(JNIEnv*, Object, Arguments...)) {
     const auto call = [function]<std::size_t... i>(JNIEnv * env, jobject object,
                                                    const std::vector<JavaValue>& arguments, std::index_sequence<i...>)
                           ->JavaValue {
         if constexpr (std::is_void_v<Result>) {
-            function(env, object, arguments[i].template as<Arguments>()...);
+            function(env, static_cast<Object>(object), arguments[i].template as<Arguments>()...);
             return {};
         } else if constexpr (std::is_same_v<Result, jbyteArray>) {
-            return {0, function(env, object, arguments[i].template as<Arguments>()...)};
+            return {0, function(env, static_cast<Object>(object), arguments[i].template as<Arguments>()...)};
         } else {
-            return {static_cast<jlong>(function(env, object, arguments[i].template as<Arguments>()...)), nullptr};
+            return {static_cast<jlong>(
+                        function(env, static_cast<Object>(object), arguments[i].template as<Arguments>()...)),
+                    nullptr};
         }
     };
     return {name,

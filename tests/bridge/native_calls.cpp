@@ -165,11 +165,11 @@ std::vector<EntryPoint> nativeEntryPoints() {
                                        entryPoint("DsaDer.parseDSAPublicKey", parsePublicKey)};
     const std::string shortCalls = "ShortCalls.";
     entries.insert(entries.end(),
-                   {registered<jint(JNIEnv*, jobject, jint, jbyteArray, jint, jbyteArray, jint)>(shortCalls, "digest0"),
-                    registered<jint(JNIEnv*, jobject, jint, jbyteArray, jbyteArray, jint, jint)>(shortCalls, "cbc0"),
-                    registered<jint(JNIEnv*, jobject, jint, jbyteArray, jbyteArray, jint)>(shortCalls, "expandKey0"),
-                    registered<void(JNIEnv*, jobject, jbyteArray)>(shortCalls, "nextBytes0"),
-                    registered<jlong(JNIEnv*, jobject, jint)>(shortCalls, "address0")});
+                   {registered<jint(JNIEnv*, jclass, jint, jbyteArray, jint, jbyteArray, jint)>(shortCalls, "digest0"),
+                    registered<jint(JNIEnv*, jclass, jint, jbyteArray, jbyteArray, jint, jint)>(shortCalls, "cbc0"),
+                    registered<jint(JNIEnv*, jclass, jint, jbyteArray, jbyteArray, jint)>(shortCalls, "expandKey0"),
+                    registered<void(JNIEnv*, jclass, jbyteArray)>(shortCalls, "nextBytes0"),
+                    registered<jlong(JNIEnv*, jclass, jint)>(shortCalls, "address0")});
     for (const std::string name : {"ZelSha1", "ZelSha256"}) {
         const std::string digest = name + "MessageDigestSpi.", rsa = name + "WithRsaSignatureSpi.";
         using Rsa = ZelShaWithRsaSignature;
@@ -177,7 +177,7 @@ std::vector<EntryPoint> nativeEntryPoints() {
                        {entryPoint(digest + "nativeReset", digestReset),
                         entryPoint(digest + "nativeUpdate", digestUpdate), entryPoint(digest + "digest", digestRaw),
                         entryPoint(digest + "nativeDigest", digestNative),
-                        registered<void(JNIEnv*, jobject, jbyteArray)>(digest, "copyEngine0"),
+                        registered<void(JNIEnv*, jobject, jobject)>(digest, "copyEngine0"),
                         entryPoint(rsa + "nativeInitVerify", rsaKey<&Rsa::nativeInitVerify>),
                         entryPoint(rsa + "nativeInitSign", rsaKey<&Rsa::nativeInitSign>),
                         entryPoint(rsa + "nativeUpdate", rsaBytes<&Rsa::nativeUpdate>),
