@@ -270,5 +270,5 @@ void adxMontSquare(Unit* r, const Unit* a, const MontModulus& m, Unit* scratch) 
 }
 
 bool adxIsSupported() {
-    return cpuFeatures().bmi2 && cpuFeatures().adx;
+    return cpuFeatures().x86.bmi2 && cpuFeatures().x86.adx;
 }
