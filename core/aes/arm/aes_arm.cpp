@@ -146,23 +146,19 @@ template <Chain chain> ZEL_TARGET_CRYPTO void chained(const std::uint32_t* round
         return;
     }
     const Keys keys(roundKeys, rounds);
-    const uint8x16_t toNext = veorq_u8(keys.last(), keys[0]);
-    uint8x16_t x[1] = {vld1q_u8(iv)};
-    uint8x16_t lastKey = keys.last();
-    uint8x16_t first = chain == Chain::cbc ? veorq_u8(keys[0], vld1q_u8(input)) : keys[0];
+    const uint8x16_t last = keys.last(), toNext = veorq_u8(last, keys[0]);
+    uint8x16_t x[1] = {veorq_u8(vld1q_u8(iv), last)};
+    uint8x16_t before = vdupq_n_u8(0); // in CFB the block of text before
     for (; blockCount > 0; --blockCount, input += kBlockBytes, output += kBlockBytes) {
         keys.leaveInMemory();
-        allRounds<Direction::encryption>(keys, first, x);
-        if (chain == Chain::cbc) { // the block to come, while this one is under way
-            first = blockCount > 1 ? veorq_u8(toNext, vld1q_u8(input + kBlockBytes)) : toNext;
-            vst1q_u8(output, veorq_u8(x[0], lastKey));
-        } else {
-            const uint8x16_t text = vld1q_u8(input);
-            first = chain == Chain::cfb ? veorq_u8(toNext, text) : toNext;
-            vst1q_u8(output, veorq_u8(x[0], veorq_u8(lastKey, text)));
+        const uint8x16_t text = vld1q_u8(input);
+        allRounds<Direction::encryption>(keys, veorq_u8(toNext, chain == Chain::cbc ? text : before), x);
+        vst1q_u8(output, veorq_u8(x[0], chain == Chain::cbc ? last : veorq_u8(last, text)));
+        if (chain == Chain::cfb) {
+            before = text;
         }
     }
-    vst1q_u8(iv, veorq_u8(veorq_u8(x[0], lastKey), chain == Chain::cfb ? veorq_u8(toNext, first) : vdupq_n_u8(0)));
+    vst1q_u8(iv, veorq_u8(x[0], veorq_u8(last, before)));
     clearVectorRegisters();
 }
 

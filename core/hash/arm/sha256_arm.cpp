@@ -13,7 +13,9 @@ using Schedule = uint32x4_t[4];
 // The four rounds of group g, and the words that group g + 4 needs in the place of these.
 template <std::size_t g> ZEL_TARGET_CRYPTO inline void roundGroup(uint32x4_t& abcd, uint32x4_t& efgh, Schedule& w) {
     const uint32x4_t addend = vaddq_u32(w[g % 4], vld1q_u32(kSha256RoundConstants + 4 * g));
-    const uint32x4_t abcdBefore = abcd;
+    uint32x4_t abcdBefore = abcd;
+    __asm__(""
+            : "+w"(abcdBefore)); // the copy of the two: the compiler would let SHA256H, which comes first, wait for it
     abcd = vsha256hq_u32(abcd, efgh, addend);
     efgh = vsha256h2q_u32(efgh, abcdBefore, addend);
     if constexpr (g < 12) {
