@@ -1,4 +1,5 @@
 // Big-endian words in byte strings. Written as shifts, which compilers turn into one load or store with a byte swap.
+// The portable code goes through these wherever the order of bytes in memory would show, and so works with any.
 #ifndef ZELSPI_CORE_MEMORY_ENDIAN_H
 #define ZELSPI_CORE_MEMORY_ENDIAN_H
 
