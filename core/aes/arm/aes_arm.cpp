@@ -175,7 +175,7 @@ void expandKey(const std::uint8_t* key, std::uint32_t keyBits, std::uint32_t* ro
 
 ZEL_TARGET_CRYPTO void invertSchedule(const std::uint32_t* encryptRoundKeys, std::int32_t rounds,
                                       std::uint32_t* roundKeys) {
-    const std::uint32_t* from = encryptRoundKeys + 4 * rounds;
+    const std::uint32_t* from = encryptRoundKeys + 4 * static_cast<std::size_t>(rounds);
     vst1q_u32(roundKeys, vld1q_u32(from));
     for (std::int32_t round = 1; round < rounds; ++round) {
         const uint8x16_t mixed = vaesimcq_u8(byteOrder(vreinterpretq_u8_u32(vld1q_u32(from -= 4))));
