@@ -1,9 +1,11 @@
 #include "capi/key.h"
 
-#include "core/pubkey/dsa.h"
-#include "core/pubkey/key_der.h"
-#include "core/pubkey/pem.h"
-#include "core/pubkey/rsa.h"
+#include "core/pubkey/dsa/dsa.h"
+#include "core/pubkey/key/key_der.h"
+#include "core/pubkey/key/key_encoding.h"
+#include "core/pubkey/key/pem.h"
+#include "core/pubkey/key/scoped_key.h"
+#include "core/pubkey/rsa/rsa.h"
 #include "core/random/shared_random.h"
 
 static_assert(ZEL_KEY_RSA == kKeyRsa && ZEL_KEY_DSA == kKeyDsa);

@@ -6,8 +6,8 @@
 //
 // Secrets: time depends on unit counts only, but for div128by64.
 #include "core/bignum/branch_free.h"
-#include "core/bignum/karatsuba.h"
-#include "core/bignum/unit_rows.h"
+#include "core/bignum/internal/karatsuba.h"
+#include "core/bignum/internal/unit_rows.h"
 #include "core/bignum/x86/x86_kernels.h"
 
 #include "core/cpu/cpu_features.h"
