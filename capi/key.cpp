@@ -72,7 +72,7 @@ Status derOf(const ZelKey& key, ZelKeyFormat format, SecretBuffer* der, std::str
 // The bytes of a DER item with so many of content.
 std::size_t derBytes(std::size_t content) {
     std::size_t header = 2;
-    for (std::size_t left = content; content > 0x7F && left > 0; left >>= 8) {
+    for (std::size_t remaining = content; content > 0x7F && remaining > 0; remaining >>= 8) {
         ++header;
     }
     return header + content;

@@ -54,9 +54,9 @@ void rtosSleepMs(std::uint32_t milliseconds) {
         sched_yield();
         return;
     }
-    timespec left{};
-    left.tv_sec = static_cast<std::time_t>(milliseconds / 1000);
-    left.tv_nsec = static_cast<long>(milliseconds % 1000) * 1'000'000;
-    while (clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
+    timespec remaining{};
+    remaining.tv_sec = static_cast<std::time_t>(milliseconds / 1000);
+    remaining.tv_nsec = static_cast<long>(milliseconds % 1000) * 1'000'000;
+    while (clock_nanosleep(CLOCK_MONOTONIC, 0, &remaining, &remaining) == EINTR) {
     }
 }

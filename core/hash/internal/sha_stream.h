@@ -54,11 +54,11 @@ Status update(Context* context, const std::uint8_t* data, std::uint32_t length) 
     auto used = static_cast<std::size_t>(context->bufferUsed);
     std::size_t remaining = length;
     if (used > 0) {
-        const std::size_t taken = std::min(blockBytes - used, remaining);
-        std::memcpy(context->buffer + used, data, taken);
-        used += taken;
-        data += taken;
-        remaining -= taken;
+        const std::size_t count = std::min(blockBytes - used, remaining);
+        std::memcpy(context->buffer + used, data, count);
+        used += count;
+        data += count;
+        remaining -= count;
         if (used == blockBytes) {
             Algorithm::compress(context->state, context->buffer, 1);
             used = 0;

@@ -41,16 +41,16 @@ Status decodeBase64(std::string_view text, SecretBuffer* der) {
     RETURN_IF_ERROR(der->alloc(digits / 4 * 3 + (rest == 0 ? 0 : rest - 1)));
     std::uint8_t* out = der->data();
     std::uint32_t bits = 0, bitCount = 0, bad = 0;
-    std::size_t left = digits;
+    std::size_t remaining = digits;
     for (const char c : text) {
         if (isSpace(c)) {
             continue;
         }
-        if (left == 0) {
+        if (remaining == 0) {
             bad |= isWithin(static_cast<std::uint8_t>(c), '=', '=') ^ ~0U;
             continue;
         }
-        --left;
+        --remaining;
         bits = bits << 6 | bitsOf(static_cast<std::uint8_t>(c), &bad);
         bitCount += 6;
         if (bitCount >= 8) {

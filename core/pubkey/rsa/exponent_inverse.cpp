@@ -15,13 +15,13 @@ void divideMultiple(Unit* quotient, const vlong* m, Unit k, Unit e) {
     for (int step = 0; step < 5; ++step) {
         inverse *= 2 - e * inverse;
     }
-    Unit carry = 1, taken = 0;
+    Unit carry = 1, borrow = 0;
     for (std::uint32_t i = 0; i < m->length; ++i) {
         const Wide product = mulWide(m->units[i], k);
         const Unit unit = product.low + carry;
         carry = product.high + (unit < carry ? 1 : 0);
-        quotient[i] = (unit - taken) * inverse;
-        taken = mulWide(quotient[i], e).high + (unit < taken ? 1 : 0);
+        quotient[i] = (unit - borrow) * inverse;
+        borrow = mulWide(quotient[i], e).high + (unit < borrow ? 1 : 0);
     }
 }
 
