@@ -6,8 +6,8 @@
 #include "core/bignum/branch_free.h"
 #include "core/bignum/x86/ifma_products.h"
 #include "core/bignum/x86/x86_kernels.h"
-#include "core/cpu/clear_registers.h"
 #include "core/cpu/cpu_features.h"
+#include "core/cpu/x86/clear_registers.h"
 #include "core/memory/secret.h"
 
 #include <algorithm>
@@ -175,7 +175,7 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
 } // namespace
 
 bool ifmaIsSupported() {
-    return cpuFeatures().ifma && cpuFeatures().bmi2;
+    return cpuFeatures().x86.ifma && cpuFeatures().x86.bmi2;
 }
 
 bool ifmaTakes(std::uint32_t k) {

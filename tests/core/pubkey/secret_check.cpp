@@ -150,6 +150,6 @@ bool run(std::string_view operation) {
 } // namespace
 
 int main(int argc, char** argv) {
-    chosenFeatures.bmi2 = chosenFeatures.adx = argc > 2 && std::string_view(argv[2]) == "adx";
+    chosenFeatures.x86.bmi2 = chosenFeatures.x86.adx = argc > 2 && std::string_view(argv[2]) == "adx";
     return argc > 1 && run(argv[1]) ? 0 : 1;
 }

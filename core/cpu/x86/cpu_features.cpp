@@ -1,6 +1,5 @@
 #include "core/cpu/cpu_features.h"
 
-#if defined(__x86_64__)
 #include <cpuid.h>
 
 #include <cstdint>
@@ -42,7 +41,7 @@ CpuVendor vendor() {
     return isAmd ? CpuVendor::amd : CpuVendor::other;
 }
 
-CpuFeatures detect() {
+X86Features detect() {
     constexpr std::uint32_t kYmmStates = 0x06; // XMM and the upper halves of YMM
     constexpr std::uint32_t kZmmStates = 0xE6; // also mask registers, upper halves of ZMM, ZMM16 to ZMM31
     const CpuidAnswer leaf1 = cpuid(1);
@@ -51,7 +50,7 @@ CpuFeatures detect() {
     const bool ymm = (states & kYmmStates) == kYmmStates;
     const bool zmm = (states & kZmmStates) == kZmmStates;
 
-    CpuFeatures features = {};
+    X86Features features = {};
     features.ssse3 = bit(leaf1.ecx, 9);
     features.sse41 = bit(leaf1.ecx, 19);
     features.aes = bit(leaf1.ecx, 25);
@@ -65,22 +64,12 @@ CpuFeatures detect() {
                       bit(leaf7.ebx, 31); // F, DQ, BW, VL
     features.vaes = features.avx512 && features.aes && bit(leaf7.ecx, 9);
     features.ifma = features.avx512 && bit(leaf7.ebx, 21);
-    features.vendor = vendor();
     return features;
 }
 
 } // namespace
-#else
-namespace {
-
-CpuFeatures detect() {
-    return {};
-}
-
-} // namespace
-#endif
 
 const CpuFeatures& cpuFeatures() {
-    static const CpuFeatures features = detect();
+    static const CpuFeatures features = {.x86 = detect(), .arm = {}, .vendor = vendor()};
     return features;
 }

@@ -1,8 +1,8 @@
-// Clearing the vector registers, for kernels that end with secrets in them. For x86-64.
-#ifndef ZELSPI_CORE_CPU_CLEAR_REGISTERS_H
-#define ZELSPI_CORE_CPU_CLEAR_REGISTERS_H
+// Clearing the vector registers, for kernels that end with secrets in them.
+#ifndef ZELSPI_CORE_CPU_X86_CLEAR_REGISTERS_H
+#define ZELSPI_CORE_CPU_X86_CLEAR_REGISTERS_H
 
-#include "core/cpu/target.h"
+#include "core/cpu/x86/target.h"
 
 // The registers that the functions below clear, as the compiler wants to be told.
 #define ZEL_SSE_REGISTERS                                                                                              \

@@ -1,7 +1,7 @@
 // The instruction sets that a kernel function may use, as function attributes: each one names what cpu_features.h tests
 // for it. Files with kernels are compiled like all others; only the functions marked here see the instructions.
-#ifndef ZELSPI_CORE_CPU_TARGET_H
-#define ZELSPI_CORE_CPU_TARGET_H
+#ifndef ZELSPI_CORE_CPU_X86_TARGET_H
+#define ZELSPI_CORE_CPU_X86_TARGET_H
 
 #define ZEL_TARGET_SHA __attribute__((target("sha,sse4.1,ssse3")))
 #define ZEL_TARGET_SHA_AVX512 __attribute__((target("sha,sse4.1,ssse3,avx512f,avx512vl")))
