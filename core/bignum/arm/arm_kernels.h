@@ -2,7 +2,7 @@
 #ifndef ZELSPI_CORE_BIGNUM_ARM_ARM_KERNELS_H
 #define ZELSPI_CORE_BIGNUM_ARM_ARM_KERNELS_H
 
-#include "core/bignum/row_kernels.h"
+#include "core/bignum/internal/row_kernels.h"
 
 struct ArmRows;
 extern template struct RowKernels<ArmRows>;

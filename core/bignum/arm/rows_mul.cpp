@@ -7,8 +7,8 @@
 //
 // Secrets: the time of a row depends on its length only.
 #include "core/bignum/arm/arm_kernels.h"
+#include "core/bignum/internal/row_products.h"
 #include "core/bignum/portable/portable_kernels.h"
-#include "core/bignum/row_products.h"
 
 // r[4 blocks] and a[4 blocks] move on. first, next, overflow: ADDS, ADCS and "carry set" for a sum, SUBS, SBCS and "carry
 // clear" for a difference.

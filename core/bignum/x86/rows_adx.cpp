@@ -4,7 +4,7 @@
 // that adds them to r (ADOX). Compilers do not write such chains, hence the assembly, in blocks of eight units and of four.
 //
 // Secrets: the time of a row depends on its length only; that of a division depends on the values.
-#include "core/bignum/row_products.h"
+#include "core/bignum/internal/row_products.h"
 #include "core/bignum/x86/x86_kernels.h"
 
 #include "core/cpu/cpu_features.h"

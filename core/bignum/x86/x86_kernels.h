@@ -2,7 +2,7 @@
 #ifndef ZELSPI_CORE_BIGNUM_X86_X86_KERNELS_H
 #define ZELSPI_CORE_BIGNUM_X86_X86_KERNELS_H
 
-#include "core/bignum/row_kernels.h"
+#include "core/bignum/internal/row_kernels.h"
 
 // Rows with MULX, ADCX and ADOX (rows_adx.cpp).
 bool adxIsSupported();

@@ -1,7 +1,7 @@
 #include "core/cpu/arm/clear_registers.h"
 #include "core/cpu/arm/target.h"
 #include "core/hash/arm/sha_arm.h"
-#include "core/hash/sha2_constants.h"
+#include "core/hash/internal/sha2_constants.h"
 
 #include <utility>
 

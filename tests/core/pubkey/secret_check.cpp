@@ -9,7 +9,8 @@
 #include "core/bignum/kernels.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/cpu/cpu_features.h"
-#include "core/pubkey/dsa.h"
+#include "core/pubkey/dsa/dsa.h"
+#include "core/pubkey/dsa/dsa_sign.h"
 #include "tests/core/pubkey/key_support.h"
 #include "tests/support/byte_source.h"
 
