@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
-# ./dist.sh: makes dist/ from the current commit: a Maven repository with the provider's jar, the libraries for Linux and Windows
-# inside; the program zel for Linux, the Debian packages, the zip for Windows, the bill of materials, and SHA256SUMS. The same commit
+# ./dist.sh: makes dist/ from the current commit: a Maven repository with the provider's jar, the libraries for Linux, Linux on
+# ARM and Windows inside; the program zel for Linux, the Debian packages, the zip for Windows, the bill of materials, and SHA256SUMS. The same commit
 # gives the same bytes with the same compilers, wherever and whenever it is built.
 set -euo pipefail
 CDPATH= cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")"
 umask 022
 
-cmake/install-packages.sh cmake ninja-build g++ g++-mingw-w64-x86-64-posix openjdk-17-jdk-headless junit5 libpicocli-java \
+cmake/install-packages.sh cmake ninja-build g++ g++-aarch64-linux-gnu g++-mingw-w64-x86-64-posix openjdk-17-jdk-headless junit5 libpicocli-java \
   libgtest-dev dpkg-dev git zip python3
 if [ -n "$(git status --porcelain)" ]; then
   echo "dist.sh: there are changes that no commit has; they are in what is made" >&2
@@ -16,13 +16,17 @@ export SOURCE_DATE_EPOCH TZ=UTC LC_ALL=C.UTF-8
 
 work=$PWD/build/dist
 linux=$work/linux
+arm64=$work/arm64
 windows=$work/windows
 mkdir -p "$work"
 build_all() {
   cmake --preset windows -B "$windows" -D ZEL_BUILD_TESTS=OFF -D "CMAKE_INSTALL_PREFIX=$work/zip/native" &&
   cmake --build "$windows" &&
+  cmake --preset arm64 -B "$arm64" -D ZEL_BUILD_TESTS=OFF &&
+  cmake --build "$arm64" --target zelspi &&
   cmake --preset release -B "$linux" -D ZEL_BUILD_TESTS=ON -D CMAKE_INSTALL_PREFIX=/usr \
-    -D CMAKE_SKIP_INSTALL_ALL_DEPENDENCY=ON -D "ZEL_WINDOWS_LIBRARY=$windows/zelspi.dll" &&
+    -D CMAKE_SKIP_INSTALL_ALL_DEPENDENCY=ON -D "ZEL_WINDOWS_LIBRARY=$windows/zelspi.dll" \
+    -D "ZEL_ARM64_LIBRARY=$arm64/libzelspi.so" &&
   cmake --build "$linux" --target dist_inputs
 }
 echo "building (log: build/dist/build.log)"
@@ -72,7 +76,7 @@ tar -C "$work" --sort=name --mtime="@$SOURCE_DATE_EPOCH" --owner=0 --group=0 --n
 cmake/make-debs.sh "$linux" "$version" "$work/debs" dist
 
 # What it is all made of.
-cmake/make-sbom.py "$version" "$linux" "$windows" "$work/debs" >"dist/zelspi-$version.cdx.json"
+cmake/make-sbom.py "$version" "$linux" "$arm64" "$windows" "$work/debs" >"dist/zelspi-$version.cdx.json"
 
 # The zip for Windows: what a native caller needs, the program zel, and what tries all of it in a JVM there.
 rm -rf "$work/zip" && mkdir "$work/zip"

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # ./test.sh: builds and runs the fast tests, native and Java. ./test.sh --full adds the other compiler, the sanitizers, the
-# cross build for Windows with its tests under wine, the Java side in other versions of Java and in JVMs for Windows, and the
-# tests that take long. Ends with ctest's closing line.
+# cross builds for Windows and for Linux on ARM with their tests under wine and qemu, the Java side in other versions of Java and
+# in JVMs for Windows and ARM, and the tests that take long. Ends with ctest's closing line.
 set -euo pipefail
 CDPATH= cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")"
 
@@ -14,7 +14,7 @@ esac
 
 packages=(cmake ninja-build g++ openjdk-17-jdk-headless junit5 libpicocli-java libgtest-dev openssl pkg-config python3)
 if $full; then
-  packages+=(clang g++-mingw-w64-x86-64-posix wine64 googletest valgrind
+  packages+=(clang g++-mingw-w64-x86-64-posix wine64 g++-aarch64-linux-gnu qemu-user googletest valgrind
     libbenchmark-dev libssl-dev libgmp-dev dpkg-dev git zip # these for the benchmarks and ./dist.sh
     maven lintian debootstrap man-db # these for what ./dist.sh makes
     python3-pip unzip) # these for the Java runtimes
@@ -65,11 +65,8 @@ if ! WINEDLLOVERRIDES=mscoree,mshtml= /usr/lib/wine/wine64 wineboot >build/wine.
 fi
 
 grep -m1 'model name' /proc/cpuinfo || true
-# Windows first, so that the provider's jar of the release build carries its library too.
-build_preset windows
-run_tests windows --label-exclude long
-show_kernels windows
-for preset in windows-clang asan asan-clang tsan clang portable; do
+# Before the release build, so that the provider's jar there carries the libraries of all systems.
+for preset in windows arm64 windows-clang asan asan-clang tsan clang portable; do
   build_preset "$preset"
   run_tests "$preset" --label-exclude long
   show_kernels "$preset"

@@ -1,5 +1,5 @@
 # Lays the native libraries out as the provider's jar carries them, FOLDER/SYSTEM-MACHINE/library, and touches the stamp when
-# anything has changed. Arguments: folder, linux (a file), windows (a file that may be missing), stamp (a file).
+# anything has changed. Arguments: folder, libraries (a list of SYSTEM-MACHINE=FILE; a file may be missing), stamp (a file).
 
 set(changed FALSE)
 
@@ -23,8 +23,10 @@ function(stage library system)
   endif()
 endfunction()
 
-stage("${linux}" linux-x86_64)
-stage("${windows}" windows-x86_64)
+foreach(library IN LISTS libraries)
+  string(REGEX MATCH "^([^=]*)=(.*)$" library "${library}")
+  stage("${CMAKE_MATCH_2}" "${CMAKE_MATCH_1}")
+endforeach()
 if(changed OR NOT EXISTS "${stamp}")
   file(TOUCH "${stamp}")
 endif()

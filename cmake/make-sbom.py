@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""make-sbom.py VERSION RELEASE WINDOWS DEBIAN: prints the bill of materials of a release as CycloneDX 1.5 in JSON: what stands in
-the build folders RELEASE and WINDOWS and in the trees of the Debian packages, and whatever is linked into it or lies beside
-it. Its date is SOURCE_DATE_EPOCH."""
+"""make-sbom.py VERSION RELEASE ARM64 WINDOWS DEBIAN: prints the bill of materials of a release as CycloneDX 1.5 in JSON: what
+stands in the build folders RELEASE, ARM64 and WINDOWS and in the trees of the Debian packages, and whatever is linked into it
+or lies beside it. Its date is SOURCE_DATE_EPOCH."""
 import datetime
 import hashlib
 import json
@@ -12,7 +12,7 @@ import sys
 import urllib.parse
 import uuid
 
-version, (release, windows, packages) = sys.argv[1], map(pathlib.Path, sys.argv[2:])
+version, (release, arm64, windows, packages) = sys.argv[1], map(pathlib.Path, sys.argv[2:])
 OWN = "Apache-2.0"
 GCC = "GPL-3.0-or-later WITH GCC-exception-3.1"
 
@@ -43,12 +43,14 @@ def own(name, kind, file, purl=None):
 
 
 linux_runtime = deb("libstdc++ and libgcc, for Linux", "libstdc++-12-dev", GCC)
+arm64_runtime = deb("libstdc++ and libgcc, for Linux on ARM", "libstdc++-12-dev-arm64-cross", GCC)
 windows_runtime = deb("libstdc++ and libgcc, for Windows", "g++-mingw-w64-x86-64-posix", GCC)
 mingw = deb("mingw-w64 runtime", "mingw-w64-x86-64-dev", "ZPL-2.1 AND MIT AND LicenseRef-public-domain")
 picocli_version = debian("libpicocli-java").split("-")[0]
 picocli = component("picocli", "library", picocli_version, OWN, release / "picocli.jar",
                     f"pkg:maven/info.picocli/picocli@{picocli_version}")
 library = own("libzelspi.so", "library", release / "libzelspi.so")
+arm64_library = own("libzelspi.so for ARM", "library", arm64 / "libzelspi.so")
 dll = own("zelspi.dll", "library", windows / "zelspi.dll")
 packaged = own("libzelspi.so.0", "library", next(packages.glob("libzelspi0/usr/lib/*/libzelspi.so.0"))) # without its symbols
 verifier = own("zelverify", "application", packages / "zel/usr/bin/zelverify")
@@ -57,11 +59,11 @@ provider = own("zel-provider", "library", release / "zel-provider.jar", f"pkg:ma
 tool = own("zel", "application", release / "zel-tool.jar")
 whole = component("zelspi", "library", version, OWN)
 parts = [  # each with what it is made of or runs with
-    (whole, [library, packaged, dll, provider, tool, verifier, verifier_exe]),
-    (provider, [library, dll]), (tool, [provider, picocli]),
+    (whole, [library, packaged, arm64_library, dll, provider, tool, verifier, verifier_exe]),
+    (provider, [library, arm64_library, dll]), (tool, [provider, picocli]),
     (library, [linux_runtime]), (packaged, [linux_runtime]), (verifier, [linux_runtime]),
-    (dll, [windows_runtime, mingw]), (verifier_exe, [windows_runtime, mingw]),
-    (picocli, []), (linux_runtime, []), (windows_runtime, []), (mingw, [])]
+    (arm64_library, [arm64_runtime]), (dll, [windows_runtime, mingw]), (verifier_exe, [windows_runtime, mingw]),
+    (picocli, []), (linux_runtime, []), (arm64_runtime, []), (windows_runtime, []), (mingw, [])]
 content = {
     "metadata": {
         "timestamp": datetime.datetime.fromtimestamp(int(os.environ["SOURCE_DATE_EPOCH"]), datetime.timezone.utc).isoformat(),

@@ -23,7 +23,7 @@ has() { # has LISTING TEXT...: whether the listing names all of them
     grep -qF -- "$text" <<<"$listing" || { echo "missing: $text" >&2; exit 1; }
   done
 }
-has "$(jar tf zel-provider-*.jar)" native/linux-x86_64/libzelspi.so native/windows-x86_64/zelspi.dll module-info.class
+has "$(jar tf zel-provider-*.jar)" native/linux-x86_64/libzelspi.so native/linux-aarch64/libzelspi.so native/windows-x86_64/zelspi.dll module-info.class
 has "$(dpkg-deb -c libzelspi-dev_*.deb)" /zelspi/libzelspi.so /libzelspi.a /include/zelspi/zel.h /include/zelspi/zel_util.h \
   zelspiConfig.cmake
 jar xf zelspi-*-windows.zip try-zelspi.cmd zel.cmd

@@ -28,6 +28,7 @@ public final class HostileCalls {
     /** Beside the classes of the services: those whose native methods are static. */
     private static final Set<String> STATIC = Set.of("com.vantrel.zel.provider.ZelSecurityProvider",
             "com.vantrel.zel.provider.internal.NativeInfo", "com.vantrel.zel.provider.internal.ShortCalls");
+    private static final int CALLS_THAT_REACH_ALL = 300_000; // fewer miss some method or failure now and then
     private static final int CALLS_FOR_A_KEY_PAIR = 20_000; // key pairs take long; so many other calls for one
     private static final int OBJECTS = 3;
     private static final int ADDED = 20;
@@ -73,7 +74,7 @@ public final class HostileCalls {
         calls.run(methods, count);
         List<Method> failing = methods.values().stream().flatMap(List::stream).filter(m -> !calls.successful.containsKey(m)
                 && !m.getName().matches("engineVerify0|generate.*")).collect(Collectors.toList()); // says no, and rare
-        if (!calls.raised.equals(DOCUMENTED) || !failing.isEmpty()) { // a class that the VM does not know would not be raised
+        if (count >= CALLS_THAT_REACH_ALL && (!calls.raised.equals(DOCUMENTED) || !failing.isEmpty())) { // a class that the VM does not know would not be raised
             throw new AssertionError("raised: " + calls.raised + "; never successful: " + failing);
         }
     }

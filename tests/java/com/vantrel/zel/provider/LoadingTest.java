@@ -28,10 +28,11 @@ class LoadingTest {
     private static final Path LIBRARY = Path.of(System.getProperty("zel.library"));
     private static final String NAME = LIBRARY.getFileName().toString();
     private static final boolean IS_WINDOWS = OS.WINDOWS.isCurrentOs();
-    private static final String IN_JAR = "/native/" + (IS_WINDOWS ? "windows" : "linux") + "-x86_64/" + NAME;
+    private static final String IN_JAR = "/native/" + (IS_WINDOWS ? "windows" : "linux")
+            + (System.getProperty("os.arch").equals("aarch64") ? "-aarch64/" : "-x86_64/") + NAME;
     private static final int ELF_MACHINE = 18; // offset in the ELF header
     private static final int PE_HEADER = 0x3c; // says where in a DLL that header stands, 4 bytes before the machine
-    private static final byte ANOTHER_MACHINE = (byte) 183;
+    private static final byte ANOTHER_MACHINE = (byte) 243;
 
     @TempDir Path folder;
     private Path temporary;
