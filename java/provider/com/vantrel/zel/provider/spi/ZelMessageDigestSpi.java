@@ -6,7 +6,7 @@ import java.lang.ref.Reference;
 import java.security.DigestException;
 import java.security.MessageDigestSpi;
 import java.util.Arrays;
-import java.util.function.LongConsumer;
+import java.util.function.LongFunction;
 
 /**
  * What the message digests have in common: a message is collected, and as long as all of it has been, its digest is one
@@ -27,7 +27,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
     private static final int CALL_BYTES = 1 << 20;
 
     private final int digestLength;
-    private final LongConsumer delete;
+    private final LongFunction<ZelMessageDigestSpi> ofEngine;
 
     /** Null until there may be an engine. */
     private EngineOwner owner;
@@ -36,22 +36,26 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
     private int collectedCount;
     private boolean engineHasInput;
 
-    ZelMessageDigestSpi(int digestLength, LongConsumer delete) {
+    /** @param ofEngine makes the object that deletes an engine, from its address */
+    ZelMessageDigestSpi(int digestLength, LongFunction<ZelMessageDigestSpi> ofEngine) {
         NativeLibrary.load();
         this.digestLength = digestLength;
-        this.delete = delete;
+        this.ofEngine = ofEngine;
     }
 
-    /** A blank object, made only to hand an engine's address to {@code deleteContext0}. */
+    /** For {@code ofEngine}. */
     ZelMessageDigestSpi() {
         digestLength = 0;
-        delete = null;
+        ofEngine = null;
     }
 
+    /** The field of the native engine's address, or 0, which the native side writes. */
     abstract long context0();
 
-    /** Says that there is no engine, of an object whose field is the copy of another one's. */
+    /** Sets the field to 0 in a clone, where it is the copy of another object's. */
     abstract void clearContext0();
+
+    abstract void deleteContext0();
 
     abstract void engineUpdate0(byte[] input, int offset, int length);
 
@@ -208,7 +212,8 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
     /** To be called before a native call that may make an engine. */
     private void watchEngine() {
         if (owner == null) {
-            owner = new EngineOwner(this, delete);
+            LongFunction<ZelMessageDigestSpi> deleting = ofEngine; // the cleaning action must not hold this object
+            owner = new EngineOwner(this, context0 -> deleting.apply(context0).deleteContext0());
         }
     }
 

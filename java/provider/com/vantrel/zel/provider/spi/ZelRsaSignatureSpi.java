@@ -5,15 +5,14 @@ import java.security.InvalidKeyException;
 import java.security.PrivateKey;
 import java.security.PublicKey;
 import java.security.SignatureException;
-import java.util.function.LongConsumer;
+import java.util.function.LongFunction;
 
 /** What the RSA signatures have in common: their keys, and what is no signature whatever the engine makes of it. */
 abstract class ZelRsaSignatureSpi extends ZelSignatureSpi {
-    ZelRsaSignatureSpi(LongConsumer delete) {
-        super(delete);
+    ZelRsaSignatureSpi(LongFunction<ZelSignatureSpi> ofEngine) {
+        super(ofEngine);
     }
 
-    /** A blank object, made only to hand an engine's address to {@code deleteContext0}. */
     ZelRsaSignatureSpi() {}
 
     @Override

@@ -13,7 +13,7 @@ import java.security.SignatureException;
 import java.security.SignatureSpi;
 import java.security.spec.AlgorithmParameterSpec;
 import java.util.Arrays;
-import java.util.function.LongConsumer;
+import java.util.function.LongFunction;
 
 /**
  * What the signatures have in common. The native engine forgets its key with every signature; this class keeps the key and
@@ -42,16 +42,18 @@ abstract class ZelSignatureSpi extends SignatureSpi {
     /** Whether the engine has the key, and stands in or before the current message. */
     private boolean isReady;
 
-    ZelSignatureSpi(LongConsumer delete) {
+    /** @param ofEngine makes the object that deletes an engine, from its address */
+    ZelSignatureSpi(LongFunction<ZelSignatureSpi> ofEngine) {
         NativeLibrary.load();
-        owner = new EngineOwner(this, delete);
+        owner = new EngineOwner(this, context0 -> ofEngine.apply(context0).deleteContext0());
     }
 
-    /** A blank object, made only to hand an engine's address to {@code deleteContext0}. */
+    /** For {@code ofEngine}. */
     ZelSignatureSpi() {
         owner = null;
     }
 
+    /** The field of the native engine's address, or 0, which the native side writes. */
     abstract long context0();
 
     abstract void engineInitVerify0(byte[] publicKey);
@@ -64,11 +66,7 @@ abstract class ZelSignatureSpi extends SignatureSpi {
 
     abstract byte[] engineSign0() throws SignatureException;
 
-    abstract int engineSign0(byte[] output, int offset, int length) throws SignatureException;
-
     abstract boolean engineVerify0(byte[] signature) throws SignatureException;
-
-    abstract boolean engineVerify0(byte[] signature, int offset, int length) throws SignatureException;
 
     abstract void deleteContext0();
 
