@@ -211,7 +211,7 @@ public final class ZelAes256CipherSpi extends CipherSpi {
                 message::doFinal);
     }
 
-    /** Runs a step over what is left in the buffers; their positions move when it succeeds. */
+    /** Runs a step over the remaining bytes of the buffers; their positions move when it succeeds. */
     private <E extends Exception> int withArrays(ByteBuffer input, ByteBuffer output, long atMost, Step<E> step)
             throws ShortBufferException, E {
         int length = input.remaining();
@@ -222,7 +222,7 @@ public final class ZelAes256CipherSpi extends CipherSpi {
                     output.array(), output.arrayOffset() + output.position(), room);
             output.position(output.position() + written);
         } else {
-            // Copies, because buffers outside the heap may overlap without our seeing it.
+            // Copies, because an overlap of buffers outside the heap cannot be seen.
             byte[] in = new byte[length];
             byte[] out = new byte[(int) Math.min(room, atMost)];
             input.duplicate().get(in);

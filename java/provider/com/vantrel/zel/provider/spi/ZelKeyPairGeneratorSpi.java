@@ -9,7 +9,7 @@ import java.util.Arrays;
 import java.util.function.LongFunction;
 
 /**
- * What the key pair generators have in common: one native call, whose DER becomes key objects of the JDK and is zeroed. The
+ * What the key pair generators have in common: one native call returns DER, which becomes key objects of the JDK and is zeroed. The
  * first call in a process waits until the random generator has started.
  */
 abstract class ZelKeyPairGeneratorSpi extends KeyPairGeneratorSpi {

@@ -9,18 +9,18 @@ import java.util.Arrays;
 import java.util.function.LongFunction;
 
 /**
- * What the message digests have in common: a message is collected, and as long as all of it has been, its digest is one
- * short call. A longer one goes to a native engine, in pieces as they are collected ({@link #flush} is where the two meet);
- * the engine is made then, and given back with the object.
+ * What the message digests have in common: a message is buffered, and as long as the buffer holds all of it, its digest is one
+ * short call. A longer one goes to a native engine, a buffer at a time ({@link #flush} is where the two meet); the engine is
+ * made then, and deleted with the object.
  *
  * <p>A digest is not made for two threads at once. The locks here turn that mistake of a program into a wrong digest, where
  * it would be the end of the whole virtual machine.
  */
 abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable {
-    /** How much is collected before it goes to the engine. With more the copying costs what the engine does. */
-    static final int COLLECTED_BYTES = ShortCalls.MOST_BYTES;
+    /** The most that is buffered. With a larger buffer copying would take as long as the engine does. */
+    static final int BUFFER_BYTES = ShortCalls.MOST_BYTES;
 
-    private static final int FIRST_BYTES = 64;
+    private static final int FIRST_BUFFER_BYTES = 64;
     private static final byte[] NONE = {};
 
     /** The most that one native call takes: while it runs, the array may hold up the garbage collector. */
@@ -32,8 +32,8 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
     /** Null until there may be an engine. */
     private EngineOwner owner;
 
-    private byte[] collected = NONE;
-    private int collectedCount;
+    private byte[] buffer = NONE;
+    private int bufferCount;
     private boolean engineHasInput;
 
     /** @param ofEngine makes the object that deletes an engine, from its address */
@@ -73,7 +73,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
         ZelMessageDigestSpi copy = (ZelMessageDigestSpi) super.clone();
         copy.clearContext0();
         copy.owner = null;
-        copy.collected = collected.clone();
+        copy.buffer = buffer.clone();
         if (engineHasInput) {
             copy.watchEngine();
             try {
@@ -92,30 +92,30 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
 
     @Override
     protected final synchronized void engineUpdate(byte input) {
-        if (collectedCount == collected.length) {
+        if (bufferCount == buffer.length) {
             makeRoom(1);
         }
-        collected[collectedCount++] = input;
+        buffer[bufferCount++] = input;
     }
 
     @Override
     protected final synchronized void engineUpdate(byte[] input, int offset, int length) {
         Slices.check(input, offset, length);
-        if (length > COLLECTED_BYTES) {
+        if (length > BUFFER_BYTES) {
             flush();
             updateEngine(input, offset, length);
         } else {
-            if (length > collected.length - collectedCount) {
+            if (length > buffer.length - bufferCount) {
                 makeRoom(length);
             }
-            System.arraycopy(input, offset, collected, collectedCount, length);
-            collectedCount += length;
+            System.arraycopy(input, offset, buffer, bufferCount, length);
+            bufferCount += length;
         }
     }
 
     @Override
     protected final synchronized void engineReset() {
-        forgetCollected();
+        clearBuffer();
         if (engineHasInput) {
             try {
                 engineReset0();
@@ -130,7 +130,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
     protected final synchronized byte[] engineDigest() {
         if (!engineHasInput) {
             byte[] digest = new byte[digestLength];
-            digestCollected(digest, 0);
+            digestBuffer(digest, 0);
             return digest;
         }
         flush();
@@ -149,7 +149,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
             throw new DigestException("insufficient space for digest");
         }
         if (!engineHasInput) {
-            digestCollected(output, offset);
+            digestBuffer(output, offset);
             return digestLength;
         }
         flush();
@@ -162,35 +162,35 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
         }
     }
 
-    private void digestCollected(byte[] output, int offset) {
-        ShortCalls.digest(digestLength, collected, collectedCount, output, offset);
-        forgetCollected();
+    private void digestBuffer(byte[] output, int offset) {
+        ShortCalls.digest(digestLength, buffer, bufferCount, output, offset);
+        clearBuffer();
     }
 
-    /** For so many bytes more, at most {@link #COLLECTED_BYTES}; what was collected goes to the engine if it would be too much. */
+    /** Makes room for so many bytes, at most {@link #BUFFER_BYTES}; flushes the buffer if it would be too much. */
     private void makeRoom(int length) {
-        if (length > COLLECTED_BYTES - collectedCount) {
+        if (length > BUFFER_BYTES - bufferCount) {
             flush();
         }
-        int needed = collectedCount + length;
-        if (needed > collected.length) {
-            byte[] small = collected;
-            collected = Arrays.copyOf(small, Math.min(COLLECTED_BYTES, Math.max(needed, Math.max(FIRST_BYTES, 2 * small.length))));
+        int needed = bufferCount + length;
+        if (needed > buffer.length) {
+            byte[] small = buffer;
+            buffer = Arrays.copyOf(small, Math.min(BUFFER_BYTES, Math.max(needed, Math.max(FIRST_BUFFER_BYTES, 2 * small.length))));
             Arrays.fill(small, (byte) 0);
         }
     }
 
-    /** The engine takes over from here what was collected; from now on the message is the engine's. */
+    /** Hands the buffer to the engine; from now on the message is the engine's. */
     private void flush() {
-        if (collectedCount > 0) {
-            updateEngine(collected, 0, collectedCount);
-            forgetCollected();
+        if (bufferCount > 0) {
+            updateEngine(buffer, 0, bufferCount);
+            clearBuffer();
         }
     }
 
-    private void forgetCollected() {
-        Arrays.fill(collected, 0, collectedCount, (byte) 0);
-        collectedCount = 0;
+    private void clearBuffer() {
+        Arrays.fill(buffer, 0, bufferCount, (byte) 0);
+        bufferCount = 0;
     }
 
     private void updateEngine(byte[] input, int offset, int length) {
@@ -198,11 +198,11 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
         engineHasInput = true;
         try {
             int at = offset;
-            for (int left = length; left > 0;) { // counts down: a position beyond the last piece could overflow
-                int piece = Math.min(CALL_BYTES, left);
+            for (int remaining = length; remaining > 0;) { // counts down: a position beyond the last piece could overflow
+                int piece = Math.min(CALL_BYTES, remaining);
                 engineUpdate0(input, at, piece);
                 at += piece;
-                left -= piece;
+                remaining -= piece;
             }
         } finally {
             noteEngine();

@@ -7,7 +7,7 @@ import java.security.PublicKey;
 import java.security.SignatureException;
 import java.util.function.LongFunction;
 
-/** What the RSA signatures have in common: their keys, and what is no signature whatever the engine makes of it. */
+/** What the RSA signatures have in common: their keys, and the refusal of signatures that are not below the modulus. */
 abstract class ZelRsaSignatureSpi extends ZelSignatureSpi {
     ZelRsaSignatureSpi(LongFunction<ZelSignatureSpi> ofEngine) {
         super(ofEngine);
@@ -28,7 +28,7 @@ abstract class ZelRsaSignatureSpi extends ZelSignatureSpi {
     @Override
     final boolean verifyByEngine(byte[] signature, byte[] publicKey) throws SignatureException {
         Magnitude n = modulus(publicKey);
-        // The engine would reduce it, so that a signature had more than one form.
+        // The engine would reduce it: a signature would have more than one form.
         if (signature.length == (n.bitLength() + 7) / 8 && new Magnitude(signature, 0, signature.length).compareTo(n) >= 0) {
             return false;
         }

@@ -12,7 +12,7 @@ import java.security.SignatureException;
  * library's own generator, also where {@code initSign} is given a SecureRandom.
  */
 public final class ZelSha1WithDsaSignatureSpi extends ZelSignatureSpi {
-    /** What the engine says of a well-formed signature that is wrong. */
+    /** The engine's message for a well-formed signature that is wrong. */
     private static final String WRONG = "error verifying signature";
 
     private static final int VALUE_BYTES = 1 + DsaKeys.Q_BITS / 8;
@@ -52,7 +52,7 @@ public final class ZelSha1WithDsaSignatureSpi extends ZelSignatureSpi {
     }
 
     /**
-     * The signature in the longest form, which is the only one that the engine never refuses for its length.
+     * The signature in its longest form, which the engine never refuses for its length.
      *
      * @throws SignatureException if it is no SEQUENCE of two INTEGERs in DER, or they are too large for any key
      */

@@ -13,7 +13,7 @@ class InnerPartsTest {
     @Test
     void shortMessagesDoNotReachTheEngine() throws Exception {
         ZelSha1MessageDigestSpi sha1 = new ZelSha1MessageDigestSpi();
-        for (int i = 0; i < ZelMessageDigestSpi.COLLECTED_BYTES; ++i) {
+        for (int i = 0; i < ZelMessageDigestSpi.BUFFER_BYTES; ++i) {
             sha1.engineUpdate((byte) i);
         }
         ZelSha1MessageDigestSpi copy = (ZelSha1MessageDigestSpi) sha1.clone();
