@@ -4,7 +4,7 @@ import java.util.Arrays;
 import javax.crypto.BadPaddingException;
 import javax.crypto.ShortBufferException;
 
-/** The end of a message, with its padding, into an output that has been checked for all sizes but that of the padding. */
+/** Ends a message: adds the padding, or checks and removes it. The caller has checked the room that any padding needs. */
 final class AesFinal {
     private static final int BLOCK_BYTES = AesCbc.BLOCK_BYTES;
 
@@ -37,7 +37,7 @@ final class AesFinal {
     }
 
     /**
-     * Decrypts the rest of a message, whole blocks; the number of bytes written. Where it is refused the output holds nothing of it.
+     * Decrypts the rest of a message, whole blocks; the number of bytes written. Of a message with a bad padding nothing stays there.
      *
      * @param isOwn whether nobody else has the output, so that the padding may stand there too
      * @throws ShortBufferException if there is not enough room; the call can be repeated

@@ -3,11 +3,11 @@ package com.vantrel.zel.provider.spi;
 import java.util.Arrays;
 
 /**
- * The bytes of a message that wait for the rest of their block, or, on decryption, for the next block: the last one may be the
- * one with the padding. The methods take them together with the input of a call, which continues them.
+ * The bytes of a message that wait for the rest of their block; on decryption also a whole block, which may be the last one, with
+ * the padding. The methods take an input, which continues the pending bytes, and treat both as one sequence.
  *
- * <p>The engine is thus only given whole blocks before the end: it keeps nothing pending, and nothing of one message is left for
- * the next.
+ * <p>The engine is thus only given whole blocks before the end, so that it keeps nothing pending, takes nothing from a wrong place
+ * and has nothing left over for the next message.
  */
 final class PendingBlock {
     /** How much of the input is joined to the pending bytes, to spare a native call of their own. */
@@ -31,8 +31,8 @@ final class PendingBlock {
     }
 
     /**
-     * The input, or a copy of its slice where writing {@code size} bytes of output would overwrite what is still to be read. In
-     * place they are read before they are written, unless pending bytes move the output ahead of the input.
+     * The input, or a copy of its slice where writing {@code size} bytes of output would overwrite what is still to be read. Output
+     * in the input's own place does not, unless pending bytes move it ahead.
      */
     byte[] apart(byte[] input, int offset, int length, byte[] output, int outputOffset, int size) {
         boolean overlaps = input == output && offset < (long) outputOffset + size && outputOffset < (long) offset + length;
