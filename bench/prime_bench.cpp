@@ -10,8 +10,9 @@
 #include "core/bignum/prime/prime.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
-#include "core/pubkey/dsa.h"
-#include "core/pubkey/rsa.h"
+#include "core/pubkey/dsa/dsa.h"
+#include "core/pubkey/key/internal/key_load.h"
+#include "core/pubkey/rsa/rsa.h"
 
 #include <benchmark/benchmark.h>
 #include <gmp.h>

@@ -7,8 +7,9 @@
 #include "core/bignum/kernels.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
-#include "core/pubkey/key_der.h"
-#include "core/pubkey/rsa.h"
+#include "core/pubkey/key/key_der.h"
+#include "core/pubkey/key/scoped_key.h"
+#include "core/pubkey/rsa/rsa.h"
 
 #include <benchmark/benchmark.h>
 #include <openssl/evp.h>

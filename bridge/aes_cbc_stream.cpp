@@ -97,13 +97,13 @@ Status AesCbcStream::update(const std::uint8_t* input, std::uint32_t offset, std
         pendingCount_ += length;
         return OK;
     }
-    const std::uint64_t taken = whole - pendingCount_;
-    const std::uint32_t kept = length - static_cast<std::uint32_t>(taken);
+    const std::uint64_t consumedBytes = whole - pendingCount_;
+    const std::uint32_t tailBytes = length - static_cast<std::uint32_t>(consumedBytes);
     SecretArray<std::uint8_t, kAesBlockBytes> tail;
-    copy(tail.data(), input + taken, kept); // without the offset: on purpose
+    copy(tail.data(), input + consumedBytes, tailBytes); // without the offset: on purpose
     const Status status = transform(input + offset, output, whole);
-    copy(pending_.data(), tail.data(), kept);
-    pendingCount_ = kept;
+    copy(pending_.data(), tail.data(), tailBytes);
+    pendingCount_ = tailBytes;
     return status;
 }
 

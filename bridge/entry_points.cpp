@@ -113,8 +113,9 @@ template <> jboolean neutral() {
 #define ENTRY(Result, Class, method, arguments, engine, call)                                                          \
     extern "C" JNIEXPORT Result JNICALL Java_com_vantrel_zel_provider_##Class##_##method(                              \
         JNIEnv* env, jobject self NAMED arguments) {                                                                   \
-        auto* const found = engine(env, self);                                                                         \
-        return found == nullptr ? neutral<Result>() : static_cast<Result>(found->call(env, self NAMES arguments));     \
+        auto* const receiver = engine(env, self);                                                                      \
+        return receiver == nullptr ? neutral<Result>()                                                                 \
+                                   : static_cast<Result>(receiver->call(env, self NAMES arguments));                   \
     }
 
 // The start of the provider.

@@ -2,6 +2,7 @@
 
 #include "bridge/java_arrays.h"
 #include "bridge/shared_random.h"
+#include "core/pubkey/key/scoped_key.h"
 
 jbyteArray newKeyPair(JNIEnv* env, jint keySize, const KeyPairSteps& steps) {
     RandomContext* const context = ZelObject::getRandomContext(env);

@@ -4,7 +4,7 @@
 #define ZELSPI_BRIDGE_KEY_PAIR_STEPS_H
 
 #include "bridge/zel_object.h"
-#include "core/pubkey/asym_key.h"
+#include "core/pubkey/key/asym_key.h"
 #include "core/random/random_bytes.h"
 
 // KeyPairSteps: the steps for one kind of key, and what is raised when one fails.

@@ -37,9 +37,9 @@ jboolean isRandomReady(JNIEnv*, jclass) {
 
 // JNI_OnLoad: the VM's own hook. Nothing here makes loading fail.
 extern "C" JNIEXPORT jint JNICALL JNI_OnLoad(JavaVM* vm, void*) {
-    void* found = nullptr;
-    if (vm->GetEnv(&found, JNI_VERSION_1_8) == JNI_OK) {
-        auto* const env = static_cast<JNIEnv*>(found);
+    void* environment = nullptr;
+    if (vm->GetEnv(&environment, JNI_VERSION_1_8) == JNI_OK) {
+        auto* const env = static_cast<JNIEnv*>(environment);
         const JNINativeMethod methods[] = {
             nativeMethod("version0", "()Ljava/lang/String;", version),
             nativeMethod("kernels0", "()Ljava/lang/String;", kernels),

@@ -14,8 +14,8 @@ template <typename Function> JNINativeMethod nativeMethod(const char* name, cons
 // registerMethods: registers the methods with the class. A program without it, or with another one of that name, goes
 // without them. Leaves no exception pending.
 inline void registerMethods(JNIEnv* env, const char* className, std::span<const JNINativeMethod> methods) {
-    if (const jclass found = env->FindClass(className)) {
-        (void)env->RegisterNatives(found, methods.data(), static_cast<jint>(methods.size()));
+    if (const jclass javaClass = env->FindClass(className)) {
+        (void)env->RegisterNatives(javaClass, methods.data(), static_cast<jint>(methods.size()));
     }
     env->ExceptionClear();
 }

@@ -31,14 +31,14 @@ Status SignatureState::nativeReset(ZelShaMessageDigest* fresh) {
     return digest_ == nullptr ? ERR_MEM_ALLOC_FAIL : digest_->nativeReset();
 }
 
-bool SignatureState::requireMode(JNIEnv* env, std::int32_t wanted) const {
-    if (mode_ != wanted) {
+bool SignatureState::requireMode(JNIEnv* env, std::int32_t expectedMode) const {
+    if (mode_ != expectedMode) {
         ZelObject::throwStaticException(env, kSignatureException,
-                                        wanted == kSigning ? "signature not initialized for signing"
-                                                           : "signature not initialized for verifying",
+                                        expectedMode == kSigning ? "signature not initialized for signing"
+                                                                 : "signature not initialized for verifying",
                                         OK);
     }
-    return mode_ == wanted;
+    return mode_ == expectedMode;
 }
 
 bool SignatureState::requireInitialized(JNIEnv* env) const {
@@ -69,9 +69,9 @@ int SignatureState::nativeDigest(std::uint8_t* output, std::uint32_t length) {
 }
 
 bool SignatureState::finishDigest(JNIEnv* env, jobject object, std::uint8_t* output, std::uint32_t length) {
-    const int wanted = static_cast<int>(length);
+    const int digestBytes = static_cast<int>(length);
     // A digest that is there although no new message could be started has left an exception as well.
-    if (digest_->digest(env, object, output, wanted) == wanted && env->ExceptionCheck() == JNI_FALSE) {
+    if (digest_->digest(env, object, output, digestBytes) == digestBytes && env->ExceptionCheck() == JNI_FALSE) {
         return true;
     }
     ZelObject::throwStaticException(env, kSignatureException, "error calculating final digest", OK);

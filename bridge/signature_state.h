@@ -8,7 +8,7 @@
 
 #include "bridge/java_exceptions.h"
 #include "bridge/zel_sha_message_digest.h"
-#include "core/pubkey/asym_key.h"
+#include "core/pubkey/key/asym_key.h"
 
 class SignatureState {
 public:

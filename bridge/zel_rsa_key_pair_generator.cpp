@@ -1,8 +1,9 @@
 #include "bridge/zel_rsa_key_pair_generator.h"
 
 #include "bridge/key_pair_steps.h"
-#include "core/pubkey/key_der.h"
-#include "core/pubkey/rsa.h"
+#include "core/pubkey/key/key_der.h"
+#include "core/pubkey/key/scoped_key.h"
+#include "core/pubkey/rsa/rsa.h"
 
 namespace {
 

@@ -5,9 +5,12 @@
 #include "bridge/zel_sha1_message_digest.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
-#include "core/pubkey/dsa.h"
-#include "core/pubkey/dsa_der.h"
-#include "core/pubkey/key_der.h"
+#include "core/pubkey/dsa/dsa.h"
+#include "core/pubkey/dsa/dsa_der.h"
+#include "core/pubkey/dsa/dsa_sign.h"
+#include "core/pubkey/key/key_der.h"
+#include "core/pubkey/key/key_encoding.h"
+#include "core/pubkey/key/scoped_key.h"
 
 #include <algorithm>
 

@@ -6,9 +6,12 @@
 #include "bridge/zel_util.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
-#include "core/pubkey/key_der.h"
-#include "core/pubkey/rsa.h"
-#include "core/pubkey/rsa_pkcs1.h"
+#include "core/pubkey/key/key_der.h"
+#include "core/pubkey/key/key_encoding.h"
+#include "core/pubkey/key/scoped_key.h"
+#include "core/pubkey/rsa/rsa.h"
+#include "core/pubkey/rsa/rsa_pkcs1.h"
+#include "core/pubkey/rsa/rsa_sign.h"
 
 #include <algorithm>
 #include <cstdio>

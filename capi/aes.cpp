@@ -143,13 +143,13 @@ ZelStatus zelAesNew(ZelAesMode mode, ZelDirection direction, const void* key, si
         return ERR_NULL_POINTER;
     }
     *aes = nullptr;
-    ZelAes* made = nullptr;
-    RETURN_IF_ERROR(newHandle(&made));
-    if (const Status status = init(made, mode, direction, key, keyLength, iv); isError(status)) {
-        (void)freeHandle(made); // it is one
+    ZelAes* handle = nullptr;
+    RETURN_IF_ERROR(newHandle(&handle));
+    if (const Status status = init(handle, mode, direction, key, keyLength, iv); isError(status)) {
+        (void)freeHandle(handle); // it is one
         return status;
     }
-    *aes = made;
+    *aes = handle;
     return OK;
 }
 

@@ -6,7 +6,7 @@
 #include "core/hash/sha1.h"
 #include "core/hash/sha256.h"
 #include "core/hash/sha512.h"
-#include "core/pubkey/rsa_pkcs1.h"
+#include "core/pubkey/rsa/rsa_pkcs1.h"
 
 // HashState: the running hash of any algorithm.
 union HashState {

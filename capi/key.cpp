@@ -1,9 +1,11 @@
 #include "capi/key.h"
 
-#include "core/pubkey/dsa.h"
-#include "core/pubkey/key_der.h"
-#include "core/pubkey/pem.h"
-#include "core/pubkey/rsa.h"
+#include "core/pubkey/dsa/dsa.h"
+#include "core/pubkey/key/key_der.h"
+#include "core/pubkey/key/key_encoding.h"
+#include "core/pubkey/key/pem.h"
+#include "core/pubkey/key/scoped_key.h"
+#include "core/pubkey/rsa/rsa.h"
 #include "core/random/shared_random.h"
 
 static_assert(ZEL_KEY_RSA == kKeyRsa && ZEL_KEY_DSA == kKeyDsa);
@@ -70,7 +72,7 @@ Status derOf(const ZelKey& key, ZelKeyFormat format, SecretBuffer* der, std::str
 // The bytes of a DER item with so many of content.
 std::size_t derBytes(std::size_t content) {
     std::size_t header = 2;
-    for (std::size_t left = content; content > 0x7F && left > 0; left >>= 8) {
+    for (std::size_t remaining = content; content > 0x7F && remaining > 0; remaining >>= 8) {
         ++header;
     }
     return header + content;

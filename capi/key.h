@@ -3,7 +3,7 @@
 #define ZELSPI_CAPI_KEY_H
 
 #include "capi/handle.h"
-#include "core/pubkey/asym_key.h"
+#include "core/pubkey/key/asym_key.h"
 
 // ZelKey: whole from the moment its owner sees it, of RSA or DSA, and only read from then on.
 struct ZelKey {

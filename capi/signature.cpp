@@ -3,9 +3,11 @@
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
 #include "core/bignum/vlong_math.h"
-#include "core/pubkey/dsa.h"
-#include "core/pubkey/dsa_der.h"
-#include "core/pubkey/rsa.h"
+#include "core/pubkey/dsa/dsa.h"
+#include "core/pubkey/dsa/dsa_der.h"
+#include "core/pubkey/key/scoped_key.h"
+#include "core/pubkey/rsa/rsa.h"
+#include "core/pubkey/rsa/rsa_sign.h"
 #include "core/random/shared_random.h"
 
 namespace {

@@ -6,7 +6,7 @@
 #include "core/asn1/asn1_walk.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/memory/memory.h"
-#include "core/pubkey/dsa_der.h"
+#include "core/pubkey/dsa/dsa_der.h"
 #include "fuzz/fuzz_check.h"
 #include "fuzz/fuzz_input.h"
 #include "tests/support/asn1_outline.h"

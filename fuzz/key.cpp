@@ -7,10 +7,11 @@
 #include "core/bignum/vlong_convert.h"
 #include "core/bignum/vlong_math.h"
 #include "core/memory/memory.h"
-#include "core/pubkey/dsa.h"
-#include "core/pubkey/dsa_der.h"
-#include "core/pubkey/key_der.h"
-#include "core/pubkey/rsa.h"
+#include "core/pubkey/dsa/dsa.h"
+#include "core/pubkey/dsa/dsa_der.h"
+#include "core/pubkey/key/key_der.h"
+#include "core/pubkey/key/scoped_key.h"
+#include "core/pubkey/rsa/rsa.h"
 #include "fuzz/fuzz_check.h"
 
 #include <algorithm>

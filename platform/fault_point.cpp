@@ -1,4 +1,4 @@
-#include "platform/fault_point.h"
+#include "platform/internal/fault_point.h"
 
 bool platformServiceFails(PlatformService) {
     return false;

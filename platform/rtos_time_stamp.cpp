@@ -1,6 +1,6 @@
 #include "platform/rtos_clock.h"
 
-#include "platform/system_time.h"
+#include "platform/internal/system_time.h"
 
 namespace {
 

@@ -3,8 +3,9 @@
 #include "capi/zel.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong.h"
-#include "core/pubkey/key_der.h"
-#include "core/pubkey/rsa.h"
+#include "core/pubkey/key/key_der.h"
+#include "core/pubkey/key/scoped_key.h"
+#include "core/pubkey/rsa/rsa.h"
 #include "platform/open_file.h"
 #include "tools/public_key_file.h"
 

@@ -2,14 +2,17 @@
 
 #if defined(ZEL_X86_KERNELS)
 #include "core/aes/x86/aes_x86.h"
-#include "core/cpu/cpu_features.h"
+#elif defined(ZEL_ARM_KERNELS)
+#include "core/aes/arm/aes_arm.h"
 #endif
 
 std::span<const Kernel<AesModes>> aesKernels() {
     static const Kernel<AesModes> kernels[] = {
 #if defined(ZEL_X86_KERNELS)
-        {"vaes", [] { return cpuFeatures().vaes; }, aesModesVaes},
-        {"aes-ni", [] { return cpuFeatures().aes && cpuFeatures().sse41 && cpuFeatures().ssse3; }, aesModesNi},
+        {"vaes", hasVaes, aesModesVaes},
+        {"aes-ni", hasAesNi, aesModesNi},
+#elif defined(ZEL_ARM_KERNELS)
+        {"armv8-aes", hasAes, aesModesArm},
 #endif
         {"portable", alwaysSupported, aesModesPortable},
     };

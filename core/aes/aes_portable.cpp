@@ -1,5 +1,5 @@
 #include "core/aes/aes_kernels.h"
-#include "core/aes/aes_tables.h"
+#include "core/aes/internal/aes_tables.h"
 #include "core/memory/endian.h"
 
 namespace {

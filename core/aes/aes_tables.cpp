@@ -1,4 +1,4 @@
-#include "core/aes/aes_tables.h"
+#include "core/aes/internal/aes_tables.h"
 
 #include <bit>
 

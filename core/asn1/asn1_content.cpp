@@ -1,6 +1,6 @@
-#include "core/asn1/asn1_content.h"
+#include "core/asn1/internal/asn1_content.h"
 
-#include "core/asn1/asn1_header.h"
+#include "core/asn1/internal/asn1_header.h"
 
 #include <initializer_list>
 

@@ -1,4 +1,4 @@
-#include "core/asn1/asn1_header.h"
+#include "core/asn1/internal/asn1_header.h"
 
 namespace {
 

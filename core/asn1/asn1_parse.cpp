@@ -1,7 +1,7 @@
 #include "core/asn1/asn1_parse.h"
 
-#include "core/asn1/asn1_content.h"
-#include "core/asn1/asn1_header.h"
+#include "core/asn1/internal/asn1_content.h"
+#include "core/asn1/internal/asn1_header.h"
 
 namespace {
 

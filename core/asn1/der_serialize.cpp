@@ -133,9 +133,9 @@ Status Der_ComputeLength(DerNode* item, std::uint32_t* lengthOut) {
     const auto enter = [](DerNode* node) {
         node->childrenLength = 0;
     };
-    const auto leave = [item, &total](DerNode* left) {
-        std::uint32_t* const sum = left == item ? &total : &static_cast<DerNode*>(left->parent)->childrenLength;
-        return addLength(encodedLength(*left), sum);
+    const auto leave = [item, &total](DerNode* node) {
+        std::uint32_t* const sum = node == item ? &total : &static_cast<DerNode*>(node->parent)->childrenLength;
+        return addLength(encodedLength(*node), sum);
     };
     const Status status = visit(item, true, enter, leave);
     *lengthOut = total;
@@ -165,8 +165,8 @@ Status Der_SerializeToBuffer(DerNode* root, std::uint8_t** bufferOut, std::uint3
         node->writtenAt = out;
         out = writeStart(out, *node);
     };
-    const auto leave = [&out](DerNode* left) {
-        left->writtenLength = static_cast<std::uint32_t>(out - left->writtenAt);
+    const auto leave = [&out](DerNode* node) {
+        node->writtenLength = static_cast<std::uint32_t>(out - node->writtenAt);
         return OK;
     };
     (void)visit(root, true, enter, leave); // reports again that an item is not terminated, which is no failure here

@@ -1,7 +1,7 @@
 // Exponentiation with fixed windows.
 //
 // Scratch, in units of k: the power, one more value, the table of powers; then the scratch of a Montgomery product.
-#include "core/bignum/fixed_window.h"
+#include "core/bignum/internal/fixed_window.h"
 #include "core/bignum/branch_free.h"
 
 #include <algorithm>

@@ -4,13 +4,17 @@
 #include "core/bignum/portable/portable_kernels.h"
 #if defined(ZEL_X86_KERNELS)
 #include "core/bignum/x86/x86_kernels.h"
+#elif defined(ZEL_ARM_KERNELS)
+#include "core/bignum/arm/arm_kernels.h"
 #endif
 
 namespace {
 
 constexpr Kernel<BignumKernels> kBignumTable[] = {
 #if defined(ZEL_X86_KERNELS)
-    {"adx", adxIsSupported, kAdxBignumKernels},
+    {"adx", adxIsSupported, RowKernels<AdxRows>::kProducts},
+#elif defined(ZEL_ARM_KERNELS)
+    {"mul", alwaysSupported, RowKernels<ArmRows>::kProducts},
 #endif
     {"portable", alwaysSupported, kPortableBignumKernels},
 };
@@ -18,7 +22,9 @@ constexpr Kernel<BignumKernels> kBignumTable[] = {
 constexpr Kernel<ModExpKernel> kModExpTable[] = {
 #if defined(ZEL_X86_KERNELS)
     {"ifma", ifmaIsSupported, kIfmaModExpKernel},
-    {"adx", adxIsSupported, kAdxModExpKernel},
+    {"adx", adxIsSupported, RowKernels<AdxRows>::kModExp},
+#elif defined(ZEL_ARM_KERNELS)
+    {"mul", alwaysSupported, RowKernels<ArmRows>::kModExp},
 #endif
     {"portable-windows", alwaysSupported, kPortableWindowsKernel},
     {"portable", alwaysSupported, kPortableModExpKernel},

@@ -5,9 +5,9 @@
 // CpuVendor: who makes the processor, where kernels are faster on one's than on another's.
 enum class CpuVendor { other, amd };
 
-// Every flag includes the registers that its instructions need: those of the wide vectors count only when the operating
-// system saves them. All false on other processors than x86-64.
-struct CpuFeatures {
+// X86Features: every flag includes the registers that its instructions need: those of the wide vectors count only when the
+// operating system saves them.
+struct X86Features {
     bool ssse3;
     bool sse41;
     bool aes;
@@ -20,10 +20,24 @@ struct CpuFeatures {
     bool avx512; // F, DQ, BW and VL together
     bool vaes;   // with avx512
     bool ifma;   // with avx512
+};
+
+// ArmFeatures: the cryptographic extensions of 64-bit ARM, which each processor has or has not.
+struct ArmFeatures {
+    bool aes;
+    bool sha1;
+    bool sha256;
+    bool sha512;
+};
+
+// CpuFeatures: all false for another architecture than the library is built for, and in a build without kernels for it.
+struct CpuFeatures {
+    X86Features x86;
+    ArmFeatures arm;
     CpuVendor vendor;
 };
 
-// cpuFeatures: asked of the processor once, at the first call; immutable.
+// cpuFeatures: asked for once, at the first call; immutable.
 const CpuFeatures& cpuFeatures();
 
 #endif

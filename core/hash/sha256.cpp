@@ -1,7 +1,7 @@
 #include "core/hash/sha256.h"
 
+#include "core/hash/internal/sha_stream.h"
 #include "core/hash/sha_kernels.h"
-#include "core/hash/sha_stream.h"
 
 namespace {
 

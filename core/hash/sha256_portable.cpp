@@ -1,5 +1,5 @@
-#include "core/hash/sha2_constants.h"
-#include "core/hash/sha2_portable.h"
+#include "core/hash/internal/sha2_constants.h"
+#include "core/hash/internal/sha2_portable.h"
 #include "core/hash/sha_kernels.h"
 
 namespace {

@@ -2,32 +2,18 @@
 
 #if defined(ZEL_X86_KERNELS)
 #include "core/hash/x86/sha_x86.h"
+#elif defined(ZEL_ARM_KERNELS)
+#include "core/hash/arm/sha_arm.h"
 #endif
 
 namespace {
-
-#if defined(ZEL_X86_KERNELS)
-bool hasSha() {
-    return cpuFeatures().sha;
-}
-
-bool hasShaAndAvx512() {
-    return cpuFeatures().sha && cpuFeatures().avx512;
-}
-
-bool hasAvx2() {
-    return cpuFeatures().avx2 && cpuFeatures().bmi1 && cpuFeatures().bmi2;
-}
-
-bool hasAvx512() {
-    return cpuFeatures().avx512 && hasAvx2();
-}
-#endif
 
 constexpr Kernel<Sha1Compress> kSha1Kernels[] = {
 #if defined(ZEL_X86_KERNELS)
     {"sha-avx512", hasShaAndAvx512, sha1CompressAvx512},
     {"sha-ni", hasSha, sha1CompressNi},
+#elif defined(ZEL_ARM_KERNELS)
+    {"armv8-sha", hasSha1, sha1CompressArm},
 #endif
     {"portable", alwaysSupported, sha1CompressPortable},
 };
@@ -35,12 +21,16 @@ constexpr Kernel<Sha1G> kSha1GKernels[] = {
 #if defined(ZEL_X86_KERNELS)
     {"sha-avx512", hasShaAndAvx512, sha1GAvx512},
     {"sha-ni", hasSha, sha1GNi},
+#elif defined(ZEL_ARM_KERNELS)
+    {"armv8-sha", hasSha1, sha1GArm},
 #endif
     {"portable", alwaysSupported, sha1GPortable},
 };
 constexpr Kernel<Sha256Compress> kSha256Kernels[] = {
 #if defined(ZEL_X86_KERNELS)
     {"sha-ni", hasSha, sha256CompressNi},
+#elif defined(ZEL_ARM_KERNELS)
+    {"armv8-sha", hasSha256, sha256CompressArm},
 #endif
     {"portable", alwaysSupported, sha256CompressPortable},
 };
@@ -48,6 +38,8 @@ constexpr Kernel<Sha512Compress> kSha512Kernels[] = {
 #if defined(ZEL_X86_KERNELS)
     {"avx512", hasAvx512, sha512CompressAvx512},
     {"avx2", hasAvx2, sha512CompressAvx2},
+#elif defined(ZEL_ARM_KERNELS)
+    {"armv8-sha512", hasSha512, sha512CompressArm},
 #endif
     {"portable", alwaysSupported, sha512CompressPortable},
 };

@@ -11,8 +11,8 @@
 // Sha1Compress, Sha256Compress, Sha512Compress: runs blockCount blocks through the compression function.
 // Shapes:  state[5] or state[8], the chaining value, read and written; blocks[blockCount * 64], for SHA-512 * 128,
 //          without alignment.
-// Secrets: constant time; the message schedule and all else on the stack is wiped. Those for x86-64 also clear the vector
-//          registers.
+// Secrets: constant time; the message schedule and all else on the stack is wiped. All but the portable ones also
+//          clear the vector registers.
 // Source:  FIPS 180-2, section 6.
 using Sha1Compress = void (*)(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount);
 using Sha256Compress = void (*)(std::uint32_t* state, const std::uint8_t* blocks, std::size_t blockCount);

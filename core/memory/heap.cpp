@@ -1,4 +1,4 @@
-#include "core/memory/heap.h"
+#include "core/memory/internal/heap.h"
 
 #include <cstdlib>
 

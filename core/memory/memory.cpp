@@ -1,6 +1,6 @@
 #include "core/memory/memory.h"
 
-#include "core/memory/heap.h"
+#include "core/memory/internal/heap.h"
 
 #include <cstring>
 

@@ -1,4 +1,4 @@
-#include "core/random/entropy_threads.h"
+#include "core/random/internal/entropy_threads.h"
 
 #include "platform/rtos_thread.h"
 

@@ -10,7 +10,7 @@
 #ifndef ZELSPI_CORE_RANDOM_FIPS186_H
 #define ZELSPI_CORE_RANDOM_FIPS186_H
 
-#include "core/random/xkey.h"
+#include "core/random/internal/xkey.h"
 #include "core/status/status.h"
 #include "platform/rtos_mutex.h"
 

@@ -1,10 +1,10 @@
 #include "core/random/random.h"
 
 #include "core/memory/secret.h"
-#include "core/random/acquire.h"
-#include "core/random/entropy_threads.h"
 #include "core/random/fips186.h"
-#include "core/random/seed_pool.h"
+#include "core/random/internal/acquire.h"
+#include "core/random/internal/entropy_threads.h"
+#include "core/random/internal/seed_pool.h"
 
 #include <atomic>
 

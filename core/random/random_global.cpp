@@ -1,8 +1,8 @@
 #include "core/random/random_global.h"
 
 #include "core/memory/secret.h"
-#include "core/random/acquire.h"
-#include "core/random/seed_pool.h"
+#include "core/random/internal/acquire.h"
+#include "core/random/internal/seed_pool.h"
 #include "platform/rtos_clock.h"
 #include "platform/rtos_thread.h"
 #include "platform/static_lock.h"

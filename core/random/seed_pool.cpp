@@ -1,4 +1,4 @@
-#include "core/random/seed_pool.h"
+#include "core/random/internal/seed_pool.h"
 
 #include "core/hash/sha1.h"
 #include "core/memory/secret.h"

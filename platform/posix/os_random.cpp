@@ -1,6 +1,6 @@
 #include "platform/os_random.h"
 
-#include "platform/fault_point.h"
+#include "platform/internal/fault_point.h"
 
 #include <cerrno>
 #include <sys/random.h>

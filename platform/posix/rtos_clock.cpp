@@ -1,8 +1,8 @@
 #include "platform/rtos_clock.h"
 
-#include "platform/system_time.h"
+#include "platform/internal/system_time.h"
 
-#include "platform/fault_point.h"
+#include "platform/internal/fault_point.h"
 
 #include <cerrno>
 #include <ctime>
@@ -54,9 +54,9 @@ void rtosSleepMs(std::uint32_t milliseconds) {
         sched_yield();
         return;
     }
-    timespec left{};
-    left.tv_sec = static_cast<std::time_t>(milliseconds / 1000);
-    left.tv_nsec = static_cast<long>(milliseconds % 1000) * 1'000'000;
-    while (clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
+    timespec remaining{};
+    remaining.tv_sec = static_cast<std::time_t>(milliseconds / 1000);
+    remaining.tv_nsec = static_cast<long>(milliseconds % 1000) * 1'000'000;
+    while (clock_nanosleep(CLOCK_MONOTONIC, 0, &remaining, &remaining) == EINTR) {
     }
 }

@@ -1,7 +1,7 @@
 #include "platform/rtos_mutex.h"
 
 #include "core/memory/memory.h"
-#include "platform/fault_point.h"
+#include "platform/internal/fault_point.h"
 
 #include <cerrno>
 #include <ctime>
@@ -102,10 +102,10 @@ Status rtosMutexFree(RtosMutex* mutex) {
         return ERR_RTOS_MUTEX_FREE;
     }
     pthread_mutex_t* const held = &(*mutex)->mutex;
-    const int taken = pthread_mutex_trylock(held); // succeeds for its owner too
-    if (taken == EOWNERDEAD) {
+    const int error = pthread_mutex_trylock(held); // succeeds for its owner too
+    if (error == EOWNERDEAD) {
         pthread_mutex_consistent(held);
-    } else if (taken != 0) {
+    } else if (error != 0) {
         return ERR_RTOS_MUTEX_FREE;
     }
     while (pthread_mutex_unlock(held) == 0) {

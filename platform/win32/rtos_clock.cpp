@@ -1,8 +1,8 @@
 #include "platform/rtos_clock.h"
 
-#include "platform/system_time.h"
+#include "platform/internal/system_time.h"
 
-#include "platform/fault_point.h"
+#include "platform/internal/fault_point.h"
 
 #include <windows.h>
 

@@ -1,6 +1,6 @@
 #include "platform/rtos_mutex.h"
 
-#include "platform/fault_point.h"
+#include "platform/internal/fault_point.h"
 
 #include <windows.h>
 

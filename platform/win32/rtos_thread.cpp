@@ -1,7 +1,7 @@
 #include "platform/rtos_thread.h"
 
 #include "core/memory/memory.h"
-#include "platform/fault_point.h"
+#include "platform/internal/fault_point.h"
 
 #include <process.h>
 #include <windows.h>

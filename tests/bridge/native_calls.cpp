@@ -5,8 +5,9 @@
 #include "bridge/short_calls.h"
 #include "bridge/zel_sha_with_rsa_signature.h"
 #include "bridge/zel_util.h"
-#include "core/pubkey/dsa_der.h"
-#include "core/pubkey/key_der.h"
+#include "core/pubkey/dsa/dsa_der.h"
+#include "core/pubkey/key/key_der.h"
+#include "core/pubkey/key/scoped_key.h"
 #include "tests/bridge/entry_point.h"
 #include "tests/bridge/fake_jni.h"
 

@@ -143,10 +143,13 @@ TEST(Clocks, CalendarTimeTickAndSleep) {
     EXPECT_EQ(rtosTimeGMT(&time), ERR_RTOS_GMT_TIME_NOT_AVAILABLE);
 
     const std::uint32_t before = rtosGetTickCount();
-    rtosSleepMs(40);
-    rtosSleepMs(0);
-    const std::uint32_t passed = rtosGetTickCount() - before;
-    EXPECT_TRUE(passed >= 20 && passed < 40'000) << passed; // ticks may be as long as 16 ms
+    std::uint32_t passed = 0;
+    for (int i = 0; i < 100 && passed < 20; ++i) { // ticks may be as long as 16 ms, and come late on a busy machine
+        rtosSleepMs(40);
+        rtosSleepMs(0);
+        passed = rtosGetTickCount() - before;
+    }
+    EXPECT_TRUE(passed >= 20 && passed < 40'000) << passed;
 }
 
 TEST(Threads, RunAndAreForgottenOrDoNotStart) {

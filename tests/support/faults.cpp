@@ -1,6 +1,6 @@
 #include "tests/support/faults.h"
 
-#include "core/memory/heap.h"
+#include "core/memory/internal/heap.h"
 
 #include <array>
 #include <cstdlib>

@@ -5,7 +5,7 @@
 #define ZELSPI_TESTS_SUPPORT_FAULTS_H
 
 #include "core/status/status.h"
-#include "platform/fault_point.h"
+#include "platform/internal/fault_point.h"
 
 #include <gtest/gtest.h>
 

@@ -2,7 +2,7 @@
 #ifndef ZELSPI_CORE_AES_X86_AES_NI_KEYS_H
 #define ZELSPI_CORE_AES_X86_AES_NI_KEYS_H
 
-#include "core/cpu/target.h"
+#include "core/cpu/x86/target.h"
 #include "core/memory/secret.h"
 
 #include <immintrin.h>

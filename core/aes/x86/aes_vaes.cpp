@@ -1,6 +1,6 @@
 #include "core/aes/x86/aes_ni_keys.h"
 #include "core/aes/x86/aes_x86.h"
-#include "core/cpu/clear_registers.h"
+#include "core/cpu/x86/clear_registers.h"
 
 namespace {
 

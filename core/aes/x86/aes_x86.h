@@ -4,11 +4,18 @@
 #define ZELSPI_CORE_AES_X86_AES_X86_H
 
 #include "core/aes/aes_kernels.h"
+#include "core/cpu/cpu_features.h"
 
-// By the AES instructions, one block in a register: cpuFeatures().aes, sse41 and ssse3.
+// By the AES instructions, one block in a register.
+inline bool hasAesNi() {
+    return cpuFeatures().x86.aes && cpuFeatures().x86.sse41 && cpuFeatures().x86.ssse3;
+}
 extern const AesModes aesModesNi;
 
-// Four blocks in a register where the mode allows it; the rest is that of aesModesNi: cpuFeatures().vaes.
+// Four blocks in a register where the mode allows it; the rest is that of aesModesNi.
+inline bool hasVaes() {
+    return cpuFeatures().x86.vaes;
+}
 extern const AesModes aesModesVaes;
 
 // What both kernels share: encryption in the modes whose blocks wait for each other, and the key schedules.

@@ -1,5 +1,5 @@
 // Karatsuba's method over the unrolled products of 8 units.
-#include "core/bignum/karatsuba.h"
+#include "core/bignum/internal/karatsuba.h"
 #include "core/bignum/portable/portable_kernels.h"
 
 namespace {

@@ -2,7 +2,7 @@
 #ifndef ZELSPI_CORE_BIGNUM_PORTABLE_PORTABLE_KERNELS_H
 #define ZELSPI_CORE_BIGNUM_PORTABLE_PORTABLE_KERNELS_H
 
-#include "core/bignum/fixed_window.h"
+#include "core/bignum/internal/fixed_window.h"
 
 Unit VLONG_addUnits(Unit* r, const Unit* a, const Unit* b, std::uint32_t n);
 Unit VLONG_subUnits(Unit* r, const Unit* a, const Unit* b, std::uint32_t n);

@@ -1,7 +1,7 @@
 // Sums, differences and rows of unit arrays.
+#include "core/bignum/internal/unit_rows.h"
 #include "core/bignum/portable/portable_kernels.h"
 #include "core/bignum/portable/wide.h"
-#include "core/bignum/unit_rows.h"
 
 namespace {
 

@@ -36,18 +36,18 @@ public:
         high_ = units + k;
         t_ = units + 2 * k;
         two_ = units + 3 * k;
-        Unit* const given = units + 4 * k;
+        Unit* const operand = units + 4 * k;
         scratch_ = units + 5 * k;
 
-        given[0] = 2;
-        kernels_.montMultiply(two_, modulus_.radixSquared, given, modulus_, scratch_);
-        std::fill_n(given, k, Unit{0});
-        std::copy_n(inverse->units, inverse->length, given);
-        kernels_.montMultiply(t_, modulus_.radixSquared, given, modulus_, scratch_);
+        operand[0] = 2;
+        kernels_.montMultiply(two_, modulus_.radixSquared, operand, modulus_, scratch_);
+        std::fill_n(operand, k, Unit{0});
+        std::copy_n(inverse->units, inverse->length, operand);
+        kernels_.montMultiply(t_, modulus_.radixSquared, operand, modulus_, scratch_);
         if (isQNegative) {
-            std::copy_n(t_, k, given);
+            std::copy_n(t_, k, operand);
             std::fill_n(t_, k, Unit{0});
-            subtract(t_, given);
+            subtract(t_, operand);
         }
         subtract(t_, two_);
         std::copy_n(two_, k, low_);

@@ -19,7 +19,7 @@
 #define ZELSPI_CORE_BIGNUM_X86_IFMA_PRODUCTS_H
 
 #include "core/bignum/kernels.h"
-#include "core/cpu/target.h"
+#include "core/cpu/x86/target.h"
 
 #include <immintrin.h>
 

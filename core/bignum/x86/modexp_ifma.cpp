@@ -6,8 +6,8 @@
 #include "core/bignum/branch_free.h"
 #include "core/bignum/x86/ifma_products.h"
 #include "core/bignum/x86/x86_kernels.h"
-#include "core/cpu/clear_registers.h"
 #include "core/cpu/cpu_features.h"
+#include "core/cpu/x86/clear_registers.h"
 #include "core/memory/secret.h"
 
 #include <algorithm>
@@ -20,12 +20,12 @@ using namespace ifma;
 template <typename S, std::uint32_t... r> ZEL_IFMA_INLINE void selectEntry(Unit* result, const Unit* table,
                                                                            std::uint32_t entries, Vector index,
                                                                            std::integer_sequence<std::uint32_t, r...>) {
-    Vector found[S::V] = {((void)r, _mm512_setzero_si512())...};
+    Vector entry[S::V] = {((void)r, _mm512_setzero_si512())...};
     for (std::uint32_t j = 0; j < entries; ++j, table += S::kNumberUnits) {
         const __mmask8 isMeant = _mm512_cmpeq_epi64_mask(index, _mm512_set1_epi64(j));
-        ((found[r] = _mm512_mask_mov_epi64(found[r], isMeant, load(table + r * kLanes))), ...);
+        ((entry[r] = _mm512_mask_mov_epi64(entry[r], isMeant, load(table + r * kLanes))), ...);
     }
-    (_mm512_store_si512(result + r * kLanes, found[r]), ...);
+    (_mm512_store_si512(result + r * kLanes, entry[r]), ...);
 }
 
 template <typename S> ZEL_TARGET_IFMA __attribute__((noinline)) void
@@ -175,7 +175,7 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
 } // namespace
 
 bool ifmaIsSupported() {
-    return cpuFeatures().ifma && cpuFeatures().bmi2;
+    return cpuFeatures().x86.ifma && cpuFeatures().x86.bmi2;
 }
 
 bool ifmaTakes(std::uint32_t k) {

@@ -1,5 +1,5 @@
-#include "core/cpu/clear_registers.h"
-#include "core/cpu/target.h"
+#include "core/cpu/x86/clear_registers.h"
+#include "core/cpu/x86/target.h"
 #include "core/hash/sha_kernels.h"
 #include "core/hash/x86/sha_x86.h"
 

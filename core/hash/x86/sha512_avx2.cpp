@@ -1,6 +1,6 @@
-#include "core/cpu/clear_registers.h"
-#include "core/cpu/target.h"
-#include "core/hash/sha2_constants.h"
+#include "core/cpu/x86/clear_registers.h"
+#include "core/cpu/x86/target.h"
+#include "core/hash/internal/sha2_constants.h"
 #include "core/hash/x86/sha_x86.h"
 #include "core/memory/secret.h"
 

@@ -1,6 +1,7 @@
 // DSA: generation against a model in Python, signatures against the example of the standard.
 #include "core/bignum/vlong_math.h"
-#include "core/pubkey/dsa_params.h"
+#include "core/pubkey/dsa/internal/dsa_params.h"
+#include "core/pubkey/key/internal/key_load.h"
 #include "tests/core/pubkey/key_support.h"
 
 namespace {

@@ -3,9 +3,10 @@
 #define ZELSPI_TESTS_CORE_PUBKEY_KEY_SUPPORT_H
 
 #include "core/memory/memory.h"
-#include "core/pubkey/dsa.h"
-#include "core/pubkey/key_der.h"
-#include "core/pubkey/rsa.h"
+#include "core/pubkey/dsa/dsa.h"
+#include "core/pubkey/key/key_der.h"
+#include "core/pubkey/key/scoped_key.h"
+#include "core/pubkey/rsa/rsa.h"
 #include "tests/support/byte_source.h"
 #include "tests/support/der_text.h"
 #include "tests/support/number.h"

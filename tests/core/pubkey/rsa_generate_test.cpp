@@ -1,7 +1,9 @@
 // RSA key generation, against a model in Python that tests each number without a sieve.
 #include "core/bignum/prime/prime.h"
 #include "core/bignum/vlong_math.h"
-#include "core/pubkey/rsa_prime.h"
+#include "core/pubkey/key/internal/key_load.h"
+#include "core/pubkey/key/scoped_key.h"
+#include "core/pubkey/rsa/internal/rsa_prime.h"
 #include "tests/core/pubkey/key_support.h"
 
 namespace {

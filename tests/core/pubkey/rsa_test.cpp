@@ -1,6 +1,9 @@
 // RSA keys and powers: in their byte formats, as strangers make them, blinded, in many threads.
 #include "core/bignum/vlong_math.h"
-#include "core/pubkey/exponent_inverse.h"
+#include "core/pubkey/key/key_encoding.h"
+#include "core/pubkey/key/scoped_key.h"
+#include "core/pubkey/rsa/internal/exponent_inverse.h"
+#include "core/pubkey/rsa/rsa_sign.h"
 #include "tests/core/pubkey/key_support.h"
 
 #include <memory>

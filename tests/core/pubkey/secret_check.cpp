@@ -9,7 +9,8 @@
 #include "core/bignum/kernels.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/cpu/cpu_features.h"
-#include "core/pubkey/dsa.h"
+#include "core/pubkey/dsa/dsa.h"
+#include "core/pubkey/dsa/dsa_sign.h"
 #include "tests/core/pubkey/key_support.h"
 #include "tests/support/byte_source.h"
 
@@ -149,6 +150,6 @@ bool run(std::string_view operation) {
 } // namespace
 
 int main(int argc, char** argv) {
-    chosenFeatures.bmi2 = chosenFeatures.adx = argc > 2 && std::string_view(argv[2]) == "adx";
+    chosenFeatures.x86.bmi2 = chosenFeatures.x86.adx = argc > 2 && std::string_view(argv[2]) == "adx";
     return argc > 1 && run(argv[1]) ? 0 : 1;
 }

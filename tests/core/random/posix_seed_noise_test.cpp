@@ -1,7 +1,7 @@
 // What makes a seed strong: two processes with the same pool, at the same moment, still get different seeds. And clocks that
 // stand still.
+#include "core/random/internal/seed_pool.h"
 #include "core/random/random.h"
-#include "core/random/seed_pool.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // The generator in known states, and contexts without entropy threads, which cost no time.
 #include "core/random/fips186.h"
+#include "core/random/internal/seed_pool.h"
 #include "core/random/random.h"
-#include "core/random/seed_pool.h"
 #include "tests/support/faults.h"
 #include "tests/support/vectors.h"
 
