@@ -1,4 +1,4 @@
-// The clock that time stamps are read from. For use inside this folder.
+// The clock that time stamps are read from. For use inside platform/.
 #ifndef ZELSPI_PLATFORM_INTERNAL_SYSTEM_TIME_H
 #define ZELSPI_PLATFORM_INTERNAL_SYSTEM_TIME_H
 

@@ -17,7 +17,7 @@ Status load(DSAKey& key, ByteView p, ByteView q, ByteView g, ByteView value, vlo
     return OK;
 }
 
-// Whether g^x mod p can fail for want of memory only, and so may wait until it is needed.
+// Whether nothing but a lack of memory can make g^x mod p fail, so that it may wait until it is needed.
 bool mayWait(const DSAKey& key) {
     constexpr std::uint32_t kUsualUnits = 64; // far from any limit
     return VLONG_testBit(key.p, 0) && key.p->length >= 2 && key.p->length <= kUsualUnits &&

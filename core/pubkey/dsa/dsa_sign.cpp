@@ -37,7 +37,7 @@ Status makePowers(Signing& signing, const vlong* k, std::uint32_t kBits, std::ui
     return wantsY ? signing.group.powers(forR, {key.g, key.x, signing.y.out(), xBits}) : signing.group.power(forR);
 }
 
-// Whether the values of a key are such that a signature with it need not show them: as those of every key that is one.
+// Whether the values of a key allow a signature in a time that does not show them. Those of every real key do.
 bool hasHiddenForm(const DSAKey& key, const vlong* m) {
     return takesResidues(key.q) && dsaHidesX(key) && key.x->negative == 0 && m->negative == 0 &&
            key.x->length < kMaxUnits / 2 && m->length <= kMaxUnits / 2;

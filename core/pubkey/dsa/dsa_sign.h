@@ -4,7 +4,7 @@
 
 #include "core/pubkey/dsa/dsa.h"
 
-// dsaSignMakingY: Dsa_Sign; a y that the key lacks is made beside r, for the check alone.
+// dsaSignMakingY: Dsa_Sign; a y that the key lacks is computed side by side with r, for the check alone.
 Status dsaSignMakingY(const RandomBytes& random, const DSAKey* dsaKey, const vlong* m, bool* verified, vlong** r,
                       vlong** s, vlong** queue);
 

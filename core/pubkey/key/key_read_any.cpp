@@ -1,4 +1,4 @@
-// Reading keys in whichever of their forms: what stands where the forms differ decides.
+// Reading keys in any of their forms. The tags of the first items tell which form it is.
 #include "core/asn1/asn1_check.h"
 #include "core/pubkey/dsa/dsa_der.h"
 #include "core/pubkey/key/internal/key_read.h"
@@ -44,7 +44,7 @@ Status readPrivate(const ParsedDer& input, AsymmetricKey* key) {
     if (rsaKey->privateKey == 0) {
         return ERR_BAD_KEY_TYPE;
     }
-    bool isWhole = false; // a key of more primes is not
+    bool isWhole = false; // not for a key of more than two primes
     RETURN_IF_ERROR(rsaIsProduct(*rsaKey, &isWhole));
     return isWhole ? OK : ERR_RSA_INVALID_MODULUS;
 }

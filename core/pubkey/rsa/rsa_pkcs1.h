@@ -20,8 +20,8 @@ extern const DigestInfo kSha1DigestInfo, kSha224DigestInfo, kSha256DigestInfo, k
 // What an encoded message has in front of the DigestInfo at least: 00 01, eight times FF, 00.
 inline constexpr std::uint32_t kPkcs1Overhead = 11;
 
-// rsaEncodeDigestInfo: encoded[k] := 00 01 FF ... FF 00 and the prefix of info; returns where the digest belongs, at its end.
-// Shapes:  k is at least info.bytes() + 3: whether the padding is as long as the standard wants it is the caller's to see.
+// rsaEncodeDigestInfo: encoded[k] := 00 01 FF ... FF 00 and the prefix of info; returns where the digest belongs.
+// Shapes:  k is at least info.bytes() + 3; the caller checks that the padding is as long as the standard asks for.
 // Source:  EMSA-PKCS1-v1_5, RFC 8017 section 9.2.
 std::uint8_t* rsaEncodeDigestInfo(const DigestInfo& info, std::uint32_t k, std::uint8_t* encoded);
 

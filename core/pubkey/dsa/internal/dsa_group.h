@@ -14,8 +14,8 @@ public:
     // start: p must outlive the group. Errors: growth.
     Status start(const vlong* p);
 
-    // Power: a new record := base^exponent mod p, as by VLONG_modExp; the exponent is a secret of that public length where
-    // secretBits is not 0, which asks for dsaHidesX.
+    // Power: a new record := base^exponent mod p, as by VLONG_modExp. Where secretBits is not 0 the exponent is a secret of
+    // that public length, and dsaHidesX must hold.
     struct Power {
         const vlong* base;
         const vlong* exponent;
@@ -37,13 +37,13 @@ private:
     ScopedMontgomeryCtx context_; // for a p that VLONG_modExp takes by Montgomery's method
 };
 
-// dsaWholeOctets: the whole octets in the bit length of x, which are public: they decide on the random ones of a nonce.
+// dsaWholeOctets: how many whole octets the bit length of x has. Public: it decides how many octets a nonce is drawn from.
 std::uint32_t dsaWholeOctets(const vlong* x);
 
-// dsaPublicBitsOfX: the length that an x of this key shows: that of q or, where it is longer, its own in octets.
+// dsaPublicBitsOfX: the public length of x: that of q or, where x is longer, its own in octets.
 std::uint32_t dsaPublicBitsOfX(const DSAKey& key);
 
-// dsaHidesX: whether p and g are such that powers of g need not show their exponents: as those of every key that is one.
+// dsaHidesX: whether p and g allow powers of g in a time that does not show the exponent. Those of every real key do.
 bool dsaHidesX(const DSAKey& key);
 
 // dsaMakeY: key.y := g^x mod p. Errors: as VLONG_modExp.

@@ -1,4 +1,4 @@
-// Loading private keys as the readers need it. For use inside this folder.
+// Loading private keys as the readers need it. For use inside core/pubkey.
 #ifndef ZELSPI_CORE_PUBKEY_KEY_INTERNAL_KEY_LOAD_H
 #define ZELSPI_CORE_PUBKEY_KEY_INTERNAL_KEY_LOAD_H
 
@@ -25,7 +25,8 @@ void rsaKeyClear(RSAKey* rsaKey, vlong** queue);
 // dsaKeyClear: releases the record's values; the record stays.
 void dsaKeyClear(DSAKey* dsaKey, vlong** queue);
 
-// wholeOrCleared: what loading leaves behind and gives: the whole key, or nothing of it. clear is rsaKeyClear or dsaKeyClear.
+// wholeOrCleared: ends loading: clears the key after a failure, and passes the status on. clear is rsaKeyClear or
+// dsaKeyClear.
 template <typename Key> Status wholeOrCleared(Key* key, Status status, void (*clear)(Key*, vlong**), vlong** queue) {
     if (isError(status)) {
         clear(key, queue);
@@ -38,8 +39,8 @@ template <typename Key> Status wholeOrCleared(Key* key, Status status, void (*cl
 Status rsaKeyLoadPrivate(RSAKey* rsaKey, std::uint32_t e, ByteView n, ByteView p, ByteView q, ByteView qInvHint,
                          vlong** queue);
 
-// dsaKeyLoadPrivate: Dsa_SetPrivateKey. With leavesY the key stays without its y where that can fail for want of memory
-// only, for dsaSignMakingY.
+// dsaKeyLoadPrivate: Dsa_SetPrivateKey. With leavesY the y is left to dsaSignMakingY, where nothing but a lack of memory
+// can make it fail.
 Status dsaKeyLoadPrivate(DSAKey* dsaKey, ByteView p, ByteView q, ByteView g, ByteView x, bool leavesY, vlong** queue);
 
 #endif

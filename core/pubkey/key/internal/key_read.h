@@ -1,4 +1,4 @@
-// What the readers of key_der.h share. For use inside this folder.
+// What the readers of key_der.h share. For use inside core/pubkey.
 #ifndef ZELSPI_CORE_PUBKEY_KEY_INTERNAL_KEY_READ_H
 #define ZELSPI_CORE_PUBKEY_KEY_INTERNAL_KEY_READ_H
 

@@ -1,4 +1,4 @@
-// The inverse of a public exponent, as it is needed for dP, dQ and d. For use inside this folder.
+// The inverse of a public exponent, as it is needed for dP, dQ and d. For use inside core/pubkey.
 #ifndef ZELSPI_CORE_PUBKEY_RSA_INTERNAL_EXPONENT_INVERSE_H
 #define ZELSPI_CORE_PUBKEY_RSA_INTERNAL_EXPONENT_INVERSE_H
 

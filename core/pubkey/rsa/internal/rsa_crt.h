@@ -1,7 +1,7 @@
-// The computation by the two primes of an RSA key, by residues. For use inside this folder.
+// The computation by the two primes of an RSA key, by residues. For use inside core/pubkey.
 //
-// It takes prepared keys whose p and q are odd, of two units and more: hasHiddenCrt. For every key that is one these
-// hold; the values of strangers that they do not hold for take the way by division in rsa_private.cpp.
+// It takes prepared keys whose p and q are odd, of two units and more: hasHiddenCrt. That holds for every real key; for
+// other values of strangers rsa_private.cpp computes by division.
 #ifndef ZELSPI_CORE_PUBKEY_RSA_INTERNAL_RSA_CRT_H
 #define ZELSPI_CORE_PUBKEY_RSA_INTERNAL_RSA_CRT_H
 
@@ -20,7 +20,7 @@ Status rsaHiddenPower(const RSAKey& key, const vlong* input, vlong** out, vlong*
 Status rsaHiddenInverse(const RSAKey& key, const vlong* input, vlong** out, vlong** queue);
 
 // rsaInverseModPrime: *out := VLONG_modInverse(a, p). Errors: as VLONG_modInverse.
-// Secrets: time depends on lengths only for a prime p that Residues take and that is not of a monster's size.
+// Secrets: time depends on lengths only for a prime p of 2 to 128 units.
 Status rsaInverseModPrime(const vlong* a, const vlong* p, vlong** out, vlong** queue);
 
 #endif
