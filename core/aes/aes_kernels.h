@@ -49,7 +49,7 @@ extern const AesModes aesModesPortable;
 void aesExpandKeyPortable(const std::uint8_t* key, std::uint32_t keyBits, std::uint32_t* roundKeys);
 void aesInvertSchedulePortable(const std::uint32_t* encryptRoundKeys, std::int32_t rounds, std::uint32_t* roundKeys);
 
-// aesExpandKeyBy: AesExpandKey with the S-box, over the four bytes of a word, as the kernel has it.
+// aesExpandKeyBy: AesExpandKey with the kernel's own S-box, which is applied to the four bytes of a word at once.
 void aesExpandKeyBy(std::uint32_t (*substituteWord)(std::uint32_t), const std::uint8_t* key, std::uint32_t keyBits,
                     std::uint32_t* roundKeys);
 

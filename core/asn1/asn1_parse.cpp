@@ -158,7 +158,7 @@ Status measure(ByteStream stream, std::uint32_t* position, std::uint64_t* stream
     RETURN_IF_ERROR(stream.operations->seek(stream.handle, 0, kSeekBackFromEnd));
     RETURN_IF_ERROR(stream.operations->tell(stream.handle, &end));
     if (start < 0 || end < start) {
-        return ERR_FALSE; // no stream of ours; positions below 0 would count as nearly 2^32
+        return ERR_FALSE; // a stream that answers so is broken; positions below 0 would count as nearly 2^32
     }
     *position = static_cast<std::uint32_t>(start);
     *streamEnd = static_cast<std::uint64_t>(end);

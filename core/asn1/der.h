@@ -2,8 +2,8 @@
 //
 // Items refer to content octets that belong to the caller and must stay where they are until the tree has been written.
 // A tree is released with Tree_FreeSubtree on its root; content buffers are not freed with it. Low tag numbers only.
-// Everything below an item is a DerNode. Children leave an item all at once, with treeFreeChildren or the whole tree:
-// one that is unlinked by hand and freed would still be remembered as where its list ends.
+// Everything below an item is a DerNode. Children leave an item all at once, with treeFreeChildren or the whole tree: the
+// first one remembers the last one, and would not notice that it was unlinked and freed.
 #ifndef ZELSPI_CORE_ASN1_DER_H
 #define ZELSPI_CORE_ASN1_DER_H
 

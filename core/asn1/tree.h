@@ -31,9 +31,9 @@ Status Tree_FreeSubtree(TreeNode* node);
 // out of a list: children leave with all their siblings, or with the whole tree.
 void treeFreeChildren(TreeNode* node);
 
-// treeAppendAfter: Tree_AppendChild for those who remember where the list ends, in constant time.
+// treeAppendAfter: Tree_AppendChild for a caller that remembers where the list ends, in constant time.
 // In/out:  *last is some child of parent, best the last one, or any other node or null to look from the first; becomes
-//          child. Not a node that has been freed: who remembers one must forget it in time.
+//          child. It must not be a node that has been freed.
 void treeAppendAfter(TreeNode* parent, TreeNode** last, TreeNode* child);
 
 // treeNewNode: a new detached node of a type derived from TreeNode. All zero, but that its dispose function wipes the

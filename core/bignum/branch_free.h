@@ -8,7 +8,7 @@
 
 #include <cstddef>
 
-// maskOf: the mask of a bit, 0 or 1. It is read back from memory: an optimiser that knew it could make a branch of its use.
+// maskOf: the mask of a bit, 0 or 1. It is read back from memory, so that no optimiser turns its use into a branch.
 inline Unit maskOf(Unit bit) {
     const volatile Unit mask = Unit{0} - bit;
     return mask;
@@ -35,7 +35,7 @@ inline Unit areEqual(const Unit* a, const Unit* b, std::uint32_t n) {
     return 1 - isNonzero(difference);
 }
 
-// isBelow: 1 when a[n] is below b[n], else 0. The borrow of each unit by its bits: compilers make branches of comparisons.
+// isBelow: 1 when a[n] is below b[n], else 0. Borrows come from bits: compilers turn comparisons into branches.
 inline Unit isBelow(const Unit* a, const Unit* b, std::uint32_t n) {
     Unit borrow = 0;
     for (std::uint32_t i = 0; i < n; ++i) {
@@ -65,8 +65,8 @@ inline std::uint32_t significantUnits(const Unit* units, std::uint32_t n) {
     return static_cast<std::uint32_t>(count);
 }
 
-// markPublic: says that bytes[count], made from secrets, may be known to everybody from here on. It does nothing; programs
-// that look for branches on secrets put their own function in its place.
+// markPublic: declares bytes[count], computed from secrets, to be public from here on. It does nothing; test programs that
+// look for branches on secrets put their own function in its place.
 void markPublic(const void* bytes, std::size_t count);
 
 // publicly: the value, marked. For a record its length and its units.

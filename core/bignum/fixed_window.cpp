@@ -12,9 +12,9 @@ namespace {
 void lookUp(Unit* entry, const Unit* table, std::size_t entries, std::size_t k, Unit index) {
     std::fill_n(entry, k, Unit{0});
     for (std::size_t j = 0; j < entries; ++j) {
-        const Unit isMeant = maskOf(1 - isNonzero(index ^ j));
+        const Unit isEntry = maskOf(1 - isNonzero(index ^ j));
         for (std::size_t i = 0; i < k; ++i) {
-            entry[i] |= table[j * k + i] & isMeant;
+            entry[i] |= table[j * k + i] & isEntry;
         }
     }
 }

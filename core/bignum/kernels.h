@@ -86,11 +86,10 @@ const BignumKernels& bignumKernels();
 struct ModExpTask {
     Unit* result;
     const Unit* base;
-    const Unit* exponent; // exponent[ceil(exponentBits / 64)]
-    std::uint32_t
-        exponentBits; // at least 1; of a public exponent the significant ones, of a secret one its public length
+    const Unit* exponent;       // exponent[ceil(exponentBits / 64)]
+    std::uint32_t exponentBits; // at least 1: the length of a public exponent, the public length of a secret one
     MontModulus modulus;
-    bool isSecret; // exponent and base, and the modulus too, may be secrets: the modulus is odd
+    bool isSecret; // whether exponent, base and modulus may be secrets; the modulus is then odd
 };
 
 struct ModExpKernel {
@@ -107,10 +106,10 @@ struct ModExpKernel {
     // of the table, for public exponents and even moduli, follows the bits of every exponent.
     void (*one)(const ModExpTask& task, Unit* scratch);
 
-    // pair: two with moduli of the same number of units, side by side. Null: one after the other is as good.
+    // pair: two with moduli of the same number of units, side by side. Null: two calls of one are as fast.
     void (*pair)(const ModExpTask& first, const ModExpTask& second, Unit* scratch);
 
-    // isForSecrets: whether another kernel behind it is faster for public exponents.
+    // isForSecrets: whether a later kernel of the table is faster for public exponents.
     bool isForSecrets;
 };
 

@@ -7,8 +7,8 @@
 // Limits: moduli above 4094 units need not fit the double-length intermediates, from 4096 they never do:
 // ERR_BAD_LENGTH. For the same reason base and an odd modulus together must stay below kMaxUnits units. Queue:
 // temporaries come from the queue and go back to it; without one an exponentiation makes its own and drains it.
-// Secrets: the exponent, unless it is named as a secret, is public, and the time depends on it; it depends on the other
-// values where base or modulus are such as Montgomery's method does not take as they are.
+// Secrets: the exponent, unless it is named as a secret, is public, and the time depends on it; it depends on base and
+// modulus too where Montgomery's method does not take them as they are (a base above the modulus, an even modulus).
 #ifndef ZELSPI_CORE_BIGNUM_MODEXP_H
 #define ZELSPI_CORE_BIGNUM_MODEXP_H
 
@@ -20,7 +20,7 @@ struct MontgomeryCtx {
     Unit negInverse; // -1/modulus modulo 2^64
     vlong* R;        // 2^(64 k); null, like RInverse, in a ScopedMontgomeryCtx: VLONG_montExpBinary alone reads them
     vlong* RInverse; // 1/R mod modulus
-    vlong* modulus;  // an own copy
+    vlong* modulus;  // a copy of its own
     // R^2 mod modulus, which may be 0, in k units; empty where no exponentiation takes the modulus.
     vlong* radixSquared;
 };
@@ -74,7 +74,7 @@ struct ModExpOperands {
     const vlong* exponent;
     vlong** out;
     std::uint32_t secretBits = 0; // 0 for a public exponent
-    bool isBasePublic = false;    // of a secret exponent: base and modulus are none
+    bool isBasePublic = false;    // with a secret exponent: base and modulus are no secrets
 };
 
 // VLONG_modExpOne: one of them. Errors: as VLONG_modExpCtx.

@@ -20,7 +20,7 @@ MontModulus montModulusOf(const MontgomeryCtx& context);
 // scratch[k + montScratchUnits(k)].
 void montRadixSquared(Unit* square, const MontModulus& m, Unit* scratch);
 
-// wipeKernelFrames: zeroes what the kernels that its caller has run left on the stack: the products of few units stand there.
+// wipeKernelFrames: zeroes what the kernels that its caller has run left on the stack, such as products of few units.
 inline void wipeKernelFrames() {
     wipeStack<2048>();
 }
@@ -51,8 +51,8 @@ public:
     // reduceOctets: the same for big-endian octets[count]. Errors: ERR_MEM_ALLOC_FAIL.
     Status reduceOctets(Unit* r, const std::uint8_t* octets, std::size_t count);
 
-    // add, subtract, multiply: r := a + b, a - b, a b modulo m. r may be a or b. For multiply one of a and b may be any k
-    // units.
+    // add, subtract, multiply: r := a + b, a - b, a b modulo m. r may be a or b. For multiply one of a and b may be any number of
+    // k units.
     void add(Unit* r, const Unit* a, const Unit* b);
     void subtract(Unit* r, const Unit* a, const Unit* b);
     void multiply(Unit* r, const Unit* a, const Unit* b);
@@ -60,13 +60,13 @@ public:
     // isOne: 1 when a is 1, else 0.
     Unit isOne(const Unit* a) const;
 
-    // invert: r := a^(m - 2), which is 1/a when m is prime and a is not 0; isFound tells, publicly, whether it is.
-    // In/out:  isSecret: whether m is. r is not a.
+    // invert: r := a^(m - 2), which is 1/a when m is prime and a is not 0. r is not a.
+    // In/out:  isSecret: whether m is a secret. *isFound := whether r is 1/a, which counts as public.
     // Errors:  ERR_MEM_ALLOC_FAIL.
     Status invert(Unit* r, const Unit* a, bool isSecret, bool* isFound);
 
     // record: a new record := the residue, with all of its k units: not normalised, so that its length does not show it.
-    // publicRecord: the same, normalised, for one that may be known from here on.
+    // publicRecord: the same, normalised, for a value that is public from here on.
     // Errors:  ERR_MEM_ALLOC_FAIL.
     Status record(const Unit* a, vlong** out, vlong** queue) const;
     Status publicRecord(const Unit* a, vlong** out, vlong** queue) const;

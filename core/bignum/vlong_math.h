@@ -21,8 +21,8 @@ Status VLONG_increment(vlong* a, vlong** queue);
 Status VLONG_decrement(vlong* a, vlong** queue);
 
 // VLONG_addMagnitude, VLONG_subMagnitude: |a| := |a| + |b|, |a| := |a| - |b|, in place; a's sign flag stays.
-// In/out:  the difference is taken modulo 2^(64 * length of a) and without a word when |a| < |b|: Barrett's reduction
-//          needs it that way. Neither a nor b need be normalised for it.
+// In/out:  the difference is taken modulo 2^(64 * length of a) and is no error when |a| < |b|: Barrett's reduction
+//          needs that. Neither a nor b need be normalised for it.
 // Errors:  ERR_NULL_POINTER; growth (VLONG_addMagnitude).
 Status VLONG_addMagnitude(vlong* a, const vlong* b);
 Status VLONG_subMagnitude(vlong* a, const vlong* b);

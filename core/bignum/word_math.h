@@ -1,4 +1,4 @@
-// Arithmetic on single words, and on big integers modulo words. Words are numbers of half a unit, and none that divides is 0.
+// Arithmetic on single words, and on big integers modulo words. A word has the bits of half a unit; no divisor is 0.
 #ifndef ZELSPI_CORE_BIGNUM_WORD_MATH_H
 #define ZELSPI_CORE_BIGNUM_WORD_MATH_H
 
@@ -68,8 +68,8 @@ inline std::uint32_t quickInverse(std::uint32_t a, std::uint32_t p) {
     return static_cast<std::uint32_t>(u < 0 ? u + static_cast<std::int32_t>(p) : u);
 }
 
-// secretInverse: 1/a mod m for a < m and an odd m, in as many steps for every a; if there is none, *isFound, which is public,
-// is false. The binary form of Euclid's algorithm: f a = g and v a = h modulo m, h odd; each step takes a bit off g or h,
+// secretInverse: 1/a mod m for a < m and an odd m, in as many steps for every a. *isFound := whether there is one, which is
+// public. The binary form of Euclid's algorithm: f a = g and v a = h modulo m, h odd; each step takes a bit off g or h,
 // until g is 0 and h the divisor.
 inline Unit secretInverse(Unit a, Unit m, bool* isFound) {
     Unit g = a, h = m, f = 1, v = 0;
@@ -99,7 +99,7 @@ inline Unit wordPower(Unit base, std::uint32_t exponent, std::uint32_t m) {
     return power;
 }
 
-// wordProduct: the product of primes[first ..], of as many before primes[end] as fit; first := the one behind them.
+// wordProduct: the product of primes[first .. end), or of as many of them as fit a word; first := the index behind them.
 template <typename Primes> std::uint32_t wordProduct(const Primes& primes, std::size_t& first, std::size_t end) {
     Unit product = 1;
     for (; first < end && highHalf(product * primes[first]) == 0; ++first) {

@@ -2,11 +2,11 @@
 #ifndef ZELSPI_CORE_CPU_CPU_FEATURES_H
 #define ZELSPI_CORE_CPU_CPU_FEATURES_H
 
-// CpuVendor: who makes the processor, where kernels are faster on one's than on another's.
+// CpuVendor: the maker of the processor; which kernel is the fastest can depend on it.
 enum class CpuVendor { other, amd };
 
-// X86Features: every flag includes the registers that its instructions need: those of the wide vectors count only when the
-// operating system saves them.
+// X86Features: what kernels may use. The flags of instructions on wide vectors are set only where the operating system
+// saves those registers.
 struct X86Features {
     bool ssse3;
     bool sse41;
@@ -22,7 +22,7 @@ struct X86Features {
     bool ifma;   // with avx512
 };
 
-// ArmFeatures: the cryptographic extensions of 64-bit ARM, which each processor has or has not.
+// ArmFeatures: the cryptographic extensions of 64-bit ARM, each of which a processor can lack.
 struct ArmFeatures {
     bool aes;
     bool sha1;

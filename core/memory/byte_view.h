@@ -7,7 +7,7 @@
 
 using ByteView = std::span<const std::uint8_t>;
 
-// lengthOf: the length as the fixed signatures have it. Nothing here is longer than 32 bits.
+// lengthOf: the length as the fixed signatures take it. No view here is of 2^32 bytes or more.
 inline std::uint32_t lengthOf(ByteView bytes) {
     return static_cast<std::uint32_t>(bytes.size());
 }

@@ -9,7 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// loadBigEndian: the Word that stands in bytes[sizeof(Word)], most significant byte first. No alignment is asked.
+// loadBigEndian: the Word that stands in bytes[sizeof(Word)], most significant byte first, without alignment.
 template <typename Word> Word loadBigEndian(const std::uint8_t* bytes) {
     Word word = 0;
     for (std::size_t i = 0; i < sizeof(Word); ++i) {

@@ -4,8 +4,8 @@
 // rounds give a block of 40 bytes.
 //
 // XKEY (xkey.h), the block, the bit position and the bit count are touched by several threads without a lock, on purpose:
-// threads stir the state while others draw from it, and what gets lost in such a race is of no matter. So they are
-// accessed as relaxed atomics as soon as several threads know the context.
+// threads stir the state while others draw from it, and what such a race loses does not matter. So they are accessed as
+// relaxed atomics as soon as several threads know the context.
 // blockRemaining and the XSEED belong to whoever holds the mutex.
 #ifndef ZELSPI_CORE_RANDOM_FIPS186_H
 #define ZELSPI_CORE_RANDOM_FIPS186_H

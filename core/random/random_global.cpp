@@ -73,7 +73,7 @@ Status makeShared(bool& isNew) {
         return OK;
     }
     RandomContext* context = nullptr;
-    // The mode goes along as an argument: the process's own is read by private acquisitions at the same time.
+    // The mode is an argument: private acquisitions read the process's own at the same time.
     RETURN_IF_ERROR(acquireContextInMode(&context, kSeedWithoutThreads));
     sharedContext.store(context);
     return OK;

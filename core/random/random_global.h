@@ -9,8 +9,8 @@
 
 // randomInitGlobal, randomFreeGlobal: count the users of the shared context. The first acquires it, as does one that finds
 // it released under the others; the last releases it.
-// Errors:  of randomAcquireGlobalContext and randomReleaseGlobalContext, the user does not count or still counts then;
-//          ERR_RAND_CTX_NOT_INITIALIZED more frees than inits, or the last user finds no context and counts no more.
+// Errors:  those of randomAcquireGlobalContext and randomReleaseGlobalContext, the count is then unchanged;
+//          ERR_RAND_CTX_NOT_INITIALIZED more frees than inits, or the last user finds no context: it is no longer counted.
 Status randomInitGlobal();
 Status randomFreeGlobal();
 

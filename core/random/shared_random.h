@@ -13,9 +13,8 @@ Status sharedRandom(RandomContext** context);
 // isSharedRandomReady: whether the context has been made, so that nobody waits for it any more.
 bool isSharedRandomReady();
 
-// drawShared: randomGenerateCallback, but one that waits for as long as other threads keep the context busy: a
-// program that merely waits is told nothing. The context lives as long as the process, so that there is always somebody who
-// gives it back.
+// drawShared: randomGenerateCallback without the limit of five seconds: while other threads keep the context busy it
+// waits, which is no failure. The context lives as long as the process, so the wait ends when those threads are done.
 // Errors:  ERR_NULL_POINTER context null.
 Status drawShared(void* context, std::uint32_t length, std::uint8_t* buffer);
 

@@ -7,8 +7,8 @@
 
 #include <immintrin.h>
 
-// AesNiKeys: the schedule of a context in the order of the bytes, which in its words stand highest first. Kernels use
-// the keys from here, in memory that is wiped, or from registers that they clear, and leave no other copy.
+// AesNiKeys: the schedule of a context as byte strings; in its words the first byte is the highest. Kernels use the keys
+// from here, in memory that is wiped, or from registers that they clear, and leave no other copy.
 class AesNiKeys {
 public:
     ZEL_TARGET_AES AesNiKeys(const std::uint32_t* roundKeys, std::int32_t rounds) : rounds_(rounds) {
@@ -24,7 +24,7 @@ public:
         return _mm_shuffle_epi8(words, _mm_set_epi64x(0x0C0D0E0F08090A0B, 0x0405060700010203));
     }
 
-    // The key of round `index`; beyond the last one there is none to be had.
+    // The key of round `index`, which is at most the number of rounds.
     const __m128i& operator[](std::size_t index) const {
         return keys_[index].bytes;
     }

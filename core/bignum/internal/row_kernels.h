@@ -1,9 +1,9 @@
 // The kernels that are made of rows, r += a w and r -= a w, for processors with a wide multiply.
 //
-// Rows is the processor's way to do a row. core/bignum/internal/row_products.h has what is made of it and says what Rows gives; the
-// file that defines Rows instantiates all of it.
+// Rows is the processor's way to do a row. row_products.h says what it gives, and makes the other kernels of it; the file
+// that defines Rows instantiates them.
 //
-// Secrets: time depends on unit counts only, as far as that of the rows does, but for div128by64.
+// Secrets: time depends on unit counts only, if that of the rows does; that of div128by64 depends on the values.
 #ifndef ZELSPI_CORE_BIGNUM_INTERNAL_ROW_KERNELS_H
 #define ZELSPI_CORE_BIGNUM_INTERNAL_ROW_KERNELS_H
 

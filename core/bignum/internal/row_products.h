@@ -3,7 +3,7 @@
 //   addRow, subRow    r[n] += a[n] * w, r[n] -= a[n] * w; return the unit that leaves the top
 //   addUnit, subUnit  one unit of a sum or difference and its carry or borrow, 0 or 1
 //   div128by64        as in BignumKernels
-//   kBlock            how many units a row takes at a time: rows below that are slower by the unit
+//   kBlock            how many units a row takes at a time; a shorter row takes longer for each unit
 //
 // They are functions or pointers to functions that are known when this is compiled.
 #ifndef ZELSPI_CORE_BIGNUM_INTERNAL_ROW_PRODUCTS_H
@@ -141,7 +141,7 @@ template <typename Rows> void montReduce(Unit* r, Unit* t, const MontModulus& m)
     select(r, maskOf(carry < borrow ? 1 : 0), t + k, t, k);
 }
 
-// montMultiplyFew: montMultiply for a fixed number of units, so few that they stay in registers: as q of a DSA key has.
+// montMultiplyFew: montMultiply for a fixed number of units, so few that they stay in registers, as those of DSA's q.
 template <typename Rows, std::uint32_t k>
 void montMultiplyFew(Unit* r, const Unit* a, const Unit* b, const MontModulus& m) {
     Unit sum[k + 1] = {}, difference[k];

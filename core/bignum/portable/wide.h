@@ -46,8 +46,8 @@ private:
     }
 };
 
-// ColumnTotal: what a column adds up to with what the columns below carry into it, as digits of 32 bits that have room
-// for the carries of 2^28 products. Without a single comparison: gcc would turn some of them into branches.
+// ColumnTotal: the sum of a column and of the carries from the columns below, as digits of 32 bits that have room for the
+// carries of 2^28 products. Without a single comparison: gcc would turn some of them into branches.
 class ColumnTotal {
 public:
     // Adds a sum, shifted left by `doubling` (0 or 1).

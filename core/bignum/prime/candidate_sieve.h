@@ -1,7 +1,7 @@
 // Small factors of one number or of a progression of candidates.
 //
-// A search that skips or quickly settles numbers with such a factor does the same as one that tests every number:
-// primeTestSieved tells how.
+// A search that skips or quickly settles numbers with such a factor does the same as one that tests every number: see
+// primeTestSieved.
 #ifndef ZELSPI_CORE_BIGNUM_PRIME_CANDIDATE_SIEVE_H
 #define ZELSPI_CORE_BIGNUM_PRIME_CANDIDATE_SIEVE_H
 

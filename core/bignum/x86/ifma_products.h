@@ -99,7 +99,8 @@ public:
         : memory_(number), registers_{(isInMemory ? _mm512_setzero_si512() : load(number + r * kLanes))...} {
     }
 
-    // addLow, addHigh: adds the low or high 52 bits of register r times b. In this order: what others wait for first.
+    // addLow, addHigh: adds the low or high 52 bits of register r times b. The order of the calls stays (volatile): first what
+    // other instructions wait for.
     template <std::uint32_t r> ZEL_IFMA_INLINE void addLow(Vector& sum, Vector b) const {
         if constexpr (isInMemory) {
             __asm__ volatile(ZEL_FROM_MEMORY("vpmadd52luq"));

@@ -22,8 +22,8 @@ template <typename S, std::uint32_t... r> ZEL_IFMA_INLINE void selectEntry(Unit*
                                                                            std::integer_sequence<std::uint32_t, r...>) {
     Vector entry[S::V] = {((void)r, _mm512_setzero_si512())...};
     for (std::uint32_t j = 0; j < entries; ++j, table += S::kNumberUnits) {
-        const __mmask8 isMeant = _mm512_cmpeq_epi64_mask(index, _mm512_set1_epi64(j));
-        ((entry[r] = _mm512_mask_mov_epi64(entry[r], isMeant, load(table + r * kLanes))), ...);
+        const __mmask8 isEntry = _mm512_cmpeq_epi64_mask(index, _mm512_set1_epi64(j));
+        ((entry[r] = _mm512_mask_mov_epi64(entry[r], isEntry, load(table + r * kLanes))), ...);
     }
     (_mm512_store_si512(result + r * kLanes, entry[r]), ...);
 }

@@ -2,8 +2,8 @@
 #ifndef ZELSPI_CORE_CPU_ARM_CLEAR_REGISTERS_H
 #define ZELSPI_CORE_CPU_ARM_CLEAR_REGISTERS_H
 
-// clearVectorRegisters: zeroes all vector registers that a function may leave changed. A kernel that uses V8 to V15 loads their
-// lower halves again before it returns, which zeroes the upper ones.
+// clearVectorRegisters: zeroes all vector registers that a function may leave changed. A kernel that uses V8 to V15 loads
+// their lower halves again before it returns, which zeroes the upper ones.
 inline void clearVectorRegisters() {
     __asm__ volatile("movi v0.2d, #0\n\tmovi v1.2d, #0\n\tmovi v2.2d, #0\n\tmovi v3.2d, #0\n\t"
                      "movi v4.2d, #0\n\tmovi v5.2d, #0\n\tmovi v6.2d, #0\n\tmovi v7.2d, #0\n\t"

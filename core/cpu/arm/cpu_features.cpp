@@ -5,13 +5,13 @@
 namespace {
 
 ArmFeatures detect() {
-    const unsigned long told =
-        getauxval(AT_HWCAP); // by the operating system's kernel: the processor itself cannot be asked
+    // The operating system's kernel knows them: the processor itself cannot be asked.
+    const unsigned long capabilities = getauxval(AT_HWCAP);
     return {
-        .aes = (told & HWCAP_AES) != 0,
-        .sha1 = (told & HWCAP_SHA1) != 0,
-        .sha256 = (told & HWCAP_SHA2) != 0,
-        .sha512 = (told & HWCAP_SHA512) != 0,
+        .aes = (capabilities & HWCAP_AES) != 0,
+        .sha1 = (capabilities & HWCAP_SHA1) != 0,
+        .sha256 = (capabilities & HWCAP_SHA2) != 0,
+        .sha512 = (capabilities & HWCAP_SHA512) != 0,
     };
 }
 

@@ -9,7 +9,7 @@
 static_assert(std::endian::native == std::endian::little, "the kernels take the lowest byte of a word for its first");
 
 #if defined(__clang__) && __clang_major__ < 16
-// Here the header offers the intrinsics only if all of a file may use the instructions, and is told that it may.
+// With this compiler arm_neon.h offers the intrinsics only where these macros say that a whole file may use them.
 #define __ARM_FEATURE_AES 1
 #define __ARM_FEATURE_SHA2 1
 #define __ARM_FEATURE_SHA512 1

@@ -4,7 +4,7 @@
 
 #include "core/cpu/x86/target.h"
 
-// The registers that the functions below clear, as the compiler wants to be told.
+// The registers that the functions below clear, in the form in which the compiler asks for them.
 #define ZEL_SSE_REGISTERS                                                                                              \
     "xmm0", "xmm1", "xmm2", "xmm3", "xmm4", "xmm5", "xmm6", "xmm7", "xmm8", "xmm9", "xmm10", "xmm11", "xmm12",         \
         "xmm13", "xmm14", "xmm15"

@@ -1,6 +1,6 @@
 // Xkey: the key XKEY of the generator, an integer of 20 to 64 bytes.
 //
-// Threads stir it while others draw from it, without a lock and on purpose; what gets lost in such a race is of no matter.
+// Threads stir it while others draw from it, without a lock, on purpose; what such a race loses does not matter.
 // So every access is a relaxed atomic one, to a 64-bit word. Nothing outside this class knows of words or atomics.
 #ifndef ZELSPI_CORE_RANDOM_INTERNAL_XKEY_H
 #define ZELSPI_CORE_RANDOM_INTERNAL_XKEY_H
@@ -59,7 +59,7 @@ private:
     }
     void addToWord(std::size_t word, std::uint64_t addend, std::uint64_t& carry);
 
-    mutable std::uint64_t words_[kWords]; // the block of asBlock; mutable because an atomic_ref wants it to be
+    mutable std::uint64_t words_[kWords]; // the block of asBlock; mutable, because atomic_ref takes no const word
     std::uint8_t keyBytes_;
 };
 
@@ -78,8 +78,8 @@ inline void Xkey::addToWord(std::size_t word, std::uint64_t addend, std::uint64_
     std::atomic_ref(words_[word]).store(total, std::memory_order_relaxed);
 }
 
-// The next round waits for this. A carry goes beyond word 2 once in some 2^33 rounds; the branch on it tells nothing else, and
-// lets the processor begin the next round, which starts with the upper words, before this one has ended.
+// The next round waits for this. A carry goes beyond word 2 once in some 2^33 rounds; the branch on it shows nothing else,
+// and lets the processor begin the next round, which starts with the upper words, before this one has ended.
 inline void Xkey::addOnePlus(const std::uint64_t* x) {
     std::uint64_t carry = 1;
     if (keyBytes_ == kMaxKeyBytes) {
