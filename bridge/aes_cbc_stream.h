@@ -25,7 +25,7 @@ public:
     //          same, and the stream is without context.
     Status init(std::int32_t mode, const std::uint8_t* iv, const std::uint8_t* key);
 
-    // hasContext: whether the last init succeeded. The operations below ask for it.
+    // hasContext: whether the last init succeeded. The operations below need that.
     bool hasContext() const {
         return context_ != nullptr;
     }

@@ -1,8 +1,8 @@
 #include "bridge/key_pair_steps.h"
 
 #include "bridge/java_arrays.h"
-#include "bridge/shared_random.h"
 #include "core/pubkey/key/scoped_key.h"
+#include "core/random/shared_random.h"
 
 jbyteArray newKeyPair(JNIEnv* env, jint keySize, const KeyPairSteps& steps) {
     RandomContext* const context = ZelObject::getRandomContext(env);

@@ -1,11 +1,11 @@
 // The native methods of the Java class NativeInfo, and the VM's hook, which registers them and those for short messages.
 
 #include "bridge/native_methods.h"
-#include "bridge/shared_random.h"
 #include "bridge/short_calls.h"
 #include "core/aes/aes_kernels.h"
 #include "core/bignum/kernels.h"
 #include "core/hash/sha_kernels.h"
+#include "core/random/shared_random.h"
 
 #include <cstdio>
 

@@ -87,7 +87,7 @@ template <typename Hash> int ShaDigestEngine<Hash>::nativeDigest(std::uint8_t* o
         RETURN_IF_ERROR(nativeReset());
     }
     RETURN_IF_ERROR(Hash::finish(context_, output));
-    (void)nativeReset(); // the digest is good all the same; a missing context is made up for by the next call
+    (void)nativeReset(); // the digest is good even if this fails: the next call makes the missing context
     return Hash::kDigestBytes;
 }
 

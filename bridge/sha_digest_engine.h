@@ -7,7 +7,7 @@
 #include "bridge/zel_sha_message_digest.h"
 
 // copyOf: a new engine of the same class with an equal running hash, if there is one. Errors: null: no memory.
-// No member of the class, because those are exported.
+// Not a member of the class, because its members are exported.
 ZelShaMessageDigest* copyOf(const ZelShaMessageDigest& engine);
 
 template <typename Hash> class ZEL_EXPORT ShaDigestEngine : public ZelShaMessageDigest {

@@ -1,5 +1,5 @@
-// The work itself is plain functions, which the registered methods call, and a Java that can call C itself. The methods check
-// every argument; such a Java has done so before, because C cannot.
+// The work itself is plain functions. The registered methods call them, and so does Java itself where it has foreign function
+// calls. The methods check every argument; for foreign calls the Java side has done that.
 #include "bridge/short_calls.h"
 
 #include "bridge/engine_call.h"
@@ -54,7 +54,7 @@ jint give(JNIEnv* env, const std::uint8_t* bytes, jbyteArray output, jint offset
     return length;
 }
 
-// The methods of ShortCalls. Each gives the count of bytes that it has written; with an exception pending it says nothing.
+// The methods of ShortCalls. Each returns how many bytes it has written, which means nothing with an exception pending.
 
 jint digest0(JNIEnv* env, jclass, jint digestBytes, jbyteArray input, jint length, jbyteArray output, jint offset) {
     SecretArray<std::uint8_t, Sha256DigestHash::kDigestBytes> digest;
@@ -107,7 +107,7 @@ void nextBytes0(JNIEnv* env, jclass, jbyteArray bytes) {
     ZelSecureRandom::instance()->nextBytes(env, nullptr, bytes);
 }
 
-// Where the functions above stand, for a Java that calls C itself; 0 for a number that stands for none.
+// The address of one of the plain functions, for foreign function calls; 0 for a number that stands for none.
 jlong address0(JNIEnv*, jclass, jint function) {
     switch (function) {
     case 0:
@@ -119,7 +119,7 @@ jlong address0(JNIEnv*, jclass, jint function) {
     }
 }
 
-// The method of ZelMessageDigestSpi. An engine that self has already stays; without one of the other's nothing happens.
+// The method of ZelMessageDigestSpi. An engine that self has already stays; if `from` has none, nothing happens.
 void copyEngine0(JNIEnv* env, jobject self, jobject from) {
     if (from == nullptr) {
         ZelObject::throwStaticException(env, kNullPointerException, "digest is null", OK);

@@ -6,9 +6,9 @@
 // padding is judged by its last byte alone.
 //
 // update and doFinal raise, in this order: ProviderException "error creating aes context" without a successful init,
-// NullPointerException for a null array, ArrayIndexOutOfBoundsException for an input slice outside its array, what is named
-// with them, but "invalid padding", ArrayIndexOutOfBoundsException for a negative output offset, OutOfMemoryError or
-// "invalid padding". The engine is then unchanged. Arrays may be one and the same.
+// NullPointerException for a null array, ArrayIndexOutOfBoundsException for an input slice outside its array, what each
+// lists but "invalid padding", ArrayIndexOutOfBoundsException for a negative output offset, OutOfMemoryError or "invalid
+// padding". The engine is then unchanged. Input and output may be the same array.
 #ifndef ZELSPI_BRIDGE_ZEL_AES256_CIPHER_H
 #define ZELSPI_BRIDGE_ZEL_AES256_CIPHER_H
 

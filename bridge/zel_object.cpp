@@ -28,7 +28,7 @@ void ZelObject::setContext(JNIEnv* env, jobject object, void* engine) {
 
 void* ZelObject::operator new(std::size_t byteCount) noexcept {
     void* block = nullptr;
-    (void)memAlloc(byteCount, &block); // null says it all
+    (void)memAlloc(byteCount, &block); // null is the failure
     return block;
 }
 

@@ -1,6 +1,6 @@
 #include "bridge/java_exceptions.h"
-#include "bridge/shared_random.h"
 #include "bridge/zel_object.h"
+#include "core/random/shared_random.h"
 
 RandomContext* ZelObject::getRandomContext(JNIEnv* env) {
     RandomContext* context = nullptr;

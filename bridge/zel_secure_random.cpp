@@ -2,8 +2,8 @@
 
 #include "bridge/java_arrays.h"
 #include "bridge/pieces.h"
-#include "bridge/shared_random.h"
 #include "core/memory/secret.h"
+#include "core/random/shared_random.h"
 
 #include <algorithm>
 #include <new>

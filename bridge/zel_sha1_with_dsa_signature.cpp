@@ -1,7 +1,6 @@
 #include "bridge/zel_sha1_with_dsa_signature.h"
 
 #include "bridge/java_arrays.h"
-#include "bridge/shared_random.h"
 #include "bridge/zel_sha1_message_digest.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_convert.h"
@@ -11,6 +10,7 @@
 #include "core/pubkey/key/key_der.h"
 #include "core/pubkey/key/key_encoding.h"
 #include "core/pubkey/key/scoped_key.h"
+#include "core/random/shared_random.h"
 
 #include <algorithm>
 
@@ -57,7 +57,7 @@ void ZelSha1WithDsaSignature::initSign(JNIEnv* env, jobject object, jbyteArray p
     if (!reset(env, object) || !requireArray(env, privateKey) || !copyOfArray(env, privateKey, &copy)) {
         return;
     }
-    // Also when the key cannot be read: sign then fails for want of a key, not of an initialisation. On purpose.
+    // Also when the key cannot be read: sign then fails because the key is missing, not the initialisation. On purpose.
     state_.setMode(SignatureState::kSigning);
     (void)requireOk(env, kProviderException, "unable to read dsa private key", readPrivateKey(copy, state_.key()));
 }

@@ -4,7 +4,7 @@
 // JNI environment leave a Java exception pending on failure, "java/security/ProviderException" where no other is named;
 // those named native... return a status instead. Those that take a Java array also raise what java_arrays.h says of
 // null and of slices outside the array, and "java/lang/OutOfMemoryError" when the VM cannot make or open an array.
-// Every operation but update (one byte) makes up for a missing first reset by itself.
+// Every operation but update (one byte) does a missing first reset itself.
 #ifndef ZELSPI_BRIDGE_ZEL_SHA_MESSAGE_DIGEST_H
 #define ZELSPI_BRIDGE_ZEL_SHA_MESSAGE_DIGEST_H
 
@@ -26,7 +26,7 @@ public:
     // update: appends input[offset .. offset + length). Raises "unable to update digest".
     virtual void update(JNIEnv* env, jobject object, jbyteArray input, jint offset, jint length) = 0;
 
-    // update: appends one byte. Raises "unable to update digest"; without a first reset that is what happens.
+    // update: appends one byte. Raises "unable to update digest", always where the first reset is missing.
     virtual void update(JNIEnv* env, jobject object, jbyte input) = 0;
 
     // nativeUpdate: appends length bytes from input + offset.

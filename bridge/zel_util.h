@@ -13,7 +13,7 @@ public:
     // checkFileSignature: whether the file filePath + ".sig" is a signature of the file filePath with SHA256withRSA
     // (RSASSA-PKCS1-v1_5). Returns 0 if it is. The file is read in pieces: memory does not grow with it.
     // Shapes:  key[keyLength]: the public key, an RSAPublicKey of PKCS#1 in DER. filePath is a narrow string that ends
-    //          with NUL; pathLength is tested and otherwise of no meaning. The signature file holds the bare signature,
+    //          with NUL; pathLength is checked, and otherwise not used. The signature file holds the bare signature,
     //          as many bytes as the modulus.
     // In/out:  prints its progress to standard output when debug output is enabled. Moduli of up to 3888 bits fit the
     //          limit of the key (with the exponent 65537): a 4096-bit key is refused.

@@ -7,7 +7,7 @@
 //           output, after it the size of the result. With a null output nothing is done but that *length is set to a room
 //           that is always enough. Too little room is ZEL_ERR_BUFFER_OVERFLOW, with the room that is needed in *length.
 // Handles.  A ...New, ...Copy, ...Read or ...Generate function makes one, the ...Free function of its kind wipes and frees
-//           it. A pointer to a handle of another kind is ZEL_ERR_INVALID_ARG; of a handle that was freed nothing is known.
+//           it. A pointer to a handle of another kind is ZEL_ERR_INVALID_ARG; the use of a freed handle is undefined.
 // Overlap.  Inputs may overlap each other. An output must not overlap an input or another output unless its function says so.
 // Threads.  Every function may be called from any thread. A ZelDigest or ZelAes is for one thread at a time. A ZelKey never
 //           changes: threads may share it, as long as it is freed after its last use.
@@ -137,7 +137,7 @@ ZEL_EXPORT ZelStatus zelAesUpdate(ZelAes* aes, const void* input, size_t length,
 // Errors:  ZEL_ERR_AES_BAD_CIPHER_MODE; ZEL_ERR_AES_BAD_LENGTH; ZEL_ERR_BUFFER_OVERFLOW; ZEL_ERR_INVALID_ARG the two
 //          overlap in part; ZEL_ERR_MISSING_STATE_CHANGE; ZEL_ERR_AES_BAD_PAD_LENGTH. Nothing is written then, and the handle
 //          stays where it was.
-// Secrets: all of the padding is looked at, in constant time, but whether it is good is told: to strangers never tell it.
+// Secrets: all of the padding is looked at, in constant time, but the status says whether it is good: hide it from strangers.
 // Source:  RFC 8018 section 6.1.1.
 ZEL_EXPORT ZelStatus zelAesFinish(ZelAes* aes, const void* input, size_t inputLength, void* output, size_t* length);
 
@@ -160,8 +160,8 @@ ZEL_EXPORT ZelStatus zelAesCbcDecrypt(const void* key, size_t keyLength, const v
 // zelRandomIsReady: 1 when nobody would have to wait for the context, else 0. Starts nothing.
 ZEL_EXPORT int zelRandomIsReady(void);
 
-// zelRandomWait: returns when the context is ready; makes it if nobody has begun to. A program that has better to do calls
-// it in a thread of its own.
+// zelRandomWait: returns when the context is ready; makes it if nobody has begun to. A program that must not wait
+// calls it in a thread of its own.
 // Errors:  ZEL_ERR_RTOS; ZEL_ERR_RTOS_MUTEX_CREATE; ZEL_ERR_RTOS_MUTEX_WAIT; ZEL_ERR_RTOS_THREAD_CREATE;
 //          ZEL_ERR_NULL_POINTER no memory. The next call tries again.
 ZEL_EXPORT ZelStatus zelRandomWait(void);
@@ -204,7 +204,7 @@ ZEL_EXPORT ZelStatus zelKeyReadPublic(const void* bytes, size_t length, ZelKey**
 // zelKeyGenerateRsa: *key := a new private key of `bits` bits, 1024 to 16384 in steps of 128, with e = 65537.
 // zelKeyGenerateDsa: *key := a new private key with fresh parameters; (pBits, qBits) is (1024, 160), (2048, 224), (2048, 256)
 // or (3072, 256).
-// In/out:  waits for random bytes. Takes from a hundredth of a second to minutes, as the size is.
+// In/out:  waits for random bytes. Takes from a hundredth of a second to minutes, depending on the size.
 // Errors:  ZEL_ERR_BAD_LENGTH another RSA size; ZEL_ERR_DSA_INVALID_KEYLENGTH another DSA size; as zelRandomWait.
 // Source:  FIPS 186-4 B.3.6; FIPS 186-3 A.1.1.2.
 ZEL_EXPORT ZelStatus zelKeyGenerateRsa(size_t bits, ZelKey** key);
@@ -237,8 +237,8 @@ ZEL_EXPORT ZelStatus zelKeyFree(ZelKey* key);
 //          zelKeySignatureSize(key); *length is less by some bytes for most signatures of DSA.
 // Errors:  ZEL_ERR_INVALID_ARG an unknown hash; ZEL_ERR_BAD_LENGTH; ZEL_ERR_BAD_KEY_TYPE a public key;
 //          ZEL_ERR_RSA_KEY_LENGTH_TOO_SMALL a modulus that does not hold the digest; ZEL_ERR_BUFFER_OVERFLOW;
-//          ZEL_ERR_BAD_SIGNATURE the signature did not stand its own check, for a fault of the machine or values of a key that
-//          do not belong together; of DSA as zelRandomWait, and other codes for values that no DSA key has.
+//          ZEL_ERR_BAD_SIGNATURE the signature failed its own check, because of a fault of the machine or of values of a key
+//          that do not belong together; of DSA as zelRandomWait, and other codes for values that no DSA key has.
 // Secrets: time shows the lengths of the key's numbers, not their values.
 ZEL_EXPORT ZelStatus zelSign(const ZelKey* key, ZelHash hash, const void* message, size_t messageLength,
                              void* signature, size_t* length);
@@ -248,7 +248,7 @@ ZEL_EXPORT ZelStatus zelSignDigest(const ZelKey* key, ZelHash hash, const void* 
 // zelVerify: ZEL_OK when signature[length] is a signature of message[messageLength]. zelVerifyDigest: the same of a digest.
 // In/out:  a private key will do. All of the encoded message is compared, and DER must be the one right encoding.
 // Errors:  ZEL_ERR_BAD_SIGNATURE it is not, in whatever way; ZEL_ERR_INVALID_ARG; ZEL_ERR_BAD_LENGTH;
-//          ZEL_ERR_RSA_KEY_LENGTH_TOO_SMALL; other codes: it could not be found out.
+//          ZEL_ERR_RSA_KEY_LENGTH_TOO_SMALL; other codes: the check could not be made.
 ZEL_EXPORT ZelStatus zelVerify(const ZelKey* key, ZelHash hash, const void* message, size_t messageLength,
                                const void* signature, size_t length);
 ZEL_EXPORT ZelStatus zelVerifyDigest(const ZelKey* key, ZelHash hash, const void* digest, size_t digestLength,

@@ -1,4 +1,4 @@
-// Threads that end by themselves: started here, never joined; whoever starts them meets them through flags.
+// Threads that end by themselves: started here, never joined; their starter learns from flags when they are done.
 #ifndef ZELSPI_PLATFORM_RTOS_THREAD_H
 #define ZELSPI_PLATFORM_RTOS_THREAD_H
 

@@ -1,3 +1,4 @@
+// The state of a StaticLock on POSIX systems.
 #ifndef ZELSPI_PLATFORM_POSIX_STATIC_LOCK_STATE_H
 #define ZELSPI_PLATFORM_POSIX_STATIC_LOCK_STATE_H
 
