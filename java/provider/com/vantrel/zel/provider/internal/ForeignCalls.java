@@ -9,7 +9,7 @@ import java.lang.reflect.Method;
 /**
  * C functions of the native library, called from Java 22 on by critical calls of the foreign-function interface, which take
  * arrays without copying. That interface is used by reflection, because older versions of Java have none; handles in constants are
- * compiled into their callers all the same.
+ * still compiled into their callers.
  */
 final class ForeignCalls {
     private static final int REPETITIONS = 20_000;
@@ -70,7 +70,7 @@ final class ForeignCalls {
         throw e instanceof Error ? (Error) e : new AssertionError(e);
     }
 
-    /** Whether native access is enabled for this module, so that nothing is printed or refused that loading has not been. */
+    /** Whether native access is enabled for this module: else the calls would be refused, or Java would print warnings. */
     private static boolean isAllowed() throws ReflectiveOperationException {
         try {
             return (boolean) Module.class.getMethod("isNativeAccessEnabled").invoke(ForeignCalls.class.getModule());
@@ -107,7 +107,7 @@ final class ForeignCalls {
         return handle;
     }
 
-    /** By the loader of the platform's own classes: another one's lock could be held for long. */
+    /** By the loader of the platform's own classes: another loader's lock could be held for long. */
     private static Class<?> foreign(String name) throws ClassNotFoundException {
         return Class.forName("java.lang.foreign." + name, true, null);
     }

@@ -64,7 +64,7 @@ public final class NativeLibrary {
         loaded = true;
     }
 
-    /** Loads the library; returns null, or why the jar's own is to be taken. */
+    /** Loads the library; returns null, or why the one in the jar must be used. */
     private static String loadInstalled(Path file) {
         String refusal = otherVersion(file);
         if (refusal == null) {
@@ -140,7 +140,7 @@ public final class NativeLibrary {
         }
     }
 
-    /** Past the JDK's cache of open jars: one that another class loader shares and closes would end our reading. */
+    /** Without the JDK's cache of open jars: a jar in it that another class loader closes could not be read to its end. */
     private static InputStream open(URL url) throws IOException {
         URLConnection connection = url.openConnection();
         connection.setUseCaches(false);

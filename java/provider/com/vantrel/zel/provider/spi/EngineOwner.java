@@ -9,8 +9,8 @@ import java.util.function.LongConsumer;
  * <p>The native side writes the engine's address into the object's field {@code context0}. The owner notes it after every
  * call that may have made an engine; the cleaning action knows only that address, never the object.
  *
- * <p>The library looks for the field, and exports its methods, by the name of each final class: these stand there, next to what is
- * the algorithm's own; all the rest is in the base classes.
+ * <p>The library looks for the field, and exports its methods, by the name of each final class: so each of
+ * these declares them, next to the constants of its algorithm; all the rest is in the base classes.
  */
 final class EngineOwner {
     /** Made when it is first needed; where no thread can be had for it, the next object tries again. */

@@ -24,7 +24,7 @@ final class KeyEncodings {
      *
      * @param type what the key must be an instance of
      * @param format its format, X.509 or PKCS#8
-     * @param check is given a copy of the encoding, to change as it likes; if it returns another array, the copy is zeroed
+     * @param check is given a copy of the encoding, which it may change; if it returns another array, the copy is zeroed
      */
     static byte[] checked(Key key, Class<? extends Key> type, String format, Check check) throws InvalidKeyException {
         if (key == null) {

@@ -44,22 +44,22 @@ final class Magnitude {
 
     /** Whether it is p q. */
     boolean isProduct(Magnitude p, Magnitude q) {
-        int[] left = p.digits();
-        int[] right = q.digits();
+        int[] pDigits = p.digits();
+        int[] qDigits = q.digits();
         int[] product = digits();
-        int count = left.length + right.length;
+        int count = pDigits.length + qDigits.length;
         boolean isEqual = product.length <= count;
         long sum = 0; // of a column of the product, with the carry: below 2^63 for fewer than 2^15 digits
         for (int column = 0; isEqual && column < count; ++column) {
-            int last = Math.min(column, left.length - 1);
-            for (int i = Math.max(column - right.length + 1, 0); i <= last; ++i) {
-                sum += (long) left[i] * right[column - i];
+            int last = Math.min(column, pDigits.length - 1);
+            for (int i = Math.max(column - qDigits.length + 1, 0); i <= last; ++i) {
+                sum += (long) pDigits[i] * qDigits[column - i];
             }
             isEqual = (sum & 0xFFFFFF) == (column < product.length ? product[column] : 0);
             sum >>>= 24;
         }
-        Arrays.fill(left, 0);
-        Arrays.fill(right, 0);
+        Arrays.fill(pDigits, 0);
+        Arrays.fill(qDigits, 0);
         return isEqual;
     }
 

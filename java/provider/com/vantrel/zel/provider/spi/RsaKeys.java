@@ -62,7 +62,7 @@ final class RsaKeys {
             values.magnitude(); // d, which the engine computes from the others
             Magnitude p = values.magnitude();
             Magnitude q = values.magnitude();
-            if (e.bitLength() == 0 || p.bitLength() == 0 || q.bitLength() == 0) { // so are keys of n and d alone encoded
+            if (e.bitLength() == 0 || p.bitLength() == 0 || q.bitLength() == 0) { // the encoding of a key of n and d alone
                 throw new InvalidKeyException("the RSA key lacks the values of the Chinese remainder theorem");
             }
             checkExponent(encoded, exponentAt, e);
