@@ -147,16 +147,17 @@ Status AesCbcStream::plaintextSize(const std::uint8_t* input, std::uint32_t leng
 Status AesCbcStream::decryptFinal(const std::uint8_t* input, std::uint32_t length, std::uint8_t* output,
                                   std::uint64_t* size) {
     RETURN_IF_ERROR(plaintextSize(input, length, size));
-    // What is needed of the input behind the whole blocks is read before they are written: they may be the same bytes.
     const std::uint64_t lastAt = messageSize(length) - kAesBlockBytes;
     const std::uint64_t whole = *size / kAesBlockBytes * kAesBlockBytes;
-    std::uint8_t lastCiphertext[kAesBlockBytes];
+    // The block in which the plaintext ends; of length 0 where it ends between two blocks.
+    const std::uint32_t endingBytes = whole < *size ? kAesBlockBytes : 0;
     SecretArray<std::uint8_t, kAesBlockBytes> ending;
+    std::uint8_t lastCiphertext[kAesBlockBytes];
+    // Both are read before the whole blocks are written: they may be the same bytes.
+    copyMessage(input, whole, endingBytes, ending.data());
     copyMessage(input, lastAt, kAesBlockBytes, lastCiphertext);
-    if (whole <= lastAt) { // else the message ends with its last whole block
-        RETURN_IF_ERROR(decryptBlockAt(input, whole, ending.data()));
-    }
     RETURN_IF_ERROR(transform(input, output, whole));
+    RETURN_IF_ERROR(aesDoBlocks(context_, ending.data(), endingBytes, 0, chaining_.data()));
     copy(output + whole, ending.data(), *size - whole);
     copy(chaining_.data(), lastCiphertext, kAesBlockBytes);
     return OK;
