@@ -1,5 +1,6 @@
+#include "core/random/big_endian_add.h"
+
 #include "core/memory/endian.h"
-#include "core/random/fips186.h"
 
 namespace {
 

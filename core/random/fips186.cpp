@@ -1,9 +1,10 @@
-#include "core/random/fips186.h"
+#include "core/random/internal/fips186.h"
 
 #include "core/hash/sha1.h"
 #include "core/hash/sha_kernels.h"
 #include "core/memory/endian.h"
 #include "core/memory/secret.h"
+#include "core/random/big_endian_add.h"
 
 #include <algorithm>
 #include <atomic>

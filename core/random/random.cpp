@@ -1,9 +1,9 @@
 #include "core/random/random.h"
 
 #include "core/memory/secret.h"
-#include "core/random/fips186.h"
 #include "core/random/internal/acquire.h"
 #include "core/random/internal/entropy_threads.h"
+#include "core/random/internal/fips186.h"
 #include "core/random/internal/seed_pool.h"
 
 #include <atomic>

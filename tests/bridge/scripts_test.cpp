@@ -1,7 +1,7 @@
 // Every script: as it stands, and with each allocation, lock and call of the VM refused in turn.
 #include "bridge/pieces.h"
 #include "bridge/zel_secure_random.h"
-#include "core/random/fips186.h"
+#include "core/random/internal/fips186.h"
 #include "core/random/random.h"
 #include "tests/bridge/native_calls.h"
 #include "tests/bridge/script.h"

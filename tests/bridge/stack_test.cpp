@@ -7,7 +7,7 @@
 #include "core/pubkey/key/key_der.h"
 #include "core/pubkey/key/scoped_key.h"
 #include "core/pubkey/rsa/rsa.h"
-#include "core/random/fips186.h"
+#include "core/random/internal/fips186.h"
 #include "core/random/random.h"
 #include "tests/bridge/script.h"
 #include "tests/support/faults.h"

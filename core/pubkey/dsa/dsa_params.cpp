@@ -9,7 +9,7 @@
 #include "core/hash/sha512.h"
 #include "core/memory/endian.h"
 #include "core/memory/secret.h"
-#include "core/random/fips186.h"
+#include "core/random/big_endian_add.h"
 
 #include <algorithm>
 #include <iterator>

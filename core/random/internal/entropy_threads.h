@@ -3,7 +3,7 @@
 #ifndef ZELSPI_CORE_RANDOM_INTERNAL_ENTROPY_THREADS_H
 #define ZELSPI_CORE_RANDOM_INTERNAL_ENTROPY_THREADS_H
 
-#include "core/random/fips186.h"
+#include "core/random/internal/fips186.h"
 #include "platform/rtos_clock.h"
 
 // runEntropyThreads: stirs until the threads are done. They have left the state when this returns, on failure too.

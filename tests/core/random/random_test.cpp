@@ -1,5 +1,6 @@
 // The generator in known states, and contexts without entropy threads, which cost no time.
-#include "core/random/fips186.h"
+#include "core/random/big_endian_add.h"
+#include "core/random/internal/fips186.h"
 #include "core/random/internal/seed_pool.h"
 #include "core/random/random.h"
 #include "tests/support/faults.h"

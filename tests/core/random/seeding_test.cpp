@@ -1,6 +1,6 @@
 // Seeding with entropy threads, at its real pace, and the shared context with its depot thread. The seed pool's first
 // use fails here, so these tests stand in a program of their own and run in this order.
-#include "core/random/fips186.h"
+#include "core/random/internal/fips186.h"
 #include "core/random/internal/seed_pool.h"
 #include "core/random/random_global.h"
 #include "platform/rtos_clock.h"

@@ -7,8 +7,8 @@
 // threads stir the state while others draw from it, and what such a race loses does not matter. So they are accessed as
 // relaxed atomics as soon as several threads know the context.
 // blockRemaining and the XSEED belong to whoever holds the mutex.
-#ifndef ZELSPI_CORE_RANDOM_FIPS186_H
-#define ZELSPI_CORE_RANDOM_FIPS186_H
+#ifndef ZELSPI_CORE_RANDOM_INTERNAL_FIPS186_H
+#define ZELSPI_CORE_RANDOM_INTERNAL_FIPS186_H
 
 #include "core/random/internal/xkey.h"
 #include "core/status/status.h"
@@ -44,7 +44,7 @@ struct RandomContext {
 Status fips186NewContext(RandomContext** context, std::uint32_t keyBytes, const std::uint8_t* xkeySeed,
                          std::int32_t xseedLength, const std::uint8_t* xseed);
 
-// fips186Generate: fills buffer[length], refilling the block whenever a byte is wanted and none is left.
+// fips186Generate: fills buffer[length], refilling the block whenever it is used up.
 // Errors:  a length of 0 is OK at once; then ERR_NULL_POINTER; ERR_RTOS_MUTEX_WAIT, nothing is written then.
 // Secrets: time depends on the length, and on whether a carry passes from XKEY's lowest 192 bits, once in 2^33 rounds.
 Status fips186Generate(Fips186State* state, std::uint8_t* buffer, std::uint32_t length);
@@ -56,10 +56,5 @@ Status fips186GenerateOverKey(Fips186State* state);
 // fips186Stir: two rounds without a lock, not to be run beside another user of a state with an XSEED; bytes of the
 // block that were not handed out yet are replaced by fresh ones.
 void fips186Stir(Fips186State* state);
-
-// bigEndianAdd: a := (a + b + carryIn) mod 2^(8 * aLength), both big-endian and aligned at their last bytes.
-// Shapes:  a[aLength], b[bLength]; what b has beyond aLength bytes at its front does not count.
-// Secrets: time depends on the lengths only.
-void bigEndianAdd(std::uint8_t* a, std::size_t aLength, const std::uint8_t* b, std::size_t bLength, unsigned carryIn);
 
 #endif
