@@ -55,8 +55,9 @@
  *
  * <p>Keys have 256 bits; others are an {@link java.security.InvalidKeyException}, other parameters than an IV of 16 bytes an
  * {@link java.security.InvalidAlgorithmParameterException}. {@code doFinal} throws {@link javax.crypto.BadPaddingException}
- * for a ciphertext that is not of whole blocks or has no padding at its end, and {@link javax.crypto.ShortBufferException} where the output has no room. CBC does not notice changes of a ciphertext, and
- * an attacker who learns which ciphertexts have a bad padding can read them: put a MAC over IV and ciphertext, and check it first.
+ * for a ciphertext that is not of whole blocks or has no padding at its end, and {@link javax.crypto.ShortBufferException} where
+ * the output has no room. CBC does not notice changes of a ciphertext, and an attacker who learns which ciphertexts have a bad
+ * padding can read them: put a MAC over IV and ciphertext, and check it first.
  *
  * <h2>Key pairs and signatures</h2>
  *
