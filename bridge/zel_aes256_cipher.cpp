@@ -18,7 +18,7 @@ std::uint32_t countOf(jint length) {
     return static_cast<std::uint32_t>(length);
 }
 
-// The size of an array that there is.
+// A size that is known to fit an array.
 jsize sizeOf(std::uint64_t size) {
     return static_cast<jsize>(size);
 }
@@ -142,8 +142,8 @@ jint ZelAes256Cipher::doFinal(JNIEnv* env, jobject, jbyteArray input, jint offse
     return std::max<jint>(finishInto(env, input, offset, length, output, outputOffset, size), 0);
 }
 
-// Ends the message into output[outputOffset .. outputOffset + size), which is there. The number of bytes written, or -1 after
-// raising.
+// Ends the message into output[outputOffset .. outputOffset + size), which lies inside the array. The number of bytes written,
+// or -1 after raising.
 jint ZelAes256Cipher::finishInto(JNIEnv* env, jbyteArray input, jint offset, jint length, jbyteArray output,
                                  jint outputOffset, std::uint64_t size) {
     std::uint64_t written = size;

@@ -26,8 +26,8 @@ jthrowable takePending(JNIEnv* env) {
     return pending;
 }
 
-// Whether the exception is an Error: the VM's own (OutOfMemoryError, NoClassDefFoundError, NoSuchFieldError). A VM that does
-// not find that class is short of something itself: what it has left is then taken for one.
+// Whether the exception is an Error: the VM's own (OutOfMemoryError, NoClassDefFoundError, NoSuchFieldError). If the VM does
+// not find that class, it is short of something itself, and the exception counts as an Error.
 bool isVmError(JNIEnv* env, jthrowable exception) {
     const jclass errorClass = env->FindClass("java/lang/Error");
     if (errorClass == nullptr) {

@@ -67,7 +67,7 @@ Outcome fill(JNIEnv* env, RandomContext* context, jbyteArray bytes, jint length,
 // use(piece), with a piece of native memory for `length` bytes, and the exception for what comes of it.
 template <typename Use> void withPiece(JNIEnv* env, RandomContext* context, jint length, const char* message, Use use) {
     Piece piece;
-    // Without a context the core refuses; that exception stands on the one for the missing context.
+    // Without a context the core refuses; that exception has the one for the missing context as its cause.
     Outcome outcome = context == nullptr ? ERR_NULL_POINTER : piece.alloc(length);
     outcome = isError(*outcome) ? outcome : use(piece.data());
     if (outcome.has_value()) {
@@ -93,7 +93,7 @@ void ZelSecureRandom::setSeed(JNIEnv* env, jobject, jbyteArray seed) {
     const jint length = env->GetArrayLength(seed);
     RandomContext* const context = getRandomContext(env);
     if (length == 0) {
-        return; // nothing of its own; without a context that exception stays
+        return; // no exception of its own; the one for a missing context stays
     }
     withPiece(env, context, length, "error adding entropy",
               [&](std::uint8_t* piece) { return addSeed(env, context, seed, length, piece); });

@@ -78,7 +78,7 @@ bool ZelSha1WithDsaSignature::finishMessage(JNIEnv* env, jobject object, vlong**
                      VLONG_fromBytes(digest, static_cast<std::int32_t>(digestLength_), message, nullptr));
 }
 
-// The signature in a new buffer. What the caller is told on failure is not what has happened, which is in the exception.
+// The signature in a new buffer. On failure the status is a general one; that of the failed step is in the exception.
 Status ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object, std::uint8_t** signature, std::uint32_t* length) {
     if (!state_.requireMode(env, SignatureState::kSigning)) {
         return ERR_INVALID_ARG;
@@ -87,7 +87,7 @@ Status ZelSha1WithDsaSignature::sign(JNIEnv* env, jobject object, std::uint8_t**
     if (!finishMessage(env, object, message.out())) {
         return ERR_INTERNAL_ERROR;
     }
-    RandomContext* const context = getRandomContext(env); // without one its exception stands below the next
+    RandomContext* const context = getRandomContext(env); // without one, its exception is the cause of the next
     ScopedVlong r(nullptr);
     ScopedVlong s(nullptr);
     bool verified = false;
@@ -111,8 +111,7 @@ bool ZelSha1WithDsaSignature::signInto(JNIEnv* env, jobject object, SecretBuffer
     std::uint32_t length = 0;
     const Status status = sign(env, object, &bytes, &length);
     signature->adopt(bytes, length);
-    // The exception stands on the one that the step itself has raised. One that reset raises, Java sees in place of the
-    // signature.
+    // The exception has the step's own one as its cause. One that reset raises, Java sees in place of the signature.
     return requireOk(env, "error calculating signature", status) && reset(env, object);
 }
 

@@ -10,7 +10,7 @@ struct ZelAes {
     std::uint64_t tag;
     AesContext context;
     std::uint8_t chaining[kAesBlockBytes]; // the IV, then what the last block leaves
-    bool isFinished;                       // the message has ended: an IV is wanted
+    bool isFinished;                       // the message has ended: an IV is needed
 };
 
 static_assert(ZEL_AES_ECB == kAesModeEcb && ZEL_AES_CBC == kAesModeCbc && ZEL_AES_CFB128 == kAesModeCfb128 &&
@@ -146,7 +146,7 @@ ZelStatus zelAesNew(ZelAesMode mode, ZelDirection direction, const void* key, si
     ZelAes* handle = nullptr;
     RETURN_IF_ERROR(newHandle(&handle));
     if (const Status status = init(handle, mode, direction, key, keyLength, iv); isError(status)) {
-        (void)freeHandle(handle); // it is one
+        (void)freeHandle(handle); // a handle: cannot fail
         return status;
     }
     *aes = handle;

@@ -15,7 +15,7 @@ ZEL_TARGET_CRYPTO inline uint8x16_t byteOrder(uint8x16_t words) {
     return vrev32q_u8(words);
 }
 
-// The schedule of a context in the order of the bytes. The kernels use the keys from here, in memory that is wiped, or from
+// The schedule of a context as byte strings. The kernels use the keys from here, in memory that is wiped, or from
 // registers that they clear, and leave no other copy.
 class Keys {
 public:
@@ -28,7 +28,7 @@ public:
         } while (++index <= rounds_);
     }
 
-    // The key of round `index`; beyond the last one there is none to be had.
+    // The key of round `index`, which is at most the number of rounds.
     ZEL_TARGET_CRYPTO uint8x16_t operator[](std::size_t index) const {
         return vld1q_u8(keys_.data() + kBlockBytes * index);
     }
@@ -134,8 +134,8 @@ ZEL_TARGET_CRYPTO void parallel(const std::uint32_t* roundKeys, std::int32_t rou
     clearVectorRegisters();
 }
 
-// The modes whose blocks wait for each other. The first round adds its key as it is told, so it is told a key that already
-// holds the last one and what else the next block begins with: x goes from block to block through AES rounds alone.
+// The modes whose blocks wait for each other. The first round adds any key that it is given, so it is given one that
+// contains the last one too, and what else the next block begins with: x goes from block to block through AES rounds alone.
 
 enum class Chain { cbc, cfb, ofb };
 

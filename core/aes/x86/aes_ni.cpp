@@ -105,8 +105,8 @@ ZEL_TARGET_AES std::uint32_t substituteWord(std::uint32_t word) {
     return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_aesenclast_si128(columns, _mm_setzero_si128())));
 }
 
-// The modes whose blocks wait for each other. The last round adds its key as it is told, so it is told a key that
-// already holds what the next block's first step would add: x goes from block to block through AES rounds alone.
+// The modes whose blocks wait for each other. The last round adds any key that it is given, so it is given one that
+// contains what the next block's first step would add: x goes from block to block through AES rounds alone.
 
 enum class Chain { cbc, cfb, ofb };
 

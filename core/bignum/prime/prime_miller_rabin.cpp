@@ -145,7 +145,7 @@ Status primeTestSieved(const RandomBytes& random, const vlong* n, PrimePurpose p
                        std::uint32_t* flag, vlong** queue) {
     *flag = 0;
     const std::uint32_t bits = VLONG_bitLength(n);
-    ScopedMontgomeryCtx context(queue); // made when it is first wanted
+    ScopedMontgomeryCtx context(queue); // made when it is first needed
     ScopedVlong base(queue);
     for (std::uint32_t remaining = PRIME_millerRabinRounds(bits, purpose); remaining > 0; --remaining) {
         // A base that happens to be a multiple of a prime n, possible for small n only, makes n composite: on purpose.

@@ -18,7 +18,7 @@ Status VLONG_makeRandomOdd(const RandomBytes& random, vlong** out, std::uint32_t
     RETURN_IF_ERROR(random.fill(bytes.data(), static_cast<std::uint32_t>(bytes.size())));
     ScopedVlong value(queue);
     RETURN_IF_ERROR(VLONG_fromBytes(bytes.data(), static_cast<std::int32_t>(bytes.size()), value.out(), queue));
-    // By bits mod 8, not by what is over: where the two differ the value is up to 6 bits longer, or its upper bits but
+    // By bits mod 8, not by the surplus of bits: where they differ the value is up to 6 bits longer, or its upper bits but
     // the top one are fixed. On purpose.
     RETURN_IF_ERROR(VLONG_shiftRight(value.get(), bits % 8));
     RETURN_IF_ERROR(VLONG_setBit(value.get(), 0));
