@@ -18,13 +18,13 @@ public final class SelfTestResult {
     private final Map<String, String> outcomes;
     private final Map<String, String> failures;
 
-    SelfTestResult(Map<String, String> wrongs) {
+    SelfTestResult(Map<String, String> failuresOrEmpty) {
         Map<String, String> all = new LinkedHashMap<>();
         Map<String, String> failed = new LinkedHashMap<>();
-        wrongs.forEach((algorithm, wrong) -> {
-            all.put(algorithm, wrong.isEmpty() ? "passed" : wrong);
-            if (!wrong.isEmpty()) {
-                failed.put(algorithm, wrong);
+        failuresOrEmpty.forEach((algorithm, failure) -> {
+            all.put(algorithm, failure.isEmpty() ? "passed" : failure);
+            if (!failure.isEmpty()) {
+                failed.put(algorithm, failure);
             }
         });
         outcomes = Collections.unmodifiableMap(all);
@@ -32,7 +32,7 @@ public final class SelfTestResult {
     }
 
     /**
-     * Tells whether nothing is wrong.
+     * Whether the test has passed.
      *
      * @return whether every service gave the known answers
      */
@@ -41,7 +41,7 @@ public final class SelfTestResult {
     }
 
     /**
-     * What became of each service.
+     * The outcome for each service.
      *
      * @return by algorithm, in the order of the tests: "passed", or what is wrong
      */

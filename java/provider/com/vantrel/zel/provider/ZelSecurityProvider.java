@@ -18,7 +18,7 @@ import java.util.concurrent.TimeUnit;
  * <p>Add it with {@code Security.addProvider(new ZelSecurityProvider())}, or name this class in a line of the
  * {@code java.security} file. The {@link com.vantrel.zel.provider package} says which position suits whom and shows each service.
  *
- * <p>A program that watches itself asks the provider how it is:
+ * <p>A program can ask the provider for its state:
  *
  * <pre>{@code
  * ZelSecurityProvider zel = (ZelSecurityProvider) Security.getProvider(ZelSecurityProvider.NAME);
@@ -57,8 +57,7 @@ public final class ZelSecurityProvider extends Provider {
                     "SHA", "SHA1", "1.3.14.3.2.26", "OID.1.3.14.3.2.26"),
             new Row("MessageDigest", "SHA-256", "ZelSha256MessageDigestSpi",
                     "SHA256", "2.16.840.1.101.3.4.2.1", "OID.2.16.840.1.101.3.4.2.1"),
-            // No plain "AES" and no OID: elsewhere these mean ECB and CBC without padding, so a program that asks for them had
-            // better be served elsewhere.
+            // No plain "AES" and no OID: to other providers these mean ECB, and CBC without padding.
             new Row("Cipher", "AES_256/CBC/PKCS5Padding", "ZelAes256CipherSpi",
                     "AES/CBC/PKCS5Padding"),
             new Row("Signature", "SHA1withRSA", "ZelSha1WithRsaSignatureSpi",
@@ -90,9 +89,9 @@ public final class ZelSecurityProvider extends Provider {
     }
 
     /**
-     * The version of the native library, which is always the provider's own: another one is not loaded.
+     * The version of the native library, which is always that of the provider: another one is not loaded.
      *
-     * @return the version as the library itself tells it, such as "1.2.3"
+     * @return the version that the library itself reports, such as "1.2.3"
      */
     public String nativeVersion() {
         return NativeInfo.version();
@@ -117,9 +116,9 @@ public final class ZelSecurityProvider extends Provider {
     }
 
     /**
-     * Tells whether the random generator has been seeded, without waiting.
+     * Whether the random generator has been seeded; does not wait.
      *
-     * @return whether nobody who asks for random bytes has to wait for the seeding
+     * @return whether random bytes can be had without waiting for the seeding
      */
     public boolean isRandomReady() {
         return NativeInfo.isRandomReady();
@@ -145,13 +144,13 @@ public final class ZelSecurityProvider extends Provider {
      * of a second the first time and less later, and waits for the random generator if that is not ready. The provider need not
      * be registered.
      *
-     * @return what was found; a service that fails is told there and makes no exception
+     * @return the outcomes; a service that fails is reported there, not by an exception
      */
     public SelfTestResult selfTest() {
         return new SelfTestResult(SelfTest.run(this));
     }
 
-    /** What the JCA knows of a service without trying it: with other keys a program is served by another provider at once. */
+    /** What the JCA knows of a service without trying it: for other keys it goes to the next provider at once. */
     private static Map<String, String> attributes(Row row) {
         Map<String, String> attributes = new HashMap<>();
         attributes.put("ImplementedIn", "Software");

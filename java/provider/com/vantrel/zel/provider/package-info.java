@@ -1,7 +1,7 @@
 /**
  * The security provider "Zel": SHA-1 and SHA-256, AES-256-CBC, RSA and DSA signatures and key pairs, and random numbers,
  * computed by the native library zelspi. Programs use it through {@link java.security} and {@link javax.crypto}; its own class,
- * {@link com.vantrel.zel.provider.ZelSecurityProvider}, is there to be registered and to tell how it is.
+ * {@link com.vantrel.zel.provider.ZelSecurityProvider}, is for registering it and for asking for its state.
  *
  * <h2>Which position?</h2>
  *
@@ -25,7 +25,7 @@
  * Security.addProvider(new ZelSecurityProvider());
  * }</pre>
  *
- * <p>Who asks for a service of a provider that is not registered gets {@link java.security.NoSuchProviderException}. Constructing
+ * <p>A request for a service of a provider that is not registered throws {@link java.security.NoSuchProviderException}. Constructing
  * the provider throws {@link java.security.ProviderException} where there is no native library for the machine or it cannot be
  * loaded; the message says what helps. From Java 22 on the VM warns of native code without
  * {@code --enable-native-access=com.vantrel.zel.provider} ({@code ALL-UNNAMED} on the class path).
@@ -56,7 +56,7 @@
  * <p>Keys have 256 bits; others are an {@link java.security.InvalidKeyException}, other parameters than an IV of 16 bytes an
  * {@link java.security.InvalidAlgorithmParameterException}. {@code doFinal} throws {@link javax.crypto.BadPaddingException}
  * for a ciphertext that is not of whole blocks or has no padding at its end, and {@link javax.crypto.ShortBufferException} where the output has no room. CBC does not notice changes of a ciphertext, and
- * who learns which ciphertexts have a bad padding can read them: put a MAC over IV and ciphertext, and check it first.
+ * an attacker who learns which ciphertexts have a bad padding can read them: put a MAC over IV and ciphertext, and check it first.
  *
  * <h2>Key pairs and signatures</h2>
  *
@@ -90,7 +90,7 @@
  * SecureRandom.getInstance("FIPS186PRNG", "Zel").nextBytes(nonce);
  * }</pre>
  *
- * <p>The generator is seeded in the background, once, when the provider starts; who needs random bytes earlier waits, and
+ * <p>The generator is seeded in the background, once, when the provider starts; earlier requests wait, and
  * {@link com.vantrel.zel.provider.ZelSecurityProvider#awaitRandom awaitRandom} waits with a limit. All uses throw
  * {@link java.security.ProviderException} where the system gives no entropy.
  */

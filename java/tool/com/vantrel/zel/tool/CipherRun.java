@@ -6,15 +6,15 @@ import java.util.Arrays;
 import java.util.Locale;
 import javax.crypto.Cipher;
 
-/** What is left of an input, run through a cipher into an output. */
+/** A run of the rest of an input through a cipher into an output. */
 final class CipherRun {
-    /** From here on a rate says more than a time. */
+    /** From this size on a rate is reported, not a time. */
     private static final long RATED_BYTES = 1_000_000;
 
     private final long bytes;
     private final double seconds;
 
-    /** Runs it to the end of the input, the cipher's final block included. */
+    /** Runs to the end of the input, the cipher's final block included. */
     CipherRun(Cipher cipher, Input input, Output out) throws IOException, GeneralSecurityException {
         long start = System.nanoTime();
         bytes = input.forEachPiece((piece, count) -> write(out, cipher.update(piece, 0, count)));
@@ -22,7 +22,7 @@ final class CipherRun {
         seconds = (System.nanoTime() - start) / 1e9;
     }
 
-    /** Whether there was nothing left to run. */
+    /** Whether the input had no more bytes. */
     boolean isEmpty() {
         return bytes == 0;
     }
@@ -34,12 +34,12 @@ final class CipherRun {
         }
     }
 
-    /** Tells what was done, unless standard output has taken the bytes. */
-    void tell(Json json, String file, String target, String done) {
+    /** Reports the run, unless the bytes have gone to standard output. */
+    void report(Json json, String file, String target, String verb) {
         if (!target.equals(Input.STANDARD)) {
             json.print(Json.object("file", file, "output", target, "bytes", bytes, "seconds", seconds),
                     String.format(Locale.ROOT, bytes < RATED_BYTES ? "%s %s to %s in %.1f ms" : "%1$s %2$s to %3$s at %5$.0f MB/s",
-                            file, done, target, 1e3 * seconds, bytes / 1e6 / Math.max(seconds, 1e-9)));
+                            file, verb, target, 1e3 * seconds, bytes / 1e6 / Math.max(seconds, 1e-9)));
         }
     }
 }

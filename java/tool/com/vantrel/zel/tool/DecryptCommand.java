@@ -35,7 +35,7 @@ final class DecryptCommand implements Callable<Integer> {
     @Override
     public Integer call() throws IOException, GeneralSecurityException {
         SecretKey key = aesKey.read();
-        String target = output.nameOr(fallback());
+        String target = output.nameOr(defaultTarget());
         try (Output out = output.open(target, true); Input input = new Input(file)) {
             byte[] iv = input.head(IV_BYTES);
             if (iv.length < IV_BYTES) {
@@ -44,11 +44,11 @@ final class DecryptCommand implements Callable<Integer> {
             Cipher cipher = Cipher.getInstance(Engines.TRANSFORMATION, Engines.ZEL);
             cipher.init(Cipher.DECRYPT_MODE, key, new IvParameterSpec(iv));
             CipherRun run = new CipherRun(cipher, input, out);
-            if (run.isEmpty()) { // which a cipher takes for the end of nothing; even an empty file has a block
+            if (run.isEmpty()) { // which a cipher decrypts to nothing; even an empty file is encrypted as a block
                 throw tooShort();
             }
             out.finish();
-            run.tell(json, file, target, "decrypted");
+            run.report(json, file, target, "decrypted");
         } catch (BadPaddingException | IllegalBlockSizeException e) {
             throw new Failures.AnswerIsNo(file + ": does not decrypt with this key, or is damaged");
         }
@@ -59,7 +59,7 @@ final class DecryptCommand implements Callable<Integer> {
         return new Failures.AnswerIsNo(file + ": too short to be an encrypted file");
     }
 
-    private String fallback() {
+    private String defaultTarget() {
         if (file.equals(Input.STANDARD)) {
             return Input.STANDARD;
         }

@@ -15,7 +15,7 @@ import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Option;
 import picocli.CommandLine.Parameters;
 
-/** {@code zel digest}: the lines of sha256sum and its kin, made and checked. */
+/** {@code zel digest}: prints lines as sha256sum and similar programs do, and checks them. */
 @Command(
         name = "digest",
         description = "Prints the digests of files, as sha256sum does, or checks them.",
@@ -34,13 +34,13 @@ final class DigestCommand implements Callable<Integer> {
     /** What {@code sha256sum --tag} and {@code openssl dgst} print. */
     private static final Pattern TAGGED_LINE = Pattern.compile(
             "(?s)\\A[ \t]*(\\\\?)(?:SHA1 ?\\((.+)\\) ?= ?" + SHA1_HEX + "|SHA(?:2-)?256 ?\\((.+)\\) ?= ?" + SHA256_HEX + ")\\z");
-    private static final int SUMS_AT_MOST_BYTES = 64 << 20;
+    private static final int MAX_SUMS_BYTES = 64 << 20;
 
     @Option(names = {"-a", "--algorithm"}, paramLabel = "NAME", description = "SHA-256 (the default) or SHA-1.")
     private String algorithm = "SHA-256";
 
     @Option(names = {"-c", "--check"}, description = "The files hold such lines: check what they name.")
-    private boolean checks;
+    private boolean isCheck;
 
     @Parameters(paramLabel = "FILE", arity = "0..*", description = "The files; none or - is standard input.")
     private List<String> files = List.of(Input.STANDARD);
@@ -48,27 +48,27 @@ final class DigestCommand implements Callable<Integer> {
     @Mixin private Json json;
 
     private final List<Object> rows = new ArrayList<>();
-    private boolean differs;
-    private boolean isUnread;
+    private boolean hasMismatch;
+    private boolean hasUnreadable;
 
     @Override
     public Integer call() throws GeneralSecurityException {
         Engines.require("MessageDigest", algorithm);
         for (String file : files) {
-            if (!checks) {
+            if (!isCheck) {
                 print(file);
                 continue;
             }
             try {
                 check(file);
             } catch (IOException | InvalidPathException | Failures.UserError e) {
-                unread(file, e);
+                reportUnreadable(file, e);
             }
         }
         if (json.isWanted) {
             Zel.out().println(Json.text(rows));
         }
-        return differs ? Zel.NO : isUnread ? Zel.TROUBLE : 0;
+        return hasMismatch ? Zel.ANSWER_NO : hasUnreadable ? Zel.TROUBLE : 0;
     }
 
     private void print(String file) throws GeneralSecurityException {
@@ -78,34 +78,34 @@ final class DigestCommand implements Callable<Integer> {
         }
         rows.add(Json.object("file", file, "algorithm", algorithm, "digest", hex));
         if (!json.isWanted) {
-            printNaming(hex + "  ", file, "");
+            printLine(hex + "  ", file, "");
         }
     }
 
-    /** The digest, or null for a file that cannot be read: that is told, and the other files have their turn. */
+    /** The digest, or null for a file that cannot be read, which is reported; the other files follow. */
     private String digest(String file, String algorithm) throws GeneralSecurityException {
         MessageDigest digest = MessageDigest.getInstance(algorithm, Engines.ZEL);
         try (Input input = new Input(file)) {
             input.forEachPiece((bytes, count) -> digest.update(bytes, 0, count));
         } catch (IOException | InvalidPathException e) {
-            unread(file, e);
+            reportUnreadable(file, e);
             return null;
         }
         byte[] bytes = digest.digest();
         return Json.hex(bytes, bytes.length);
     }
 
-    private void unread(String file, Exception e) {
+    private void reportUnreadable(String file, Exception e) {
         String message = Failures.describe(e);
         Zel.err().println("zel: " + message);
         rows.add(Json.object("file", file, "error", message));
-        isUnread = true;
+        hasUnreadable = true;
     }
 
-    /** A line that names a file, as the sum programs write it: where the name had to be escaped a backslash goes before. */
-    private static void printNaming(String before, String file, String behind) {
+    /** Prints a line with a file name as the sum programs do: with a backslash in front where the name had to be escaped. */
+    private static void printLine(String prefix, String file, String suffix) {
         String escaped = file.replace("\\", "\\\\").replace("\n", "\\n").replace("\r", "\\r");
-        Zel.out().println((escaped.equals(file) ? "" : "\\") + before + escaped + behind);
+        Zel.out().println((escaped.equals(file) ? "" : "\\") + prefix + escaped + suffix);
     }
 
     private static String unescaped(String file) {
@@ -115,27 +115,27 @@ final class DigestCommand implements Callable<Integer> {
     }
 
     /**
-     * Checks what a file of sums names. Lines that are none are counted and passed over, as the sum programs do; a file with
-     * nothing else is a wrong one. One digest that differs is the answer, whatever else could not be read.
+     * Checks the files that a file of sums names. Lines of another form are counted and skipped, as the sum programs do; a file with
+     * no others is refused. One digest that differs makes the answer no, also where other files could not be read.
      */
     private void check(String sums) throws IOException, GeneralSecurityException {
         int lines = 0;
-        int strange = 0;
-        for (String line : new String(Input.small(sums, SUMS_AT_MOST_BYTES), StandardCharsets.UTF_8).split("\r?\n")) {
+        int skipped = 0;
+        for (String line : new String(Input.readSmall(sums, MAX_SUMS_BYTES), StandardCharsets.UTF_8).split("\r?\n")) {
             if (!line.isEmpty() && !line.startsWith("#")) {
                 ++lines;
-                strange += checkLine(line) ? 0 : 1;
+                skipped += checkLine(line) ? 0 : 1;
             }
         }
-        if (strange == lines) {
+        if (skipped == lines) {
             throw new Failures.UserError(sums + ": no line of digests");
         }
-        if (strange > 0) {
-            Zel.err().println("zel: " + sums + ": lines that are no digests: " + strange);
+        if (skipped > 0) {
+            Zel.err().println("zel: " + sums + ": lines that are no digests: " + skipped);
         }
     }
 
-    /** Checks what a line names; false for a line that is none. */
+    /** Checks the file that a line names; false for a line of another form. */
     private boolean checkLine(String line) throws GeneralSecurityException {
         Matcher matcher = SUM_LINE.matcher(TAGGED_LINE.matcher(line).replaceFirst("$1$3$5  $2$4"));
         if (!matcher.matches()) {
@@ -147,10 +147,10 @@ final class DigestCommand implements Callable<Integer> {
         String actual = digest(file, isSha1 ? "SHA-1" : "SHA-256");
         if (actual != null) {
             boolean isSame = actual.equalsIgnoreCase(expected);
-            differs |= !isSame;
+            hasMismatch |= !isSame;
             rows.add(Json.object("file", file, "same", isSame));
             if (!json.isWanted) {
-                printNaming("", file, isSame ? ": OK" : ": FAILED");
+                printLine("", file, isSame ? ": OK" : ": FAILED");
             }
         }
         return true;

@@ -21,7 +21,7 @@ import picocli.CommandLine.Parameters;
             "  tar c folder | zel encrypt --key secret.key - > folder.tar.enc"
         })
 final class EncryptCommand implements Callable<Integer> {
-    /** What an encrypted file's name ends with. */
+    /** The end of an encrypted file's name. */
     static final String SUFFIX = ".enc";
 
     @Mixin private AesKeyOption aesKey;
@@ -36,13 +36,13 @@ final class EncryptCommand implements Callable<Integer> {
         SecretKey key = aesKey.read();
         String target = output.nameOr(file.equals(Input.STANDARD) ? Input.STANDARD : file + SUFFIX);
         try (Output out = output.open(target, false); Input input = new Input(file)) {
-            Engines.random(); // so that the wait for the IV is explained and not counted
+            Engines.random(); // so that the wait for the IV is explained and not measured
             Cipher cipher = Cipher.getInstance(Engines.TRANSFORMATION, Engines.ZEL);
             cipher.init(Cipher.ENCRYPT_MODE, key);
             out.write(cipher.getIV());
             CipherRun run = new CipherRun(cipher, input, out);
             out.finish();
-            run.tell(json, file, target, "encrypted");
+            run.report(json, file, target, "encrypted");
         }
         return 0;
     }

@@ -16,24 +16,24 @@ final class Engines {
     static final ZelSecurityProvider ZEL;
 
     static {
-        RandomStart.leaveToFirstUser(); // for most commands there is none, and seeding costs more than they do
+        RandomStart.leaveToFirstUser(); // most commands draw nothing, and seeding takes longer than they do
         ZEL = new ZelSecurityProvider();
     }
 
     private Engines() {}
 
-    /** The provider's generator, ready; on a terminal says why nothing seems to happen while it is being seeded. */
+    /** The provider's generator, seeded; a note on a terminal explains the wait. */
     static SecureRandom random() throws GeneralSecurityException {
         SecureRandom random = SecureRandom.getInstance(GENERATOR, ZEL);
         if (!ZEL.isRandomReady()) {
-            Progress.sayOnTerminal("zel: seeding the random generator, some six seconds ...");
+            Progress.showNote("zel: seeding the random generator, some six seconds ...");
             random.nextBytes(new byte[1]);
-            Progress.sayOnTerminal("");
+            Progress.showNote("");
         }
         return random;
     }
 
-    /** Makes sure that the provider has the algorithm, so that a wrong name becomes a helpful message. */
+    /** Makes sure that the provider has the algorithm; the message for a wrong name lists those that there are. */
     static void require(String type, String algorithm) {
         if (ZEL.getService(type, algorithm) == null) {
             throw new Failures.UserError("unknown algorithm '" + algorithm + "'; there are " + algorithms(type));

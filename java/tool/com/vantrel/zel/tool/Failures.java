@@ -6,11 +6,11 @@ import java.nio.file.FileSystemException;
 import java.nio.file.InvalidPathException;
 import java.nio.file.NoSuchFileException;
 
-/** What went wrong, in one line for people. */
+/** Failures, and their messages of one line. */
 final class Failures {
     private Failures() {}
 
-    /** Something that a user can mend; its message says all. */
+    /** A failure that a user can mend; its message is complete. */
     static class UserError extends RuntimeException {
         private static final long serialVersionUID = 1L;
 

@@ -11,7 +11,7 @@ import picocli.CommandLine.IVersionProvider;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Option;
 
-/** {@code zel info}: what is at work here. */
+/** {@code zel info}: the version, the library, the kernels and the state of the generator. */
 @Command(
         name = "info",
         description = "Prints the version, the library in use, the kernels chosen for this CPU, and whether the random"
@@ -20,11 +20,11 @@ import picocli.CommandLine.Option;
 final class InfoCommand implements Callable<Integer> {
     @Option(names = "--self-test",
             description = "Also run known answers through every service; ends with 1 when one of them is wrong.")
-    private boolean testsItself;
+    private boolean runsSelfTest;
 
     @Mixin private Json json;
 
-    /** The answer to {@code --version}; knows nothing of the native library, which may be what is missing. */
+    /** The answer to {@code --version}; does not load the native library, which may be missing. */
     static final class VersionLines implements IVersionProvider {
         @Override
         public String[] getVersion() {
@@ -34,8 +34,8 @@ final class InfoCommand implements Callable<Integer> {
 
     @Override
     public Integer call() throws GeneralSecurityException {
-        if (testsItself) {
-            Engines.random(); // says what the test waits for
+        if (runsSelfTest) {
+            Engines.random(); // explains the wait
         }
         Map<String, Object> services = new TreeMap<>();
         Engines.ZEL.getServices().forEach(
@@ -48,10 +48,10 @@ final class InfoCommand implements Callable<Integer> {
                 "randomReady", Engines.ZEL.isRandomReady(),
                 "kernels", Engines.ZEL.kernels(),
                 "services", services);
-        boolean isWell = true;
-        if (testsItself) {
+        boolean isHealthy = true;
+        if (runsSelfTest) {
             SelfTestResult result = Engines.ZEL.selfTest();
-            isWell = result.isPassed();
+            isHealthy = result.isPassed();
             info.put("selfTest", result.outcomes());
         }
         if (json.isWanted) {
@@ -59,7 +59,7 @@ final class InfoCommand implements Callable<Integer> {
         } else {
             info.forEach(InfoCommand::print);
         }
-        return isWell ? 0 : Zel.NO;
+        return isHealthy ? 0 : Zel.ANSWER_NO;
     }
 
     private static void print(String name, Object value) {

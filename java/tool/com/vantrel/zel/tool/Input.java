@@ -9,7 +9,7 @@ import java.nio.file.Path;
 import java.security.GeneralSecurityException;
 import java.util.Arrays;
 
-/** What a command reads: a file, or standard input for the name "-". Read in pieces, so that its size does not matter. */
+/** The input of a command: a file, or standard input for the name "-". It is read in pieces, so that its size does not matter. */
 final class Input implements AutoCloseable {
     static final String STANDARD = "-";
 
@@ -19,12 +19,12 @@ final class Input implements AutoCloseable {
     private final InputStream in;
     private final Progress progress;
 
-    /** Takes what was read. */
+    /** Takes a piece of the input. */
     interface Sink {
         void take(byte[] bytes, int count) throws IOException, GeneralSecurityException;
     }
 
-    /** Opens the input and shows how far it has been read, once that takes a while. */
+    /** Opens the input; shows the progress of reading a long one. */
     Input(String name) throws IOException {
         this.name = name;
         if (name.equals(STANDARD)) {
@@ -40,7 +40,7 @@ final class Input implements AutoCloseable {
         }
     }
 
-    /** The file of a name. An empty one, as from a variable that is not set, is no name for the current folder. */
+    /** The file of a name. An empty name, as from a variable that is not set, does not mean the current folder. */
     static Path path(String name) throws IOException {
         if (name.isEmpty()) {
             throw new NoSuchFileException("''");
@@ -48,7 +48,7 @@ final class Input implements AutoCloseable {
         return Path.of(name);
     }
 
-    /** Reads up to so many bytes: fewer only at the end. */
+    /** Reads so many bytes; fewer only at the end. */
     byte[] head(int count) throws IOException {
         try {
             byte[] head = in.readNBytes(count);
@@ -74,9 +74,9 @@ final class Input implements AutoCloseable {
     }
 
     /**
-     * Hands on all that is left.
+     * Hands the rest of the input to the sink.
      *
-     * @return how many bytes that was
+     * @return the number of its bytes
      */
     long forEachPiece(Sink sink) throws IOException, GeneralSecurityException {
         byte[] piece = new byte[PIECE_BYTES];
@@ -95,16 +95,16 @@ final class Input implements AutoCloseable {
     @Override
     public void close() throws IOException {
         progress.close();
-        if (in != System.in) { // which another input may ask again
+        if (in != System.in) { // which another input may read
             in.close();
         }
     }
 
     /** Reads a small file, such as a key, whole. */
-    static byte[] small(String name, int atMostBytes) throws IOException {
+    static byte[] readSmall(String name, int maxBytes) throws IOException {
         try (Input input = new Input(name)) {
-            byte[] bytes = input.head(atMostBytes + 1);
-            if (bytes.length > atMostBytes) {
+            byte[] bytes = input.head(maxBytes + 1);
+            if (bytes.length > maxBytes) {
                 throw new FileSystemException(name, null, "is too large to be what is expected there");
             }
             return bytes;

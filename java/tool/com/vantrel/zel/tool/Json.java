@@ -6,12 +6,12 @@ import java.util.Map;
 import java.util.stream.Collectors;
 import picocli.CommandLine.Option;
 
-/** The option {@code --json}, and the text that it asks for. */
+/** The option {@code --json}, and JSON text. */
 final class Json {
     @Option(names = "--json", description = "Print JSON, for scripts.")
     boolean isWanted;
 
-    /** Prints a value as JSON where that is wanted, else the line. */
+    /** Prints the value as JSON with that option, else the line. */
     void print(Object value, String line) {
         Zel.out().println(isWanted ? text(value) : line);
     }

@@ -21,7 +21,7 @@ import javax.crypto.spec.SecretKeySpec;
 
 /** Keys in files, in the forms that other programs read and write: PKCS#8 and X.509 in PEM or DER, AES keys in hex. */
 final class KeyFiles {
-    private static final int AT_MOST_BYTES = 1 << 20;
+    private static final int MAX_BYTES = 1 << 20;
     private static final int AES_KEY_BYTES = 32;
     private static final int PEM_LINE = 64;
     private static final List<String> ALGORITHMS = List.of("RSA", "DSA");
@@ -30,7 +30,7 @@ final class KeyFiles {
 
     private KeyFiles() {}
 
-    /** The content of a key file: its DER bytes, and what PEM calls them, or null for a file that is not PEM. */
+    /** The content of a key file: its DER bytes, and their label in PEM, or null for a file that is not PEM. */
     private static final class Content {
         final String label;
         final byte[] der;
@@ -46,7 +46,7 @@ final class KeyFiles {
     }
 
     private static Content read(String file) throws IOException {
-        byte[] bytes = Input.small(file, AT_MOST_BYTES);
+        byte[] bytes = Input.readSmall(file, MAX_BYTES);
         // Some programs print the parameters of a DSA key in front of it, in a block of their own.
         Matcher matcher = PEM.matcher(new String(bytes, StandardCharsets.ISO_8859_1));
         while (matcher.find()) {
@@ -111,7 +111,7 @@ final class KeyFiles {
 
     /** Reads an AES-256 key: 64 hex digits, or 32 bytes. */
     static SecretKey readAes(String file) throws IOException {
-        byte[] bytes = Input.small(file, AT_MOST_BYTES);
+        byte[] bytes = Input.readSmall(file, MAX_BYTES);
         try {
             String text = new String(bytes, StandardCharsets.ISO_8859_1).strip();
             if (text.matches("[0-9a-fA-F]{64}")) {
@@ -130,7 +130,7 @@ final class KeyFiles {
         throw new Failures.UserError(file + ": holds no AES-256 key: 64 hex digits or 32 bytes");
     }
 
-    /** The bytes of a key's file: its standard encoding, in PEM where that is wanted. */
+    /** The bytes of a key's file: its standard encoding, in DER or PEM. */
     static byte[] encoded(Key key, boolean pem) {
         byte[] der = key.getEncoded();
         if (!pem) {

@@ -74,7 +74,7 @@ final class KeygenCommand implements Callable<Integer> {
         } finally {
             Arrays.fill(key, (byte) 0);
         }
-        tell(Json.object("kind", "AES", "bits", 8 * AES_KEY_BYTES, "secretKey", output.name),
+        report(Json.object("kind", "AES", "bits", 8 * AES_KEY_BYTES, "secretKey", output.name),
                 "AES key of 256 bits: " + output.name);
         return 0;
     }
@@ -93,7 +93,7 @@ final class KeygenCommand implements Callable<Integer> {
         try (Output privateOut = output.open(null, true);
                 Output publicOut = new Output(publicName, output.force, false);
                 Output pkcs1Out = pkcs1File == null ? null : new Output(pkcs1File, output.force, false)) {
-            Engines.random(); // so that the wait is explained and not counted
+            Engines.random(); // so that the wait is explained and not measured
             long start = System.nanoTime();
             KeyPair pair = generator.generateKeyPair();
             double seconds = (System.nanoTime() - start) / 1e9;
@@ -107,7 +107,7 @@ final class KeygenCommand implements Callable<Integer> {
                 pkcs1Out.finish();
             }
             privateOut.finish();
-            tell(Json.object("kind", algorithm, "bits", size, "privateKey", output.name, "publicKey", publicName,
+            report(Json.object("kind", algorithm, "bits", size, "privateKey", output.name, "publicKey", publicName,
                             "seconds", seconds),
                     String.format(Locale.ROOT, "%s key pair of %d bits in %.2f s: %s, %s", algorithm, size, seconds,
                             output.name, publicName));
@@ -119,14 +119,14 @@ final class KeygenCommand implements Callable<Integer> {
     private static KeyPairGenerator generator(String algorithm, int size) throws GeneralSecurityException {
         KeyPairGenerator generator = KeyPairGenerator.getInstance(algorithm, Engines.ZEL);
         try {
-            generator.initialize(size, null); // it takes no other random numbers than its own
+            generator.initialize(size, null); // the generator uses its own random numbers
         } catch (InvalidParameterException e) {
             throw new Failures.UserError(e.getMessage());
         }
         return generator;
     }
 
-    private void tell(Map<String, Object> object, String line) {
+    private void report(Map<String, Object> object, String line) {
         if (!output.name.equals(Input.STANDARD)) {
             json.print(object, line);
         }
@@ -136,9 +136,9 @@ final class KeygenCommand implements Callable<Integer> {
     private static byte[] pkcs1(RSAPublicKey key) {
         byte[] modulus = integer(key.getModulus());
         byte[] exponent = integer(key.getPublicExponent());
-        byte[] both = Arrays.copyOf(modulus, modulus.length + exponent.length);
-        System.arraycopy(exponent, 0, both, modulus.length, exponent.length);
-        return item(0x30, both);
+        byte[] content = Arrays.copyOf(modulus, modulus.length + exponent.length);
+        System.arraycopy(exponent, 0, content, modulus.length, exponent.length);
+        return item(0x30, content);
     }
 
     private static byte[] integer(BigInteger value) {

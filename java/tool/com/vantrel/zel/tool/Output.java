@@ -15,8 +15,8 @@ import java.nio.file.attribute.FileAttribute;
 import java.util.Set;
 
 /**
- * A file that a command writes: under a temporary name beside it until it is whole, and never over another one unless that
- * is asked for. The name "-" is standard output; a device is written to as it is.
+ * A file that a command writes: under a temporary name in the same folder until it is complete; a file that exists is only
+ * replaced where the caller says so. The name "-" is standard output; a device is written to directly.
  */
 final class Output implements AutoCloseable {
     static final String NO_STANDARD_OUTPUT = "cannot write to standard output";
@@ -26,14 +26,14 @@ final class Output implements AutoCloseable {
     private final Path temporary;
     private final boolean mayOverwrite;
     private final OutputStream out;
-    private final Thread cleaning;
-    private boolean isWhole;
+    private final Thread cleanup;
+    private boolean isComplete;
 
     /**
-     * Begins a file.
+     * Opens a file for writing.
      *
-     * @param ownerOnly whether nobody but its owner may read it
-     * @throws FileAlreadyExistsException if there is one of that name, which may not be overwritten
+     * @param ownerOnly whether only its owner may read it
+     * @throws FileAlreadyExistsException if there is one of that name and mayOverwrite is false
      */
     Output(String name, boolean mayOverwrite, boolean ownerOnly) throws IOException {
         this.name = name;
@@ -51,13 +51,13 @@ final class Output implements AutoCloseable {
             out = isDevice ? Files.newOutputStream(target) : create(name, temporary, ownerOnly);
         }
         boolean isTemporary = temporary != null && !temporary.equals(target);
-        cleaning = isTemporary ? new Thread(this::deleteTemporary) : null; // for a program that is interrupted
+        cleanup = isTemporary ? new Thread(this::deleteTemporary) : null; // for a program that is interrupted
         if (isTemporary) {
-            Runtime.getRuntime().addShutdownHook(cleaning);
+            Runtime.getRuntime().addShutdownHook(cleanup);
         }
     }
 
-    /** Fails for a name that could not be written in the end, before any work is done for it. */
+    /** Refuses a name that could not be written, before any work is done for it. */
     private static void checkTarget(Path file, boolean mayOverwrite) throws IOException {
         if (Files.isDirectory(file)) {
             throw new FileSystemException(file.toString(), null, "is a directory");
@@ -67,12 +67,12 @@ final class Output implements AutoCloseable {
         }
     }
 
-    /** Not drawn from a random generator: that would wait for one to be seeded. */
+    /** Without random numbers, which would wait for a generator to be seeded. */
     private static String temporaryName() {
         return ".zel-" + ProcessHandle.current().pid() + "-" + Long.toHexString(System.nanoTime()) + ".tmp";
     }
 
-    /** Creates the file; a failure names the one that was asked for. */
+    /** Creates the file; a failure names the target, not the temporary file. */
     private static OutputStream create(String name, Path file, boolean ownerOnly) throws IOException {
         FileAttribute<?>[] attributes = ownerOnly ? OwnerOnly.attributes(file) : new FileAttribute<?>[0];
         try {
@@ -93,7 +93,7 @@ final class Output implements AutoCloseable {
         } catch (IOException e) {
             throw new FileSystemException(name, null, e.getMessage());
         }
-        // A stream for printing tells of a full disk or a closed pipe only when it is asked.
+        // A stream for printing reports a full disk or a closed pipe only when it is asked.
         if (target == null && System.out.checkError()) {
             throw new IOException(NO_STANDARD_OUTPUT);
         }
@@ -103,10 +103,10 @@ final class Output implements AutoCloseable {
         write(bytes, bytes.length);
     }
 
-    /** Gives the file its name: all of it has been written. */
+    /** Gives the file its name, once all of it has been written. */
     void finish() throws IOException {
         out.flush();
-        if (cleaning != null) {
+        if (cleanup != null) {
             out.close();
             if (mayOverwrite) {
                 Files.move(temporary, target, StandardCopyOption.REPLACE_EXISTING);
@@ -114,7 +114,7 @@ final class Output implements AutoCloseable {
                 Files.move(temporary, target);
             }
         }
-        isWhole = true;
+        isComplete = true;
     }
 
     @Override
@@ -122,11 +122,11 @@ final class Output implements AutoCloseable {
         if (target != null) {
             out.close();
         }
-        if (cleaning != null) {
+        if (cleanup != null) {
             try {
-                Runtime.getRuntime().removeShutdownHook(cleaning);
+                Runtime.getRuntime().removeShutdownHook(cleanup);
             } catch (IllegalStateException e) {
-                return; // the hook is at work already
+                return; // the hook is running
             }
             deleteTemporary();
         }
@@ -134,7 +134,7 @@ final class Output implements AutoCloseable {
 
     private void deleteTemporary() {
         try {
-            if (!isWhole) {
+            if (!isComplete) {
                 Files.deleteIfExists(temporary);
             }
         } catch (IOException e) {

@@ -11,16 +11,16 @@ final class OutputOptions {
     @Option(names = "--force", description = "Overwrite a file that exists.")
     boolean force;
 
-    /** The file's name, which is the fallback where none was given. */
-    String nameOr(String fallback) {
-        if (name == null && fallback == null) {
+    /** The file's name, or the default where none is given and there is one. */
+    String nameOr(String defaultName) {
+        if (name == null && defaultName == null) {
             throw new Failures.UserError("the option --output is needed here");
         }
-        return name != null ? name : fallback;
+        return name != null ? name : defaultName;
     }
 
-    /** Begins the file. */
-    Output open(String fallback, boolean ownerOnly) throws IOException {
-        return new Output(nameOr(fallback), force, ownerOnly);
+    /** Opens the file. */
+    Output open(String defaultName, boolean ownerOnly) throws IOException {
+        return new Output(nameOr(defaultName), force, ownerOnly);
     }
 }

@@ -13,7 +13,7 @@ import java.util.EnumSet;
 import java.util.List;
 import java.util.Set;
 
-/** The permissions of a new file that nobody but its owner may read. */
+/** The permissions of a new file that only its owner may read. */
 final class OwnerOnly {
     private OwnerOnly() {}
 

@@ -6,11 +6,10 @@ import java.nio.file.Path;
 import java.util.Locale;
 
 /**
- * A bar on standard error with rate and time left, for long files and only when a person is watching. Closing it leaves the
- * line empty.
+ * A bar on standard error with the rate and the remaining time, for long files and only at a terminal. Closing it clears the line.
  */
 final class Progress implements AutoCloseable {
-    /** Files up to this size are done before anybody could read a bar. */
+    /** Files up to this size take too short a time to show a bar. */
     static final long SHOWN_ABOVE_BYTES = 64L << 20;
 
     private static final long INTERVAL_NANOS = 100_000_000;
@@ -19,30 +18,30 @@ final class Progress implements AutoCloseable {
     private static final int NAME_WIDTH = 20;
 
     private final String name;
-    private final long total;
+    private final long totalBytes;
     private final boolean isShown;
     private long start;
-    private long done;
+    private long doneBytes;
     private long lastDrawn;
 
     /**
-     * A bar for so many bytes.
+     * Makes a bar for so many bytes.
      *
-     * @param total the bytes to come, or a negative number when nobody knows
+     * @param totalBytes the bytes to come, or a negative number where that is not known
      */
-    Progress(String name, long total) {
+    Progress(String name, long totalBytes) {
         this.name = name.length() <= NAME_WIDTH ? name : "..." + name.substring(name.length() - NAME_WIDTH + 3);
-        this.total = total;
-        this.isShown = total > SHOWN_ABOVE_BYTES && onTerminal();
+        this.totalBytes = totalBytes;
+        this.isShown = totalBytes > SHOWN_ABOVE_BYTES && onTerminal();
     }
 
     void advance(long bytes) {
         long now = System.nanoTime();
-        if (done == 0) { // whatever was waited for before, such as the random generator, is not part of the rate
+        if (doneBytes == 0) { // waiting before the first byte, as for the random generator, does not count
             start = now;
             lastDrawn = now;
         }
-        done += bytes;
+        doneBytes += bytes;
         if (isShown && now - lastDrawn >= INTERVAL_NANOS) {
             lastDrawn = now;
             draw(line(now - start));
@@ -50,11 +49,11 @@ final class Progress implements AutoCloseable {
     }
 
     private String line(long nanos) {
-        double part = Math.min(1.0, (double) done / total);
+        double part = Math.min(1.0, (double) doneBytes / totalBytes);
         int filled = (int) (part * BAR_WIDTH);
-        double rate = done / (nanos / 1e9);
+        double rate = doneBytes / (nanos / 1e9);
         return String.format(Locale.ROOT, "%s %3.0f%% [%s%s] %.0f MB/s, %s left", name, 100 * part,
-                "#".repeat(filled), ".".repeat(BAR_WIDTH - filled), rate / 1e6, duration((long) ((total - done) / rate)));
+                "#".repeat(filled), ".".repeat(BAR_WIDTH - filled), rate / 1e6, duration((long) ((totalBytes - doneBytes) / rate)));
     }
 
     private static String duration(long seconds) {
@@ -68,8 +67,8 @@ final class Progress implements AutoCloseable {
         }
     }
 
-    /** Shows a passing note that the next one, or an empty one, wipes away. */
-    static void sayOnTerminal(String note) {
+    /** Shows a note on a terminal, until the next one, or an empty one, overwrites it. */
+    static void showNote(String note) {
         if (onTerminal()) {
             draw(note);
         }
@@ -81,7 +80,7 @@ final class Progress implements AutoCloseable {
         System.err.flush();
     }
 
-    /** Whether standard error is a terminal. Java itself only tells whether all three streams are. */
+    /** Whether standard error is a terminal. Java itself only reports whether all three streams are. */
     private static boolean onTerminal() {
         try {
             String target = Files.readSymbolicLink(Path.of("/proc/self/fd/2")).toString();

@@ -23,7 +23,7 @@ import picocli.CommandLine.Parameters;
             "  zel random 1000000 --format raw --output noise.bin"
         })
 final class RandomCommand implements Callable<Integer> {
-    /** A multiple of three, so that pieces in base64 join to a whole. */
+    /** A multiple of three, so that the pieces in base64 have no padding between them. */
     private static final int PIECE_BYTES = 3 << 14;
 
     /** How the bytes are written. */
@@ -45,11 +45,11 @@ final class RandomCommand implements Callable<Integer> {
         try (Output out = output.open(Input.STANDARD, true)) {
             SecureRandom random = Engines.random();
             byte[] piece = new byte[(int) Math.min(count, PIECE_BYTES)];
-            for (long left = count; left > 0;) {
-                int size = (int) Math.min(left, piece.length);
+            for (long remaining = count; remaining > 0;) {
+                int size = (int) Math.min(remaining, piece.length);
                 random.nextBytes(piece);
                 out.write(formatted(piece, size));
-                left -= size;
+                remaining -= size;
             }
             Arrays.fill(piece, (byte) 0);
             if (format != Format.raw) {

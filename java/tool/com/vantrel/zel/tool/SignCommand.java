@@ -38,7 +38,7 @@ final class SignCommand implements Callable<Integer> {
     @Mixin private OutputOptions output;
     @Mixin private Json json;
 
-    /** The signature engine, begun with the key of a file, by the algorithm that was asked for or by the usual one. */
+    /** The signature engine, initialised with the key of a file; the key's default algorithm where none is given. */
     static Signature engine(String algorithm, Key key, String keyFile) throws GeneralSecurityException {
         String name = algorithm != null ? algorithm : key.getAlgorithm().equals("DSA") ? "SHA1withDSA" : "SHA256withRSA";
         Engines.require("Signature", name);
@@ -62,19 +62,19 @@ final class SignCommand implements Callable<Integer> {
         String target = output.nameOr(file.equals(Input.STANDARD) ? Input.STANDARD : file + ".sig");
         try (Output out = output.open(target, false); Input input = new Input(file)) {
             if (key.getAlgorithm().equals("DSA")) {
-                Engines.random(); // so that the wait is explained and not counted
+                Engines.random(); // so that the wait is explained and not measured
             }
-            input.forEachPiece((bytes, count) -> signature.update(bytes, 0, count));
+            input.forEachPiece((piece, count) -> signature.update(piece, 0, count));
             long start = System.nanoTime();
-            byte[] signed = signature.sign();
+            byte[] bytes = signature.sign();
             double millis = (System.nanoTime() - start) / 1e6;
-            out.write(signed);
+            out.write(bytes);
             out.finish();
             if (!target.equals(Input.STANDARD)) {
                 json.print(Json.object("file", file, "algorithm", signature.getAlgorithm(), "signature", target,
-                                "bytes", signed.length, "milliseconds", millis),
+                                "bytes", bytes.length, "milliseconds", millis),
                         String.format(Locale.ROOT, "%s signature of %d bytes in %.1f ms: %s", signature.getAlgorithm(),
-                                signed.length, millis, target));
+                                bytes.length, millis, target));
             }
         }
         return 0;

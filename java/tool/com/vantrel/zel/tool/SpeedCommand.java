@@ -21,7 +21,7 @@ import picocli.CommandLine.Command;
 import picocli.CommandLine.Mixin;
 import picocli.CommandLine.Option;
 
-/** {@code zel speed}: this provider beside the JDK's own, in turn in one run. */
+/** {@code zel speed}: this provider and the JDK's own, measured in turn in one run. */
 @Command(
         name = "speed",
         description = "Measures the provider beside the JDK's own; the ratio is what to go by.",
@@ -30,8 +30,8 @@ final class SpeedCommand implements Callable<Integer> {
     private static final int DATA_BYTES = 16384;
     private static final int ROUNDS = 5;
 
-    /** Until the JVM has compiled what it will. */
-    private static final long WARMING_NANOS = 500_000_000;
+    /** The time that the JVM gets to compile the work. */
+    private static final long WARM_UP_NANOS = 500_000_000;
 
     @Option(names = "--seconds", paramLabel = "SECONDS", description = "How long each algorithm is measured, ${DEFAULT-VALUE} by default.")
     private double seconds = 1;
@@ -128,8 +128,8 @@ final class SpeedCommand implements Callable<Integer> {
         long roundNanos = (long) (seconds * 1e9 / (2 * ROUNDS));
         double[] ownNanos = new double[ROUNDS];
         double[] othersNanos = new double[ROUNDS];
-        nanosPerCall(own, WARMING_NANOS);
-        nanosPerCall(others, WARMING_NANOS);
+        nanosPerCall(own, WARM_UP_NANOS);
+        nanosPerCall(others, WARM_UP_NANOS);
         for (int round = 0; round < ROUNDS; ++round) {
             ownNanos[round] = nanosPerCall(own, roundNanos);
             othersNanos[round] = nanosPerCall(others, roundNanos);

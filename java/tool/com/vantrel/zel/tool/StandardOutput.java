@@ -7,8 +7,8 @@ import java.io.IOException;
 import java.io.PrintStream;
 
 /**
- * The process's standard output. When its reader leaves, as {@code head} does that has enough, the program ends without a
- * word, which a stream for printing could not tell from a full disk.
+ * The process's standard output. When its reader ends, as {@code head} does after its lines, the program ends without a
+ * message; a stream for printing could not tell that from a full disk.
  */
 final class StandardOutput extends FilterOutputStream {
     private StandardOutput() {
@@ -26,7 +26,7 @@ final class StandardOutput extends FilterOutputStream {
             out.write(bytes, offset, count);
         } catch (IOException e) {
             if ("Broken pipe".equals(e.getMessage())) {
-                System.exit(Zel.TROUBLE); // which deletes what is half written elsewhere
+                System.exit(Zel.TROUBLE); // which deletes incomplete files
             }
             throw e;
         }

@@ -22,7 +22,7 @@ import picocli.CommandLine.Parameters;
             "  zel verify --key their.crt --signature letter.sig letter.txt"
         })
 final class VerifyCommand implements Callable<Integer> {
-    private static final int SIGNATURE_AT_MOST_BYTES = 1 << 16;
+    private static final int MAX_SIGNATURE_BYTES = 1 << 16;
 
     @Option(names = {"-k", "--key"}, required = true, paramLabel = "KEY",
             description = "The public key: X.509, PEM or DER, or a certificate in PEM.")
@@ -46,24 +46,24 @@ final class VerifyCommand implements Callable<Integer> {
         }
         PublicKey key = KeyFiles.readPublic(keyFile);
         Signature signature = SignCommand.engine(algorithm, key, keyFile);
-        byte[] signed = Input.small(signatureFile != null ? signatureFile : file + ".sig", SIGNATURE_AT_MOST_BYTES);
+        byte[] signatureBytes = Input.readSmall(signatureFile != null ? signatureFile : file + ".sig", MAX_SIGNATURE_BYTES);
         try (Input input = new Input(file)) {
             input.forEachPiece((bytes, count) -> signature.update(bytes, 0, count));
         }
         long start = System.nanoTime();
-        boolean isValid = isValid(signature, signed);
+        boolean isValid = isValid(signature, signatureBytes);
         double millis = (System.nanoTime() - start) / 1e6;
         json.print(Json.object("file", file, "algorithm", signature.getAlgorithm(), "valid", isValid, "milliseconds", millis),
                 String.format(Locale.ROOT, "%s: %s (%s, %.1f ms)", file, isValid ? "valid" : "NOT VALID",
                         signature.getAlgorithm(), millis));
-        return isValid ? 0 : Zel.NO;
+        return isValid ? 0 : Zel.ANSWER_NO;
     }
 
-    private static boolean isValid(Signature signature, byte[] signed) {
+    private static boolean isValid(Signature signature, byte[] signatureBytes) {
         try {
-            return signature.verify(signed);
+            return signature.verify(signatureBytes);
         } catch (SignatureException e) {
-            return false; // not even the form of one
+            return false; // not of the form of a signature
         }
     }
 }

@@ -17,8 +17,8 @@ import picocli.CommandLine.UnmatchedArgumentException;
 /**
  * The program {@code zel}: digests, random numbers, keys, signatures and encryption at a terminal.
  *
- * <p>It ends with 0 when all went well, with 1 when the answer is no (a signature that is not valid, a file that does not
- * decrypt with the key, a digest that differs), and with 2 for everything else.
+ * <p>Its exit code is 0 when all went well, 1 when the answer is no (a signature that is not valid, a file that does not
+ * decrypt with the key, a digest that differs), and 2 for everything else.
  */
 @Command(
         name = "zel",
@@ -45,13 +45,13 @@ import picocli.CommandLine.UnmatchedArgumentException;
             "2:anything else: a wrong command line, a file that cannot be read or written"
         })
 public final class Zel implements Runnable {
-    /** The exit code that says no. */
-    static final int NO = 1;
+    /** The exit code for the answer no. */
+    static final int ANSWER_NO = 1;
 
     /** The exit code for everything that went wrong. */
     static final int TROUBLE = CommandLine.ExitCode.USAGE;
 
-    /** Joins commands that share one process, and so one seeding of the generator. */
+    /** Separates commands that share one process, and so one seeding of the generator. */
     private static final String THEN = "--then";
 
     @Spec private CommandSpec spec;
@@ -70,7 +70,7 @@ public final class Zel implements Runnable {
 
     /**
      * Runs the program: one command, or several joined by {@code --then}, up to the first that does not end with 0. None is
-     * run where one of them cannot be understood.
+     * run where one of them cannot be parsed.
      *
      * @param args the command line
      * @return the exit code
@@ -85,7 +85,7 @@ public final class Zel implements Runnable {
         commands.add(words.toArray(String[]::new));
         int exitCode = 0;
         for (int i = 1; i < commands.size() && exitCode == 0; ++i) {
-            exitCode = understand(commands.get(i));
+            exitCode = parse(commands.get(i));
         }
         for (int i = 0; i < commands.size() && exitCode == 0; ++i) {
             exitCode = runOne(commands.get(i));
@@ -93,7 +93,7 @@ public final class Zel implements Runnable {
         return exitCode;
     }
 
-    private static int understand(String... args) {
+    private static int parse(String... args) {
         try {
             commandLine().parseArgs(args);
             return 0;
@@ -154,6 +154,6 @@ public final class Zel implements Runnable {
 
     private static int failure(Exception e) {
         err().println("zel: " + Failures.describe(e));
-        return e instanceof Failures.AnswerIsNo ? NO : TROUBLE;
+        return e instanceof Failures.AnswerIsNo ? ANSWER_NO : TROUBLE;
     }
 }

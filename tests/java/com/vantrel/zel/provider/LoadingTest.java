@@ -100,7 +100,7 @@ class LoadingTest {
         }
     }
 
-    /** Run in a child: the random start fails, and then the first users; last, reads back a generator that its parent has stored. */
+    /** Run in a child: the start fails, then the first users, reading a stored generator, two more starts; and then all goes well. */
     public static final class FailingStart {
         public static void main(String[] args) throws Exception {
             CompletableFuture<Thread> starter = new CompletableFuture<>();
@@ -121,6 +121,13 @@ class LoadingTest {
             try (ObjectInputStream in = new ObjectInputStream(Files.newInputStream(Path.of(args[0])))) {
                 System.out.println(in.readObject().getClass().getSimpleName());
             }
+            for (int i = 0; i < 2; ++i) {
+                System.out.println(assertThrows(ProviderException.class, () -> RandomStart.await(() -> {
+                    throw new IllegalStateException("no entropy");
+                }, 1, TimeUnit.MINUTES)).getCause().getMessage());
+            }
+            ZelSecurityProvider zel = new ZelSecurityProvider();
+            System.out.println(zel.awaitRandom(0, TimeUnit.SECONDS) + " " + zel.awaitRandom(5, TimeUnit.MINUTES));
         }
     }
 
@@ -234,7 +241,7 @@ class LoadingTest {
         assertEquals(0, temporary.toFile().list().length);
     }
 
-    /** A failure of the start is told to the first user who fails, too; reading a stored generator loads the library. */
+    /** The first user who fails also hears of the start's failure; reading a stored generator loads the library; a start can be repeated. */
     @Test
     void failuresOfTheStartAndStoredGenerators() throws Exception {
         String file = folder + "/random";
@@ -243,7 +250,7 @@ class LoadingTest {
         }
         String failures = "not the generator's doing []\nuse [java.lang.OutOfMemoryError: start]\nuse again []\n";
         List<String> tests = List.of("-cp", System.getProperty("java.class.path"));
-        assertEquals(failures + "ZelSecureRandomSpi\n", ChildJvm.outputOf(FailingStart.class, tests, file));
+        assertEquals(failures + "ZelSecureRandomSpi\nno entropy\nno entropy\nfalse true\n", ChildJvm.outputOf(FailingStart.class, tests, file));
         List<String> nowhere = new ArrayList<>(tests);
         nowhere.addAll(List.of("-Djava.io.tmpdir=/nonexistent", "-Djava.library.path="));
         ChildJvm without = ChildJvm.run(FailingStart.class, nowhere, file);

@@ -5,7 +5,7 @@ final class Background {
     private Background() {}
 
     /**
-     * Does it in a thread that a virtual machine's end does not wait for, and that keeps nothing of the caller's.
+     * Does the work in a daemon thread, which holds no reference of the caller's.
      *
      * @throws OutOfMemoryError if there are no more threads
      */

@@ -7,9 +7,9 @@ import java.lang.reflect.Array;
 import java.lang.reflect.Method;
 
 /**
- * C functions of the native library as Java from 22 on calls them, with arrays as they are: by critical calls of the
- * foreign-function interface. They are found by reflection, because older Javas have none of this; handles in constants
- * are compiled into their callers all the same.
+ * C functions of the native library, called from Java 22 on by critical calls of the foreign-function interface, which take
+ * arrays without copying. That interface is used by reflection, because older versions of Java have none; handles in constants are
+ * compiled into their callers all the same.
  */
 final class ForeignCalls {
     private static final int REPETITIONS = 20_000;
@@ -37,7 +37,7 @@ final class ForeignCalls {
 
     private ForeignCalls() {}
 
-    /** Whether there are such calls. They are repeated here until they are compiled, so that nobody else waits for that. */
+    /** Whether these calls can be made. They are repeated here until they are compiled, so that no other thread waits for that. */
     static boolean areReady() {
         byte[] message = new byte[ShortCalls.STATE_BYTES];
         for (int i = 0; i < REPETITIONS && CBC != null; ++i) {
@@ -107,7 +107,7 @@ final class ForeignCalls {
         return handle;
     }
 
-    /** By the loader of the platform's own classes, so that no lock of another one is waited for. */
+    /** By the loader of the platform's own classes: another one's lock could be held for long. */
     private static Class<?> foreign(String name) throws ClassNotFoundException {
         return Class.forName("java.lang.foreign." + name, true, null);
     }

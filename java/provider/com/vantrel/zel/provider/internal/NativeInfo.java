@@ -4,8 +4,8 @@ import java.util.LinkedHashMap;
 import java.util.Map;
 
 /**
- * What the native library tells about itself. The library registers the native methods when it is loaded; an older one
- * that does not is told apart by {@link UnsatisfiedLinkError}.
+ * The native library's version and state. The library registers the native methods when it is loaded; with an older one that does
+ * not they throw {@link UnsatisfiedLinkError}.
  */
 public final class NativeInfo {
     private NativeInfo() {}

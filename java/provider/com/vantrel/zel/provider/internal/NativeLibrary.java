@@ -14,9 +14,9 @@ import java.util.Locale;
 /**
  * Loads the native library zelspi, once for the class loader.
  *
- * <p>A library that stands in a folder of {@code java.library.path} is preferred. When it is of another version than the
- * provider, or taken by another class loader already, and where there is none, the one that the provider's jar carries for
- * this system is unpacked and loaded. When it cannot be loaded for another reason no other is tried.
+ * <p>A library in a folder of {@code java.library.path} is preferred. Where there is none, or it is of another version than the
+ * provider, or already loaded by another class loader, the one that the provider's jar has for this system is unpacked and
+ * loaded. When loading fails for another reason no other is tried.
  */
 public final class NativeLibrary {
     private static final String NAME = "zelspi";
@@ -82,8 +82,8 @@ public final class NativeLibrary {
     }
 
     /**
-     * What to say of a library of another version than the provider; null for the right one, and for a file that cannot be read,
-     * of which loading will say more. The version is looked up in the file, because a library that has been loaded stays: its
+     * The message about a library of another version than the provider; null for the right one, and for a file that cannot be read,
+     * because loading gives a better message. The version is read from the file, because a library that has been loaded stays: its
      * methods would mix with those of the right one.
      */
     private static String otherVersion(Path file) {
@@ -115,7 +115,7 @@ public final class NativeLibrary {
         return System.getProperty("java.library.path", "");
     }
 
-    /** @param refusal what to add when there is none: why the one in java.library.path is not used */
+    /** @param refusal why the library in java.library.path is not used, for the message when the jar has none */
     private static void loadFromJar(String refusal) {
         String resource = "/native/" + platform() + "/" + System.mapLibraryName(NAME);
         String described = resource + " of the provider's jar";

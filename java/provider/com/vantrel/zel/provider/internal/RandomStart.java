@@ -8,16 +8,16 @@ import java.util.concurrent.TimeoutException;
 import java.util.concurrent.atomic.AtomicReference;
 
 /**
- * The start of the process's random generator, which takes some six seconds: once, in a daemon thread, so that nobody waits
- * who needs no randomness. A virtual machine that ends meanwhile does not wait for it.
+ * The start of the process's random generator, which takes some six seconds: once, in a daemon thread, so that only users of
+ * random numbers wait. A virtual machine that ends meanwhile does not wait for it.
  */
 public final class RandomStart {
-    private static boolean begun;
+    private static boolean hasBegun;
 
     /** The latest start; null before the first. */
     private static FutureTask<Void> attempt;
 
-    /** What the start failed with, until somebody who needs randomness has been told. */
+    /** The failure of the start, until a user of the generator has been told of it. */
     private static final AtomicReference<Throwable> FAILURE = new AtomicReference<>();
 
     private RandomStart() {}
@@ -28,10 +28,10 @@ public final class RandomStart {
      * @param start makes the generator
      */
     public static synchronized void begin(Runnable start) {
-        if (begun) {
+        if (hasBegun) {
             return;
         }
-        begun = true;
+        hasBegun = true;
         try {
             startAttempt(start);
         } catch (OutOfMemoryError e) { // no more threads: the first user makes the generator
@@ -45,9 +45,9 @@ public final class RandomStart {
         attempt = task;
     }
 
-    /** For a program that may need no randomness: the first user makes the generator. Does nothing once it has begun. */
+    /** For a program that may need no randomness: the first user makes the generator. No effect once it has begun. */
     public static synchronized void leaveToFirstUser() {
-        begun = true;
+        hasBegun = true;
     }
 
     private static void keepFailure(Runnable start) {
@@ -72,7 +72,7 @@ public final class RandomStart {
     public static boolean await(Runnable start, long timeout, TimeUnit unit) throws InterruptedException {
         try {
             if (!NativeInfo.isRandomReady()) {
-                underWay(start).get(timeout, unit);
+                currentAttempt(start).get(timeout, unit);
             }
             return true;
         } catch (TimeoutException e) {
@@ -82,8 +82,8 @@ public final class RandomStart {
         }
     }
 
-    private static synchronized FutureTask<Void> underWay(Runnable start) {
-        begun = true;
+    private static synchronized FutureTask<Void> currentAttempt(Runnable start) {
+        hasBegun = true;
         if (attempt == null || attempt.isDone()) {
             startAttempt(start);
         }
@@ -92,7 +92,7 @@ public final class RandomStart {
 
     /**
      * Uses the generator. The native side tries again to make one that could not be made at the start; only if that fails
-     * too, the failure of the start is told along with it.
+     * too, its exception suppresses the failure of the start.
      *
      * @param use the use
      */

@@ -27,23 +27,23 @@ public final class SelfTest {
     private static final byte[] ABC = "abc".getBytes(US_ASCII);
     private static final byte[] CHANGED = "abd".getBytes(US_ASCII);
 
-    /** One service's test; what is wrong comes as an exception. */
+    /** One service's test; throws where the answer is wrong. */
     private interface Check {
         void run() throws Exception;
     }
 
     private final Provider provider;
-    private final Map<String, String> outcomes = new LinkedHashMap<>();
+    private final Map<String, String> failures = new LinkedHashMap<>();
 
     private SelfTest(Provider provider) {
         this.provider = provider;
     }
 
     /**
-     * Tries every service for which there are known answers, also those behind one that fails.
+     * Tests every service for which there are known answers, also after one has failed.
      *
      * @param provider whose services
-     * @return by the service's algorithm what is wrong with it, or an empty text
+     * @return what is wrong with each service, by its algorithm; an empty text where nothing is
      */
     public static Map<String, String> run(Provider provider) {
         SelfTest test = new SelfTest(provider);
@@ -54,17 +54,17 @@ public final class SelfTest {
         test.check("SHA1withRSA", () -> test.rsa("SHA1withRSA", KnownAnswers.SHA1_WITH_RSA));
         test.check("SHA256withRSA", () -> test.rsa("SHA256withRSA", KnownAnswers.SHA256_WITH_RSA));
         test.check("SHA1withDSA", test::dsa);
-        return test.outcomes;
+        return test.failures;
     }
 
     private void check(String algorithm, Check check) {
-        String wrong = "";
+        String failure = "";
         try {
             check.run();
         } catch (Exception | LinkageError e) {
-            wrong = e instanceof Wrong ? e.getMessage() : e.toString();
+            failure = e instanceof WrongAnswer ? e.getMessage() : e.toString();
         }
-        outcomes.put(algorithm, wrong);
+        failures.put(algorithm, failure);
     }
 
     private void digest(String algorithm, String ofAbc, String ofMillion) {
@@ -91,7 +91,7 @@ public final class SelfTest {
         require(cipher.doFinal(longer), million(), "plaintext of a long message");
     }
 
-    /** No known answer: an output that repeats itself is what can be seen. */
+    /** Without known answers: all that can be tested is that the output does not repeat. */
     private void random() throws GeneralSecurityException {
         SecureRandom random = SecureRandom.getInstance("FIPS186PRNG", provider);
         byte[] first = new byte[20];
@@ -109,7 +109,7 @@ public final class SelfTest {
         verify(algorithm, publicKey, known);
     }
 
-    /** A signature is another one each time. */
+    /** DSA signatures are random: a new one can only be verified. */
     private void dsa() throws GeneralSecurityException {
         KeyFactory keys = KeyFactory.getInstance("DSA");
         PublicKey publicKey = keys.generatePublic(new X509EncodedKeySpec(KnownAnswers.DSA_PUBLIC_KEY));
@@ -139,13 +139,13 @@ public final class SelfTest {
         require(Arrays.equals(result, known), "wrong " + what);
     }
 
-    private static void require(boolean isRight, String wrong) {
+    private static void require(boolean isRight, String failure) {
         if (!isRight) {
-            throw new Wrong(wrong);
+            throw new WrongAnswer(failure);
         }
     }
 
-    /** A long message: it goes another way through digests and the cipher than a short one. */
+    /** A long message, which native engines process; short ones go through short calls. */
     private static byte[] million() {
         byte[] message = new byte[1_000_000];
         Arrays.fill(message, (byte) 'a');
@@ -158,10 +158,10 @@ public final class SelfTest {
     }
 
     /** Another answer than the known one. */
-    private static final class Wrong extends RuntimeException {
+    private static final class WrongAnswer extends RuntimeException {
         private static final long serialVersionUID = 1L;
 
-        Wrong(String what) {
+        WrongAnswer(String what) {
             super(what);
         }
     }

@@ -3,10 +3,10 @@ package com.vantrel.zel.provider.internal;
 import java.util.Objects;
 
 /**
- * The native work on short messages: everything goes along as arguments, and no engine is made or looked up.
+ * The native work on short messages: all data are arguments, and no engine is made or looked up.
  *
- * <p>Where this Java can call C itself, and may, it does; else the methods here do, which the native library registers. Who
- * calls does not see which. The arguments are all checked here, in variables that no other thread sees: C takes what it is given.
+ * <p>C is called by Java's foreign functions where this version has them and may use them, else by the native methods here, which the
+ * library registers. The arguments are all checked here, in variables that no other thread sees: C does not check them.
  */
 public final class ShortCalls {
     /** The most bytes that one call takes: while it runs, it may hold up the garbage collector. */
@@ -18,10 +18,10 @@ public final class ShortCalls {
     /** What {@link #cbc} works with: the expanded key, then the chaining value of one block. */
     public static final int STATE_BYTES = SCHEDULE_BYTES + 16;
 
-    /** How many more calls there are before it is worth while to make Java's own calls of C ready, which takes far longer. */
-    private static int leftBefore = 10_000;
+    /** How many calls are made before foreign functions are prepared, which takes far longer than a call. */
+    private static int callsBeforeForeign = 10_000;
 
-    /** Whether Java calls C itself. Any thread may see late that it does. */
+    /** Whether foreign functions are used. A thread may see late that they are. */
     static boolean isForeign;
 
     private ShortCalls() {}
@@ -46,8 +46,8 @@ public final class ShortCalls {
      * Sends {@code blocks[offset .. offset + length)}, whole blocks, through AES-256 in CBC mode, in place.
      *
      * @param encrypts the direction
-     * @param state {@link #STATE_BYTES}, made for this direction; stays as it is
-     * @param blocks what is overwritten with the result
+     * @param state {@link #STATE_BYTES}, with the key expanded for this direction; not changed
+     * @param blocks the blocks, which the result overwrites
      * @param offset where it begins
      * @param length its length, at most {@link #MOST_BYTES}
      */
@@ -91,13 +91,13 @@ public final class ShortCalls {
         }
     }
 
-    /** Threads may count past each other, so that there may be more than one that makes ready, or one later. */
+    /** Threads may miss each other's counts: the preparation may begin twice, or late. */
     private static boolean isForeign() {
-        if (!isForeign && leftBefore > 0 && --leftBefore == 0) {
+        if (!isForeign && callsBeforeForeign > 0 && --callsBeforeForeign == 0) {
             try {
                 Background.start("zel-foreign-calls", () -> isForeign = ForeignCalls.areReady());
             } catch (Error | RuntimeException e) { // no more threads, none allowed, the class loader closed
-                leftBefore = 0;
+                callsBeforeForeign = 0;
             }
         }
         return isForeign;

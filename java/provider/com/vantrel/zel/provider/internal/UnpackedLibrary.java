@@ -18,7 +18,7 @@ import java.time.Instant;
 import java.util.Iterator;
 
 /**
- * A library in a private temporary folder of its own, gone when closed. Some systems do not delete a library that is
+ * A library in a private temporary folder, which is deleted when this is closed. Some systems do not delete a library that is
  * loaded: its folder is then swept by a later start.
  *
  * <p>The JDK's own helpers for temporary files draw their names from a SecureRandom, which may be this very provider. So
@@ -30,8 +30,8 @@ final class UnpackedLibrary implements AutoCloseable {
     private static final Duration STALE = Duration.ofDays(1);
     private static final int ATTEMPTS = 1000;
 
-    /** The most that a sweep looks at: anybody may fill a shared folder with such names, and every start would pay for it. */
-    private static final int LOOKED_AT_ONCE = 200;
+    /** The most folders that a sweep looks at: other users may fill a shared folder with such names to slow every start. */
+    private static final int MAX_FOLDERS_SWEPT = 200;
 
     private static final String MODE = "unix:mode";
     private static final int STICKY = 01000;
@@ -110,24 +110,24 @@ final class UnpackedLibrary implements AutoCloseable {
                 : new FileAttribute<?>[0];
     }
 
-    /** Deletes what earlier starts had to leave behind. A library still in use elsewhere cannot be deleted and stays. */
+    /** Deletes the folders that earlier starts could not. A library still in use elsewhere cannot be deleted and stays. */
     private static void sweep(Path temporary, String fileName, UserPrincipal owner) {
         FileTime limit = FileTime.from(Instant.now().minus(STALE));
         try (DirectoryStream<Path> folders = Files.newDirectoryStream(temporary, PREFIX + "*")) {
-            int left = LOOKED_AT_ONCE;
-            for (Iterator<Path> each = folders.iterator(); left > 0 && each.hasNext(); --left) {
+            int remaining = MAX_FOLDERS_SWEPT;
+            for (Iterator<Path> each = folders.iterator(); remaining > 0 && each.hasNext(); --remaining) {
                 Path folder = each.next();
                 if (isStale(folder, owner, limit)) {
                     deleteUnpacked(folder.resolve(fileName));
                 }
             }
         } catch (IOException | DirectoryIteratorException e) {
-            // Sweeping is a courtesy; what stands in its way is left for another start.
+            // A later start sweeps again.
             return;
         }
     }
 
-    /** Whether it is an old folder of the same user: anybody may have put the name, or a link, into a shared folder. */
+    /** Whether it is an old folder of the same user: others may have put a folder or link of that name into a shared folder. */
     private static boolean isStale(Path folder, UserPrincipal owner, FileTime limit) {
         try {
             return Files.isDirectory(folder, LinkOption.NOFOLLOW_LINKS)

@@ -11,7 +11,7 @@ import java.util.Arrays;
 import javax.crypto.Cipher;
 import javax.crypto.spec.SecretKeySpec;
 
-/** The keys that a cipher works with, and those that it wraps. */
+/** AES keys of a cipher, and keys of any kind that it wraps. */
 final class AesKeys {
     static final int KEY_BYTES = 32;
 
@@ -21,7 +21,7 @@ final class AesKeys {
      * Copies the bytes of an AES-256 key.
      *
      * @param target receives the {@link #KEY_BYTES} bytes
-     * @throws InvalidKeyException if it is no such key; the target is then unchanged
+     * @throws InvalidKeyException if it is not an AES-256 key; the target is then unchanged
      */
     static void copy(Key key, byte[] target) throws InvalidKeyException {
         byte[] encoded = encodedAesKey(key);
@@ -59,7 +59,7 @@ final class AesKeys {
     }
 
     /**
-     * Makes the key that was wrapped.
+     * Makes a key of its encoding, which has been unwrapped.
      *
      * @param type one of the key types of {@link Cipher}
      */

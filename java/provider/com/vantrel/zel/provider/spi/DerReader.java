@@ -5,8 +5,8 @@ import java.math.BigInteger;
 import java.util.Arrays;
 
 /**
- * Reads DER from an array, one element after another, without copying. What it reads are encodings of keys and signatures;
- * elements of other tags than the expected one, or that run past the end, are refused.
+ * Reads DER from an array, one element after another, without copying. It is for the encodings of keys and
+ * signatures; an element of another tag than the expected one, or that runs past the end, is refused.
  */
 final class DerReader {
     private static final int INTEGER = 0x02;
@@ -34,14 +34,14 @@ final class DerReader {
         return at == end;
     }
 
-    /** Refuses anything that is left to read. */
+    /** Refuses further bytes. */
     void expectEnd() throws IOException {
         if (!isAtEnd()) {
             throw new IOException("bytes behind the end");
         }
     }
 
-    /** The position in the array of what is read next. */
+    /** The position in the array of the next element. */
     int position() {
         return at;
     }
@@ -66,7 +66,7 @@ final class DerReader {
         return content;
     }
 
-    /** A copy of an INTEGER, for what is no secret. */
+    /** A copy of an INTEGER that is no secret. */
     BigInteger integer() throws IOException {
         return magnitude().toBigInteger();
     }
@@ -87,7 +87,7 @@ final class DerReader {
         return Arrays.equals(bytes, found.at, found.end, content, 0, content.length);
     }
 
-    /** A copy of what is left to read. */
+    /** A copy of the remaining bytes. */
     byte[] rest() {
         return Arrays.copyOfRange(bytes, at, end);
     }

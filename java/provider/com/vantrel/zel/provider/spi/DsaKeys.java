@@ -15,12 +15,12 @@ import java.security.spec.DSAPrivateKeySpec;
 import java.security.spec.DSAPublicKeySpec;
 import java.security.spec.InvalidKeySpecException;
 
-/** DSA keys between Java and the native engines: anybody's keys in, the JDK's own key objects out. */
+/** DSA keys between Java and the native engines: checks keys of any provider, and makes key objects of the JDK. */
 final class DsaKeys {
     static final int P_BITS = 1024;
     static final int Q_BITS = 160;
 
-    /** The engine draws the secret number of a signature no longer than a short x asks for, until it gives the key away. */
+    /** With a shorter x the engine draws nonces so short that its signatures give the key away. */
     private static final int MIN_X_BITS = 112;
 
     /** id-dsa, 1.2.840.10040.4.1. */

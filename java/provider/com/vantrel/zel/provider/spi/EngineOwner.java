@@ -4,13 +4,16 @@ import java.lang.ref.Cleaner;
 import java.util.function.LongConsumer;
 
 /**
- * Gives a native engine back when the Java object that it belongs to becomes unreachable.
+ * Deletes a native engine when the Java object that it belongs to becomes unreachable.
  *
  * <p>The native side writes the engine's address into the object's field {@code context0}. The owner notes it after every
  * call that may have made an engine; the cleaning action knows only that address, never the object.
+ *
+ * <p>The library looks for the field, and exports its methods, by the name of each final class: these stand there, next to what is
+ * the algorithm's own; all the rest is in the base classes.
  */
 final class EngineOwner {
-    /** Made when it is first needed: where there is no thread for it then, the next object tries again. */
+    /** Made when it is first needed; where no thread can be had for it, the next object tries again. */
     private static volatile Cleaner cleaner;
 
     private final Release release;
@@ -40,7 +43,7 @@ final class EngineOwner {
 
     /** Notes the address that now stands in the object's field. */
     void bound(long context0) {
-        if (release.context0 != context0) { // reading is cheaper than writing what other threads are to see
+        if (release.context0 != context0) { // reading a volatile field is cheaper than writing it
             release.context0 = context0;
         }
     }

@@ -4,7 +4,7 @@ import com.vantrel.zel.provider.ZelSecurityProvider;
 import java.security.NoSuchAlgorithmException;
 import java.security.SecureRandom;
 
-/** Initialisation vectors for those who name none. */
+/** Initialisation vectors where the caller gives none. */
 final class FreshIv {
     private static final String OWN_GENERATOR = "FIPS186PRNG";
 
@@ -21,10 +21,10 @@ final class FreshIv {
         }
     }
 
-    /** New random bytes, from the generator given where this provider has none of its own. */
-    static byte[] bytes(int count, SecureRandom given) {
+    /** New random bytes, from the fallback where this provider has no generator of its own. */
+    static byte[] bytes(int count, SecureRandom fallback) {
         byte[] bytes = new byte[count];
-        SecureRandom random = OWN != null ? OWN : given != null ? given : new SecureRandom();
+        SecureRandom random = OWN != null ? OWN : fallback != null ? fallback : new SecureRandom();
         random.nextBytes(bytes);
         return bytes;
     }

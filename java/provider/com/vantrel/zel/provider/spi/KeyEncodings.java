@@ -14,13 +14,13 @@ final class KeyEncodings {
 
     private KeyEncodings() {}
 
-    /** Looks at an encoding and gives the engine what it is to have of it. */
+    /** Checks an encoding and returns the form of it that the engine reads. */
     interface Check {
         byte[] run(byte[] encoded) throws IOException, InvalidKeyException;
     }
 
     /**
-     * Has the key's encoding checked, and refuses every other kind of key.
+     * Returns the checked encoding of a key; refuses keys of other kinds.
      *
      * @param type what the key must be an instance of
      * @param format its format, X.509 or PKCS#8
@@ -55,33 +55,33 @@ final class KeyEncodings {
     }
 
     /**
-     * A copy of a key's encoding for the caller alone, or null. A key may give its own array, which must stay as it is; what a
-     * secret key copies at every call is zeroed.
+     * A copy of a key's encoding for the caller alone, or null. A key may return its own array, which must stay as it is; the
+     * copies that a secret key makes at every call are zeroed.
      *
-     * @throws InvalidKeyException if the key does not answer, as one that has been destroyed
+     * @throws InvalidKeyException if the key throws an exception, as one that has been destroyed
      */
     static byte[] copy(Key key) throws InvalidKeyException {
-        byte[] given = given(key);
-        if (given == null) {
+        byte[] encoding = encodingOf(key);
+        if (encoding == null) {
             return null;
         }
         if (key.getClass() == SecretKeySpec.class) { // known to give a new array at every call
-            return given;
+            return encoding;
         }
-        byte[] copy = given.clone();
+        byte[] copy = encoding.clone();
         if (!(key instanceof PublicKey)) {
-            byte[] again = given(key);
-            if (again != given) { // a new array at every call
-                Arrays.fill(given, (byte) 0);
-                if (again != null) {
-                    Arrays.fill(again, (byte) 0);
+            byte[] second = encodingOf(key);
+            if (second != encoding) { // a new array at every call
+                Arrays.fill(encoding, (byte) 0);
+                if (second != null) {
+                    Arrays.fill(second, (byte) 0);
                 }
             }
         }
         return copy;
     }
 
-    private static byte[] given(Key key) throws InvalidKeyException {
+    private static byte[] encodingOf(Key key) throws InvalidKeyException {
         try {
             return key.getEncoded();
         } catch (RuntimeException e) {

@@ -4,8 +4,8 @@ import java.math.BigInteger;
 import java.util.Arrays;
 
 /**
- * A number of 0 or above that stands in somebody's array, most significant byte first. Nothing is copied: whoever has the
- * array can wipe a secret number, which a BigInteger would leave in memory.
+ * A number of 0 or above in an array of the caller's, most significant byte first. Nothing is copied: the owner of the array can
+ * wipe a secret number, which a BigInteger would leave in memory.
  */
 final class Magnitude {
     private final byte[] bytes;

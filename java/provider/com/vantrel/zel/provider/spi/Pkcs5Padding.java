@@ -6,7 +6,7 @@ import java.nio.ByteOrder;
 
 /** The padding of PKCS#5 for blocks of 16 bytes. */
 final class Pkcs5Padding {
-    private static final int BLOCK_BYTES = 16;
+    private static final int BLOCK_BYTES = AesCbc.BLOCK_BYTES;
     private static final VarHandle LONGS = MethodHandles.byteArrayViewVarHandle(long[].class, ByteOrder.BIG_ENDIAN);
 
     private Pkcs5Padding() {}

@@ -15,7 +15,7 @@ import java.security.spec.InvalidKeySpecException;
 import java.security.spec.RSAPrivateCrtKeySpec;
 import java.security.spec.RSAPublicKeySpec;
 
-/** RSA keys between Java and the native engines: anybody's keys in, the JDK's own key objects out. */
+/** RSA keys between Java and the native engines: checks keys of any provider, and makes key objects of the JDK. */
 final class RsaKeys {
     static final int MIN_BITS = 512;
     static final int MAX_BITS = 16384;
@@ -62,7 +62,7 @@ final class RsaKeys {
             values.magnitude(); // d, which the engine computes from the others
             Magnitude p = values.magnitude();
             Magnitude q = values.magnitude();
-            if (e.bitLength() == 0 || p.bitLength() == 0 || q.bitLength() == 0) { // as keys of n and d alone are encoded
+            if (e.bitLength() == 0 || p.bitLength() == 0 || q.bitLength() == 0) { // so are keys of n and d alone encoded
                 throw new InvalidKeyException("the RSA key lacks the values of the Chinese remainder theorem");
             }
             checkExponent(encoded, exponentAt, e);

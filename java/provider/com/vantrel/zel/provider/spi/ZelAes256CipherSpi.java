@@ -23,10 +23,10 @@ import javax.crypto.spec.IvParameterSpec;
 /**
  * AES-256 in CBC mode with PKCS#5 padding, computed by the native library.
  *
- * <p>The native engine has habits that users of {@link Cipher} do not expect; {@link AesMessage} never lets them show.
+ * <p>The native engine has habits that users of {@link Cipher} do not expect; {@link AesMessage} hides them.
  */
 public final class ZelAes256CipherSpi extends CipherSpi {
-    private static final int BLOCK_BYTES = 16;
+    private static final int BLOCK_BYTES = AesCbc.BLOCK_BYTES;
 
     /** The native engine's address, or 0; written by the native side. */
     private long context0;
@@ -39,14 +39,10 @@ public final class ZelAes256CipherSpi extends CipherSpi {
         message = new AesMessage(this);
     }
 
-    /** A blank object, made only to hand an engine's address to {@code deleteContext0}. */
-    private ZelAes256CipherSpi(long context0) {
+    /** The object that deletes an engine, from its address. */
+    ZelAes256CipherSpi(long context0) {
         this.context0 = context0;
         message = null;
-    }
-
-    static void delete(long context0) {
-        new ZelAes256CipherSpi(context0).deleteContext0();
     }
 
     long context0() {
@@ -54,15 +50,10 @@ public final class ZelAes256CipherSpi extends CipherSpi {
     }
 
     native void engineInit0(int opmode, byte[] iv, byte[] key);
-
     native byte[] engineUpdate0(byte[] input, int offset, int length);
-
     native int engineUpdate0(byte[] input, int offset, int length, byte[] output, int outputOffset);
-
     native byte[] engineDoFinal0(byte[] input, int offset, int length);
-
     native int engineDoFinal0(byte[] input, int offset, int length, byte[] output, int outputOffset);
-
     native void deleteContext0();
 
     @Override
@@ -220,7 +211,7 @@ public final class ZelAes256CipherSpi extends CipherSpi {
                 message::doFinal);
     }
 
-    /** Runs a step over what is left in the buffers; their positions move when it succeeds. */
+    /** Runs a step over the remaining bytes of the buffers; their positions move when it succeeds. */
     private <E extends Exception> int withArrays(ByteBuffer input, ByteBuffer output, long atMost, Step<E> step)
             throws ShortBufferException, E {
         int length = input.remaining();
@@ -231,7 +222,7 @@ public final class ZelAes256CipherSpi extends CipherSpi {
                     output.array(), output.arrayOffset() + output.position(), room);
             output.position(output.position() + written);
         } else {
-            // Copies, because buffers outside the heap may overlap without our seeing it.
+            // Copies, because an overlap of buffers outside the heap cannot be seen.
             byte[] in = new byte[length];
             byte[] out = new byte[(int) Math.min(room, atMost)];
             input.duplicate().get(in);

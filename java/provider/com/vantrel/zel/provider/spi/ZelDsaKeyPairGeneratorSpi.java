@@ -11,20 +11,15 @@ import java.security.spec.AlgorithmParameterSpec;
  * parameters of its own.
  */
 public final class ZelDsaKeyPairGeneratorSpi extends ZelKeyPairGeneratorSpi {
-    /** The native engine's address, or 0; written by the native side. */
     private long context0;
 
     /** A generator of keys of 1024 bits. */
     public ZelDsaKeyPairGeneratorSpi() {
-        super(ZelDsaKeyPairGeneratorSpi::delete);
+        super(ZelDsaKeyPairGeneratorSpi::new);
     }
 
     private ZelDsaKeyPairGeneratorSpi(long context0) {
         this.context0 = context0;
-    }
-
-    private static void delete(long context0) {
-        new ZelDsaKeyPairGeneratorSpi(context0).deleteContext0();
     }
 
     /**
@@ -61,14 +56,11 @@ public final class ZelDsaKeyPairGeneratorSpi extends ZelKeyPairGeneratorSpi {
         return DsaKeys.keyPair(der);
     }
 
-    @Override
-    long context0() {
+    @Override long context0() {
         return context0;
     }
 
     native byte[] generateDsaKeyPair0(int keySize);
-
     native byte[] generateDsaKeyPair0(int keySize, byte[] p, byte[] q, byte[] g);
-
-    native void deleteContext0();
+    @Override native void deleteContext0();
 }

@@ -6,26 +6,30 @@ import java.lang.ref.Reference;
 import java.security.KeyPair;
 import java.security.KeyPairGeneratorSpi;
 import java.util.Arrays;
-import java.util.function.LongConsumer;
+import java.util.function.LongFunction;
 
 /**
- * What the key pair generators have in common: one native call, whose DER becomes key objects of the JDK and is zeroed. The
+ * What the key pair generators have in common: one native call returns DER, which becomes key objects of the JDK and is zeroed. The
  * first call in a process waits until the random generator has started.
  */
 abstract class ZelKeyPairGeneratorSpi extends KeyPairGeneratorSpi {
     private final EngineOwner owner;
 
-    ZelKeyPairGeneratorSpi(LongConsumer delete) {
+    /** @param ofEngine makes the object that deletes an engine, from its address */
+    ZelKeyPairGeneratorSpi(LongFunction<ZelKeyPairGeneratorSpi> ofEngine) {
         NativeLibrary.load();
-        owner = new EngineOwner(this, delete);
+        owner = new EngineOwner(this, context0 -> ofEngine.apply(context0).deleteContext0());
     }
 
-    /** A blank object, made only to hand an engine's address to {@code deleteContext0}. */
+    /** For {@code ofEngine}. */
     ZelKeyPairGeneratorSpi() {
         owner = null;
     }
 
+    /** The field of the native engine's address, or 0, which the native side writes. */
     abstract long context0();
+
+    abstract void deleteContext0();
 
     /** The DER of a fresh key, by the native engine. */
     abstract byte[] generate();

@@ -6,52 +6,56 @@ import java.lang.ref.Reference;
 import java.security.DigestException;
 import java.security.MessageDigestSpi;
 import java.util.Arrays;
-import java.util.function.LongConsumer;
+import java.util.function.LongFunction;
 
 /**
- * What the message digests have in common: a message is collected, and as long as all of it has been, its digest is one
- * short call. A longer one goes to a native engine, in pieces as they are collected ({@link #flush} is where the two meet);
- * the engine is made then, and given back with the object.
+ * What the message digests have in common: a message is buffered, and as long as the buffer holds all of it, its digest is one
+ * short call. A longer one goes to a native engine, a buffer at a time ({@link #flush} is where the two meet); the engine is
+ * made then, and deleted with the object.
  *
  * <p>A digest is not made for two threads at once. The locks here turn that mistake of a program into a wrong digest, where
  * it would be the end of the whole virtual machine.
  */
 abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable {
-    /** How much is collected before it goes to the engine. With more the copying costs what the engine does. */
-    static final int COLLECTED_BYTES = ShortCalls.MOST_BYTES;
+    /** The most that is buffered. With a larger buffer copying would take as long as the engine does. */
+    static final int BUFFER_BYTES = ShortCalls.MOST_BYTES;
 
-    private static final int FIRST_BYTES = 64;
+    private static final int FIRST_BUFFER_BYTES = 64;
     private static final byte[] NONE = {};
 
     /** The most that one native call takes: while it runs, the array may hold up the garbage collector. */
     private static final int CALL_BYTES = 1 << 20;
 
     private final int digestLength;
-    private final LongConsumer delete;
+    private final LongFunction<ZelMessageDigestSpi> ofEngine;
 
     /** Null until there may be an engine. */
     private EngineOwner owner;
 
-    private byte[] collected = NONE;
-    private int collectedCount;
+    private byte[] buffer = NONE;
+    private int bufferCount;
     private boolean engineHasInput;
 
-    ZelMessageDigestSpi(int digestLength, LongConsumer delete) {
+    /** @param ofEngine makes the object that deletes an engine, from its address */
+    ZelMessageDigestSpi(int digestLength, LongFunction<ZelMessageDigestSpi> ofEngine) {
         NativeLibrary.load();
         this.digestLength = digestLength;
-        this.delete = delete;
+        this.ofEngine = ofEngine;
     }
 
-    /** A blank object, made only to hand an engine's address to {@code deleteContext0}. */
+    /** For {@code ofEngine}. */
     ZelMessageDigestSpi() {
         digestLength = 0;
-        delete = null;
+        ofEngine = null;
     }
 
+    /** The field of the native engine's address, or 0, which the native side writes. */
     abstract long context0();
 
-    /** Says that there is no engine, of an object whose field is the copy of another one's. */
+    /** Sets the field to 0 in a clone, where it is the copy of another object's. */
     abstract void clearContext0();
+
+    abstract void deleteContext0();
 
     abstract void engineUpdate0(byte[] input, int offset, int length);
 
@@ -69,7 +73,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
         ZelMessageDigestSpi copy = (ZelMessageDigestSpi) super.clone();
         copy.clearContext0();
         copy.owner = null;
-        copy.collected = collected.clone();
+        copy.buffer = buffer.clone();
         if (engineHasInput) {
             copy.watchEngine();
             try {
@@ -88,30 +92,30 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
 
     @Override
     protected final synchronized void engineUpdate(byte input) {
-        if (collectedCount == collected.length) {
+        if (bufferCount == buffer.length) {
             makeRoom(1);
         }
-        collected[collectedCount++] = input;
+        buffer[bufferCount++] = input;
     }
 
     @Override
     protected final synchronized void engineUpdate(byte[] input, int offset, int length) {
         Slices.check(input, offset, length);
-        if (length > COLLECTED_BYTES) {
+        if (length > BUFFER_BYTES) {
             flush();
             updateEngine(input, offset, length);
         } else {
-            if (length > collected.length - collectedCount) {
+            if (length > buffer.length - bufferCount) {
                 makeRoom(length);
             }
-            System.arraycopy(input, offset, collected, collectedCount, length);
-            collectedCount += length;
+            System.arraycopy(input, offset, buffer, bufferCount, length);
+            bufferCount += length;
         }
     }
 
     @Override
     protected final synchronized void engineReset() {
-        forgetCollected();
+        clearBuffer();
         if (engineHasInput) {
             try {
                 engineReset0();
@@ -126,7 +130,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
     protected final synchronized byte[] engineDigest() {
         if (!engineHasInput) {
             byte[] digest = new byte[digestLength];
-            digestCollected(digest, 0);
+            digestBuffer(digest, 0);
             return digest;
         }
         flush();
@@ -145,7 +149,7 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
             throw new DigestException("insufficient space for digest");
         }
         if (!engineHasInput) {
-            digestCollected(output, offset);
+            digestBuffer(output, offset);
             return digestLength;
         }
         flush();
@@ -158,35 +162,35 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
         }
     }
 
-    private void digestCollected(byte[] output, int offset) {
-        ShortCalls.digest(digestLength, collected, collectedCount, output, offset);
-        forgetCollected();
+    private void digestBuffer(byte[] output, int offset) {
+        ShortCalls.digest(digestLength, buffer, bufferCount, output, offset);
+        clearBuffer();
     }
 
-    /** For so many bytes more, at most {@link #COLLECTED_BYTES}; what was collected goes to the engine if it would be too much. */
+    /** Makes room for so many bytes, at most {@link #BUFFER_BYTES}; flushes the buffer if it would be too much. */
     private void makeRoom(int length) {
-        if (length > COLLECTED_BYTES - collectedCount) {
+        if (length > BUFFER_BYTES - bufferCount) {
             flush();
         }
-        int needed = collectedCount + length;
-        if (needed > collected.length) {
-            byte[] small = collected;
-            collected = Arrays.copyOf(small, Math.min(COLLECTED_BYTES, Math.max(needed, Math.max(FIRST_BYTES, 2 * small.length))));
+        int needed = bufferCount + length;
+        if (needed > buffer.length) {
+            byte[] small = buffer;
+            buffer = Arrays.copyOf(small, Math.min(BUFFER_BYTES, Math.max(needed, Math.max(FIRST_BUFFER_BYTES, 2 * small.length))));
             Arrays.fill(small, (byte) 0);
         }
     }
 
-    /** The engine takes over from here what was collected; from now on the message is the engine's. */
+    /** Hands the buffer to the engine; from now on the message is the engine's. */
     private void flush() {
-        if (collectedCount > 0) {
-            updateEngine(collected, 0, collectedCount);
-            forgetCollected();
+        if (bufferCount > 0) {
+            updateEngine(buffer, 0, bufferCount);
+            clearBuffer();
         }
     }
 
-    private void forgetCollected() {
-        Arrays.fill(collected, 0, collectedCount, (byte) 0);
-        collectedCount = 0;
+    private void clearBuffer() {
+        Arrays.fill(buffer, 0, bufferCount, (byte) 0);
+        bufferCount = 0;
     }
 
     private void updateEngine(byte[] input, int offset, int length) {
@@ -194,11 +198,11 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
         engineHasInput = true;
         try {
             int at = offset;
-            for (int left = length; left > 0;) { // counts down: a position beyond the last piece could overflow
-                int piece = Math.min(CALL_BYTES, left);
+            for (int remaining = length; remaining > 0;) { // counts down: a position beyond the last piece could overflow
+                int piece = Math.min(CALL_BYTES, remaining);
                 engineUpdate0(input, at, piece);
                 at += piece;
-                left -= piece;
+                remaining -= piece;
             }
         } finally {
             noteEngine();
@@ -208,7 +212,8 @@ abstract class ZelMessageDigestSpi extends MessageDigestSpi implements Cloneable
     /** To be called before a native call that may make an engine. */
     private void watchEngine() {
         if (owner == null) {
-            owner = new EngineOwner(this, delete);
+            LongFunction<ZelMessageDigestSpi> deleting = ofEngine; // the cleaning action must not hold this object
+            owner = new EngineOwner(this, context0 -> deleting.apply(context0).deleteContext0());
         }
     }
 

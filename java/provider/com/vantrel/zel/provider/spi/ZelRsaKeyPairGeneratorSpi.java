@@ -13,22 +13,17 @@ public final class ZelRsaKeyPairGeneratorSpi extends ZelKeyPairGeneratorSpi {
     private static final int MIN_BITS = 1024;
     private static final int STEP_BITS = 128;
 
-    /** The native engine's address, or 0; written by the native side. */
     private long context0;
 
     private int keySize = DEFAULT_BITS;
 
     /** A generator of keys of 2048 bits. */
     public ZelRsaKeyPairGeneratorSpi() {
-        super(ZelRsaKeyPairGeneratorSpi::delete);
+        super(ZelRsaKeyPairGeneratorSpi::new);
     }
 
     private ZelRsaKeyPairGeneratorSpi(long context0) {
         this.context0 = context0;
-    }
-
-    private static void delete(long context0) {
-        new ZelRsaKeyPairGeneratorSpi(context0).deleteContext0();
     }
 
     /**
@@ -76,12 +71,10 @@ public final class ZelRsaKeyPairGeneratorSpi extends ZelKeyPairGeneratorSpi {
         return RsaKeys.keyPair(der);
     }
 
-    @Override
-    long context0() {
+    @Override long context0() {
         return context0;
     }
 
     native byte[] generateRsaKeyPair0(int keySize, int publicExponent);
-
-    native void deleteContext0();
+    @Override native void deleteContext0();
 }

@@ -5,15 +5,14 @@ import java.security.InvalidKeyException;
 import java.security.PrivateKey;
 import java.security.PublicKey;
 import java.security.SignatureException;
-import java.util.function.LongConsumer;
+import java.util.function.LongFunction;
 
-/** What the RSA signatures have in common: their keys, and what is no signature whatever the engine makes of it. */
+/** What the RSA signatures have in common: their keys, and the refusal of signatures that are not below the modulus. */
 abstract class ZelRsaSignatureSpi extends ZelSignatureSpi {
-    ZelRsaSignatureSpi(LongConsumer delete) {
-        super(delete);
+    ZelRsaSignatureSpi(LongFunction<ZelSignatureSpi> ofEngine) {
+        super(ofEngine);
     }
 
-    /** A blank object, made only to hand an engine's address to {@code deleteContext0}. */
     ZelRsaSignatureSpi() {}
 
     @Override
@@ -29,7 +28,7 @@ abstract class ZelRsaSignatureSpi extends ZelSignatureSpi {
     @Override
     final boolean verifyByEngine(byte[] signature, byte[] publicKey) throws SignatureException {
         Magnitude n = modulus(publicKey);
-        // The engine would reduce it, so that a signature had more than one form.
+        // The engine would reduce it: a signature would have more than one form.
         if (signature.length == (n.bitLength() + 7) / 8 && new Magnitude(signature, 0, signature.length).compareTo(n) >= 0) {
             return false;
         }

@@ -10,7 +10,7 @@ import java.security.SecureRandomSpi;
 
 /**
  * The FIPS 186-2 generator of the native library. All objects, in all threads, draw from and feed the one generator of the
- * process, which is made in the background when the provider starts; the first use waits for what is left of that.
+ * process, which is made in the background when the provider starts; the first use waits for the rest of that time.
  */
 public final class ZelSecureRandomSpi extends SecureRandomSpi {
     private static final long serialVersionUID = 1L;
@@ -24,7 +24,7 @@ public final class ZelSecureRandomSpi extends SecureRandomSpi {
     }
 
     /**
-     * The constructor that the platform looks for first: where it finds none, an exception costs it more than all the rest.
+     * The constructor that the platform looks for first: without it an exception would take longer than all the rest.
      *
      * @param parameters null
      * @throws IllegalArgumentException if there are any: this generator has none

@@ -12,25 +12,20 @@ import java.security.SignatureException;
  * library's own generator, also where {@code initSign} is given a SecureRandom.
  */
 public final class ZelSha1WithDsaSignatureSpi extends ZelSignatureSpi {
-    /** What the engine says of a well-formed signature that is wrong. */
+    /** The engine's message for a well-formed signature that is wrong. */
     private static final String WRONG = "error verifying signature";
 
     private static final int VALUE_BYTES = 1 + DsaKeys.Q_BITS / 8;
 
-    /** The native engine's address, or 0; written by the native side. */
     private long context0;
 
     /** A signature that is yet to be initialised. */
     public ZelSha1WithDsaSignatureSpi() {
-        super(ZelSha1WithDsaSignatureSpi::delete);
+        super(ZelSha1WithDsaSignatureSpi::new);
     }
 
     private ZelSha1WithDsaSignatureSpi(long context0) {
         this.context0 = context0;
-    }
-
-    private static void delete(long context0) {
-        new ZelSha1WithDsaSignatureSpi(context0).deleteContext0();
     }
 
     @Override
@@ -57,7 +52,7 @@ public final class ZelSha1WithDsaSignatureSpi extends ZelSignatureSpi {
     }
 
     /**
-     * The signature in the longest form, which is the only one that the engine never refuses for its length.
+     * The signature in its longest form, which the engine never refuses for its length.
      *
      * @throws SignatureException if it is no SEQUENCE of two INTEGERs in DER, or they are too large for any key
      */
@@ -88,35 +83,17 @@ public final class ZelSha1WithDsaSignatureSpi extends ZelSignatureSpi {
         System.arraycopy(bytes, 0, target, at + 2 + VALUE_BYTES - bytes.length, bytes.length);
     }
 
-    @Override
-    long context0() {
+    @Override long context0() {
         return context0;
     }
 
-    @Override
-    native void engineInitVerify0(byte[] publicKey);
-
-    @Override
-    native void engineInitSign0(byte[] privateKey);
-
-    @Override
-    native void engineUpdate0(byte input) throws SignatureException;
-
-    @Override
-    native void engineUpdate0(byte[] input, int offset, int length) throws SignatureException;
-
-    @Override
-    native byte[] engineSign0() throws SignatureException;
-
-    @Override
+    @Override native void engineInitVerify0(byte[] publicKey);
+    @Override native void engineInitSign0(byte[] privateKey);
+    @Override native void engineUpdate0(byte input) throws SignatureException;
+    @Override native void engineUpdate0(byte[] input, int offset, int length) throws SignatureException;
+    @Override native byte[] engineSign0() throws SignatureException;
     native int engineSign0(byte[] output, int offset, int length) throws SignatureException;
-
-    @Override
-    native boolean engineVerify0(byte[] signature) throws SignatureException;
-
-    @Override
+    @Override native boolean engineVerify0(byte[] signature) throws SignatureException;
     native boolean engineVerify0(byte[] signature, int offset, int length) throws SignatureException;
-
-    @Override
-    native void deleteContext0();
+    @Override native void deleteContext0();
 }

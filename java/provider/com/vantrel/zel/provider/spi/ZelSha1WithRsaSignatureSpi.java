@@ -4,51 +4,28 @@ import java.security.SignatureException;
 
 /** The signature SHA1withRSA (RSASSA-PKCS1-v1_5), computed by the native library. */
 public final class ZelSha1WithRsaSignatureSpi extends ZelRsaSignatureSpi {
-    /** The native engine's address, or 0; written by the native side. */
     private long context0;
 
     /** A signature that is yet to be initialised. */
     public ZelSha1WithRsaSignatureSpi() {
-        super(ZelSha1WithRsaSignatureSpi::delete);
+        super(ZelSha1WithRsaSignatureSpi::new);
     }
 
     private ZelSha1WithRsaSignatureSpi(long context0) {
         this.context0 = context0;
     }
 
-    private static void delete(long context0) {
-        new ZelSha1WithRsaSignatureSpi(context0).deleteContext0();
-    }
-
-    @Override
-    long context0() {
+    @Override long context0() {
         return context0;
     }
 
-    @Override
-    native void engineInitVerify0(byte[] publicKey);
-
-    @Override
-    native void engineInitSign0(byte[] privateKey);
-
-    @Override
-    native void engineUpdate0(byte input) throws SignatureException;
-
-    @Override
-    native void engineUpdate0(byte[] input, int offset, int length) throws SignatureException;
-
-    @Override
-    native byte[] engineSign0() throws SignatureException;
-
-    @Override
+    @Override native void engineInitVerify0(byte[] publicKey);
+    @Override native void engineInitSign0(byte[] privateKey);
+    @Override native void engineUpdate0(byte input) throws SignatureException;
+    @Override native void engineUpdate0(byte[] input, int offset, int length) throws SignatureException;
+    @Override native byte[] engineSign0() throws SignatureException;
     native int engineSign0(byte[] output, int offset, int length) throws SignatureException;
-
-    @Override
-    native boolean engineVerify0(byte[] signature) throws SignatureException;
-
-    @Override
+    @Override native boolean engineVerify0(byte[] signature) throws SignatureException;
     native boolean engineVerify0(byte[] signature, int offset, int length) throws SignatureException;
-
-    @Override
-    native void deleteContext0();
+    @Override native void deleteContext0();
 }

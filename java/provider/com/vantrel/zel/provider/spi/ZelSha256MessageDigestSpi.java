@@ -2,45 +2,29 @@ package com.vantrel.zel.provider.spi;
 
 /** SHA-256, computed by the native library. */
 public final class ZelSha256MessageDigestSpi extends ZelMessageDigestSpi {
-    /** The native engine's address, or 0; written by the native side. */
     private long context0;
 
     /** A digest of the empty message. */
     public ZelSha256MessageDigestSpi() {
-        super(32, ZelSha256MessageDigestSpi::delete);
+        super(32, ZelSha256MessageDigestSpi::new);
     }
 
     private ZelSha256MessageDigestSpi(long context0) {
         this.context0 = context0;
     }
 
-    private static void delete(long context0) {
-        new ZelSha256MessageDigestSpi(context0).deleteContext0();
-    }
-
-    @Override
-    long context0() {
+    @Override long context0() {
         return context0;
     }
 
-    @Override
-    void clearContext0() {
+    @Override void clearContext0() {
         context0 = 0;
     }
 
     native void engineUpdate0(byte input);
-
-    @Override
-    native void engineUpdate0(byte[] input, int offset, int length);
-
-    @Override
-    native void engineReset0();
-
-    @Override
-    native byte[] engineDigest0();
-
-    @Override
-    native int engineDigest0(byte[] output, int offset, int length);
-
-    native void deleteContext0();
+    @Override native void engineUpdate0(byte[] input, int offset, int length);
+    @Override native void engineReset0();
+    @Override native byte[] engineDigest0();
+    @Override native int engineDigest0(byte[] output, int offset, int length);
+    @Override native void deleteContext0();
 }

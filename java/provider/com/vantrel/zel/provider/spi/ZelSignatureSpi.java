@@ -13,12 +13,12 @@ import java.security.SignatureException;
 import java.security.SignatureSpi;
 import java.security.spec.AlgorithmParameterSpec;
 import java.util.Arrays;
-import java.util.function.LongConsumer;
+import java.util.function.LongFunction;
 
 /**
  * What the signatures have in common. The native engine forgets its key with every signature; this class keeps the key and
  * initialises the engine again for the next message, so that the object stays usable, as every Signature does. A key that is
- * refused leaves the object as it was; one that the engine fails with leaves it uninitialised.
+ * refused leaves the object as it was; one with which the engine fails leaves it uninitialised.
  *
  * <p>A private key is asked for its encoding whenever the engine is to have it, and that copy is wiped at once: kept, it would
  * stand in memory for as long as the object does.
@@ -42,16 +42,18 @@ abstract class ZelSignatureSpi extends SignatureSpi {
     /** Whether the engine has the key, and stands in or before the current message. */
     private boolean isReady;
 
-    ZelSignatureSpi(LongConsumer delete) {
+    /** @param ofEngine makes the object that deletes an engine, from its address */
+    ZelSignatureSpi(LongFunction<ZelSignatureSpi> ofEngine) {
         NativeLibrary.load();
-        owner = new EngineOwner(this, delete);
+        owner = new EngineOwner(this, context0 -> ofEngine.apply(context0).deleteContext0());
     }
 
-    /** A blank object, made only to hand an engine's address to {@code deleteContext0}. */
+    /** For {@code ofEngine}. */
     ZelSignatureSpi() {
         owner = null;
     }
 
+    /** The field of the native engine's address, or 0, which the native side writes. */
     abstract long context0();
 
     abstract void engineInitVerify0(byte[] publicKey);
@@ -64,15 +66,11 @@ abstract class ZelSignatureSpi extends SignatureSpi {
 
     abstract byte[] engineSign0() throws SignatureException;
 
-    abstract int engineSign0(byte[] output, int offset, int length) throws SignatureException;
-
     abstract boolean engineVerify0(byte[] signature) throws SignatureException;
-
-    abstract boolean engineVerify0(byte[] signature, int offset, int length) throws SignatureException;
 
     abstract void deleteContext0();
 
-    /** What the engine is to have of a public key, as an array for this object alone. */
+    /** The encoding of a public key that the engine reads, as an array for this object alone. */
     abstract byte[] encoded(PublicKey publicKey) throws InvalidKeyException;
 
     /** The same for a private key. */
@@ -82,26 +80,26 @@ abstract class ZelSignatureSpi extends SignatureSpi {
     abstract boolean verifyByEngine(byte[] signature, byte[] publicKey) throws SignatureException;
 
     @Override
-    protected final synchronized void engineInitVerify(PublicKey given) throws InvalidKeyException {
-        init(Mode.VERIFYING, null, encoded(given));
+    protected final synchronized void engineInitVerify(PublicKey key) throws InvalidKeyException {
+        init(Mode.VERIFYING, null, encoded(key));
     }
 
     @Override
-    protected final synchronized void engineInitSign(PrivateKey given) throws InvalidKeyException {
-        init(Mode.SIGNING, given, encoded(given));
+    protected final synchronized void engineInitSign(PrivateKey key) throws InvalidKeyException {
+        init(Mode.SIGNING, key, encoded(key));
     }
 
-    private void init(Mode wanted, PrivateKey given, byte[] encoded) throws InvalidKeyException {
-        mode = wanted;
-        privateKey = given;
-        publicKey = given == null ? encoded : null;
+    private void init(Mode newMode, PrivateKey newPrivateKey, byte[] encoded) throws InvalidKeyException {
+        mode = newMode;
+        privateKey = newPrivateKey;
+        publicKey = newMode == Mode.VERIFYING ? encoded : null;
         isReady = false;
         try {
-            giveKey(encoded);
+            loadKey(encoded);
         } catch (ProviderException e) {
             throw new InvalidKeyException(e.getMessage(), e);
         } finally {
-            if (!isReady) { // whatever was thrown: no message is to begin half initialised
+            if (!isReady) { // whatever was thrown: no message may begin half initialised
                 mode = Mode.NONE;
                 privateKey = null;
             }
@@ -109,7 +107,7 @@ abstract class ZelSignatureSpi extends SignatureSpi {
     }
 
     /** Initialises the engine, and wipes the encoding of a private key. */
-    private void giveKey(byte[] encoded) {
+    private void loadKey(byte[] encoded) {
         try {
             if (mode == Mode.SIGNING) {
                 engineInitSign0(encoded);
@@ -130,15 +128,15 @@ abstract class ZelSignatureSpi extends SignatureSpi {
             return;
         }
         try {
-            giveKey(mode == Mode.SIGNING ? encoded(privateKey) : publicKey);
+            loadKey(mode == Mode.SIGNING ? encoded(privateKey) : publicKey);
         } catch (InvalidKeyException e) { // destroyed meanwhile
             throw new SignatureException(e.getMessage(), e);
         }
     }
 
-    /** Refuses what the object is not initialised for; null for either. */
-    private void begin(Mode wanted, String refusal) throws SignatureException {
-        if (mode == Mode.NONE || wanted != null && mode != wanted) {
+    /** Refuses a mode that the object is not initialised for; null stands for either. */
+    private void begin(Mode needed, String refusal) throws SignatureException {
+        if (mode == Mode.NONE || needed != null && mode != needed) {
             throw new SignatureException(refusal);
         }
         makeReady();
@@ -160,11 +158,11 @@ abstract class ZelSignatureSpi extends SignatureSpi {
         begin(null, "signature not initialized");
         try {
             int at = offset;
-            for (int left = length; left > 0;) { // counts down: a position beyond the last piece could overflow
-                int piece = Math.min(CALL_BYTES, left);
+            for (int remaining = length; remaining > 0;) { // counts down: a position beyond the last piece could overflow
+                int piece = Math.min(CALL_BYTES, remaining);
                 engineUpdate0(input, at, piece);
                 at += piece;
-                left -= piece;
+                remaining -= piece;
             }
         } finally {
             noteEngine();
