@@ -64,6 +64,9 @@ list(FILTER needed EXCLUDE REGEX "${system}")
 if(needed AND NOT sanitized)
   message(FATAL_ERROR "needed beside the operating system: ${needed}")
 endif()
+if(headers MATCHES "GLIBC_2\\.(3[6-9]|[4-9][0-9])" AND NOT sanitized)
+  message(FATAL_ERROR "needs ${CMAKE_MATCH_0}; the README promises 2.35")
+endif()
 
 # For Windows: the platform layer stands on the named services,
 if(windows)
