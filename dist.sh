@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # ./dist.sh: makes dist/ from the current commit: a Maven repository with the provider's jar, the libraries for Linux, Linux on
-# ARM and Windows inside; the program zel for Linux, the Debian packages, the zip for Windows, the bill of materials, and SHA256SUMS. The same commit
-# gives the same bytes with the same compilers, wherever and whenever it is built.
+# ARM and Windows inside; the program zel for Linux, the Debian packages, the zip for Windows, the bill of materials, and
+# SHA256SUMS. The same commit gives the same bytes with the same compilers, wherever and whenever it is built.
 set -euo pipefail
 CDPATH= cd -- "$(dirname -- "$(readlink -f -- "${BASH_SOURCE[0]}")")"
 umask 022

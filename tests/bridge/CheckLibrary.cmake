@@ -1,6 +1,6 @@
 # Holds the built library against what it is to be: it exports exactly the expected entry points and the C
 # functions of zelspi.def, which are those of zel.h, and beside them only the engine classes, and it needs nothing but the
-# operating system.
+# operating system: on Linux with glibc 2.35, as the README says.
 # Arguments: library, nm, objdump, windows (boolean), sanitized (empty when not), expected (a file), functions (the folder of
 # zel.h), soname (for Linux); for Windows also strings (the program) and version.
 
@@ -12,7 +12,7 @@ if(windows)
 else()
   execute_process(COMMAND "${nm}" -D --defined-only "${library}" OUTPUT_VARIABLE text COMMAND_ERROR_IS_FATAL ANY)
   string(REGEX MATCHALL "[0-9a-f]+ [A-Za-z] [A-Za-z0-9_]+" lines "${text}")
-  string(REGEX MATCHALL "NEEDED +[^\n]+" needed "${headers}")
+  string(REGEX MATCHALL "NEEDED +[^\n]+|GLIBC_2\\.(3[6-9]|[4-9][0-9])" needed "${headers}")
   set(system "^(libc|libm|ld-linux-[a-z0-9-]+)\\.so")
 endif()
 list(TRANSFORM lines REPLACE ".* " "" OUTPUT_VARIABLE names)

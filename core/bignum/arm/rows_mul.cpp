@@ -3,7 +3,7 @@
 // There is one carry flag, so the two chains of carries run one after the other over a block of four units: one adds the low
 // halves of the products to r, one adds the high halves with the unit that came out of the block before. That unit enters
 // last, so that a block waits for five additions of the one before it and no multiplication. Compilers carry between units
-// by way of registers, which takes nearly twice as long where the multiplier is fast.
+// by way of registers, which takes half as long again where the multiplier is fast.
 //
 // Secrets: the time of a row depends on its length only.
 #include "core/bignum/arm/arm_kernels.h"

@@ -75,21 +75,28 @@ Status pemDecode(std::string_view text, bool* isPem, SecretBuffer* der) {
     if (!*isPem) {
         return OK;
     }
-    const std::string_view block = text.substr(begin + kBegin.size());
-    const std::size_t labelEnd = block.find(kDashes);
+    // No substr: it can throw, which would bring the C++ runtime's strings into the library, and the newest C library with them.
+    text.remove_prefix(begin + kBegin.size());
+    const std::size_t labelEnd = text.find(kDashes);
     if (labelEnd == std::string_view::npos) {
         return ERR_PEM;
     }
-    const std::string_view label = block.substr(0, labelEnd), body = block.substr(labelEnd + kDashes.size());
-    const std::size_t bodyEnd = body.find(kEnd);
+    const std::string_view label(text.data(), labelEnd);
+    text.remove_prefix(labelEnd + kDashes.size());
+    const std::size_t bodyEnd = text.find(kEnd);
     if (bodyEnd == std::string_view::npos) {
         return ERR_PEM;
     }
-    const std::string_view end = body.substr(bodyEnd + kEnd.size());
-    if (!end.starts_with(label) || !end.substr(label.size()).starts_with(kDashes)) {
+    const std::string_view body(text.data(), bodyEnd);
+    text.remove_prefix(bodyEnd + kEnd.size());
+    if (!text.starts_with(label)) {
         return ERR_PEM;
     }
-    return decodeBase64(body.substr(0, bodyEnd), der);
+    text.remove_prefix(label.size());
+    if (!text.starts_with(kDashes)) {
+        return ERR_PEM;
+    }
+    return decodeBase64(body, der);
 }
 
 Status pemEncode(std::string_view label, const SecretBuffer& der, SecretBuffer* text) {
