@@ -76,5 +76,5 @@ ZelStatus zelCheckFile(const ZelKey* key, ZelHash hash, const char* path, const 
     std::size_t length = 0;
     RETURN_IF_ERROR(hashFile(*algorithm, path, digest.data()));
     RETURN_IF_ERROR(readSignature(key, path, signaturePath, &signature, &length));
-    return verifyDigest(*key, *algorithm, digest.data(), signature.data(), length);
+    return verifyDigest(*key, *algorithm, digest.data(), {signature.data(), length});
 }

@@ -42,17 +42,16 @@ Status signRsa(RSAKey* key, const HashAlgorithm& algorithm, Digest digest, Room&
     return room.answer(k);
 }
 
-Status verifyRsa(const RSAKey* key, const HashAlgorithm& algorithm, Digest digest, const std::uint8_t* signature,
-                 std::size_t length) {
+Status verifyRsa(const RSAKey* key, const HashAlgorithm& algorithm, Digest digest, ByteView signature) {
     std::uint32_t k = 0;
     SecretBuffer expected, opened;
     ScopedVlong s(nullptr), m(nullptr);
     RETURN_IF_ERROR(Rsa_ModulusLength(key, &k));
-    if (length != k) {
+    if (signature.size() != k) {
         return ERR_RSA_BAD_SIGNATURE;
     }
     RETURN_IF_ERROR(encode(algorithm, digest, k, &expected));
-    RETURN_IF_ERROR(Rsa_BytesToVlong(signature, k, s.out()));
+    RETURN_IF_ERROR(Rsa_BytesToVlong(signature.data(), k, s.out()));
     if (VLONG_cmp(s.get(), key->n) >= 0) {
         return ERR_RSA_BAD_SIGNATURE;
     }
@@ -98,29 +97,28 @@ Status signDsa(const ZelKey& key, const HashAlgorithm& algorithm, Digest digest,
 }
 
 // Whether the signature is the one DER encoding of r and s: the parser takes others as well.
-Status isCanonical(const vlong* r, const vlong* s, const std::uint8_t* signature, std::size_t length, bool* is) {
+Status isCanonical(const vlong* r, const vlong* s, ByteView signature, bool* is) {
     std::uint8_t* bytes = nullptr;
     std::uint32_t count = 0;
     SecretBuffer der;
     RETURN_IF_ERROR(createDSASignature(r, s, &bytes, &count));
     der.adopt(bytes, count);
-    *is = std::equal(bytes, bytes + count, signature, signature + length);
+    *is = std::equal(bytes, bytes + count, signature.begin(), signature.end());
     return OK;
 }
 
-Status verifyDsa(const ZelKey& key, const HashAlgorithm& algorithm, Digest digest, const std::uint8_t* signature,
-                 std::size_t length) {
+Status verifyDsa(const ZelKey& key, const HashAlgorithm& algorithm, Digest digest, ByteView signature) {
     const DSAKey& dsaKey = *asymKeyDsa(&key.key);
-    if (length == 0 || length > zelKeySignatureSize(&key)) {
+    if (signature.empty() || signature.size() > zelKeySignatureSize(&key)) {
         return ERR_RSA_BAD_SIGNATURE;
     }
     ScopedVlong m(nullptr), r(nullptr), s(nullptr);
-    if (const Status status = parseDSASignature(signature, static_cast<std::uint32_t>(length), r.out(), s.out());
+    if (const Status status = parseDSASignature(signature.data(), lengthOf(signature), r.out(), s.out());
         isError(status)) {
         return status == ERR_MEM_ALLOC_FAIL ? status : ERR_RSA_BAD_SIGNATURE;
     }
     bool is = false;
-    RETURN_IF_ERROR(isCanonical(r.get(), s.get(), signature, length, &is));
+    RETURN_IF_ERROR(isCanonical(r.get(), s.get(), signature, &is));
     if (!is) {
         return ERR_RSA_BAD_SIGNATURE;
     }
@@ -171,16 +169,15 @@ Status verify(const ZelKey* key, ZelHash hash, const void* signature, std::size_
     }
     DigestBytes digest;
     RETURN_IF_ERROR(take(*algorithm, digest.data()));
-    return verifyDigest(*key, *algorithm, digest.data(), bytesAt(signature), length);
+    return verifyDigest(*key, *algorithm, digest.data(), {bytesAt(signature), length});
 }
 
 } // namespace
 
-Status verifyDigest(const ZelKey& key, const HashAlgorithm& algorithm, const std::uint8_t* digest,
-                    const std::uint8_t* signature, std::size_t length) {
+Status verifyDigest(const ZelKey& key, const HashAlgorithm& algorithm, const std::uint8_t* digest, ByteView signature) {
     const RSAKey* const rsaKey = asymKeyRsa(&key.key);
-    return rsaKey != nullptr ? verifyRsa(rsaKey, algorithm, digest, signature, length)
-                             : verifyDsa(key, algorithm, digest, signature, length);
+    return rsaKey != nullptr ? verifyRsa(rsaKey, algorithm, digest, signature)
+                             : verifyDsa(key, algorithm, digest, signature);
 }
 
 ZelStatus zelSign(const ZelKey* key, ZelHash hash, const void* message, size_t messageLength, void* signature,

@@ -4,10 +4,10 @@
 
 #include "capi/digest.h"
 #include "capi/key.h"
+#include "core/memory/byte_view.h"
 
-// verifyDigest: whether signature[length] is the key's for digest[algorithm.digestBytes].
+// verifyDigest: whether the signature is the key's for digest[algorithm.digestBytes].
 // Errors:  as zelVerifyDigest, whose arguments these are, checked.
-Status verifyDigest(const ZelKey& key, const HashAlgorithm& algorithm, const std::uint8_t* digest,
-                    const std::uint8_t* signature, std::size_t length);
+Status verifyDigest(const ZelKey& key, const HashAlgorithm& algorithm, const std::uint8_t* digest, ByteView signature);
 
 #endif

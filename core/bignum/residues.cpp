@@ -110,7 +110,8 @@ void Residues::reduce(Unit* r, const Unit* x, std::uint32_t n) {
     std::copy_n(sum_, k, r);
 }
 
-Status Residues::reduceOctets(Unit* r, const std::uint8_t* octets, std::size_t count) {
+Status Residues::reduceOctets(Unit* r, ByteView octets) {
+    const std::size_t count = octets.size();
     const std::size_t n = (count + sizeof(Unit) - 1) / sizeof(Unit);
     SecretBuffer storage;
     RETURN_IF_ERROR(storage.alloc(n * sizeof(Unit)));

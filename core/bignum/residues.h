@@ -7,6 +7,7 @@
 
 #include "core/bignum/kernels.h"
 #include "core/bignum/modexp.h"
+#include "core/memory/byte_view.h"
 #include "core/memory/secret.h"
 
 // takesResidues: whether a modulus is one for Residues and for the powers of secrets: odd, above 1, and within the size
@@ -48,8 +49,8 @@ public:
     // reduce: r[k] := x[n] mod m. r may be x.
     void reduce(Unit* r, const Unit* x, std::uint32_t n);
 
-    // reduceOctets: the same for big-endian octets[count]. Errors: ERR_MEM_ALLOC_FAIL.
-    Status reduceOctets(Unit* r, const std::uint8_t* octets, std::size_t count);
+    // reduceOctets: the same for big-endian octets. Errors: ERR_MEM_ALLOC_FAIL.
+    Status reduceOctets(Unit* r, ByteView octets);
 
     // add, subtract, multiply: r := a + b, a - b, a b modulo m. r may be a or b. For multiply one of a and b may be any number of
     // k units.

@@ -17,7 +17,7 @@ Status makeKeyPair(const RandomBytes& random, DSAKey& key, vlong** queue) {
     Residues q;
     RETURN_IF_ERROR(q.start(key.q, 1));
     Unit* const x = q.take();
-    RETURN_IF_ERROR(q.reduceOctets(x, bytes.data(), kPrivateKeyBytes)); // 0 is not ruled out: on purpose
+    RETURN_IF_ERROR(q.reduceOctets(x, {bytes.data(), kPrivateKeyBytes})); // 0 is not ruled out: on purpose
     RETURN_IF_ERROR(q.record(x, &key.x, queue));
     key.x->length = publicly(significantUnits(x, q.units()));
     return dsaMakeY(key, queue);

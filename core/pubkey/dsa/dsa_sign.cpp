@@ -51,7 +51,7 @@ Status signHidden(Signing& signing, const vlong* m, bool wantsY) {
     RETURN_IF_ERROR(q.start(key.q, 6));
     Unit *const k = q.take(), *const r = q.take(), *const x = q.take(), *const t = q.take();
     Unit *const inverse = q.take(), *const s = q.take();
-    RETURN_IF_ERROR(q.reduceOctets(k, signing.random.data(), signing.random.size()));
+    RETURN_IF_ERROR(q.reduceOctets(k, {signing.random.data(), signing.random.size()}));
     ScopedVlong nonce(queue), power(queue);
     RETURN_IF_ERROR(q.record(k, nonce.out(), queue));
     RETURN_IF_ERROR(signing.group.start(key.p));
