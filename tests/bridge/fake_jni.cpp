@@ -189,7 +189,7 @@ void FakeJni::installArrays() {
         jni.enter("ReleasePrimitiveArrayCritical", kAlways);
         const auto region = jni.regions_.find(address);
         if (region == jni.regions_.end() || region->second.first != fake(array) || mode != 0) {
-            jni.violations.push_back("ReleasePrimitiveArrayCritical of a region that is not open, or not with mode 0");
+            jni.violations.emplace_back("ReleasePrimitiveArrayCritical of a region that is not open, or not with mode 0");
             return;
         }
         if (address != fake(array)->bytes.data()) {
