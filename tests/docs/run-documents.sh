@@ -53,7 +53,7 @@ if [ "$mode" = long ]; then
 fi
 
 # Commands and programs that stand in the text.
-grep -oh '`[^`]*`' "${documents[@]}" | tr -d '`' | sort -u >"$work/spans"
+grep -oh '`[^`]*`' "${documents[@]}" | tr -d '`\\' | sort -u >"$work/spans"
 sed -En 's/^([A-Z_]+=[0-9]+ )?ctest --preset [a-z]+ //p' "$work/spans" | while read -r arguments; do
   eval "ctest --test-dir '$build' -N $arguments" | grep -q '^Total Tests: [1-9]' || { echo "no tests: $arguments" >&2; exit 1; }
 done
