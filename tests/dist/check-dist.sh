@@ -16,7 +16,7 @@ chmod -R go+rX .
 rm -rf build/dist/linux # what is not made anew is held to ROOT's
 script -qec ./dist.sh /dev/null
 diff "$work/dist/SHA256SUMS" dist/SHA256SUMS
-for file in linux/zel-provider.jar windows/zelspi.dll windows/libzelspi.a windows/tools/zelverify.exe; do
+for file in linux/zel-provider.jar windows/zelspi.dll windows/libzelspi.a windows/zelverify.exe; do
   cmp "build/dist/$file" "$root/build/${file/linux/release}"
 done
 
