@@ -18,8 +18,9 @@ import sys
 import tempfile
 
 root = pathlib.Path(__file__).resolve().parent.parent
-lines = collections.Counter()  # (file, line): times run
-branches = collections.Counter()  # (file, line, number on the line): times taken
+layers = ("bridge", "core", "platform")
+lines = collections.defaultdict(int)  # (file, line): times run
+branches = collections.defaultdict(int)  # (file, line, number on the line): times taken
 
 notes = sorted((root / "build/coverage/CMakeFiles/zelspi_objects.dir").rglob("*.gcno"))
 if not notes:
@@ -29,8 +30,11 @@ with tempfile.TemporaryDirectory() as folder:
                    cwd=folder, check=True, stdout=subprocess.DEVNULL)
     for output in pathlib.Path(folder).glob("*.json.gz"):
         for file in json.load(gzip.open(output))["files"]:
-            name = file["file"].removeprefix(f"{root}/")
-            for line in file["lines"] if name.startswith(("bridge/", "core/", "platform/")) else []:
+            path = pathlib.Path(file["file"])
+            if not path.is_relative_to(root) or path.relative_to(root).parts[0] not in layers:
+                continue
+            name = str(path.relative_to(root))
+            for line in file["lines"]:
                 where = (name, line["line_number"])
                 lines[where] += line["count"]
                 taken = [branch["count"] for branch in line["branches"] if not branch["throw"] and "/x86/" not in name]
@@ -38,15 +42,17 @@ with tempfile.TemporaryDirectory() as folder:
                     branches[where + (number,)] += count
 
 
-def share(layer, counts):
-    run = [count > 0 for where, count in counts.items() if where[0].startswith(layer + "/")]
-    return f"{sum(run)} of {len(run)} ({100 * sum(run) / len(run):.1f} %)"
+def share(counts):
+    return f"{sum(count > 0 for count in counts)} of {len(counts)} ({100 * sum(count > 0 for count in counts) / len(counts):.1f} %)"
 
 
-for layer in ("bridge", "core", "platform"):
-    print(f"{layer:9} lines {share(layer, lines):24} branches {share(layer, branches)}")
+for layer in layers:
+    of_layer = lambda counts: [count for where, count in counts.items() if where[0].startswith(layer + "/")]
+    print(f"{layer:9} lines {share(of_layer(lines)):24} branches {share(of_layer(branches))}")
 if "--missing" in sys.argv:
-    missing = {where[:2]: "branch" for where, count in branches.items() if count == 0}
-    missing |= {where: "line" for where, count in lines.items() if count == 0}
+    missing = {where: "line" for where, count in lines.items() if count == 0}
+    for where, count in branches.items():
+        if count == 0:
+            missing.setdefault(where[:2], "branch")
     for (name, line), what in sorted(missing.items()):
         print(f"{name}:{line}: {what}: {(root / name).read_text().splitlines()[line - 1].strip()}")
