@@ -2,8 +2,12 @@
 #ifndef ZELSPI_FUZZ_FUZZ_CHECK_H
 #define ZELSPI_FUZZ_FUZZ_CHECK_H
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <vector>
+
+using Bytes = std::vector<std::uint8_t>;
 
 #define FUZZ_CHECK(condition)                                                                                          \
     do {                                                                                                               \

@@ -22,30 +22,23 @@ constexpr int kCopies = 100;
 // A few changes at random places: a bit, a byte of a kind that borders are made of, octets gone, doubled or cut off.
 void change(Bytes& bytes, std::minstd_rand& random) {
     constexpr std::uint8_t kBorders[] = {0x00, 0x01, 0x7F, 0x80, 0x81, 0xFF};
-    Bytes doubled;
     for (std::size_t left = 1 + random() % 4; left > 0 && !bytes.empty(); --left) {
         const auto at = bytes.begin() + static_cast<std::ptrdiff_t>(random() % bytes.size());
-        const auto end = at + static_cast<std::ptrdiff_t>(
-                                  random() % std::min<std::size_t>(static_cast<std::size_t>(bytes.end() - at), 9));
+        const auto end = at + std::min(bytes.end() - at, static_cast<std::ptrdiff_t>(random() % 9));
+        const Bytes part(at, end);
+        const int changed[] = {*at ^ 1 << random() % 8, kBorders[random() % std::size(kBorders)], *at + 1, *at - 1};
         switch (random() % 6) {
         case 0:
-            *at = static_cast<std::uint8_t>(*at ^ 1 << random() % 8);
-            break;
-        case 1:
-            *at = kBorders[random() % std::size(kBorders)];
-            break;
-        case 2:
-            *at = static_cast<std::uint8_t>(*at + random() % 3 - 1);
-            break;
-        case 3:
             bytes.erase(at, end);
             break;
-        case 4:
-            doubled.assign(at, end);
-            bytes.insert(at, doubled.begin(), doubled.end());
+        case 1:
+            bytes.insert(at, part.begin(), part.end());
+            break;
+        case 2:
+            bytes.erase(at, random() % 4 == 0 ? bytes.end() : at);
             break;
         default:
-            bytes.erase(at, random() % 4 == 0 ? bytes.end() : at);
+            *at = static_cast<std::uint8_t>(changed[random() % std::size(changed)]);
             break;
         }
     }

@@ -1,19 +1,26 @@
 #!/usr/bin/env python3
 """tests/make_vectors.py [--check]: computes the results in the vector files anew, from models that share nothing with the
-product: Python's integers and hashlib, and OpenSSL's SHA contexts. Rewrites the files; with --check only says which lines
-differ. Lines whose operation has no model here are of a published standard, or worked out by hand, and stay as they are.
+product: Python's integers and hashlib, and OpenSSL. Rewrites the files; with --check only says which lines differ. Lines whose
+operation has no model here are of a published standard, or worked out by hand, and stay as they are; so do OpenSSL's DSA
+signatures, of which each is another one. Signatures of keys whose private half is not kept are verified.
 
-A line is: operation, operands, "=", results or the name of a status. The notations of bytes and of big integers are those of
-tests/support/vectors.h and tests/support/number.h.
+A line is: operation, operands, "=", results or the name of a status. The notations of bytes and of big
+integers are those of tests/support/vectors.h and tests/support/number.h.
+
+The keys of tests/capi are OpenSSL's: genrsa 2048 (with the smallest private exponent, as the library writes it), dsaparam -genkey
+1024, and their other forms by pkey -pubout, rsa -traditional and rsa -RSAPublicKey_out.
 """
 import ctypes
 import ctypes.util
 import hashlib
 import math
+import shlex
+import subprocess
 import sys
-from itertools import groupby
+from itertools import groupby, product
 from pathlib import Path
 
+TESTS = Path(__file__).parent
 crypto = ctypes.CDLL(ctypes.util.find_library("crypto"))
 
 
@@ -239,7 +246,6 @@ BIGNUM = {name: of_values(model) for name, model in {
     "frommpint": frommpint, "frombytes": lambda text: BAD_LENGTH if len(octets(text)) > 65535 else [write(int.from_bytes(octets(text), "big"))]}
 
 
-
 def rsa_key(e, p, q, x):
     e, p, q, x = (int(word, 16) for word in (e, p, q, x))
     d = pow(e, -1, math.lcm(p - 1, q - 1))
@@ -247,17 +253,84 @@ def rsa_key(e, p, q, x):
     return [value.to_bytes((value.bit_length() + 7) // 8, "big").hex() for value in values]
 
 
-MODELS = {"core/hash/hash_vectors.txt": HASH, "core/random/random_vectors.txt": {"fips186": fips186},
-          "core/bignum/bignum_vectors.txt": BIGNUM, "core/pubkey/rsa_vectors.txt": {"rsakey": rsa_key}}
+# ---- what the keys of the scripts and of tests/tools have signed: each signature is opened with its public key, and the block
+# compared with that of PKCS#1 v1.5 (RFC 8017, section 8.2)
 
-differences = 0
+PREFIXES = {"sha1": "3021300906052b0e03021a05000414", "sha256": "3031300d060960864801650304020105000420"}
+
+
+def items(der):
+    """The contents of DER items that stand one behind the other."""
+    while der:
+        more = der[1] - 128 if der[1] > 128 else 0
+        size = int.from_bytes(der[2 : 2 + more], "big") if more else der[1]
+        yield der[2 + more : 2 + more + size]
+        der = der[2 + more + size :]
+
+
+def of_file(size):
+    return bytes((7 * i + i // 256) % 256 for i in range(size))
+
+
+def block_of(size, message, wrong=None, algorithm="sha256", start=b"\0\1"):
+    """With one byte of the digest changed where `wrong` says which."""
+    digest = hashlib.new(algorithm, message).digest()
+    info = bytes.fromhex(PREFIXES[algorithm]) + bytes(b ^ (i == wrong) for i, b in enumerate(digest))
+    return start + b"\xff" * (size - len(info) - len(start) - 1) + b"\0" + info
+
+
+def is_signed(key, signature, *block):
+    n, e = (int.from_bytes(value, "big") for value in items(next(items(key))))
+    size = (n.bit_length() + 7) // 8
+    return pow(int.from_bytes(signature, "big"), e, n).to_bytes(size, "big") == block_of(size, *block)
+
+
+def wrong_signatures():
+    texts = dict(line.split(" = ") for name in ("rsa_keys.txt", "signed_files.txt")
+                 for line in (TESTS / "bridge/scripts" / name).read_text().splitlines()[1:])
+    zero_ended, five = int(texts.pop("zeroEndedSize")), of_file(5)
+    values = {name: bytes.fromhex(text) for name, text in texts.items()} | {
+        path.name: path.read_bytes() for path in (TESTS / "tools").iterdir()}
+    rows = [("fileKey", f"signed{size}", of_file(size)) for size in (0, 5, 10239, 10240, 10241, 20480)]
+    rows += [("fileKey", "signedLarge", bytes(2 << 30)), ("fileKey", "zeroEnded", of_file(zero_ended)),
+             ("fileKey", "forged5", five, 13), ("largestKey", "signedByLargest", five), ("key.der", "good.sig", five),
+             ("key.der", "forged.sig", five, 13), ("key.der", "short.sig", five, None, "sha256", b"\0\0\1")]
+    for bits, (algorithm, prefix) in product((488, 512, 1024), PREFIXES.items()):
+        end = hashlib.new(algorithm).digest_size
+        # The last byte that a comparison of as many of the DigestInfo's first bytes as the digest has still sees of it.
+        for name, wrong in ("", None), ("WrongAtEnd", end - 1), ("Wrong", end - len(prefix) // 2 - 1):
+            rows.append((f"rsa{bits}Public", f"rsa{bits}{algorithm}{name}", b"abc", wrong, algorithm))
+    # A number whose cube begins with a block: the bytes behind it are anything, which nobody compares.
+    cube = (int.from_bytes(values["forgedWithoutKey"], "big") ** 3).to_bytes(256, "big")
+    return [name for key, name, *block in rows if not is_signed(values[key], values[name], *block)] + [
+        "forgedWithoutKey"] * (not cube.startswith(block_of(63, five)))
+
+
+# ---- the functions for C
+
+def openssl(command, data):
+    return [subprocess.run(["openssl", *command.split()], input=data, check=True, capture_output=True).stdout.hex()]
+
+
+CAPI = {"digest": lambda name, text: [hashlib.new(name, text.encode()).hexdigest()],
+        "padded": lambda key, iv, text: openssl(f"enc -aes-{4 * len(key)}-cbc -K {key} -iv {iv}", octets(text)),
+        "rsa": lambda name, text: openssl(f"dgst -{name} -sign {TESTS}/capi/rsa.pkcs8", text.encode())}
+
+MODELS = {"core/hash/hash_vectors.txt": HASH, "core/random/random_vectors.txt": {"fips186": fips186},
+          "core/bignum/bignum_vectors.txt": BIGNUM, "core/pubkey/rsa_vectors.txt": {"rsakey": rsa_key},
+          "capi/capi_vectors.txt": CAPI}
+
+wrong = wrong_signatures()
+print(*(f"{name}: not what it is to be" for name in wrong), sep="\n", end="\n" * bool(wrong))
+differences = len(wrong)
 for name, models in MODELS.items():
-    path = Path(__file__).parent / name
+    path = TESTS / name
     lines = path.read_text().splitlines()
     for i, line in enumerate(lines):
-        operation, *operands = line.partition(" =")[0].split() or [""]
+        head = line.partition(" =")[0]
+        operation, *operands = shlex.split(head, comments=True) or [""]
         if operation in models:
-            made = " ".join([operation, *operands, "=", *models[operation](*operands)])
+            made = " ".join([head, "=", *models[operation](*operands)])
             if made != line:
                 differences += 1
                 print(f"{path}:{i + 1}: {line[:120]}: now {made.partition(' =')[2][:120]}")

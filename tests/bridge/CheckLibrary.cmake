@@ -18,65 +18,48 @@ endif()
 list(TRANSFORM lines REPLACE ".* " "" OUTPUT_VARIABLE names)
 list(TRANSFORM needed REPLACE ".* " "")
 
-set(entry_points ${names})
-list(FILTER entry_points INCLUDE REGEX "^Java_")
-list(SORT entry_points)
-file(STRINGS "${expected}" wanted)
-list(SORT wanted)
-if(NOT entry_points STREQUAL wanted)
-  list(JOIN entry_points "\n  " found)
-  message(FATAL_ERROR "the exported entry points are not the expected ones:\n  ${found}")
-endif()
+# expect_exports(WHAT REGEX EXPECTED...): the exported names that match.
+function(expect_exports what regex)
+  list(FILTER names INCLUDE REGEX "${regex}")
+  list(SORT names)
+  list(SORT ARGN)
+  if(NOT names STREQUAL ARGN)
+    list(JOIN names "\n  " names)
+    message(FATAL_ERROR "${what} are not the expected ones:\n  ${names}")
+  endif()
+endfunction()
 
-set(functions_found ${names})
-list(FILTER functions_found INCLUDE REGEX "^zel")
-list(SORT functions_found)
-file(STRINGS "${functions}/zelspi.def" wanted REGEX "^ +zel")
-list(TRANSFORM wanted STRIP)
+file(STRINGS "${expected}" entry_points)
+expect_exports("the exported entry points" "^Java_" ${entry_points})
+
+file(STRINGS "${functions}/zelspi.def" defined REGEX "^ +zel")
+list(TRANSFORM defined STRIP)
+expect_exports("the functions that are exported and not in zelspi.def" "^zel" ${defined})
 file(READ "${functions}/zel.h" header)
 string(REGEX MATCHALL "\nZEL_EXPORT [^(]+" declared "${header}")
 list(TRANSFORM declared REPLACE ".*[ *]" "")
-list(SORT declared)
-if(NOT functions_found STREQUAL wanted OR NOT declared STREQUAL wanted)
-  list(JOIN functions_found " " found)
-  list(JOIN declared " " declared)
-  message(FATAL_ERROR "the functions of zelspi.def are not those that are exported:\n${found}\nor declared:\n${declared}")
-endif()
+expect_exports("the functions that are exported and not declared" "^zel" ${declared})
+
+# Beside them the hook that a VM calls when it loads the library: it registers the methods of NativeInfo, which need no export
+# then; and mangled names of members (_ZN, _ZNK), tables and type information (_ZT.) of the engine classes.
+list(FILTER names EXCLUDE REGEX "^Java_|^zel|^_Z(N|NK|T[IVS])[0-9]+(Zel[A-Z]|ShaDigestEngine)")
+expect_exports("the names beside the entry points and engine classes" "." JNI_OnLoad)
+
 if(NOT windows AND NOT headers MATCHES "SONAME +${soname}\n")
   message(FATAL_ERROR "the library is not called ${soname}")
 endif()
-
-# The hook that a VM calls when it loads the library: it registers the methods of NativeInfo, which need no export then.
-list(FIND names JNI_OnLoad hook)
-if(hook EQUAL -1)
-  message(FATAL_ERROR "JNI_OnLoad is not exported")
-endif()
-
-# Mangled names of members (_ZN, _ZNK), tables and type information (_ZT.) of the engine classes.
-set(others ${names})
-list(FILTER others EXCLUDE REGEX "^Java_|^zel|^JNI_OnLoad$|^_Z(N|NK|T[IVS])[0-9]+(Zel[A-Z]|ShaDigestEngine)")
-if(others)
-  list(JOIN others "\n  " found)
-  message(FATAL_ERROR "exported beside the entry points and engine classes:\n  ${found}")
-endif()
-
 list(FILTER needed EXCLUDE REGEX "${system}")
 if(needed AND NOT sanitized)
   message(FATAL_ERROR "needed beside the operating system: ${needed}")
 endif()
 
-# For Windows: the platform layer stands on the named services,
+# For Windows: the platform layer stands on the named services; the library may be placed anywhere in the 64-bit address space,
+# data is no code, and it has a version for people to look at.
 if(windows)
-  foreach(service IN ITEMS CreateMutexA WaitForSingleObject ReleaseMutex CloseHandle GetTickCount GetSystemTimeAsFileTime
-      Sleep _beginthreadex GetSystemTime BCryptGenRandom)
-    if(NOT headers MATCHES " ${service}\n")
-      message(FATAL_ERROR "${service} is not imported")
-    endif()
-  endforeach()
-
-  # it may be placed anywhere in the 64-bit address space, data is no code, and it has a version for people to look at.
-  foreach(wanted IN ITEMS HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT "Base Relocation Directory")
-    if(NOT headers MATCHES "${wanted}")
+  foreach(wanted IN ITEMS CreateMutexA WaitForSingleObject ReleaseMutex CloseHandle GetTickCount GetSystemTimeAsFileTime
+      Sleep _beginthreadex GetSystemTime BCryptGenRandom HIGH_ENTROPY_VA DYNAMIC_BASE NX_COMPAT
+      "Base Relocation Directory")
+    if(NOT headers MATCHES "[ \t]${wanted}[ \n]")
       message(FATAL_ERROR "${wanted} is missing")
     endif()
   endforeach()

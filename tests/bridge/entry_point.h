@@ -6,8 +6,8 @@
 
 #include <functional>
 #include <string>
+#include <tuple>
 #include <type_traits>
-#include <utility>
 #include <vector>
 
 // JavaValue: an argument or a result: the number, or the array (null or not).
@@ -42,25 +42,22 @@ template <> inline constexpr char kLetter<jobject> = 'A';
 
 template <typename Result, typename Object, typename... Arguments>
 EntryPoint entryPoint(const std::string& name, Result(JNICALL* function)(JNIEnv*, Object, Arguments...)) {
-    const auto call = [function]<std::size_t... i>(JNIEnv * env, jobject object,
-                                                   const std::vector<JavaValue>& arguments, std::index_sequence<i...>)
-                          ->JavaValue {
+    const auto call = [function](JNIEnv* env, jobject object, const std::vector<JavaValue>& values) -> JavaValue {
+        [[maybe_unused]] auto value = values.begin();
+        const std::tuple<Arguments...> arguments{(value++)->template as<Arguments>()...}; // in this order
+        const auto run = [&](Arguments... argument) {
+            return function(env, static_cast<Object>(object), argument...);
+        };
         if constexpr (std::is_void_v<Result>) {
-            function(env, static_cast<Object>(object), arguments[i].template as<Arguments>()...);
+            std::apply(run, arguments);
             return {};
         } else if constexpr (std::is_same_v<Result, jbyteArray>) {
-            return {0, function(env, static_cast<Object>(object), arguments[i].template as<Arguments>()...)};
+            return {0, std::apply(run, arguments)};
         } else {
-            return {static_cast<jlong>(
-                        function(env, static_cast<Object>(object), arguments[i].template as<Arguments>()...)),
-                    nullptr};
+            return {static_cast<jlong>(std::apply(run, arguments)), nullptr};
         }
     };
-    return {name,
-            {kLetter<Result>, kLetter<Arguments>...},
-            [call](JNIEnv* env, jobject object, const std::vector<JavaValue>& arguments) {
-                return call(env, object, arguments, std::index_sequence_for<Arguments...>());
-            }};
+    return {name, {kLetter<Result>, kLetter<Arguments>...}, call};
 }
 
 // exportedEntryPoints: those of the bridge's table, by their symbols (made by the build). nativeEntryPoints: what native

@@ -7,6 +7,8 @@
 
 namespace {
 
+constexpr char kOutOfMemory[] = "java/lang/OutOfMemoryError";
+
 FakeObject* fake(jobject object) {
     return reinterpret_cast<FakeObject*>(object);
 }
@@ -30,8 +32,8 @@ std::string describe(const FakeObject* throwable) {
 
 FaultPoint& vmFaults(std::string_view call) {
     static constexpr std::string_view kCalls[] = {
-        "call",     "FindClass",    "GetFieldID",          "GetMethodID",
-        "ThrowNew", "NewByteArray", "ThrowNewOutOfMemory", "GetPrimitiveArrayCritical"};
+        "call", "FindClass",           "GetFieldID",   "GetMethodID", "GetPrimitiveArrayCritical", "hash", "oddHash",
+        "read", "ThrowNewOutOfMemory", "NewByteArray", "ThrowNew"};
     static FaultPoint points[std::size(kCalls) + 1]; // the last one is for any other
     return points[std::find(std::begin(kCalls), std::end(kCalls), call) - kCalls];
 }
@@ -43,8 +45,7 @@ FakeJni& FakeJni::self(JNIEnv* env) {
 void FakeJni::installObjects() {
     table_.FindClass = [](JNIEnv* env, const char* name) -> jclass {
         FakeJni& jni = self(env);
-        if (jni.enter("FindClass")) {
-            jni.raiseUnlessQuiet("java/lang/NoClassDefFoundError", name);
+        if (jni.enter("FindClass", kNormally, "java/lang/NoClassDefFoundError", name)) {
             return nullptr;
         }
         ++jni.localReferences;
@@ -119,7 +120,7 @@ void FakeJni::installExceptions() {
             return JNI_ERR;
         }
         if (vmFaults("ThrowNewOutOfMemory").strikes()) {
-            jni.raise("java/lang/OutOfMemoryError", "Java heap space");
+            jni.raise(kOutOfMemory, "Java heap space");
         } else {
             jni.raise(fake(type)->className.c_str(), message);
         }
@@ -151,16 +152,10 @@ void FakeJni::installArrays() {
         return object->claimedLength >= 0 ? object->claimedLength : static_cast<jsize>(object->bytes.size());
     };
     table_.NewByteArray = [](JNIEnv* env, jsize length) -> jbyteArray {
-        FakeJni& jni = self(env);
-        if (jni.enter("NewByteArray")) {
-            jni.raiseUnlessQuiet("java/lang/OutOfMemoryError", "Java heap space");
+        if (self(env).enter("NewByteArray", kNormally, kOutOfMemory, "Java heap space")) {
             return nullptr;
         }
-        if (length < 0) {
-            jni.raise("java/lang/NegativeArraySizeException", std::to_string(length));
-            return nullptr;
-        }
-        return jni.newBytes(std::vector<std::uint8_t>(static_cast<std::size_t>(length)));
+        return self(env).newBytes(std::vector<std::uint8_t>(static_cast<std::size_t>(length)));
     };
     table_.SetByteArrayRegion = [](JNIEnv* env, jbyteArray array, jsize offset, jsize length,
                                    const jbyte* from) -> void {
@@ -174,8 +169,7 @@ void FakeJni::installArrays() {
     };
     table_.GetPrimitiveArrayCritical = [](JNIEnv* env, jarray array, jboolean*) -> void* {
         FakeJni& jni = self(env);
-        if (jni.enter("GetPrimitiveArrayCritical", kInRegion)) {
-            jni.raiseUnlessQuiet("java/lang/OutOfMemoryError", "Java heap space");
+        if (jni.enter("GetPrimitiveArrayCritical", kInRegion, kOutOfMemory, "Java heap space")) {
             return nullptr;
         }
         std::vector<jbyte>& bytes = fake(array)->bytes;
@@ -189,7 +183,8 @@ void FakeJni::installArrays() {
         jni.enter("ReleasePrimitiveArrayCritical", kAlways);
         const auto region = jni.regions_.find(address);
         if (region == jni.regions_.end() || region->second.first != fake(array) || mode != 0) {
-            jni.violations.emplace_back("ReleasePrimitiveArrayCritical of a region that is not open, or not with mode 0");
+            jni.violations.emplace_back(
+                "ReleasePrimitiveArrayCritical of a region that is not open, or not with mode 0");
             return;
         }
         if (address != fake(array)->bytes.data()) {
@@ -206,8 +201,6 @@ FakeJni::FakeJni() {
     env_.functions = &table_;
     env_.self = this;
 }
-
-FakeJni::~FakeJni() = default;
 
 jobject FakeJni::newEngineObject(bool hasContext0) {
     FakeObject* const object = add("Engine");
@@ -235,26 +228,23 @@ FakeObject* FakeJni::add(std::string className) {
     return objects_.back().get();
 }
 
-bool FakeJni::enter(const char* function, Allowed allowed) {
+bool FakeJni::enter(const char* function, Allowed allowed, const char* refusal, const char* message) {
     if (pending_ != nullptr && allowed != kWhilePending && allowed != kAlways) {
         violations.push_back(std::string(function) + " while an exception is pending");
     }
     if (!regions_.empty() && allowed != kInRegion && allowed != kAlways) {
         violations.push_back(std::string(function) + " inside a critical region");
     }
-    const bool isRefused = vmFaults(function).strikes();
-    const bool isCall =
-        std::set<std::string>{"GetFieldID", "NewByteArray", "GetPrimitiveArrayCritical"}.contains(function);
-    return (isCall && !isExempt && vmFaults("call").strikes()) || isRefused;
+    static const std::set<std::string> kCounted = {"GetFieldID", "NewByteArray", "GetPrimitiveArrayCritical"};
+    const bool isOne = vmFaults(function).strikes();
+    const bool isRefused = (kCounted.contains(function) && !isExempt && vmFaults("call").strikes()) || isOne;
+    if (isRefused && refusal != nullptr && !failsQuietly) {
+        raise(refusal, message);
+    }
+    return isRefused;
 }
 
 void FakeJni::raise(const char* className, const std::string& message) {
     pending_ = add(className);
     pending_->message = message;
-}
-
-void FakeJni::raiseUnlessQuiet(const char* className, const std::string& message) {
-    if (!failsQuietly) {
-        raise(className, message);
-    }
 }

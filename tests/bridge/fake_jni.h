@@ -32,13 +32,13 @@ struct FakeObject {
 };
 
 // vmFaults: where calls of the VM can be made to fail: by the name of the JNI function; "call" stands for any that looks up a
-// field, makes an array or opens a region, "ThrowNewOutOfMemory" for one that leaves another exception.
+// field, makes an array or opens a region, "ThrowNewOutOfMemory" for one that leaves another exception. Also, inside the file
+// check: a "read" that gives nothing, a "hash" that fails, and an "oddHash" whose status has no name.
 FaultPoint& vmFaults(std::string_view call);
 
 class FakeJni {
 public:
     FakeJni();
-    ~FakeJni();
     FakeJni(const FakeJni&) = delete;
     FakeJni& operator=(const FakeJni&) = delete;
 
@@ -77,10 +77,10 @@ private:
     void installExceptions();
     void installArrays();
     FakeObject* add(std::string className);
-    // Every function begins with this: holds it against the rules; whether it is refused.
-    bool enter(const char* function, Allowed allowed = kNormally);
+    // Every function begins with this: holds it against the rules; whether it is refused, with that exception unless quietly.
+    bool enter(const char* function, Allowed allowed = kNormally, const char* refusal = nullptr,
+               const char* message = "");
     void raise(const char* className, const std::string& message);
-    void raiseUnlessQuiet(const char* className, const std::string& message);
 
     JNINativeInterface_ table_{};
     Env env_{};

@@ -1,5 +1,5 @@
 // What native callers do with the engine classes, as entry points for scripts.
-#include "tests/bridge/native_calls.h"
+#include "tests/bridge/script.h"
 
 #include "bridge/key_pair_steps.h"
 #include "bridge/short_calls.h"
@@ -8,8 +8,6 @@
 #include "core/pubkey/dsa/dsa_der.h"
 #include "core/pubkey/key/key_der.h"
 #include "core/pubkey/key/scoped_key.h"
-#include "tests/bridge/entry_point.h"
-#include "tests/bridge/fake_jni.h"
 
 #include <gtest/gtest.h>
 
@@ -20,28 +18,16 @@
 #include <fstream>
 
 // The linker puts these in place of the originals (--wrap): hashing a file never fails by itself, nor does reading.
-static int hashFailsWith = 0;
-static std::size_t readable = SIZE_MAX;
-
 extern "C" int __real__ZN22ZelShaWithRsaSignature12nativeUpdateEPKhii(void*, const std::uint8_t*, int, int);
 extern "C" int __wrap__ZN22ZelShaWithRsaSignature12nativeUpdateEPKhii(void* engine, const std::uint8_t* input,
                                                                       int offset, int length) {
-    return hashFailsWith != 0 ? hashFailsWith
-                              : __real__ZN22ZelShaWithRsaSignature12nativeUpdateEPKhii(engine, input, offset, length);
+    const int refusal = vmFaults("hash").strikes() ? ERR_INTERNAL_ERROR : vmFaults("oddHash").strikes() ? -1 : 0;
+    return refusal != 0 ? refusal
+                        : __real__ZN22ZelShaWithRsaSignature12nativeUpdateEPKhii(engine, input, offset, length);
 }
 extern "C" std::size_t __real_fread(void*, std::size_t, std::size_t, std::FILE*);
 extern "C" std::size_t __wrap_fread(void* to, std::size_t size, std::size_t count, std::FILE* file) {
-    const std::size_t allowed = std::min(count, readable);
-    readable = allowed < count || readable == SIZE_MAX ? SIZE_MAX : readable - count;
-    return __real_fread(to, size, allowed, file);
-}
-
-void refuseNative(const std::string& kind, int number) {
-    if (kind == "read") {
-        readable = static_cast<std::size_t>(number);
-    } else {
-        hashFailsWith = number;
-    }
+    return vmFaults("read").strikes() ? 0 : __real_fread(to, size, count, file);
 }
 
 bool isDebugging() {

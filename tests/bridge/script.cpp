@@ -1,6 +1,5 @@
 #include "tests/bridge/script.h"
 
-#include "tests/bridge/native_calls.h"
 #include "tests/support/faults.h"
 
 #include <algorithm>
@@ -44,44 +43,18 @@ const EntryPoint& entryOf(const ScriptLine& line) {
 
 } // namespace
 
-// Pieces joined by '+': "text", ~N the first N bytes of a test file, @array, or what bytesOf knows; each with *count behind it
-// to be repeated, and then [from:to] for a part.
+// Beside what all notations know: @array, and ~N, the first N bytes of a test file.
 Bytes Player::bytes(const std::string& notation) const {
-    Bytes all;
-    for (std::size_t at = 0; at < notation.size();) {
-        const std::size_t end = std::min(notation.find('+', at), notation.size());
-        std::string piece = notation.substr(at, end - at);
-        at = end + 1;
-        std::size_t from = 0, to = std::string::npos, count = 1;
-        if (const std::size_t bracket = piece.find('['); bracket != std::string::npos) {
-            from = std::stoul(piece.substr(bracket + 1));
-            to = std::stoul(piece.substr(piece.find(':', bracket) + 1));
-            piece.resize(bracket);
+    return bytesOf(notation, [this](const std::string& name) {
+        if (name[0] == '@') {
+            return bytesIn(FakeJni::of(arrays_.at(name.substr(1))));
         }
-        if (const std::size_t star = piece.rfind('*'); star != std::string::npos) {
-            count = std::stoul(piece.substr(star + 1));
-            piece.resize(star);
+        Bytes file(numberOf(name.substr(1)));
+        for (std::size_t i = 0; i < file.size(); ++i) {
+            file[i] = static_cast<std::uint8_t>(7 * i + i / 256);
         }
-        Bytes unit, part;
-        if (piece[0] == '@') {
-            unit = bytesIn(FakeJni::of(arrays_.at(piece.substr(1))));
-        } else if (piece[0] == '"') {
-            unit.assign(piece.begin() + 1, piece.end() - 1);
-        } else if (piece[0] == '~') {
-            for (std::uint32_t i = 0; i < numberOf(piece.substr(1)); ++i) {
-                unit.push_back(static_cast<std::uint8_t>(7 * i + i / 256));
-            }
-        } else {
-            unit = bytesOf(piece);
-        }
-        for (; count > 0; --count) {
-            part.insert(part.end(), unit.begin(), unit.end());
-        }
-        to = std::min(to, part.size());
-        all.insert(all.end(), part.begin() + static_cast<std::ptrdiff_t>(from),
-                   part.begin() + static_cast<std::ptrdiff_t>(to));
-    }
-    return all;
+        return file;
+    });
 }
 
 JavaValue Player::argument(char type, const std::string& word) {
@@ -198,11 +171,6 @@ void Player::play(const Passage& passage) {
             doLine(line);
         } else if (refusal_.empty()) {
             expectSame(line, call(line));
-        } else if (refusal_[0] == "hash" || refusal_[0] == "read") {
-            refuseNative(refusal_[0], std::stoi(refusal_[1]));
-            expectSame(line, call(line));
-            refuseNative("hash", 0);
-            refusal_.clear();
         } else {
             const Fault fault(pointOf(refusal_[0]), numberOf(refusal_[1]));
             jni_.failsQuietly = refusal_.size() == 3; // "quietly"

@@ -33,7 +33,7 @@ struct Script {
     std::set<std::string> mayRaise, mustRaise; // what refusals come to
 };
 
-// readScript: the script in the file, once for each of its lines "for". A mistake in it throws std::runtime_error.
+// readScript: the script in the file, once for each of its lines "for". A mistake in it throws.
 std::vector<Script> readScript(const std::string& file);
 
 // Player: plays a passage in a Java environment of its own.
@@ -72,5 +72,14 @@ private:
     std::map<std::string, jbyteArray> arrays_;
     Words refusal_; // for the next call
 };
+
+// What scripts need besides entry points (native_calls.cpp).
+
+// makeFile: "file": makes one of that name, with the content; "folder": a folder; "readonly", "writable": of a file that is
+// there.
+void makeFile(const std::string& kind, const Bytes& name, const Bytes& content);
+
+// isDebugging: whether this run is to see debug output. The variable ZEL_DEBUG_EXPECTED says so.
+bool isDebugging();
 
 #endif

@@ -8,19 +8,24 @@ namespace {
 
 const std::string kFolder = "bridge/scripts/";
 
+Words split(std::string text, const std::string& separator) {
+    Words parts;
+    for (std::size_t end; (end = text.find(separator)) != std::string::npos; text.erase(0, end + separator.size())) {
+        parts.push_back(text.substr(0, end));
+    }
+    parts.push_back(text);
+    return parts;
+}
+
 // The text with the number-th of each {one|other|third}; empty when there are not so many.
 std::string alternative(std::string text, std::size_t number) {
     for (std::size_t open; (open = text.find('{')) != std::string::npos;) {
-        const std::size_t close = text.find('}');
-        std::size_t begin = open + 1;
-        for (std::size_t i = 0; i < number && begin <= close; ++i) {
-            begin = std::min(text.find('|', begin), close) + 1;
-        }
-        if (begin > close) {
+        const std::size_t close = text.find('}', open);
+        const Words choices = split(text.substr(open + 1, close - open - 1), "|");
+        if (number >= choices.size()) {
             return "";
         }
-        const std::string chosen = text.substr(begin, std::min(text.find('|', begin), close) - begin);
-        text.replace(open, close + 1 - open, chosen);
+        text.replace(open, close + 1 - open, choices[number]);
     }
     return text;
 }
@@ -48,15 +53,12 @@ private:
     // Each $name replaced by its value.
     std::string expanded(std::string text) const {
         for (std::size_t at = 0; (at = text.find('$', at)) != std::string::npos;) {
-            std::size_t end = at + 1;
-            while (end < text.size() && std::isalnum(static_cast<unsigned char>(text[end])) != 0) {
-                ++end;
-            }
-            const auto value = script.values.find(text.substr(at + 1, end - at - 1));
-            if (value == script.values.end()) {
-                throw std::runtime_error(where_ + text + ": a name without a value");
-            }
-            text.replace(at, end - at, value->second);
+            const auto isInName = [](unsigned char c) {
+                return std::isalnum(c) != 0;
+            };
+            const auto begin = text.begin() + static_cast<std::ptrdiff_t>(at),
+                       end = std::find_if_not(begin + 1, text.end(), isInName);
+            text.replace(begin, end, script.values.at(std::string(begin + 1, end)));
         }
         return text;
     }
@@ -73,26 +75,17 @@ private:
         } else if (words.size() > 2 && words[1] == "=" && text.find_first_of(".@") > words[0].size()) {
             script.values[words[0]] = text.substr(text.find('=') + 2);
         } else if (text[0] == '>') {
-            for (std::size_t at = 0; (at = text.find("\\n", at)) != std::string::npos;) {
-                text.erase(at, 1);
-                text[at] = '\n';
+            const Words printed = split(text.substr(2), "\\n");
+            for (const std::string& line : printed) {
+                script.passages.back().lines.back().printed += line + (&line == &printed.back() ? "" : "\n");
             }
-            script.passages.back().lines.back().printed += text.substr(2);
         } else {
-            addActions(alternative(text, 0));
-            for (std::size_t number = 1; text.find('{') != std::string::npos && !alternative(text, number).empty();
-                 ++number) {
-                addActions(alternative(text, number));
+            const bool hasChoices = text.find('{') != std::string::npos;
+            for (std::size_t number = 0; (hasChoices || number == 0) && !alternative(text, number).empty(); ++number) {
+                for (const std::string& action : split(alternative(text, number), " ; ")) {
+                    addAction(action);
+                }
             }
-        }
-    }
-
-    // One action, or several with ';' between them.
-    void addActions(const std::string& text) {
-        const std::size_t end = text.find(" ; ");
-        addAction(text.substr(0, end));
-        if (end != std::string::npos) {
-            addActions(text.substr(end + 3));
         }
     }
 

@@ -3,13 +3,9 @@
 // sanitizer above all.
 #include "core/random/random.h"
 #include "tests/bridge/script.h"
-
-#include <thread>
+#include "tests/support/in_threads.h"
 
 namespace {
-
-constexpr unsigned kThreads = 64;
-constexpr unsigned kRounds = 3;
 
 // The first passage of each script, each the first of some threads. All wait for the one context while it is being seeded.
 TEST(Threads, EveryEngineInSixtyFour) {
@@ -20,24 +16,13 @@ TEST(Threads, EveryEngineInSixtyFour) {
             passages.push_back(script.passages.front());
         }
     }
-    std::atomic<bool> mayStart{false};
-    std::vector<std::thread> threads;
-    for (unsigned thread = 0; thread < kThreads; ++thread) {
-        threads.emplace_back([&, thread] {
-            Player player;
-            while (!mayStart) {
-                std::this_thread::yield();
-            }
-            for (unsigned i = 0; i < kRounds * passages.size(); ++i) {
-                player.play(passages[(thread + i) % passages.size()]);
-            }
-            player.finish();
-        });
-    }
-    mayStart = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    inThreads(64, [&](unsigned thread) {
+        Player player;
+        for (std::size_t i = 0; i < 3 * passages.size(); ++i) {
+            player.play(passages[(thread + i) % passages.size()]);
+        }
+        player.finish();
+    });
     testheap::keep(4); // the random context, its mutex and those of the seed pool
 }
 

@@ -36,26 +36,23 @@ for key, length in ((b"k" * 16, 0), (b"k" * 24, 15), (b"k" * 32, 22000)):
     assert zel.decrypt(key, iv, ciphertext) == message[:length]
     refused(-7902, zel.decrypt, key, iv, ciphertext[:-1])
 
+seeding.join()
 openssl("genrsa -out rsa.pem 3072")
 openssl("dsaparam -genkey -out old.pem 2048")
 openssl("pkey -in old.pem -out dsa.pem")
-files = {name: pathlib.Path(name) for name in ("rsa.pem", "dsa.pem", "public.pem", "message", "signature")}
-files["message"].write_bytes(message)
-seeding.join()
+pathlib.Path("message").write_bytes(message)
 for name in ("rsa.pem", "dsa.pem"):
-    private = zel.Key.read_private(files[name].read_bytes())
-    assert private.write(zel.PKCS8) == files[name].read_bytes()
-    files["public.pem"].write_bytes(private.write(zel.X509))
-    assert files["public.pem"].read_bytes() == openssl(f"pkey -in {name} -pubout")
-    public = zel.Key.read_public(openssl(f"pkey -in {name} -pubout -outform DER"))
+    private = zel.Key.read_private(pathlib.Path(name).read_bytes())
+    public_pem = private.write(zel.X509)
+    assert public_pem == openssl(f"pkey -in {name} -pubout")
+    pathlib.Path("public.pem").write_bytes(public_pem)
     for hash_name in zel.HASHES:
-        files["signature"].write_bytes(private.sign(hash_name, message))
+        pathlib.Path("signature").write_bytes(private.sign(hash_name, message))
         openssl(f"dgst -{hash_name} -verify public.pem -signature signature message")
         theirs = openssl(f"dgst -{hash_name} -sign {name} message")
-        public.verify(hash_name, message, theirs)
-        refused(zel.BAD_SIGNATURE, public.verify, hash_name, message + b".", theirs)
+        zel.Key.read_public(public_pem).verify(hash_name, message, theirs)
+        refused(zel.BAD_SIGNATURE, private.verify, hash_name, message + b".", theirs)
 
 made = zel.Key.generate_rsa(1024)
-files["rsa.pem"].write_bytes(made.write(zel.PKCS8))
-openssl("pkey -in rsa.pem -check -noout")
+openssl("pkey -check -noout", made.write(zel.PKCS8))
 assert made.bits == 1024 and zel.random_bytes(32) != zel.random_bytes(32)

@@ -5,8 +5,10 @@
 #include "platform/rtos_thread.h"
 #include "platform/static_lock.h"
 #include "tests/support/faults.h"
+#include "tests/support/in_threads.h"
 
 #include <chrono>
+#include <csignal>
 #include <cstring>
 #include <thread>
 #include <vector>
@@ -178,34 +180,49 @@ TEST(Threads, RunAndAreForgottenOrDoNotStart) {
     EXPECT_EQ(thread, nullptr);
 }
 
-TEST(OsRandom, FillsWithDifferentBytes) {
-    std::vector<std::uint8_t> first(1000), second(1000);
-    EXPECT_EQ(osRandomBytes(first.data(), first.size()), OK);
-    EXPECT_EQ(osRandomBytes(second.data(), second.size()), OK);
-    EXPECT_NE(first, second);
-    EXPECT_EQ(osRandomBytes(first.data(), 0), OK);
+#ifdef SIGALRM // POSIX
+// Threads live inside somebody else's process, whose signals are none of their business.
+TEST(Threads, TakeNoSignals) {
+    static std::atomic<int> blocked{-1};
+    const auto look = [](void*) {
+        sigset_t mask;
+        pthread_sigmask(SIG_SETMASK, nullptr, &mask);
+        blocked = sigismember(&mask, SIGUSR1) + sigismember(&mask, SIGTERM) + sigismember(&mask, SIGALRM);
+    };
+    RtosThread thread = nullptr;
+    ASSERT_EQ(rtosCreateThread(look, nullptr, 0, &thread), OK);
+    EXPECT_EQ(rtosDestroyThread(thread), OK);
+    for (int i = 0; i < 1000 && blocked < 0; ++i) {
+        rtosSleepMs(10);
+    }
+    EXPECT_EQ(blocked, 3);
+    sigset_t own;
+    pthread_sigmask(SIG_SETMASK, nullptr, &own);
+    EXPECT_EQ(sigismember(&own, SIGUSR1), 0) << "the maker's mask is as it was";
+}
+#endif
+
+TEST(OsRandom, FillsAndRefuses) {
+    std::vector<std::uint8_t> bytes(1000);
+    EXPECT_EQ(osRandomBytes(bytes.data(), bytes.size()), OK);
+    EXPECT_LT(std::count(bytes.end() - 500, bytes.end(), 0), 30);
+    EXPECT_EQ(osRandomBytes(bytes.data(), 0), OK);
     EXPECT_EQ(osRandomBytes(nullptr, 0), ERR_NULL_POINTER);
     const Fault fault(PlatformService::randomBytes, 1);
-    EXPECT_EQ(osRandomBytes(first.data(), 1), ERR_RTOS);
+    EXPECT_EQ(osRandomBytes(bytes.data(), 1), ERR_RTOS);
 }
 
 TEST(StaticLocks, Exclude) {
     static StaticLock lock;
-    static int inside;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([] {
-            for (int round = 0; round < 20; ++round) {
-                const StaticLockHolder holder(lock);
-                ++inside;
-                rtosSleepMs(1);
-                EXPECT_EQ(inside--, 1);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    int inside = 0;
+    inThreads(4, [&](unsigned) {
+        for (int round = 0; round < 20; ++round) {
+            const StaticLockHolder holder(lock);
+            ++inside;
+            rtosSleepMs(1);
+            EXPECT_EQ(inside--, 1);
+        }
+    });
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include "core/random/random_bytes.h"
 
 #include <algorithm>
+#include <functional>
 #include <numeric>
 #include <string>
 #include <utility>
@@ -13,10 +14,17 @@
 class ByteSource {
 public:
     // Bytes of a linear congruential sequence (Knuth's MMIX), the top byte of each state.
-    explicit ByteSource(std::uint64_t seed) : state_(seed) {
+    explicit ByteSource(std::uint64_t state)
+        : next_([state]() mutable {
+              state = state * 6364136223846793005U + 1442695040888963407U;
+              return static_cast<std::uint8_t>(state >> 56);
+          }) {
     }
     // The bytes given, then zeros.
-    explicit ByteSource(std::vector<std::uint8_t> script) : script_(std::move(script)), isScripted_(true) {
+    explicit ByteSource(std::vector<std::uint8_t> script)
+        : next_([script = std::move(script), at = std::size_t{0}]() mutable {
+              return at < script.size() ? script[at++] : std::uint8_t{0};
+          }) {
     }
 
     RandomBytes bytes() {
@@ -38,23 +46,12 @@ public:
             return ERR_RTOS_MUTEX_WAIT;
         }
         self.draws.push_back(length);
-        std::generate_n(buffer, length, [&self] { return self.next(); });
+        std::generate_n(buffer, length, std::ref(self.next_));
         return OK;
     }
 
 private:
-    std::uint8_t next() {
-        if (isScripted_) {
-            return position_ < script_.size() ? script_[position_++] : std::uint8_t{0};
-        }
-        state_ = state_ * 6364136223846793005U + 1442695040888963407U;
-        return static_cast<std::uint8_t>(state_ >> 56);
-    }
-
-    std::uint64_t state_ = 0;
-    std::vector<std::uint8_t> script_;
-    std::size_t position_ = 0;
-    bool isScripted_ = false;
+    std::function<std::uint8_t()> next_;
 };
 
 #endif

@@ -7,6 +7,8 @@
 #include "tests/support/faults.h"
 #include "tests/support/vectors.h"
 
+#include <sstream>
+
 using DerNames = std::function<Bytes(const std::string& name)>;
 
 // derItem: an item by its identifier octet and content, below 64 KiB.
@@ -25,29 +27,23 @@ inline Bytes derInteger(const std::string& hex) {
     return derItem(0x02, bytesOf((hex.empty() || hex[0] >= '8' ? "00" : "") + hex));
 }
 
-inline Bytes derItems(std::string_view& text, const DerNames& names) {
-    Bytes all;
-    while (!text.empty() && text[0] != ')') {
-        const std::size_t end = std::min(text.find_first_of(",()"), text.size());
-        const std::string word(text.substr(0, end));
-        text.remove_prefix(end);
-        Bytes item;
-        if (!text.empty() && text[0] == '(') {
-            text.remove_prefix(1);
-            item = derItem(bytesOf(word)[0], derItems(text, names));
-            text.remove_prefix(1);
-        } else {
-            item = word[0] >= 'A' && word[0] <= 'Z' ? names(word) : bytesOf(word);
+inline Bytes derOf(std::string text, const DerNames& names = {}) {
+    const auto octetsOf = [&names](const std::string& list) {
+        Bytes all;
+        std::istringstream items(list);
+        for (std::string item; std::getline(items, item, ',');) {
+            const Bytes octets = item[0] >= 'A' && item[0] <= 'Z' ? names(item) : bytesOf(item);
+            all.insert(all.end(), octets.begin(), octets.end());
         }
-        all.insert(all.end(), item.begin(), item.end());
-        text.remove_prefix(!text.empty() && text[0] == ',' ? 1 : 0);
+        all.reserve(1); // data() of an empty one is no null pointer
+        return all;
+    };
+    for (std::size_t close; (close = text.find(')')) != std::string::npos;) { // the innermost item first
+        const std::size_t open = text.rfind('(', close);
+        const Bytes content = octetsOf(text.substr(open + 1, close - open - 1));
+        text.replace(open - 2, close - open + 3, toHex(derItem(bytesOf(text.substr(open - 2, 2))[0], content)));
     }
-    all.reserve(1); // data() of an empty one is no null pointer
-    return all;
-}
-
-inline Bytes derOf(std::string_view text, const DerNames& names = {}) {
-    return derItems(text, names);
+    return octetsOf(text);
 }
 
 // integersOf: the INTEGERs of a SEQUENCE, in hexadecimal without leading zeros.

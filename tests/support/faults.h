@@ -111,8 +111,8 @@ void refuseEach(Operation operation, Status refusal = ERR_MEM_ALLOC_FAIL, FaultP
 
 // expectNullsRefused: calls the functions with each pointer of good arguments null in turn, which must be ERR_NULL_POINTER, for
 // the first argument `first`. An argument that is null already may be null.
-template <Status first = ERR_NULL_POINTER, typename... Parameters>
-void expectNullsRefused(std::initializer_list<Status (*)(Parameters...)> functions,
+template <Status first = ERR_NULL_POINTER, typename Result, typename... Parameters>
+void expectNullsRefused(std::initializer_list<Result (*)(Parameters...)> functions,
                         std::type_identity_t<Parameters>... good) {
     for (const auto& function : functions) {
         const auto refuse = [&]<std::size_t position>(std::integral_constant<std::size_t, position>) {

@@ -92,29 +92,42 @@ std::vector<Words> vectorsOf(const std::string& file, const std::string& operati
     return vectors;
 }
 
-Bytes bytesOf(std::string_view notation) {
-    Bytes bytes;
-    while (notation != "." && !notation.empty()) {
-        const std::size_t end = std::min(notation.find('+'), notation.size());
-        const std::string piece(notation.substr(0, end));
-        notation.remove_prefix(std::min(end + 1, notation.size()));
-        const std::size_t star = std::min(piece.find('*'), piece.size()), colon = piece.find(':');
-        if (colon != std::string::npos) {
-            const std::uint32_t step = numberOf(piece), start = numberOf(piece.substr(colon + 1)),
-                                count = numberOf(piece.substr(piece.find(':', colon + 1) + 1));
-            for (std::uint32_t i = 0; i < count; ++i) {
-                bytes.push_back(static_cast<std::uint8_t>(step * i + start));
+Bytes bytesOf(std::string_view notation, const NamedBytes& named) {
+    Bytes all;
+    for (std::size_t at = 0, end = 0; at < notation.size(); at = end + 1) {
+        end = std::min(notation.find('+', at), notation.size());
+        std::string piece(notation.substr(at, end - at));
+        const auto cutBehind = [&piece](char mark) { // what stands there, if it does
+            const std::size_t place = std::min(piece.find(mark), piece.size());
+            const std::string behind = piece.substr(std::min(place + 1, piece.size()));
+            piece.resize(place);
+            return behind;
+        };
+        const std::string part = cutBehind('['), count = cutBehind('*');
+        Bytes unit, bytes;
+        if (piece[0] == '"') {
+            unit.assign(piece.begin() + 1, piece.end() - 1);
+        } else if (piece[0] == '@' || piece[0] == '~') {
+            unit = named(piece);
+        } else if (const std::size_t colon = piece.find(':'); colon != std::string::npos) {
+            const std::uint32_t step = numberOf(piece), start = numberOf(piece.substr(colon + 1));
+            for (std::uint32_t i = 0; i < numberOf(piece.substr(piece.rfind(':') + 1)); ++i) {
+                unit.push_back(static_cast<std::uint8_t>(step * i + start));
             }
-            continue;
-        }
-        for (std::uint32_t i = star == piece.size() ? 1 : numberOf(piece.substr(star + 1)); i > 0; --i) {
-            for (std::size_t at = 0; at < star; at += 2) {
-                bytes.push_back(static_cast<std::uint8_t>(std::stoi(piece.substr(at, 2), nullptr, 16)));
+        } else {
+            for (std::size_t i = 0; i < piece.size() && piece != "."; i += 2) {
+                unit.push_back(static_cast<std::uint8_t>(std::stoi(piece.substr(i, 2), nullptr, 16)));
             }
         }
+        for (std::uint32_t i = count.empty() ? 1 : numberOf(count); i > 0; --i) {
+            bytes.insert(bytes.end(), unit.begin(), unit.end());
+        }
+        const std::size_t from = part.empty() ? 0 : numberOf(part),
+                          to = part.empty() ? bytes.size() : numberOf(part.substr(part.find(':') + 1));
+        all.insert(all.end(), bytes.data() + from, bytes.data() + std::min(to, bytes.size()));
     }
-    bytes.reserve(1); // data() of an empty one is no null pointer
-    return bytes;
+    all.reserve(1); // data() of an empty one is no null pointer
+    return all;
 }
 
 std::string toHex(std::span<const std::uint8_t> bytes) {

@@ -34,9 +34,11 @@ void runVectors(const std::string& file, const std::map<std::string, VectorOpera
 // vectorsOf: the operands and results of every line with this operation, for tests of their own.
 std::vector<Words> vectorsOf(const std::string& file, const std::string& operation);
 
-// bytesOf: bytes by their notation: pieces joined by '+', each hexadecimal digits, "DIGITS*COUNT" for repetition, or
-// "STEP:START:COUNT" for byte i = STEP * i + START. "." is no bytes. data() is never null.
-Bytes bytesOf(std::string_view notation);
+// bytesOf: bytes by their notation: pieces joined by '+', each hexadecimal digits, "text", STEP:START:COUNT for byte i =
+// STEP * i + START, or a name that begins with '@' or '~', whose bytes the caller has; each with "*COUNT" behind it to be
+// repeated, and then "[FROM:TO]" for a part. "." is no bytes. data() is never null.
+using NamedBytes = std::function<Bytes(const std::string& name)>;
+Bytes bytesOf(std::string_view notation, const NamedBytes& named = {});
 
 // toHex: hexadecimal digits. textOf: the same, "." for none.
 std::string toHex(std::span<const std::uint8_t> bytes);

@@ -103,7 +103,7 @@ DerNode* add(DerNode* parent, std::uint8_t type) {
     return item;
 }
 
-TEST(Der, ARefusedItemLeavesItsParentAsItWas) {
+TEST(Der, WrongArgumentsAndLinkedItems) {
     ScopedTree<DerNode> root;
     *root.out() = add(nullptr, 0x10);
     root->kind = kDerIndefinite;
@@ -122,17 +122,12 @@ TEST(Der, ARefusedItemLeavesItsParentAsItWas) {
     expectNullsRefused({Der_ComputeLength}, root.get(), &length);
     expectNullsRefused({Der_SerializeToBuffer}, root.get(), &buffer, &written);
     EXPECT_EQ(length + written, 0U);
-}
-
-// Where a list ends is not remembered for longer than it does; what is linked is neither linked again nor freed.
-TEST(Der, ItemsAddedAfterOthersHaveLeft) {
-    ScopedTree<DerNode> root;
-    *root.out() = add(nullptr, kDerTypeSequence);
+    // Where a list ends is not remembered for longer than it does; what is linked is neither linked again nor freed.
     add(root.get(), 1);
     add(root.get(), 2);
     treeFreeChildren(root.get());
-    DerNode* const kept = add(root.get(), 3);
-    DerNode* const last = add(root.get(), 4);
+    root->kind = kDerDefinite;
+    DerNode *const kept = add(root.get(), 3), *const last = add(root.get(), 4);
     EXPECT_EQ(Tree_FreeSubtree(last), ERR_TREE_LINKEDCHILD);
     EXPECT_EQ(Tree_AppendChild(kept, last), ERR_TREE_LINKEDCHILD);
     expectNullsRefused({Tree_AppendChild}, root.get(), kept);
