@@ -1,5 +1,6 @@
 #include "tests/support/number.h"
 
+#include "core/bignum/vlong_convert.h"
 #include "core/bignum/vlong_math.h"
 #include "tests/support/faults.h"
 #include "tests/support/vectors.h"
@@ -77,10 +78,8 @@ std::string textOf(const vlong* value) {
 }
 
 std::string hexOf(const vlong* value) {
-    Bytes bytes(value == nullptr ? 0 : (VLONG_bitLength(value) + 7) / 8);
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-        bytes[bytes.size() - 1 - i] = VLONG_getByte(value, static_cast<std::uint32_t>(i));
-    }
+    Bytes bytes((VLONG_bitLength(value) + 7) / 8);
+    (void)VLONG_toBytesFixed(value, bytes.data(), static_cast<std::uint32_t>(bytes.size())); // null has no bits
     return value == nullptr ? "null" : toHex(bytes);
 }
 

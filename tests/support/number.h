@@ -5,8 +5,7 @@
 #define ZELSPI_TESTS_SUPPORT_NUMBER_H
 
 #include "core/bignum/scoped_vlong.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/faults.h"
 
 #include <ostream>
 #include <random>
@@ -63,6 +62,34 @@ inline bool operator==(const Number& a, const Number& b) {
 }
 inline void PrintTo(const Number& number, std::ostream* stream) {
     *stream << number.text();
+}
+
+// emptyArgument: a pointer to an empty object, a source without bytes, or a number: for functions that refuse another argument.
+template <typename T> T emptyArgument() {
+    if constexpr (std::is_arithmetic_v<T>) {
+        return T{2};
+    } else if constexpr (std::is_pointer_v<T> && std::is_object_v<std::remove_pointer_t<T>>) {
+        static std::remove_cv_t<std::remove_pointer_t<T>> object{};
+        return &object;
+    } else {
+        return T(nullptr);
+    }
+}
+
+// expectNullsRefusedByEach: expectNullsRefused with such arguments for every pointer but a queue, which stands last.
+template <Status first = ERR_NULL_POINTER, typename... Functions>
+void expectNullsRefusedByEach(Functions... functions) {
+    int number = 0;
+    const auto refuse = [&number]<typename... Parameters>(Status (*function)(Parameters...)) {
+        SCOPED_TRACE(testing::Message() << "function " << number++);
+        std::tuple<std::decay_t<Parameters>...> good{emptyArgument<std::decay_t<Parameters>>()...};
+        auto& last = std::get<sizeof...(Parameters) - 1>(good);
+        if constexpr (std::is_same_v<decltype(last), vlong**&>) {
+            last = nullptr;
+        }
+        std::apply([function](const auto&... each) { expectNullsRefused<first>({function}, each...); }, good);
+    };
+    (refuse(functions), ...);
 }
 
 #endif

@@ -13,17 +13,17 @@ using Operation = std::function<Status(const Words& in, Words& out, vlong** queu
 
 VectorOperation queued(Operation operation) {
     return [operation](const Words& in, Words& out) -> Status {
-        const Status status = operation(in, out, nullptr);
+        Words withQueue;
+        vlong *queue = nullptr, *used = Number("9.9.9").release();
+        (void)VLONG_free(&used, &queue);
+        const Status status = operation(in, withQueue, &queue);
+        EXPECT_EQ(VLONG_freeQueue(&queue), OK);
         if (heapFaults().hasStruck()) {
             return status;
         }
-        Words again;
-        vlong *queue = nullptr, *used = Number("9.9.9").release();
-        (void)VLONG_free(&used, &queue);
-        const Status statusAgain = operation(in, again, &queue);
-        EXPECT_EQ(VLONG_freeQueue(&queue), OK);
-        EXPECT_TRUE(heapFaults().hasStruck() || (again == out && statusAgain == status)) << "with a queue";
-        return statusAgain;
+        const Status without = operation(in, out, nullptr);
+        EXPECT_TRUE(heapFaults().hasStruck() || (withQueue == out && status == without)) << "with a queue";
+        return without;
     };
 }
 
@@ -39,9 +39,7 @@ Status result(Status status, const Number& made, Words& out) {
 VectorOperation inPlace(Status (*run)(vlong*, const vlong*, vlong**)) {
     return queued([run](const Words& in, Words& out, vlong** queue) {
         const Number a(in[0]), b(in[1]), same(in[0]);
-        const Status status = run(a, b, queue);
-        EXPECT_TRUE(a.get()->length == 0 || a.get()->units[a.get()->length - 1] != 0) << "not normalised";
-        RETURN_IF_ERROR(status);
+        RETURN_IF_ERROR(run(a, b, queue));
         if (in[0] == in[1]) { // and with one record for both
             RETURN_IF_ERROR(run(same, same, queue));
             EXPECT_EQ(same, a);
@@ -55,9 +53,7 @@ VectorOperation newRecord(Status (*run)(const vlong*, const vlong*, vlong**, vlo
     return queued([run](const Words& in, Words& out, vlong** queue) {
         Number made;
         const Number a(in[0]), b(in[1]);
-        const Status status = run(a, b, made.out(), queue);
-        EXPECT_EQ(a.text() + " " + b.text(), in[0] + " " + in[1]);
-        return result(status, made, out);
+        return result(run(a, b, made.out(), queue), made, out);
     });
 }
 
@@ -75,16 +71,23 @@ VectorOperation shift(Status (*run)(vlong*, std::uint32_t), Status (*runByOne)(v
 }
 
 Status multiply(const Words& in, Words& out, vlong** queue) {
-    const Number a(in[0]), b(in[1]), product("-7.7");
+    const Number a(in[0]), b(in[1]), same(a), product("-7.7"), square("7");
     Number made;
     RETURN_IF_ERROR(result(VLONG_mulSigned(a, b, made.out(), queue), made, out));
     RETURN_IF_ERROR(VLONG_mul(product, a, b));
     EXPECT_EQ(product, made);
-    if (in[0] == in[1]) {
-        RETURN_IF_ERROR(VLONG_square(product, a));
-        EXPECT_EQ(product, made);
-        RETURN_IF_ERROR(VLONG_mul(product, b, b));
-        EXPECT_EQ(product, made);
+    const std::uint32_t length = a.get()->length;
+    if (2 * length < kMaxUnits) {
+        RETURN_IF_ERROR(VLONG_mul(product, a, same));
+        RETURN_IF_ERROR(VLONG_mul(square, a, a));
+        EXPECT_EQ(square, product);
+        RETURN_IF_ERROR(VLONG_square(square, a));
+        EXPECT_EQ(square, product);
+        for (const std::uint32_t columns : {length, 2 * length + 1}) {
+            RETURN_IF_ERROR(VLONG_mulColumns(product, a, same, columns));
+            RETURN_IF_ERROR(VLONG_squareColumns(square, a, columns));
+            EXPECT_EQ(square, product);
+        }
     }
     return OK;
 }
@@ -92,7 +95,6 @@ Status multiply(const Words& in, Words& out, vlong** queue) {
 Status divide(const Words& in, Words& out, vlong** queue) {
     const Number a(in[0]), b(in[1]), quotient("-7.7.7"), remainder("-5");
     RETURN_IF_ERROR(VLONG_divide(quotient, a, b, remainder, queue));
-    EXPECT_EQ(a.text() + " " + b.text(), in[0] + " " + in[1]);
     out = {quotient.text(), remainder.text()};
     return OK;
 }
@@ -199,24 +201,29 @@ Status power(const Words& in, Words& out, vlong** queue) {
         RETURN_IF_ERROR(VLONG_modExpBarrett(base, exponent, m, again.out(), queue));
         EXPECT_TRUE(again == residue || (VLONG_isZero(residue) && again == m)) << again.text();
     }
-    if (!VLONG_testBit(m, 0)) {
+    const bool isOdd = VLONG_testBit(m, 0);
+    if (!isOdd) { // a context takes it all the same
         EXPECT_EQ(VLONG_modExpMontgomery(base, exponent, m, again.out(), queue), ERR_BAD_MODULO);
-        return OK;
     }
+    const auto isRight = [&](const Number& of) {
+        return isOdd ? of == residue : VLONG_cmpMagnitude(of, m) < 0;
+    };
     OwnedContext context{queue}, clone{queue};
     RETURN_IF_ERROR(VLONG_newMontgomeryCtx(&context.context, m, queue));
     RETURN_IF_ERROR(VLONG_cloneMontgomeryCtx(context.context, &clone.context, queue));
-    expectInverse(*context.context, m);
-    expectInverse(*clone.context, m);
+    if (isOdd) {
+        expectInverse(*context.context, m);
+        expectInverse(*clone.context, m);
+    }
     const Status status = VLONG_modExpCtxPair({context.context, base, exponent, first.out()},
                                               {clone.context, base, exponent, second.out()}, queue);
     EXPECT_TRUE(isError(status) ? first.get() == nullptr && second.get() == nullptr
-                                : first == residue && second == residue);
+                                : isRight(first) && isRight(second));
     RETURN_IF_ERROR(status);
     EXPECT_EQ(VLONG_deleteMontgomeryCtx(&context.context, queue), OK);
     RETURN_IF_ERROR(VLONG_modExpCtx(clone.context, base, exponent, again.out(), queue));
-    EXPECT_EQ(again, residue);
-    if (base.get()->negative == 0 && isShort) {
+    EXPECT_TRUE(isRight(again));
+    if (isOdd && isShort && base.get()->negative == 0) {
         RETURN_IF_ERROR(VLONG_montExpBinary(clone.context, base, exponent, again.out(), queue));
         EXPECT_EQ(again, residue);
     }

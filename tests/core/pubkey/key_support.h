@@ -73,17 +73,17 @@ inline const RsaNumbers& firstKey() {
     return key;
 }
 
+inline Bytes derSequence(const std::vector<Bytes>& items) {
+    Bytes all;
+    for (const Bytes& item : items) {
+        all.insert(all.end(), item.begin(), item.end());
+    }
+    return derItem(0x30, all);
+}
+
 // The names in DER: see rsa_vectors.txt.
 inline Bytes named(const std::string& name) {
     const RsaNumbers& key = firstKey();
-    const auto sequence = [](std::initializer_list<std::string> integers) {
-        Bytes all;
-        for (const std::string& hex : integers) {
-            const Bytes item = derInteger(hex);
-            all.insert(all.end(), item.begin(), item.end());
-        }
-        return derItem(0x30, all);
-    };
     static const std::map<std::string, Bytes> names = {
         {"N", derInteger(key.n)},
         {"E", derInteger(key.e)},
@@ -99,8 +99,9 @@ inline Bytes named(const std::string& name) {
         {"HUGEQ", derInteger(std::string(7990, '7'))},
         {"RSA", bytesOf("300d06092a864886f70d0101010500")},
         {"DSAID", bytesOf("06072a8648ce380401")},
-        {"KEY", sequence({"", key.n, key.e, key.d, key.p, key.q, key.dP, key.dQ, key.qInv})},
-        {"PUBLIC", sequence({key.n, key.e})}};
+        {"KEY", derSequence({derInteger(""), derInteger(key.n), derInteger(key.e), derInteger(key.d), derInteger(key.p),
+                             derInteger(key.q), derInteger(key.dP), derInteger(key.dQ), derInteger(key.qInv)})},
+        {"PUBLIC", derSequence({derInteger(key.n), derInteger(key.e)})}};
     if (name.starts_with("BITS")) {
         const unsigned bits = numberOf(name.substr(4));
         return derItem(0x02, bytesOf("0000+" + toHex(Bytes{static_cast<std::uint8_t>(1 << (bits - 1) % 8)}) + "+55*" +

@@ -67,54 +67,41 @@ Status randomFill(void* source, std::uint32_t length, std::uint8_t* buffer) {
     return status;
 }
 
-// The DER of a key with its secrets hidden, of which the lengths are public.
-Bytes privateDer(const RsaNumbers& k) {
-    std::string items = "ZERO";
-    for (const std::string& value : {k.n, k.e, k.d, k.p, k.q, k.dP, k.dQ, k.qInv}) {
-        items.append(",").append(toHex(derInteger(value)));
-    }
-    Bytes der = derOf("30(" + items + ")", named);
-    const testasn1::Parsed parsed(der);
-    for (const Asn1Node* item = asn1NextSibling(asn1NextSibling(asn1FirstChild(parsed.top()))); item != nullptr;
-         item = asn1NextSibling(item)) {
-        if (item->length > 8) { // not e
-            VALGRIND_MAKE_MEM_UNDEFINED(der.data() + item->dataOffset + 2, item->length - 2);
-        }
-    }
-    return der;
+// The INTEGER of a secret, of which the length is public.
+Bytes hidden(const std::string& value) {
+    Bytes item = derInteger(value);
+    const std::size_t header = item[1] < 0x80 ? 2 : item[1] - 0x7E;
+    VALGRIND_MAKE_MEM_UNDEFINED(item.data() + header + 2, item.size() - header - 2);
+    return item;
+}
+
+// A key of hidden secrets. Without the right qInv, and with the primes in the wrong order, all derived values are made.
+Bytes privateDer(const RsaNumbers& k, bool isDerived) {
+    const std::string &p = isDerived ? k.q : k.p, &q = isDerived ? k.p : k.q;
+    return derSequence({named("ZERO"), derInteger(k.n), derInteger(k.e), hidden(k.d), hidden(p), hidden(q),
+                        hidden(k.dP), hidden(k.dQ), isDerived ? named("ONE") : hidden(k.qInv)});
 }
 
 // The private operation with all of the key but n and e, and with the input, hidden.
-bool rsa(const RsaNumbers& numbers, bool isBlinded) {
-    FilledKey key(privateDer(numbers));
+bool rsa(const RsaNumbers& numbers, bool isBlinded, bool isDerived) {
+    FilledKey key(privateDer(numbers, isDerived));
     const Number input(numbers.input);
     ByteSource source(1);
     hide({key->p, key->q, key->dP, key->dQ, key->qInv, input.get()});
     hide(*key->contextP);
     hide(*key->contextQ);
-    bool isRight = true;
     for (int use = 0; use < (isBlinded ? 2 : 1); ++use) { // with a new pair and with one that is used again
-        ScopedVlong result(nullptr);
-        isRight = Rsa_PrivateOp(key.rsa(), input.get(), isBlinded ? randomFill : nullptr, &source, result.out(),
-                                nullptr) == OK &&
-                  isRight;
+        Number result;
+        const RandomSource fill = isBlinded ? randomFill : nullptr;
+        if (Rsa_PrivateOp(key.rsa(), input.get(), fill, &source, result.out(), nullptr) != OK) {
+            return false;
+        }
         markPublic(result.get());
-        isRight = hexOf(result.get()) == numbers.power && isRight;
+        if (hexOf(result) != numbers.power) {
+            return false;
+        }
     }
-    return isRight;
-}
-
-// Preparing a key whose primes are hidden, without qInv, which then is a power modulo p: with it FilledKey has read the key.
-bool load(const RsaNumbers& numbers) {
-    FilledKey key(privateDer(numbers));
-    std::swap(key->p, key->q);
-    hide({key->p, key->q});
-    const bool isPrepared = Rsa_PrepareKey(key.rsa(), nullptr) == OK;
-    for (const vlong* const value : {key->dP, key->dQ, key->qInv}) {
-        markPublic(value);
-    }
-    return isPrepared && hexOf(key->dP) == numbers.dP && hexOf(key->dQ) == numbers.dQ &&
-           hexOf(key->qInv) == numbers.qInv;
+    return true;
 }
 
 // A signature with x, y and all random bytes hidden, checked with a y that is made for it.
@@ -131,18 +118,17 @@ bool dsa() {
 }
 
 bool run(std::string_view operation) {
+    if (operation == "shown") {
+        FilledKey key;
+        hide({key->p});
+        return VLONG_cmp(key->p, key->q) > 0;
+    }
     if (operation == "dsa" || operation == "products") {
         return operation == "dsa" ? dsa() : products();
     }
     bool isRight = true;
     for (const Words& words : vectorsOf("core/pubkey/rsa_vectors.txt", "rsakey")) {
-        const RsaNumbers numbers(words);
-        if (operation == "shown") {
-            FilledKey key(privateDer(numbers));
-            hide({key->p});
-            return VLONG_cmp(key->p, key->q) > 0;
-        }
-        isRight = (operation == "load" ? load(numbers) : rsa(numbers, operation == "blinded")) && isRight;
+        isRight = rsa(RsaNumbers(words), operation == "blinded", operation == "load") && isRight;
     }
     return isRight;
 }
