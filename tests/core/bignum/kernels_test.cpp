@@ -1,4 +1,5 @@
-// The exponentiations of every kernel that this CPU supports, which are made of all its products, against the division.
+// The exponentiations of every kernel that this CPU supports, which are made of all its products, and the residues, against the
+// division.
 #include "core/bignum/kernels.h"
 #include "core/bignum/residues.h"
 #include "core/bignum/vlong_math.h"
@@ -94,8 +95,48 @@ TEST(ModExpKernels, AgreeWithTheDivisionAloneAndInPairs) {
     }
 }
 
-// What they give is seen in keys and signatures.
-TEST(Residues, ModuliThatAreNotTaken) {
+TEST(Residues, AgreeWithTheDivision) {
+    Random random(21);
+    for (const std::uint32_t k : {1U, 2U, 3U, 8U, 9U, 12U, 16U, 32U}) {
+        for (std::uint32_t round = 0; round < 40; ++round) {
+            const Number m(modulusOf(k, round, random)), any(Units(k, ~Unit{0}));
+            SCOPED_TRACE(testing::Message() << k << " units, round " << round);
+            ASSERT_TRUE(takesResidues(m));
+            MontgomeryCtx *context = nullptr, *secret = nullptr;
+            ASSERT_EQ(VLONG_newMontgomeryCtx(&context, m, nullptr), OK);
+            ASSERT_EQ(VLONG_newSecretMontgomeryCtx(&secret, m, nullptr), OK);
+            EXPECT_EQ(VLONG_cmp(secret->radixSquared, context->radixSquared), 0);
+            EXPECT_EQ(VLONG_cmp(secret->RInverse, context->RInverse), 0);
+            Residues residues;
+            ASSERT_EQ(round % 2 == 0 ? residues.start(m, 3) : residues.start(*secret, 3), OK);
+            Unit *const a = residues.take(), *const b = residues.take(), *const r = residues.take();
+            const auto expect = [&](const Number& value) {
+                EXPECT_EQ(Number(Units(r, r + k)), reduced(value, m));
+                EXPECT_LT(VLONG_cmp(Number(Units(r, r + k)), m), 0);
+            };
+            for (const std::uint32_t n : {0U, 1U, k, 2 * k, 2 * k + 1, 5 * k - 1}) {
+                const Units x = round % 3 == 0 ? Units(n, ~Unit{0}) : random.units(n, round % 2 == 0);
+                residues.reduce(r, x.data(), n);
+                expect(Number(x));
+            }
+            const Units x = random.units(k), y = unitsOf(reduced(Number(round % 3 == 0 ? "-1" : "5.4.3.2"), m), k);
+            residues.reduce(a, x.data(), k);
+            residues.reduce(b, y.data(), k);
+            Number sum(Units(a, a + k)), difference(sum), right(y);
+            EXPECT_EQ(VLONG_add(sum, right, nullptr), OK);
+            EXPECT_EQ(VLONG_sub(difference, right, nullptr), OK);
+            residues.add(r, a, b);
+            expect(sum);
+            residues.subtract(r, a, b);
+            expect(difference);
+            residues.multiply(r, any.get()->units, b); // one factor may be any units
+            expect(multiplied(any, right));
+            residues.subtract(a, a, a);
+            EXPECT_EQ(Number(Units(a, a + k)).text(), "0");
+            EXPECT_EQ(VLONG_deleteMontgomeryCtx(&context, nullptr), OK);
+            EXPECT_EQ(VLONG_deleteMontgomeryCtx(&secret, nullptr), OK);
+        }
+    }
     for (const char* const refused : {"0", "1", "1.0", "1*4096"}) {
         EXPECT_FALSE(takesResidues(Number(refused))) << refused;
     }
