@@ -5,13 +5,12 @@ import static org.junit.jupiter.api.Assertions.*;
 import java.io.File;
 import java.lang.module.ModuleFinder;
 import java.math.BigInteger;
-import java.net.ServerSocket;
-import java.net.Socket;
+import java.net.*;
 import java.nio.file.*;
 import java.security.*;
-import java.security.spec.RSAKeyGenParameterSpec;
+import java.security.spec.*;
 import java.util.*;
-import java.util.concurrent.*;
+import java.util.concurrent.FutureTask;
 import javax.crypto.Cipher;
 import javax.crypto.spec.SecretKeySpec;
 import javax.net.ssl.*;
@@ -21,58 +20,55 @@ import org.junit.jupiter.api.io.TempDir;
 
 /** A virtual machine whose first provider is this one: its own tools, TLS, and whatever only the JDK's providers can do. */
 class FirstProviderTest {
-    private static final String FIRST = "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\n"
-            + "security.provider.2=SUN\nsecurity.provider.3=SunRsaSign\nsecurity.provider.4=SunEC\nsecurity.provider.5=SunJSSE\n"
-            + "security.provider.6=SunJCE\n";
-
-    /** As README advises it. */
-    private static final String BEHIND_AND_PREFERRED = "security.provider.%d=com.vantrel.zel.provider.ZelSecurityProvider\n"
-            + "jdk.security.provider.preferred=Signature.SHA256withRSA:Zel, KeyPairGenerator.RSA:Zel, Cipher.AES/CBC/PKCS5Padding:Zel\n";
-
     private static final String BOTH = "AES 256 Zel\nAES 128 SunJCE\n"
-            + "RSA 2048 Zel sign Zel verify Zel\n"
-            + "RSA 1032 SunRsaSign sign Zel verify Zel\n"
-            + "RSA 2048/4294967297 SunRsaSign sign SunRsaSign verify SunRsaSign\n";
+            + "RSA 2048 by Zel sign Zel verify Zel\n"
+            + "RSA 1032 by SunRsaSign sign Zel verify Zel\n"
+            + "RSA 33 by SunRsaSign sign SunRsaSign verify SunRsaSign\n";
+
+    private static final int EXPONENT_BITS = 33; // more than this provider takes
 
     @TempDir Path folder;
 
     private String run(String settings, String... arguments) throws Exception {
         Path properties = Files.writeString(folder.resolve("java.security"), settings);
-        List<String> all = new ArrayList<>(List.of("-cp", ChildJvm.providerJar() + File.pathSeparator + ChildJvm.testClasses(),
+        List<String> all = new ArrayList<>(List.of("-cp", ChildJvm.PROVIDER_JAR + File.pathSeparator + ChildJvm.TEST_CLASSES,
                 "-Djava.security.properties=" + properties, "-Duser.language=en"));
         if (!OS.WINDOWS.isCurrentOs()) { // there the checker complains of the JDK's own NetworkInterface, which seeds its generator
             all.add("-Xcheck:jni");
         }
         all.addAll(List.of(arguments));
-        ChildJvm child = ChildJvm.run("ALL-UNNAMED", all);
-        assertEquals(0, child.exitCode, child.out + child.err);
-        return child.out;
+        return ChildJvm.run(null, "ALL-UNNAMED", all);
     }
 
     /** What this provider refuses is done by the next. */
     @Test
     void asTheFirst() throws Exception {
+        String first = "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\nsecurity.provider.2=SUN\n"
+                + "security.provider.3=SunRsaSign\nsecurity.provider.4=SunEC\nsecurity.provider.5=SunJSSE\nsecurity.provider.6=SunJCE\n";
         String store = folder.resolve("store").toString();
-        run(FIRST, "-m", "java.base/sun.security.tools.keytool.Main", "-genkeypair", "-alias", "me", "-keyalg", "RSA",
+        run(first, "-m", "java.base/sun.security.tools.keytool.Main", "-genkeypair", "-alias", "me", "-keyalg", "RSA",
                 "-keysize", "2048", "-dname", "CN=localhost", "-keystore", store, "-storepass", "password");
-        assertEquals(BOTH + "DSA 1024 Zel sign Zel verify Zel\n"
-                + "DSA 2048 refused\nDSA 2048 SUN sign SUN verify SUN\nrandom Zel\nover TLS: 42\n",
-                run(FIRST, "-Djavax.net.ssl.keyStore=" + store, "-Djavax.net.ssl.keyStorePassword=password",
+        assertEquals(BOTH + "DSA 1024 by Zel sign Zel verify Zel\n"
+                + "DSA 2048 refused\nDSA 2048 by SUN sign SUN verify SUN\nrandom Zel\nover TLS: 42\n",
+                run(first, "-Djavax.net.ssl.keyStore=" + store, "-Djavax.net.ssl.keyStorePassword=password",
                         "-Djavax.net.ssl.trustStore=" + store, "-Djavax.net.ssl.trustStorePassword=password", Uses.class.getName()));
         if (ModuleFinder.ofSystem().find("jdk.jartool").isPresent()) { // which some runtimes lack
             String signed = Files.copy(Path.of(System.getProperty("zel.tool.jar")), folder.resolve("signed.jar")).toString();
             String jarsigner = "jdk.jartool/sun.security.tools.jarsigner.Main";
-            run(FIRST, "-m", jarsigner, "-keystore", store, "-storepass", "password", signed, "me");
-            String said = run(FIRST, "-m", jarsigner, "-verify", signed);
+            run(first, "-m", jarsigner, "-keystore", store, "-storepass", "password", signed, "me");
+            String said = run(first, "-m", jarsigner, "-verify", signed);
             assertTrue(said.contains("jar verified."), said);
         }
     }
 
+    /** As README advises it. */
     @Test
     void whereOtherProvidersStandInFrontItServesWhatItIsPreferredFor() throws Exception {
-        assertEquals(BOTH + "DSA 1024 SUN sign SUN verify SUN\n"
-                + "DSA 2048 SUN sign SUN verify SUN\nDSA 2048 SUN sign SUN verify SUN\nrandom another\n",
-                run(String.format(BEHIND_AND_PREFERRED, Security.getProviders().length + 1), Uses.class.getName()));
+        String preferred = "Signature.SHA256withRSA:Zel, KeyPairGenerator.RSA:Zel, Cipher.AES/CBC/PKCS5Padding:Zel\n";
+        assertEquals(BOTH + "DSA 1024 by SUN sign SUN verify SUN\n"
+                + "DSA 2048 by SUN sign SUN verify SUN\nDSA 2048 by SUN sign SUN verify SUN\nrandom another\n",
+                run("security.provider." + (Security.getProviders().length + 1) + "=com.vantrel.zel.provider.ZelSecurityProvider\n"
+                        + "jdk.security.provider.preferred=" + preferred, Uses.class.getName()));
     }
 
     /** Run in a child: prints who serves which key, and what comes over TLS if there is a store of keys. */
@@ -83,24 +79,21 @@ class FirstProviderTest {
                 cipher.init(Cipher.ENCRYPT_MODE, new SecretKeySpec(new byte[bits / 8], "AES"));
                 System.out.println("AES " + bits + " " + cipher.getProvider().getName());
             }
-            use(KeyPairGenerator.getInstance("RSA"), 2048, null, "SHA256withRSA");
-            use(KeyPairGenerator.getInstance("RSA"), 1032, null, "SHA256withRSA");
-            use(KeyPairGenerator.getInstance("RSA"), 2048, BigInteger.ONE.shiftLeft(32).add(BigInteger.ONE), "SHA256withRSA");
-            use(KeyPairGenerator.getInstance("DSA"), 1024, null, "SHA1withDSA");
+            use(KeyPairGenerator.getInstance("RSA"), 2048, "SHA256withRSA");
+            use(KeyPairGenerator.getInstance("RSA"), 1032, "SHA256withRSA");
+            use(KeyPairGenerator.getInstance("RSA"), EXPONENT_BITS, "SHA256withRSA");
+            use(KeyPairGenerator.getInstance("DSA"), 1024, "SHA1withDSA");
             try { // the JDK's generator of DSA keys is the one that the JDK never falls through to
-                use(KeyPairGenerator.getInstance("DSA"), 2048, null, "SHA256withDSA");
+                use(KeyPairGenerator.getInstance("DSA"), 2048, "SHA256withDSA");
             } catch (InvalidParameterException e) {
                 System.out.println("DSA 2048 refused");
             }
-            use(KeyPairGenerator.getInstance("DSA", "SUN"), 2048, null, "SHA256withDSA");
+            use(KeyPairGenerator.getInstance("DSA", "SUN"), 2048, "SHA256withDSA");
             System.out.println("random " + (new SecureRandom().getProvider().getName().equals("Zel") ? "Zel" : "another"));
             if (System.getProperty("javax.net.ssl.keyStore") != null) {
                 ServerSocket server = SSLServerSocketFactory.getDefault().createServerSocket(0);
-                FutureTask<Integer> client = new FutureTask<>(() -> {
-                    try (Socket socket = SSLSocketFactory.getDefault().createSocket("localhost", server.getLocalPort())) {
-                        return socket.getInputStream().read();
-                    }
-                });
+                FutureTask<Integer> client = new FutureTask<>(() ->
+                        SSLSocketFactory.getDefault().createSocket("localhost", server.getLocalPort()).getInputStream().read());
                 new Thread(client).start();
                 try (Socket socket = server.accept()) {
                     socket.getOutputStream().write(42);
@@ -109,11 +102,12 @@ class FirstProviderTest {
             }
         }
 
-        private static void use(KeyPairGenerator generator, int bits, BigInteger exponent, String algorithm) throws Exception {
-            if (exponent == null) {
-                generator.initialize(bits);
+        /** With a key of so many bits, or of 2048 and with an exponent of so many. */
+        private static void use(KeyPairGenerator generator, int bits, String algorithm) throws Exception {
+            if (bits == EXPONENT_BITS) {
+                generator.initialize(new RSAKeyGenParameterSpec(2048, BigInteger.ONE.shiftLeft(EXPONENT_BITS - 1).setBit(0)));
             } else {
-                generator.initialize(new RSAKeyGenParameterSpec(bits, exponent));
+                generator.initialize(bits);
             }
             KeyPair pair = generator.generateKeyPair();
             Signature signing = Signature.getInstance(algorithm);
@@ -121,8 +115,8 @@ class FirstProviderTest {
             byte[] signed = signing.sign();
             Signature verifying = Signature.getInstance(algorithm);
             verifying.initVerify(pair.getPublic());
-            System.out.println(generator.getAlgorithm() + " " + bits + (exponent == null ? "" : "/" + exponent) + " "
-                    + generator.getProvider().getName() + " sign " + signing.getProvider().getName() + " verify "
+            System.out.println(generator.getAlgorithm() + " " + bits + " by " + generator.getProvider().getName() + " sign "
+                    + signing.getProvider().getName() + " verify "
                     + (verifying.verify(signed) ? verifying.getProvider().getName() : "failed"));
         }
     }

@@ -2,7 +2,6 @@ package com.vantrel.zel.provider;
 
 import static com.vantrel.zel.provider.TestKeys.*;
 
-import com.vantrel.zel.provider.spi.*;
 import java.lang.reflect.*;
 import java.security.*;
 import java.security.interfaces.RSAPublicKey;
@@ -29,28 +28,24 @@ public final class HostileCalls {
     private static final Set<String> STATIC = Set.of("com.vantrel.zel.provider.ZelSecurityProvider",
             "com.vantrel.zel.provider.internal.NativeInfo", "com.vantrel.zel.provider.internal.ShortCalls");
     private static final int CALLS_THAT_REACH_ALL = 300_000; // fewer miss some method or failure now and then
-    private static final int CALLS_FOR_A_KEY_PAIR = 20_000; // key pairs take long; so many other calls for one
     private static final int OBJECTS = 3;
     private static final int ADDED = 20;
     private static final int LONGEST_KEPT = 5000;
     private static final int[] INTS = {0, 1, 2, 16, 896, 1000, 16512, -1, Integer.MIN_VALUE, Integer.MAX_VALUE};
 
     private final Random random;
-    private final Object[] digests; // none, without an engine, and with one
+    private final Map<Class<?>, Object[]> objects = new LinkedHashMap<>(); // in an order that does not change
     private final List<byte[]> arrays = new ArrayList<>(); // sizes that matter, null, keys, and results of earlier calls
     private final int fixedArrays;
     private final Map<Method, List<Object[]>> successful = new HashMap<>();
     private final Set<Class<?>> raised = new HashSet<>();
-    private int keyPairsLeft;
 
-    private HostileCalls(long seed, int calls) throws Exception {
+    private HostileCalls(long seed) throws Exception {
         random = new Random(seed);
-        keyPairsLeft = 1 + calls / CALLS_FOR_A_KEY_PAIR;
-        digests = new Object[] {null, new ZelSha1MessageDigestSpi(), new ZelSha1MessageDigestSpi(), new ZelSha256MessageDigestSpi()};
-        for (int i = 2; i < digests.length; ++i) {
-            Method reset = digests[i].getClass().getDeclaredMethod("engineReset0");
-            reset.setAccessible(true);
-            reset.invoke(digests[i]);
+        Set<String> names = new TreeSet<>(STATIC);
+        ZEL.getServices().forEach(service -> names.add(service.getClassName()));
+        for (String name : names) {
+            objects.put(Class.forName(name), new Object[OBJECTS]);
         }
         for (int size : new int[] {16, 32, 64, 0, 128, 129, 100_000}) {
             arrays.add(randomBytes(size));
@@ -69,43 +64,32 @@ public final class HostileCalls {
         int count = Integer.parseInt(args[0]);
         long seed = args.length > 1 ? Long.parseLong(args[1]) : System.nanoTime();
         System.out.println("seed " + seed);
-        HostileCalls calls = new HostileCalls(seed, count);
-        Map<Class<?>, List<Method>> methods = nativeMethods();
-        calls.run(methods, count);
-        List<Method> failing = methods.values().stream().flatMap(List::stream).filter(m -> !calls.successful.containsKey(m)
-                && !m.getName().matches("engineVerify0|generate.*")).collect(Collectors.toList()); // says no, and rare
-        if (count >= CALLS_THAT_REACH_ALL && (!calls.raised.equals(DOCUMENTED) || !failing.isEmpty())) { // a class that the VM does not know would not be raised
-            throw new AssertionError("raised: " + calls.raised + "; never successful: " + failing);
-        }
+        new HostileCalls(seed).run(count);
     }
 
-    /** The native methods of each class and of what it extends, in an order that does not change. */
-    private static Map<Class<?>, List<Method>> nativeMethods() throws Exception {
-        Set<String> names = new TreeSet<>(STATIC);
-        new ZelSecurityProvider().getServices().forEach(service -> names.add(service.getClassName()));
-        Map<Class<?>, List<Method>> methods = new LinkedHashMap<>();
-        for (String name : names) {
-            Class<?> type = Class.forName(name);
+    private void run(int count) throws Exception {
+        Map<Class<?>, List<Method>> methods = new HashMap<>();
+        for (Class<?> type : objects.keySet()) { // and what it extends
             methods.put(type, Stream.<Class<?>>iterate(type, c -> c.getName().startsWith("com.vantrel"), Class::getSuperclass)
                     .flatMap(c -> Arrays.stream(c.getDeclaredMethods())).filter(m -> Modifier.isNative(m.getModifiers()))
                     .peek(m -> m.setAccessible(true)).sorted(Comparator.comparing(Method::toString)).collect(Collectors.toList()));
         }
-        return methods;
-    }
-
-    private void run(Map<Class<?>, List<Method>> methods, int count) throws Exception {
-        List<Class<?>> classes = List.copyOf(methods.keySet());
-        Object[][] engines = new Object[classes.size()][OBJECTS];
+        List<Class<?>> types = List.copyOf(objects.keySet());
         for (int i = 0; i < count; ++i) {
-            int type = random.nextInt(engines.length);
+            Class<?> type = types.get(random.nextInt(types.size()));
             int which = random.nextInt(OBJECTS);
-            if (engines[type][which] == null || random.nextInt(50) == 0) { // the old one is the cleaner's
-                boolean hasObjects = !STATIC.contains(classes.get(type).getName());
-                engines[type][which] = hasObjects ? classes.get(type).getConstructor().newInstance() : null;
+            Object[] some = objects.get(type);
+            if (!STATIC.contains(type.getName()) && (some[which] == null || random.nextInt(50) == 0)) { // the old one is the cleaner's
+                some[which] = type.getConstructor().newInstance();
             }
-            List<Method> some = methods.get(classes.get(type));
-            Method method = some.get(random.nextInt(some.size()));
-            call(engines[type][which], method, arguments(method));
+            Method method = methods.get(type).get(random.nextInt(methods.get(type).size()));
+            call(some[which], method, arguments(method));
+        }
+        List<Method> failing = methods.values().stream().flatMap(List::stream).filter(m -> !successful.containsKey(m)
+                && !m.getName().matches("engineVerify0|generate.*")).collect(Collectors.toList()); // says no, and rare
+        // A class that the VM does not know would not be raised.
+        if (count >= CALLS_THAT_REACH_ALL && (!raised.equals(DOCUMENTED) || !failing.isEmpty())) {
+            throw new AssertionError("raised: " + raised + "; never successful: " + failing);
         }
     }
 
@@ -119,8 +103,7 @@ public final class HostileCalls {
                 array = array != null && random.nextInt(4) == 0 ? array : randomArray(); // one array for input and output
             }
             arguments[i] = types[i] == byte[].class ? array : types[i] == byte.class ? (Object) (byte) random.nextInt()
-                    : types[i] != int.class ? digests[random.nextInt(digests.length)]
-                    : takesASize(method) ? (Object) randomSize(method) : (Object) randomInt(array);
+                    : types[i] == int.class ? (Object) randomInt(method, array) : randomObject(types[i]);
         }
         List<Object[]> known = successful.getOrDefault(method, List.of());
         if (known.isEmpty() || types.length == 0 || random.nextInt(3) == 0) {
@@ -132,24 +115,23 @@ public final class HostileCalls {
         return again;
     }
 
+    /** One of those at hand, or null. */
+    private Object randomObject(Class<?> type) {
+        List<Object> fitting = objects.values().stream().flatMap(Arrays::stream).filter(type::isInstance).collect(Collectors.toList());
+        fitting.add(null);
+        return fitting.get(random.nextInt(fitting.size()));
+    }
+
+    /** Whether it makes as much as an argument says, which can take long. */
     private static boolean takesASize(Method method) {
         return method.getName().matches("(g|engineG)enerate.*");
     }
 
-    /** Of key pairs nearly always one that is refused. */
-    private int randomSize(Method method) {
-        if (random.nextInt(4) == 0) {
-            return INTS[random.nextInt(INTS.length)];
-        }
-        if (method.getName().startsWith("engine")) {
-            return random.nextInt(3000);
-        }
-        return random.nextInt(100) == 0 && --keyPairsLeft >= 0 ? 1024 : random.nextInt(20_000) - 100 | 1;
-    }
-
-    private int randomInt(byte[] array) {
-        int[] choices = {random.nextInt(), INTS[random.nextInt(INTS.length)], 16 * random.nextInt(8), random.nextInt(4),
-            random.nextInt(4), array == null ? 0 : array.length - random.nextInt(3) * random.nextInt(20)};
+    private int randomInt(Method method, byte[] array) {
+        int known = INTS[random.nextInt(INTS.length)];
+        int[] choices = takesASize(method) ? new int[] {known, random.nextInt(1100)} : new int[] {known, random.nextInt(),
+            16 * random.nextInt(8), random.nextInt(4), random.nextInt(4),
+            array == null ? 0 : array.length - random.nextInt(3) * random.nextInt(20)};
         return choices[random.nextInt(choices.length)];
     }
 
@@ -195,12 +177,11 @@ public final class HostileCalls {
         }
     }
 
-    /** Adds to a list, or replaces one of those that have been added. */
+    /** Adds to a list; of what has been added some stays. */
     private <T> void add(List<T> list, int fixed, T value) {
-        if (list.size() < fixed + ADDED) {
-            list.add(value);
-        } else if (random.nextInt(50) == 0) {
-            list.set(fixed + random.nextInt(ADDED), value);
+        list.add(value);
+        if (list.size() > fixed + ADDED) {
+            list.remove(fixed + random.nextInt(ADDED));
         }
     }
 

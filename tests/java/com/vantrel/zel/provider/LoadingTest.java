@@ -6,20 +6,17 @@ import com.vantrel.zel.probe.ServiceProbe;
 import com.vantrel.zel.provider.internal.*;
 import com.vantrel.zel.provider.spi.ZelSecureRandomSpi;
 import java.io.*;
-import java.net.URL;
-import java.net.URLClassLoader;
+import java.net.*;
 import java.nio.charset.StandardCharsets;
 import java.nio.file.*;
 import java.nio.file.attribute.FileTime;
 import java.security.*;
-import java.time.Duration;
-import java.time.Instant;
+import java.time.*;
 import java.util.*;
 import java.util.concurrent.*;
 import java.util.concurrent.locks.LockSupport;
 import java.util.zip.*;
-import org.junit.jupiter.api.BeforeEach;
-import org.junit.jupiter.api.Test;
+import org.junit.jupiter.api.*;
 import org.junit.jupiter.api.condition.*;
 import org.junit.jupiter.api.io.TempDir;
 
@@ -52,36 +49,25 @@ class LoadingTest {
         }
     }
 
-    /** Run in a child that has no class of the provider's: loads the library alone. */
-    public static final class BareLoad {
-        public static void main(String[] args) {
-            System.load(args[0]);
-            System.out.println("loaded");
-        }
-    }
-
     /** Run in a child: many class loaders load the provider at once, each closing the jar behind itself. */
     public static final class ManyLoaders {
         public static void main(String[] args) throws Exception {
-            int count = Integer.parseInt(args[1]);
             URL[] jar = {new File(args[0]).toURI().toURL()};
-            Callable<Object> load = () -> {
+            for (Future<Void> end : RandomUsesTest.inThreads(Integer.parseInt(args[1]), () -> {
                 try (URLClassLoader loader = new URLClassLoader(jar, null)) {
-                    return loader.loadClass(ZelSecurityProvider.class.getName()).getConstructor().newInstance();
+                    System.out.println(loader.loadClass(ZelSecurityProvider.class.getName()).getConstructor().newInstance());
                 }
-            };
-            ExecutorService threads = Executors.newFixedThreadPool(count);
-            for (Future<Object> provider : threads.invokeAll(Collections.nCopies(count, load))) {
-                System.out.println(provider.get());
+                return null;
+            })) {
+                end.get();
             }
-            threads.shutdown();
         }
     }
 
     /** Run in a child that has room for few threads: asks for a digest while there are no more, and when there are. */
     public static final class ShortOfThreads {
         public static void main(String[] args) throws Exception {
-            Provider zel = new ZelSecurityProvider();
+            MessageDigest digest = MessageDigest.getInstance("SHA-1", new ZelSecurityProvider());
             List<Thread> threads = new ArrayList<>();
             assertThrows(OutOfMemoryError.class, () -> {
                 for (;;) {
@@ -90,8 +76,7 @@ class LoadingTest {
                     threads.add(thread);
                 }
             });
-            MessageDigest digest = MessageDigest.getInstance("SHA-1", zel); // an engine wants a thread to watch over it
-            assertThrows(OutOfMemoryError.class, () -> digest.update(new byte[5000]));
+            assertThrows(OutOfMemoryError.class, () -> digest.update(new byte[5000])); // an engine wants one to watch over it
             for (Thread thread : threads) {
                 LockSupport.unpark(thread);
                 thread.join();
@@ -113,10 +98,10 @@ class LoadingTest {
             RandomStart.withFailureOfStart(() -> { }); // works now: nothing to tell
             for (RuntimeException failure : List.of(new IllegalArgumentException("not the generator's doing"),
                     new ProviderException("use"), new ProviderException("use again"))) {
-                Exception told = assertThrows(failure.getClass(), () -> RandomStart.withFailureOfStart(() -> {
+                assertThrows(failure.getClass(), () -> RandomStart.withFailureOfStart(() -> {
                     throw failure;
                 }));
-                System.out.println(told.getMessage() + " " + Arrays.toString(told.getSuppressed()));
+                System.out.println(failure.getMessage() + " " + Arrays.toString(failure.getSuppressed()));
             }
             try (ObjectInputStream in = new ObjectInputStream(Files.newInputStream(Path.of(args[0])))) {
                 System.out.println(in.readObject().getClass().getSimpleName());
@@ -137,22 +122,21 @@ class LoadingTest {
         libraryPath = Files.createDirectory(folder.resolve("my p\u00e4th"));
     }
 
-    private ChildJvm probe(String classPath, Path temporaryFolder) throws Exception {
-        return ChildJvm.run(Probe.class, List.of("-cp", classPath + File.pathSeparator + ChildJvm.testClasses(),
+    private String probe(String classPath, Path temporaryFolder) throws Exception {
+        return ChildJvm.run(Probe.class, List.of("-cp", classPath + File.pathSeparator + ChildJvm.TEST_CLASSES,
                 "-Djava.io.tmpdir=" + temporaryFolder, "-Djava.library.path=" + libraryPath));
     }
 
-    private static void assertSays(ChildJvm child, String... parts) {
-        for (String part : parts) { // the VM itself may warn of the temporary folder on the other stream
-            assertTrue(child.out.contains(part), child.out);
+    private static void assertSays(String said, String... parts) {
+        for (String part : parts) { // beside what the VM itself may say of the temporary folder
+            assertTrue(said.contains(part), said);
         }
     }
 
     /** The library is loaded, with no wait for random numbers at the end; on Windows a copy stays, which a start two days later sweeps. */
     private void assertLoads(String classPath, String origin) throws Exception {
-        ChildJvm child = probe(classPath, temporary);
-        assertTrue(("Zel 20 " + origin + "\nfalse\n").equalsIgnoreCase(child.out), child.out); // Java 11 escapes URLs in small letters
-        assertEquals("", child.err);
+        String said = probe(classPath, temporary);
+        assertTrue(("Zel 20 " + origin + "\nfalse\n").equalsIgnoreCase(said), said); // Java 11 escapes URLs in small letters
         File[] left = temporary.toFile().listFiles();
         assertEquals(IS_WINDOWS ? 1 : 0, left.length);
         for (File copy : left) {
@@ -163,8 +147,8 @@ class LoadingTest {
     /** The provider's classes without the native libraries. */
     private String classesOnly() throws IOException {
         Path target = folder.resolve("classes");
-        try (ZipFile jar = new ZipFile(ChildJvm.providerJar())) {
-            for (ZipEntry entry : (Iterable<ZipEntry>) jar.stream().map(ZipEntry.class::cast)::iterator) {
+        try (ZipFile jar = new ZipFile(ChildJvm.PROVIDER_JAR)) {
+            for (ZipEntry entry : Collections.list(jar.entries())) {
                 if (entry.getName().endsWith(".class")) {
                     Path file = target.resolve(entry.getName());
                     Files.createDirectories(file.getParent());
@@ -177,17 +161,17 @@ class LoadingTest {
 
     @Test
     void fromTheJarOrTheLibraryPath() throws Exception {
-        String inJar = "jar:" + new File(ChildJvm.providerJar()).toURI().toASCIIString() + "!" + IN_JAR;
-        assertLoads(ChildJvm.providerJar(), inJar);
+        String inJar = "jar:" + new File(ChildJvm.PROVIDER_JAR).toURI().toASCIIString() + "!" + IN_JAR;
+        assertLoads(ChildJvm.PROVIDER_JAR, inJar);
         Path installed = Files.copy(LIBRARY, libraryPath.resolve(NAME));
         String classes = classesOnly();
         assertLoads(classes, installed.toString());
-        assertLoads(ChildJvm.providerJar(), installed.toString());
+        assertLoads(ChildJvm.PROVIDER_JAR, installed.toString());
         // Of another version: what cannot be read as one stands for it.
         String content = Files.readString(installed, StandardCharsets.ISO_8859_1);
         Files.writeString(installed, content.replace("zelspi version " + Version.TEXT, "zelspi version 0.0.0"),
                 StandardCharsets.ISO_8859_1);
-        assertLoads(ChildJvm.providerJar(), inJar);
+        assertLoads(ChildJvm.PROVIDER_JAR, inJar);
         assertSays(probe(classes, temporary), "in the provider's jar; " + installed + " is of version 0.0.0, the provider ("
                 + new File(classes).toURI() + "com/vantrel/zel/provider/internal/NativeLibrary.class) of version " + Version.TEXT + "\n");
     }
@@ -196,8 +180,8 @@ class LoadingTest {
     void byManyClassLoadersAtOnce() throws Exception {
         for (int count : new int[] {40, 3}) { // without a library, and with one that only one can load
             Path path = count == 40 ? folder : LIBRARY.getParent();
-            assertEquals(("Zel version " + Version.TEXT + "\n").repeat(count), ChildJvm.outputOf(ManyLoaders.class, List.of(
-                    "-Djava.io.tmpdir=" + temporary, "-Djava.library.path=" + path), ChildJvm.providerJar(), "" + count));
+            assertEquals(("Zel version " + Version.TEXT + "\n").repeat(count), ChildJvm.run(ManyLoaders.class, List.of(
+                    "-Djava.io.tmpdir=" + temporary, "-Djava.library.path=" + path), ChildJvm.PROVIDER_JAR, "" + count));
         }
         assertTrue(IS_WINDOWS || temporary.toFile().list().length == 0);
     }
@@ -206,16 +190,9 @@ class LoadingTest {
     @Test
     @EnabledOnOs(value = OS.LINUX, disabledReason = "there is no such limit")
     void aShortageOfThreadsPasses() throws Exception {
-        ChildJvm child = ChildJvm.runLimited("-v 12000000", ShortOfThreads.class, List.of("-Xmx64m", "-XX:+UseSerialGC",
-                "-Xlog:disable", "-XX:ThreadStackSize=262144", "-cp", System.getProperty("java.class.path")));
-        assertEquals("20\n", child.out, child.err);
-    }
-
-    /** Programs that have the library need not have the provider's classes. */
-    @Test
-    void theLibraryLoadsWithoutTheProvidersClasses() throws Exception {
-        assertEquals("loaded\n", ChildJvm.outputOf(BareLoad.class,
-                List.of("-Xcheck:jni", "-cp", ChildJvm.testClasses()), LIBRARY.toString()));
+        String said = ChildJvm.runLimited("-v 12000000", ShortOfThreads.class,
+                List.of("-Xmx64m", "-XX:+UseSerialGC", "-Xlog:disable", "-XX:ThreadStackSize=262144"));
+        assertTrue(said.endsWith("20\n"), said);
     }
 
     /** A library for another machine is told, not replaced by the jar's. */
@@ -224,12 +201,12 @@ class LoadingTest {
         byte[] library = Files.readAllBytes(LIBRARY);
         library[IS_WINDOWS ? Byte.toUnsignedInt(library[PE_HEADER]) + 4 : ELF_MACHINE] = ANOTHER_MACHINE;
         Path foreign = Files.write(libraryPath.resolve(NAME), library);
-        assertSays(probe(ChildJvm.providerJar(), temporary), "cannot load the native library " + foreign + " on ");
+        assertSays(probe(ChildJvm.PROVIDER_JAR, temporary), "cannot load the native library " + foreign + " on ");
         Files.delete(foreign);
         assertSays(probe(classesOnly(), temporary), "no native library for ", NAME + " in java.library.path (" + libraryPath + ")",
                 IN_JAR + " in the provider's jar");
         Path missing = temporary.resolve("missing");
-        assertSays(probe(ChildJvm.providerJar(), missing), "cannot unpack " + IN_JAR, "into " + missing);
+        assertSays(probe(ChildJvm.PROVIDER_JAR, missing), "cannot unpack " + IN_JAR, "into " + missing);
     }
 
     /** No file can be larger than 100 KiB, which stands in for a full disk. */
@@ -249,59 +226,30 @@ class LoadingTest {
             out.writeObject(new ZelSecureRandomSpi());
         }
         String failures = "not the generator's doing []\nuse [java.lang.OutOfMemoryError: start]\nuse again []\n";
-        List<String> tests = List.of("-cp", System.getProperty("java.class.path"));
-        assertEquals(failures + "ZelSecureRandomSpi\nno entropy\nno entropy\nfalse true\n", ChildJvm.outputOf(FailingStart.class, tests, file));
-        List<String> nowhere = new ArrayList<>(tests);
-        nowhere.addAll(List.of("-Djava.io.tmpdir=/nonexistent", "-Djava.library.path="));
-        ChildJvm without = ChildJvm.run(FailingStart.class, nowhere, file);
-        assertTrue(without.out.equals(failures) && without.err.contains("cannot unpack"), without.err);
+        assertEquals(failures + "ZelSecureRandomSpi\nno entropy\nno entropy\nfalse true\n",
+                ChildJvm.run(FailingStart.class, List.of(), file));
+        assertSays(ChildJvm.run(FailingStart.class, List.of("-Djava.io.tmpdir=/nonexistent", "-Djava.library.path="), file),
+                failures, "cannot unpack");
     }
 
-    private static void assertServed(String by, String access, String... arguments) throws Exception {
-        ChildJvm child = ChildJvm.run(access, List.of(arguments));
-        assertEquals("", child.err);
-        assertSays(child, by);
-    }
-
+    /** Where a ServiceLoader finds it by its name, on either path; programs that have the library alone load it, too. */
     @Test
     void onTheClassPathAndOnTheModulePath() throws Exception {
-        String jar = ChildJvm.providerJar();
-        String classes = ChildJvm.testClasses();
         String probe = ServiceProbe.class.getName();
-        String classPath = jar + File.pathSeparator + classes;
+        String classPath = ChildJvm.PROVIDER_JAR + File.pathSeparator + ChildJvm.TEST_CLASSES;
         String module = "com.vantrel.zel.provider";
-        String byClass = "-Djava.security.properties=" + Files.writeString(folder.resolve("byClass"),
-                "security.provider.1=com.vantrel.zel.provider.ZelSecurityProvider\n");
         String byName = "-Djava.security.properties=" + Files.writeString(folder.resolve("byName"),
                 "security.provider.1=Zel\nsecurity.provider.2=SUN\n");
+        assertEquals("null 32\n", ChildJvm.run(null, "ALL-UNNAMED", List.of("-cp", classPath, byName, probe)));
+        assertEquals(module + " 32\n", ChildJvm.run(null, module,
+                List.of("-p", ChildJvm.PROVIDER_JAR, "-cp", ChildJvm.TEST_CLASSES, byName, probe)));
+        assertEquals("", ChildJvm.run(ServiceProbe.class, List.of("-Xcheck:jni", "-cp", ChildJvm.TEST_CLASSES), LIBRARY.toString()));
         if (ChildJvm.CAN_DENY) {
-            String said = ChildJvm.run(null, List.of("-cp", classPath, byClass, probe, "registered")).err;
-            assertTrue(said.contains("start Java with --enable-native-access=ALL-UNNAMED"), said);
+            assertSays(ChildJvm.run(null, null, List.of("-cp", classPath, Probe.class.getName())),
+                    "start Java with --enable-native-access=ALL-UNNAMED");
         }
-        assertServed("null 32\n", "ALL-UNNAMED", "-cp", classPath, probe, "loader");
-        assertServed("null 32\n", "ALL-UNNAMED", "-cp", classPath, byName, probe, "registered");
-        assertServed(module + " 32\n", module, "-p", jar, "-cp", classes, probe, "loader");
-        assertServed(module + " 32\n", module, "-p", jar, "-cp", classes, byName, probe, "registered");
         // The tool's jar says in its manifest that it loads native code, so it is not warned of or denied: java.base is any other module.
-        assertServed("java                    " + Runtime.version().feature(), "java.base", "-jar", System.getProperty("zel.tool.jar"), "info");
-    }
-
-    /** For each of our services, whatever name the JDK's own provider knows it by. */
-    @Test
-    void answersToEveryNameThatTheJdkKnows() throws Exception {
-        Provider zel = new ZelSecurityProvider();
-        int names = 0;
-        for (String jdk : List.of("SUN", "SunRsaSign", "SunJCE")) {
-            Provider provider = Security.getProvider(jdk);
-            for (String entry : provider.stringPropertyNames()) {
-                String[] alias = entry.replaceFirst("^Alg\\.Alias\\.", "").split("\\.", 2);
-                Provider.Service ours = zel.getService(alias[0], provider.getProperty(entry));
-                if (ours != null && entry.startsWith("Alg.Alias.")) {
-                    assertSame(ours, zel.getService(alias[0], alias[1]), entry);
-                    ++names;
-                }
-            }
-        }
-        assertTrue(names > 20, names + " names");
+        String said = ChildJvm.run(null, "java.base", List.of("-jar", System.getProperty("zel.tool.jar"), "info"));
+        assertTrue(said.contains("java                    " + Runtime.version().feature()) && !said.contains("WARNING"), said);
     }
 }

@@ -7,7 +7,7 @@ import java.lang.reflect.Proxy;
 import java.math.BigInteger;
 import java.security.*;
 import java.security.interfaces.*;
-import java.security.spec.*;
+import java.security.spec.RSAKeyGenParameterSpec;
 import java.util.*;
 import java.util.stream.Stream;
 import org.junit.jupiter.api.function.Executable;
@@ -16,7 +16,7 @@ import org.junit.jupiter.api.function.Executable;
 final class TestKeys {
     static final Provider ZEL = new ZelSecurityProvider();
     static final BigInteger F4 = RSAKeyGenParameterSpec.F4;
-    static final Random RANDOM = new Random(11);
+    private static final Random RANDOM = new Random(11);
 
     private static final byte[] RSA_ALGORITHM =
             item(0x30, item(6, new byte[] {0x2A, (byte) 0x86, 0x48, (byte) 0x86, (byte) 0xF7, 0x0D, 1, 1, 1}));
@@ -64,18 +64,11 @@ final class TestKeys {
 
     /** A DER element. */
     static byte[] item(int tag, byte[]... contents) {
-        ByteArrayOutputStream content = new ByteArrayOutputStream();
-        for (byte[] piece : contents) {
-            content.writeBytes(piece);
-        }
-        int length = content.size();
+        int length = Stream.of(contents).mapToInt(content -> content.length).sum();
+        String head = length < 128 ? "%02x%02x" : length < 256 ? "%02x81%02x" : "%02x82%04x";
         ByteArrayOutputStream item = new ByteArrayOutputStream();
-        item.write(tag);
-        if (length > 127) {
-            item.writeBytes(length > 255 ? new byte[] {(byte) 0x82, (byte) (length >> 8)} : new byte[] {(byte) 0x81});
-        }
-        item.write(length);
-        item.writeBytes(content.toByteArray());
+        item.writeBytes(new BigInteger(String.format(head, tag, length), 16).toByteArray());
+        Stream.of(contents).forEach(item::writeBytes);
         return item.toByteArray();
     }
 
@@ -83,7 +76,7 @@ final class TestKeys {
         return item(0x30, Stream.of(values).map(value -> item(2, value.toByteArray())).toArray(byte[][]::new));
     }
 
-    /** A key that gives the same array at every call. */
+    /** A key that gives the same array at every call, which must stay as it is. */
     static <K extends Key> K oddKey(Class<? extends K> type, String format, byte[] encoded) {
         Map<String, Object> answers = new HashMap<>(Map.of("getAlgorithm", "AES", "getFormat", format));
         answers.put("getEncoded", encoded);
@@ -91,11 +84,7 @@ final class TestKeys {
                 (proxy, method, arguments) -> answers.get(method.getName())));
     }
 
-    static PublicKey oddKey(String format, byte[] encoded) {
-        return oddKey(RSAPublicKey.class, format, encoded);
-    }
-
-    /** The same keys, but with one array each for every call, which must stay as it is. */
+    /** The same keys, but such as give one array each. */
     static KeyPair lent(KeyPair pair) {
         boolean isRsa = pair.getPublic() instanceof RSAPublicKey;
         return new KeyPair(
@@ -105,7 +94,7 @@ final class TestKeys {
 
     /** Keys that the JDK would not make; the private one has e = 65537 in place of d, dP, dQ and qInv. */
     static PublicKey oddRsa(BigInteger n, BigInteger e) {
-        return oddKey("X.509", item(0x30, RSA_ALGORITHM, item(3, new byte[1], derOf(n, e))));
+        return oddKey(RSAPublicKey.class, "X.509", item(0x30, RSA_ALGORITHM, item(3, new byte[1], derOf(n, e))));
     }
 
     static PrivateKey oddRsa(int version, BigInteger n, BigInteger e, BigInteger p, BigInteger q, BigInteger... more) {
@@ -113,11 +102,5 @@ final class TestKeys {
         values.addAll(List.of(more));
         return oddKey(RSAPrivateKey.class, "PKCS#8", item(0x30, item(2, new byte[1]), RSA_ALGORITHM,
                 item(4, derOf(values.toArray(new BigInteger[0])))));
-    }
-
-    /** Keys as the JDK makes them of any numbers. */
-    static Key key(KeySpec spec) throws GeneralSecurityException {
-        KeyFactory dsa = KeyFactory.getInstance("DSA", "SUN");
-        return spec instanceof DSAPublicKeySpec ? dsa.generatePublic(spec) : dsa.generatePrivate(spec);
     }
 }

@@ -7,63 +7,46 @@ import java.nio.file.*;
 import java.nio.file.attribute.*;
 import java.util.List;
 import org.junit.jupiter.api.Test;
-import org.junit.jupiter.api.condition.DisabledOnOs;
-import org.junit.jupiter.api.condition.OS;
+import org.junit.jupiter.api.condition.*;
 import org.junit.jupiter.api.io.TempDir;
 
 /** The private copy of the library, while it is there. */
 @DisabledOnOs(OS.WINDOWS) // which has other permissions, and where symbolic links want a privilege
 class UnpackedLibraryTest {
-    private static final byte[] LIBRARY = {1, 2};
+    private static UnpackedLibrary unpacked() throws IOException {
+        return UnpackedLibrary.of(InputStream.nullInputStream(), "lib");
+    }
 
-    @TempDir Path temporary;
-
-    private static UnpackedLibrary unpackedIn(Path folder) throws IOException {
-        String systemTemporary = System.setProperty("java.io.tmpdir", folder.toString());
+    /** It is its owner's alone, and made where nobody else could replace it. Old ones go, but for somebody else's; of very many, some. */
+    @Test
+    void isSafeAndSweptByALaterStart(@TempDir Path parent, @TempDir Path elsewhere) throws Exception {
+        Path folder = Files.createDirectory(parent.resolve("temporary"));
+        Path link = Files.createSymbolicLink(parent.resolve("link"), folder);
+        Files.createFile(elsewhere.resolve("lib"));
+        Files.setLastModifiedTime(elsewhere, FileTime.fromMillis(0));
+        List<Path> kept = List.of(Files.createDirectory(folder.resolve("zelspi-fresh")),
+                Files.createSymbolicLink(folder.resolve("zelspi-link"), elsewhere).resolve("lib"));
+        String systemTemporary = System.setProperty("java.io.tmpdir", link.toString());
         try {
-            return UnpackedLibrary.of(new ByteArrayInputStream(LIBRARY), "lib");
+            Files.setAttribute(parent, "unix:mode", 0757);
+            String said = assertThrows(IOException.class, () -> unpacked()).getMessage();
+            assertTrue(said.startsWith(parent.toRealPath() + ": other users"), said);
+            for (int count : new int[] {2, 300}) {
+                Files.setAttribute(parent, "unix:mode", count == 2 ? 01757 : 0775);
+                for (int i = 0; i < count; ++i) {
+                    Path old = Files.createDirectory(folder.resolve("zelspi-" + i));
+                    Files.createFile(old.resolve("lib"));
+                    Files.setLastModifiedTime(old, FileTime.fromMillis(0));
+                }
+                try (UnpackedLibrary unpacked = unpacked()) {
+                    assertEquals("rwx------", PosixFilePermissions.toString(Files.getPosixFilePermissions(unpacked.file().getParent())));
+                }
+                int left = folder.toFile().list().length - kept.size();
+                assertTrue(count == 2 ? left == 0 : left >= 100 && left < 150, left + " of " + count);
+            }
+            assertTrue(kept.stream().allMatch(Files::exists));
         } finally {
             System.setProperty("java.io.tmpdir", systemTemporary);
-        }
-    }
-
-    @Test
-    void isItsOwnersAloneAndWhereNobodyElseCouldReplaceIt() throws Exception {
-        try (UnpackedLibrary first = unpackedIn(temporary)) {
-            assertEquals("rwx------", PosixFilePermissions.toString(Files.getPosixFilePermissions(first.file().getParent())));
-            assertArrayEquals(LIBRARY, Files.readAllBytes(first.file()));
-        }
-        Path below = Files.createDirectory(temporary.resolve("below"));
-        Path link = Files.createSymbolicLink(temporary.resolve("link"), below);
-        for (Path folder : List.of(temporary, below, link)) {
-            Files.setAttribute(temporary, "unix:mode", 0757);
-            String said = assertThrows(IOException.class, () -> unpackedIn(folder)).getMessage();
-            assertTrue(said.startsWith(temporary.toRealPath() + ": other users"), said);
-            for (int mode : new int[] {01757, 0775}) {
-                Files.setAttribute(temporary, "unix:mode", mode);
-                unpackedIn(folder).close();
-            }
-        }
-    }
-
-    /** Old folders go, but for what another start has just made or somebody else has; of very many, some. */
-    @Test
-    void isSweptByALaterStart(@TempDir Path elsewhere) throws Exception {
-        Files.write(elsewhere.resolve("lib"), LIBRARY);
-        Files.setLastModifiedTime(elsewhere, FileTime.fromMillis(0));
-        Path link = Files.createSymbolicLink(temporary.resolve("zelspi-link"), elsewhere);
-        List<Path> kept = List.of(link, link.resolve("lib"), Files.createDirectory(temporary.resolve("zelspi-fresh")),
-                Files.createDirectory(temporary.resolve("other")));
-        for (int count : new int[] {2, 300}) {
-            for (int i = 0; i < count; ++i) {
-                Path old = Files.createDirectory(temporary.resolve("zelspi-" + i));
-                Files.write(old.resolve("lib"), LIBRARY);
-                Files.setLastModifiedTime(old, FileTime.fromMillis(0));
-            }
-            unpackedIn(temporary).close();
-            assertTrue(kept.stream().allMatch(Files::exists));
-            int left = temporary.toFile().list().length - 3;
-            assertTrue(count == 2 ? left == 0 : left >= 100 && left < 150, left + " of " + count);
         }
     }
 }
