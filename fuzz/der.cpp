@@ -1,8 +1,9 @@
 // Reads anything as DER. A parsed tree must describe its input: items stand one behind the other without gaps, children fill
 // their parent, content lies inside the input; and the work must be in proportion to the input, with no octet taken for the
-// begin of an item twice. The tree, built again, must give the same tree. As a DSA signature it must come back from its minimal
-// encoding.
+// begin of an item twice. The tree, built again, must give the same tree, and the same octets when the input's headers are
+// minimal. As a DSA signature it must come back from its minimal encoding.
 #include "core/asn1/der.h"
+#include "core/asn1/asn1_walk.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/memory/memory.h"
 #include "core/pubkey/dsa/dsa_der.h"
@@ -21,15 +22,26 @@ constexpr std::uint32_t kMaxLevels = 40;
 std::uint64_t octetsRead = 0;
 const ByteStreamOperations* memoryOperations = nullptr;
 
-// What the parser has told of: each item once, from its content on, in the input's order. The stream is put back.
-std::vector<std::int64_t> told;
+Status countingGetc(void* handle, std::uint8_t* octet) {
+    ++octetsRead;
+    return memoryOperations->getc(handle, octet);
+}
 
-void onItem(Asn1Node* item, ByteStream stream, void*) {
+// What the parser has told of: each item once, from its content on, in the input's order. The stream is put back.
+struct Told {
+    std::int64_t lastStart = -1;
+    std::ptrdiff_t items = 0;
+};
+
+void onItem(Asn1Node* item, ByteStream stream, void* argument) {
+    auto& told = *static_cast<Told*>(argument);
+    const std::int64_t start = std::int64_t{item->dataOffset} - item->headerSize;
     std::int32_t position = 0;
-    told.push_back(std::int64_t{item->dataOffset} - item->headerSize);
-    FUZZ_CHECK(item->parent != nullptr && (told.size() < 2 || told.back() > told[told.size() - 2]));
+    FUZZ_CHECK(start > told.lastStart && item->parent != nullptr);
     FUZZ_CHECK(stream.operations->tell(stream.handle, &position) == OK && std::uint32_t(position) == item->dataOffset);
     FUZZ_CHECK(stream.operations->seek(stream.handle, 1000, kSeekAbsolute) == OK);
+    told.lastStart = start;
+    ++told.items;
 }
 
 bool isBitString(const Asn1Node& item) {
@@ -63,33 +75,62 @@ std::uint64_t checkItem(const Asn1Node& item, ByteStream stream, std::uint64_t s
     return declaredEnd;
 }
 
-// Builds the item again; false with tag numbers in the high form, and primitive items with the indefinite length octet.
-bool rebuild(const Asn1Node& item, ByteStream stream, DerNode* parent, DerNode** built) {
-    const std::uint32_t unusedBitsOctet = isBitString(item) ? 1 : 0;
-    const std::uint32_t length = unusedBitsOctet + (item.firstChild == nullptr ? item.length : 0);
-    FUZZ_CHECK(!isError(Der_AddItem(parent, static_cast<std::uint8_t>(item.id | (item.tag & 31)), length,
-                                    ByteStream_MemAccess(stream, item.dataOffset - unusedBitsOctet, length), built)));
-    (*built)->kind = item.indefinite ? kDerIndefinite : kDerDefinite;
-    bool isPossible = item.tag < 31 && (isConstructed(item) || !item.indefinite);
-    for (const Asn1Node* child = asn1FirstChild(&item); child != nullptr; child = asn1NextSibling(child)) {
-        DerNode* builtChild = nullptr;
-        isPossible &= rebuild(*child, stream, *built, &builtChild);
-    }
-    return isPossible;
+// The look-ups, on whatever is there: where they lead must be an item that fits.
+void lookAround(const Asn1Node& top, Asn1Node* root, ByteStream stream) {
+    static constexpr std::uint8_t kOid[] = {3, 0x2A, 0x03, 0x04};
+    constexpr Asn1WalkStep kSteps[] = {{kWalkFirstChild, 0, nullptr},    {kWalkIntoOctetString, 0, nullptr},
+                                       {kWalkExplicitField, 0, nullptr}, {kWalkSequenceByOid, 0, kOid},
+                                       {kWalkCheckOid, 0, kOid},         {kWalkEnd, 0, nullptr}};
+    Asn1Node* found = nullptr;
+    FUZZ_CHECK(isError(Asn1_WalkPath(root, stream, kSteps, &found)) == (found == nullptr));
+    FUZZ_CHECK(!isError(Asn1_FindContextChild(&top, 1, &found)));
+    FUZZ_CHECK(found == nullptr || !isError(Asn1_CheckContextTag(found, 1)));
+    FUZZ_CHECK(!isError(Asn1_FindSequenceByOid(&top, stream, kOid, &found)));
+    FUZZ_CHECK(found == nullptr || !isError(Asn1_CheckOid(found, stream, kOid)));
+    FUZZ_CHECK(isError(Asn1_NthChild(&top, 3, &found)) == (found == nullptr));
 }
 
-void checkRebuilt(const Parsed& parsed) {
+struct Rebuilt {
+    bool isPossible =
+        true; // not with tag numbers in the high form, and primitive items with the indefinite length octet
+    bool isMinimal = true;
+};
+
+DerNode* rebuild(const Asn1Node& item, ByteStream stream, DerNode* parent, Rebuilt* rebuilt) {
+    const std::uint32_t unusedBitsOctet = isBitString(item) ? 1 : 0, content = item.length + unusedBitsOctet;
+    rebuilt->isPossible = rebuilt->isPossible && item.tag < 31 && (isConstructed(item) || !item.indefinite);
+    const std::uint32_t minimalHeader = item.indefinite || content < 0x80 ? 2
+                                        : content < 0x100                 ? 3
+                                        : content < 0x10000               ? 4
+                                        : content < 0x1000000             ? 5
+                                                                          : 6;
+    rebuilt->isMinimal = rebuilt->isMinimal && item.headerSize == minimalHeader;
+    const std::uint32_t length = unusedBitsOctet + (item.firstChild == nullptr ? item.length : 0);
+    DerNode* built = nullptr;
+    FUZZ_CHECK(!isError(Der_AddItem(parent, static_cast<std::uint8_t>(item.id | (item.tag & 31)), length,
+                                    ByteStream_MemAccess(stream, item.dataOffset - unusedBitsOctet, length), &built)));
+    built->kind = item.indefinite ? kDerIndefinite : kDerDefinite;
+    for (const Asn1Node* child = asn1FirstChild(&item); child != nullptr; child = asn1NextSibling(child)) {
+        (void)rebuild(*child, stream, built, rebuilt);
+    }
+    return built;
+}
+
+void checkRebuilt(const Parsed& parsed, const std::uint8_t* input) {
+    Rebuilt rebuilt;
     ScopedTree<DerNode> tree;
-    if (!rebuild(*parsed.top(), parsed.stream, nullptr, tree.out())) {
+    *tree.out() = rebuild(*parsed.top(), parsed.stream, nullptr, &rebuilt);
+    if (!rebuilt.isPossible) {
         return;
     }
     std::uint8_t* buffer = nullptr;
     std::uint32_t length = 0;
     FUZZ_CHECK(!isError(Der_SerializeToBuffer(tree.get(), &buffer, &length)));
-    FUZZ_CHECK(length <= static_cast<std::uint32_t>(parsed.memory.position));
-    FUZZ_CHECK(outline(parsed.top(), false) == outline(Parsed(buffer, length).top(), false));
+    const Bytes before(input, input + parsed.memory.position), after(buffer, buffer + length);
     void* block = buffer;
     FUZZ_CHECK(!isError(memWipeAndFree(&block, length)));
+    FUZZ_CHECK(outline(parsed.top(), false) == outline(Parsed(after).top(), false));
+    FUZZ_CHECK(rebuilt.isMinimal ? before == after : after.size() < before.size());
 }
 
 void checkSignature(const std::uint8_t* input, std::size_t size) {
@@ -119,23 +160,21 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         FUZZ_CHECK(parsed.top() != nullptr && parsed.top()->nextSibling == nullptr);
         const std::uint64_t end = checkItem(*parsed.top(), parsed.stream, 0, 1);
         FUZZ_CHECK(end <= size && end == static_cast<std::uint64_t>(parsed.memory.position));
+        lookAround(*parsed.top(), parsed.root.get(), parsed.stream);
         const Parsed alone(input, end); // what follows the item makes no difference
         FUZZ_CHECK(outline(alone.top()) == outline(parsed.top()));
-        checkRebuilt(parsed);
+        checkRebuilt(parsed, input);
     }
     memoryOperations = parsed.stream.operations;
     ByteStreamOperations counting = *memoryOperations;
-    counting.getc = [](void* handle, std::uint8_t* octet) {
-        ++octetsRead;
-        return memoryOperations->getc(handle, octet);
-    };
+    counting.getc = countingGetc;
     octetsRead = 0;
-    told.clear();
     parsed.memory.position = 0;
     ScopedTree<Asn1Node> again;
-    FUZZ_CHECK(Asn1_ParseStreamEx({&parsed.memory, &counting}, again.out(), onItem, nullptr) == parsed.status);
+    Told told;
+    FUZZ_CHECK(Asn1_ParseStreamEx({&parsed.memory, &counting}, again.out(), onItem, &told) == parsed.status);
     const std::string same = again.get() == nullptr ? "" : outline(asn1FirstChild(again.get()));
-    FUZZ_CHECK(same == outline(parsed.top()) && std::ssize(told) >= std::count(same.begin(), same.end(), '['));
+    FUZZ_CHECK(same == outline(parsed.top()) && told.items >= std::count(same.begin(), same.end(), '['));
     FUZZ_CHECK(octetsRead <= 10 * size + 32); // each octet once, and two looks ahead for each string
     return 0;
 }
