@@ -11,11 +11,11 @@
 #include "tests/support/asn1_outline.h"
 
 #include <algorithm>
+#include <bit>
 
 namespace {
 
-using testasn1::outline;
-using testasn1::Parsed;
+using namespace testasn1;
 
 constexpr std::uint32_t kMaxLevels = 40;
 
@@ -91,19 +91,16 @@ void lookAround(const Asn1Node& top, Asn1Node* root, ByteStream stream) {
 }
 
 struct Rebuilt {
-    bool isPossible =
-        true; // not with tag numbers in the high form, and primitive items with the indefinite length octet
+    // Not with tag numbers in the high form, and primitive items with the indefinite length octet.
+    bool isPossible = true;
     bool isMinimal = true;
 };
 
 DerNode* rebuild(const Asn1Node& item, ByteStream stream, DerNode* parent, Rebuilt* rebuilt) {
     const std::uint32_t unusedBitsOctet = isBitString(item) ? 1 : 0, content = item.length + unusedBitsOctet;
     rebuilt->isPossible = rebuilt->isPossible && item.tag < 31 && (isConstructed(item) || !item.indefinite);
-    const std::uint32_t minimalHeader = item.indefinite || content < 0x80 ? 2
-                                        : content < 0x100                 ? 3
-                                        : content < 0x10000               ? 4
-                                        : content < 0x1000000             ? 5
-                                                                          : 6;
+    const std::uint32_t lengthBytes = static_cast<std::uint32_t>(std::bit_width(content) + 7) / 8;
+    const std::uint32_t minimalHeader = item.indefinite || content < 0x80 ? 2 : 2 + lengthBytes;
     rebuilt->isMinimal = rebuilt->isMinimal && item.headerSize == minimalHeader;
     const std::uint32_t length = unusedBitsOctet + (item.firstChild == nullptr ? item.length : 0);
     DerNode* built = nullptr;

@@ -9,12 +9,13 @@
 
 using Bytes = std::vector<std::uint8_t>;
 
-#define FUZZ_CHECK(condition)                                                                                          \
-    do {                                                                                                               \
-        if (!(condition)) {                                                                                            \
-            std::fprintf(stderr, "%s:%d: not so: %s\n", __FILE__, __LINE__, #condition);                               \
-            std::abort();                                                                                              \
-        }                                                                                                              \
-    } while (false)
+inline void fuzzCheck(bool holds, const char* file, int line, const char* condition) {
+    if (!holds) {
+        std::fprintf(stderr, "%s:%d: not so: %s\n", file, line, condition);
+        std::abort();
+    }
+}
+
+#define FUZZ_CHECK(condition) fuzzCheck(condition, __FILE__, __LINE__, #condition)
 
 #endif

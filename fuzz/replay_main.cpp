@@ -1,21 +1,18 @@
 // Replays a corpus through a fuzz target: every file of the folder given, and of each a fixed number of changed copies, the
 // same ones in every run.
+#include "fuzz/fuzz_check.h"
 #include "tests/support/faults.h"
 
 #include <algorithm>
-#include <cstdint>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
-#include <vector>
+#include <set>
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
 namespace {
-
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr int kCopies = 100;
 
@@ -27,31 +24,24 @@ void change(Bytes& bytes, std::minstd_rand& random) {
         const auto end = at + std::min(bytes.end() - at, static_cast<std::ptrdiff_t>(random() % 9));
         const Bytes part(at, end);
         const int changed[] = {*at ^ 1 << random() % 8, kBorders[random() % std::size(kBorders)], *at + 1, *at - 1};
-        switch (random() % 6) {
-        case 0:
+        const auto kind = random() % 6;
+        if (kind == 0) {
             bytes.erase(at, end);
-            break;
-        case 1:
+        } else if (kind == 1) {
             bytes.insert(at, part.begin(), part.end());
-            break;
-        case 2:
+        } else if (kind == 2) {
             bytes.erase(at, random() % 4 == 0 ? bytes.end() : at);
-            break;
-        default:
+        } else {
             *at = static_cast<std::uint8_t>(changed[random() % std::size(changed)]);
-            break;
         }
     }
 }
 
 } // namespace
 
-int main(int argc, char** argv) {
-    std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(argc > 1 ? argv[1] : ".")) {
-        files.push_back(entry.path());
-    }
-    std::sort(files.begin(), files.end());
+int main(int /*argc*/, char** argv) {
+    using Folder = std::filesystem::directory_iterator;
+    const std::set<std::filesystem::path> files(Folder(argv[1]), Folder{}); // in the same order everywhere
     std::minstd_rand random(20261122);
     for (const auto& path : files) {
         std::ifstream file(path, std::ios::binary);

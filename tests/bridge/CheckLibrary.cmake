@@ -18,32 +18,25 @@ endif()
 list(TRANSFORM lines REPLACE ".* " "" OUTPUT_VARIABLE names)
 list(TRANSFORM needed REPLACE ".* " "")
 
-# expect_exports(WHAT REGEX EXPECTED...): the exported names that match.
-function(expect_exports what regex)
-  list(FILTER names INCLUDE REGEX "${regex}")
-  list(SORT names)
-  list(SORT ARGN)
-  if(NOT names STREQUAL ARGN)
-    list(JOIN names "\n  " names)
-    message(FATAL_ERROR "${what} are not the expected ones:\n  ${names}")
-  endif()
-endfunction()
-
+# Beside the entry points and the C functions only the hook that a VM calls when it loads the library: it registers the methods of
+# NativeInfo, which need no export then; and mangled names of members (_ZN, _ZNK), tables and type information (_ZT.) of the
+# engine classes.
 file(STRINGS "${expected}" entry_points)
-expect_exports("the exported entry points" "^Java_" ${entry_points})
-
 file(STRINGS "${functions}/zelspi.def" defined REGEX "^ +zel")
 list(TRANSFORM defined STRIP)
-expect_exports("the functions that are exported and not in zelspi.def" "^zel" ${defined})
 file(READ "${functions}/zel.h" header)
 string(REGEX MATCHALL "\nZEL_EXPORT [^(]+" declared "${header}")
 list(TRANSFORM declared REPLACE ".*[ *]" "")
-expect_exports("the functions that are exported and not declared" "^zel" ${declared})
-
-# Beside them the hook that a VM calls when it loads the library: it registers the methods of NativeInfo, which need no export
-# then; and mangled names of members (_ZN, _ZNK), tables and type information (_ZT.) of the engine classes.
-list(FILTER names EXCLUDE REGEX "^Java_|^zel|^_Z(N|NK|T[IVS])[0-9]+(Zel[A-Z]|ShaDigestEngine)")
-expect_exports("the names beside the entry points and engine classes" "." JNI_OnLoad)
+list(FILTER names EXCLUDE REGEX "^_Z(N|NK|T[IVS])[0-9]+(Zel[A-Z]|ShaDigestEngine)")
+list(SORT names)
+foreach(c_functions IN ITEMS defined declared)
+  set(wanted JNI_OnLoad ${entry_points} ${${c_functions}})
+  list(SORT wanted)
+  if(NOT names STREQUAL wanted)
+    list(JOIN names "\n  " names)
+    message(FATAL_ERROR "exported are not the entry points and the functions ${c_functions} for C:\n  ${names}")
+  endif()
+endforeach()
 
 if(NOT windows AND NOT headers MATCHES "SONAME +${soname}\n")
   message(FATAL_ERROR "the library is not called ${soname}")

@@ -9,21 +9,13 @@ namespace {
 
 constexpr char kOutOfMemory[] = "java/lang/OutOfMemoryError";
 
-FakeObject* fake(jobject object) {
-    return reinterpret_cast<FakeObject*>(object);
-}
-
-template <typename Reference = jobject> Reference real(FakeObject* object) {
-    return reinterpret_cast<Reference>(object);
-}
-
-std::string describe(const FakeObject* throwable) {
+std::string describe(jobject throwable) {
     std::string text;
-    for (; throwable != nullptr; throwable = throwable->cause) {
-        text += (text.empty() ? "" : " < ") + throwable->className + ": " + throwable->message;
-        if (throwable->suppressed != nullptr) {
-            text += " + " + describe(throwable->suppressed);
-        }
+    while (throwable != nullptr) {
+        const FakeObject& object = FakeJni::of(throwable);
+        text += (text.empty() ? "" : " < ") + object.className + ": " + object.message;
+        text += object.suppressed != nullptr ? " + " + describe(object.suppressed) : "";
+        throwable = object.cause;
     }
     return text;
 }
@@ -38,10 +30,6 @@ FaultPoint& vmFaults(std::string_view call) {
     return points[std::find(std::begin(kCalls), std::end(kCalls), call) - kCalls];
 }
 
-FakeJni& FakeJni::self(JNIEnv* env) {
-    return *static_cast<Env*>(env)->self;
-}
-
 void FakeJni::installObjects() {
     table_.FindClass = [](JNIEnv* env, const char* name) -> jclass {
         FakeJni& jni = self(env);
@@ -49,7 +37,7 @@ void FakeJni::installObjects() {
             return nullptr;
         }
         ++jni.localReferences;
-        return real<jclass>(jni.add(name));
+        return jni.newObject<jclass>(name);
     };
     table_.RegisterNatives = [](JNIEnv* env, jclass, const JNINativeMethod* methods, jint count) -> jint {
         std::for_each_n(methods, count, [&](const JNINativeMethod& row) { self(env).natives[row.name] = row.fnPtr; });
@@ -59,19 +47,19 @@ void FakeJni::installObjects() {
         FakeJni& jni = self(env);
         jni.enter("GetObjectClass");
         ++jni.localReferences;
-        FakeObject* const type = jni.add(fake(object)->className);
-        type->hasContext0 = fake(object)->hasContext0;
-        return real<jclass>(type);
+        const auto type = jni.newObject<jclass>(of(object).className);
+        of(type).hasContext0 = of(object).hasContext0;
+        return type;
     };
     table_.IsInstanceOf = [](JNIEnv* env, jobject object, jclass type) -> jboolean {
         self(env).enter("IsInstanceOf");
-        const std::string& wanted = fake(type)->className;
-        const std::string& actual = fake(object)->className;
+        const std::string& wanted = of(type).className;
+        const std::string& actual = of(object).className;
         return actual == wanted || (wanted == "java/lang/Error" && actual.ends_with("Error")) ? JNI_TRUE : JNI_FALSE;
     };
     table_.GetFieldID = [](JNIEnv* env, jclass type, const char* name, const char* signature) -> jfieldID {
         FakeJni& jni = self(env);
-        if (jni.enter("GetFieldID") || !fake(type)->hasContext0 || std::string(name) != "context0" ||
+        if (jni.enter("GetFieldID") || !of(type).hasContext0 || std::string(name) != "context0" ||
             std::string(signature) != "J") {
             jni.raise("java/lang/NoSuchFieldError", name);
             return nullptr;
@@ -80,12 +68,12 @@ void FakeJni::installObjects() {
     };
     table_.GetLongField = [](JNIEnv* env, jobject object, jfieldID) -> jlong {
         self(env).enter("GetLongField");
-        return fake(object)->context0;
+        return of(object).context0;
     };
     table_.SetLongField = [](JNIEnv* env, jobject object, jfieldID, jlong value) -> void {
         self(env).enter("SetLongField");
-        fake(object)->context0 = value;
-        fake(object)->liveWhenStored = testheap::liveBlocks();
+        of(object).context0 = value;
+        of(object).liveWhenStored = testheap::liveBlocks();
     };
     table_.GetMethodID = [](JNIEnv* env, jclass, const char* name, const char*) -> jmethodID {
         FakeJni& jni = self(env);
@@ -98,20 +86,20 @@ void FakeJni::installObjects() {
     // Throwable.initCause is the only method that returns an object, Throwable.addSuppressed the only one without a result.
     table_.CallObjectMethodV = [](JNIEnv* env, jobject object, jmethodID, va_list arguments) -> jobject {
         self(env).enter("CallObjectMethod");
-        fake(object)->cause = fake(va_arg(arguments, jobject));
+        of(object).cause = va_arg(arguments, jobject);
         ++self(env).localReferences;
         return object;
     };
     table_.CallVoidMethodV = [](JNIEnv* env, jobject object, jmethodID, va_list arguments) -> void {
         self(env).enter("CallVoidMethod");
-        fake(object)->suppressed = fake(va_arg(arguments, jobject));
+        of(object).suppressed = va_arg(arguments, jobject);
     };
 }
 
 void FakeJni::installExceptions() {
     table_.Throw = [](JNIEnv* env, jthrowable throwable) -> jint {
         self(env).enter("Throw");
-        self(env).pending_ = fake(throwable);
+        self(env).pending_ = throwable;
         return 0;
     };
     table_.ThrowNew = [](JNIEnv* env, jclass type, const char* message) -> jint {
@@ -122,14 +110,14 @@ void FakeJni::installExceptions() {
         if (vmFaults("ThrowNewOutOfMemory").strikes()) {
             jni.raise(kOutOfMemory, "Java heap space");
         } else {
-            jni.raise(fake(type)->className.c_str(), message);
+            jni.raise(of(type).className.c_str(), message);
         }
         return 0;
     };
     table_.ExceptionOccurred = [](JNIEnv* env) -> jthrowable {
         self(env).enter("ExceptionOccurred", kWhilePending);
         self(env).localReferences += self(env).pending_ != nullptr ? 1 : 0;
-        return real<jthrowable>(self(env).pending_);
+        return self(env).pending_;
     };
     table_.ExceptionClear = [](JNIEnv* env) -> void {
         self(env).enter("ExceptionClear", kWhilePending);
@@ -148,8 +136,8 @@ void FakeJni::installExceptions() {
 void FakeJni::installArrays() {
     table_.GetArrayLength = [](JNIEnv* env, jarray array) -> jsize {
         self(env).enter("GetArrayLength");
-        const FakeObject* const object = fake(array);
-        return object->claimedLength >= 0 ? object->claimedLength : static_cast<jsize>(object->bytes.size());
+        const FakeObject& object = of(array);
+        return object.claimedLength >= 0 ? object.claimedLength : static_cast<jsize>(object.bytes.size());
     };
     table_.NewByteArray = [](JNIEnv* env, jsize length) -> jbyteArray {
         if (self(env).enter("NewByteArray", kNormally, kOutOfMemory, "Java heap space")) {
@@ -160,7 +148,7 @@ void FakeJni::installArrays() {
     table_.SetByteArrayRegion = [](JNIEnv* env, jbyteArray array, jsize offset, jsize length,
                                    const jbyte* from) -> void {
         self(env).enter("SetByteArrayRegion");
-        std::vector<jbyte>& bytes = fake(array)->bytes;
+        std::vector<jbyte>& bytes = of(array).bytes;
         if (offset < 0 || offset > static_cast<jsize>(bytes.size()) - length) {
             self(env).raise("java/lang/ArrayIndexOutOfBoundsException", "said by the VM");
         } else {
@@ -172,23 +160,23 @@ void FakeJni::installArrays() {
         if (jni.enter("GetPrimitiveArrayCritical", kInRegion, kOutOfMemory, "Java heap space")) {
             return nullptr;
         }
-        std::vector<jbyte>& bytes = fake(array)->bytes;
+        std::vector<jbyte>& bytes = of(array).bytes;
         std::vector<jbyte> copy = jni.criticalPins ? std::vector<jbyte>() : bytes;
         void* const address = jni.criticalPins ? bytes.data() : copy.data();
-        jni.regions_.emplace(address, std::pair{fake(array), std::move(copy)});
+        jni.regions_.emplace(address, std::pair{array, std::move(copy)});
         return address;
     };
     table_.ReleasePrimitiveArrayCritical = [](JNIEnv* env, jarray array, void* address, jint mode) -> void {
         FakeJni& jni = self(env);
         jni.enter("ReleasePrimitiveArrayCritical", kAlways);
         const auto region = jni.regions_.find(address);
-        if (region == jni.regions_.end() || region->second.first != fake(array) || mode != 0) {
+        if (region == jni.regions_.end() || region->second.first != array || mode != 0) {
             jni.violations.emplace_back(
                 "ReleasePrimitiveArrayCritical of a region that is not open, or not with mode 0");
             return;
         }
-        if (address != fake(array)->bytes.data()) {
-            fake(array)->bytes = std::move(region->second.second);
+        if (address != of(array).bytes.data()) {
+            of(array).bytes = std::move(region->second.second);
         }
         jni.regions_.erase(region);
     };
@@ -198,34 +186,17 @@ FakeJni::FakeJni() {
     installObjects();
     installExceptions();
     installArrays();
-    env_.functions = &table_;
-    env_.self = this;
-}
-
-jobject FakeJni::newEngineObject(bool hasContext0) {
-    FakeObject* const object = add("Engine");
-    object->hasContext0 = hasContext0;
-    return real(object);
+    functions = &table_;
 }
 
 jbyteArray FakeJni::newBytes(const std::vector<std::uint8_t>& bytes) {
-    FakeObject* const array = add("[B");
-    array->bytes.assign(bytes.begin(), bytes.end());
-    return real<jbyteArray>(array);
-}
-
-FakeObject& FakeJni::of(jobject object) {
-    return *fake(object);
+    const auto array = newObject<jbyteArray>("[B");
+    of(array).bytes.assign(bytes.begin(), bytes.end());
+    return array;
 }
 
 std::string FakeJni::takePending() {
     return describe(std::exchange(pending_, nullptr));
-}
-
-FakeObject* FakeJni::add(std::string className) {
-    objects_.push_back(std::make_unique<FakeObject>());
-    objects_.back()->className = std::move(className);
-    return objects_.back().get();
 }
 
 bool FakeJni::enter(const char* function, Allowed allowed, const char* refusal, const char* message) {
@@ -245,6 +216,6 @@ bool FakeJni::enter(const char* function, Allowed allowed, const char* refusal, 
 }
 
 void FakeJni::raise(const char* className, const std::string& message) {
-    pending_ = add(className);
-    pending_->message = message;
+    pending_ = newObject<jthrowable>(className);
+    of(pending_).message = message;
 }

@@ -25,8 +25,8 @@ struct FakeObject {
     bool hasContext0 = true;          // whether its class has the field
     std::uint64_t liveWhenStored = 0; // the blocks alive when the field was last written
     std::string message;              // of a throwable
-    FakeObject* cause = nullptr;      // of a throwable
-    FakeObject* suppressed = nullptr; // of a throwable: the last one
+    jobject cause = nullptr;          // of a throwable
+    jobject suppressed = nullptr;     // of a throwable: the last one
     std::vector<jbyte> bytes;         // of a byte array
     jsize claimedLength = -1;         // of a byte array: what GetArrayLength says instead of the truth; -1: the truth
 };
@@ -36,20 +36,26 @@ struct FakeObject {
 // check: a "read" that gives nothing, a "hash" that fails, and an "oddHash" whose status has no name.
 FaultPoint& vmFaults(std::string_view call);
 
-class FakeJni {
+class FakeJni : JNIEnv_ {
 public:
     FakeJni();
     FakeJni(const FakeJni&) = delete;
     FakeJni& operator=(const FakeJni&) = delete;
 
     JNIEnv* env() {
-        return &env_;
+        return this;
     }
 
     // Objects; the environment owns them.
-    jobject newEngineObject(bool hasContext0 = true);
+    template <typename Reference = jobject> Reference newObject(std::string className) {
+        objects_.push_back(std::make_unique<FakeObject>());
+        objects_.back()->className = std::move(className);
+        return reinterpret_cast<Reference>(objects_.back().get());
+    }
     jbyteArray newBytes(const std::vector<std::uint8_t>& bytes);
-    static FakeObject& of(jobject object);
+    static FakeObject& of(jobject object) {
+        return *reinterpret_cast<FakeObject*>(object);
+    }
 
     // What is pending, and is not any more: "class: message", with " < class: message" for each cause and " + " for what is
     // suppressed; else empty.
@@ -67,26 +73,23 @@ public:
     }
 
 private:
-    struct Env : JNIEnv_ {
-        FakeJni* self;
-    };
     enum Allowed { kNormally, kWhilePending, kInRegion, kAlways };
 
-    static FakeJni& self(JNIEnv* env);
+    static FakeJni& self(JNIEnv* env) {
+        return *static_cast<FakeJni*>(env);
+    }
     void installObjects(); // the entries of the function table
     void installExceptions();
     void installArrays();
-    FakeObject* add(std::string className);
     // Every function begins with this: holds it against the rules; whether it is refused, with that exception unless quietly.
     bool enter(const char* function, Allowed allowed = kNormally, const char* refusal = nullptr,
                const char* message = "");
     void raise(const char* className, const std::string& message);
 
     JNINativeInterface_ table_{};
-    Env env_{};
     std::vector<std::unique_ptr<FakeObject>> objects_;
-    std::multimap<void*, std::pair<FakeObject*, std::vector<jbyte>>> regions_; // open regions by address, with copies
-    FakeObject* pending_ = nullptr;
+    std::multimap<void*, std::pair<jarray, std::vector<jbyte>>> regions_; // open regions by address, with copies
+    jthrowable pending_ = nullptr;
 };
 
 #endif

@@ -27,7 +27,11 @@ extern "C" int __wrap__ZN22ZelShaWithRsaSignature12nativeUpdateEPKhii(void* engi
 }
 extern "C" std::size_t __real_fread(void*, std::size_t, std::size_t, std::FILE*);
 extern "C" std::size_t __wrap_fread(void* to, std::size_t size, std::size_t count, std::FILE* file) {
-    return vmFaults("read").strikes() ? 0 : __real_fread(to, size, count, file);
+    if (vmFaults("read").strikes()) {
+        (void)std::fputc(0, file); // cannot be written to, which sets its error flag
+        return 0;
+    }
+    return __real_fread(to, size, count, file);
 }
 
 bool isDebugging() {
@@ -142,21 +146,19 @@ template <typename Function> EntryPoint registered(const std::string& type, cons
 
 } // namespace
 
-std::vector<EntryPoint> nativeEntryPoints() {
-    std::vector<EntryPoint> entries = {entryPoint("ZelUtil.checkFileSignature", checkFile),
-                                       entryPoint("ZelUtil.check", checkFileBriefly),
-                                       entryPoint("ZelObject.throwStaticException", throwOne),
-                                       entryPoint("ZelObject.throwOver", throwOver),
-                                       entryPoint("ZelObject.hexdump", dump),
-                                       entryPoint("KeyPairSteps.generateNothing", generateNothing),
-                                       entryPoint("DsaDer.parseDSAPublicKey", parsePublicKey)};
-    const std::string shortCalls = "ShortCalls.";
-    entries.insert(entries.end(),
-                   {registered<jint(JNIEnv*, jclass, jint, jbyteArray, jint, jbyteArray, jint)>(shortCalls, "digest0"),
-                    registered<jint(JNIEnv*, jclass, jint, jbyteArray, jbyteArray, jint, jint)>(shortCalls, "cbc0"),
-                    registered<jint(JNIEnv*, jclass, jint, jbyteArray, jbyteArray, jint)>(shortCalls, "expandKey0"),
-                    registered<void(JNIEnv*, jclass, jbyteArray)>(shortCalls, "nextBytes0"),
-                    registered<jlong(JNIEnv*, jclass, jint)>(shortCalls, "address0")});
+std::vector<EntryPoint> allEntryPoints() {
+    std::vector<EntryPoint> entries = exportedEntryPoints();
+    entries.insert(
+        entries.end(),
+        {entryPoint("ZelUtil.checkFileSignature", checkFile), entryPoint("ZelUtil.check", checkFileBriefly),
+         entryPoint("ZelObject.throwStaticException", throwOne), entryPoint("ZelObject.throwOver", throwOver),
+         entryPoint("ZelObject.hexdump", dump), entryPoint("KeyPairSteps.generateNothing", generateNothing),
+         entryPoint("DsaDer.parseDSAPublicKey", parsePublicKey),
+         registered<jint(JNIEnv*, jclass, jint, jbyteArray, jint, jbyteArray, jint)>("ShortCalls.", "digest0"),
+         registered<jint(JNIEnv*, jclass, jint, jbyteArray, jbyteArray, jint, jint)>("ShortCalls.", "cbc0"),
+         registered<jint(JNIEnv*, jclass, jint, jbyteArray, jbyteArray, jint)>("ShortCalls.", "expandKey0"),
+         registered<void(JNIEnv*, jclass, jbyteArray)>("ShortCalls.", "nextBytes0"),
+         registered<jlong(JNIEnv*, jclass, jint)>("ShortCalls.", "address0")});
     for (const std::string name : {"ZelSha1", "ZelSha256"}) {
         const std::string digest = name + "MessageDigestSpi.", rsa = name + "WithRsaSignatureSpi.";
         using Rsa = ZelShaWithRsaSignature;

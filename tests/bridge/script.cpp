@@ -1,10 +1,6 @@
 #include "tests/bridge/script.h"
 
-#include "tests/support/faults.h"
-
 #include <algorithm>
-#include <functional>
-#include <memory>
 #include <stdexcept>
 
 namespace {
@@ -18,16 +14,6 @@ FaultPoint& pointOf(const std::string& kind) {
            : kind == "lock"     ? platformFaults(PlatformService::mutexWait)
            : kind == "mutex"    ? platformFaults(PlatformService::mutexCreate)
                                 : vmFaults(kind);
-}
-
-// What work() prints.
-std::string printedBy(const std::function<void()>& work) {
-    testing::internal::CaptureStdout();
-    testing::internal::CaptureStderr();
-    work();
-    std::string text = testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
-    std::erase(text, '\r'); // text mode on Windows
-    return text;
 }
 
 const EntryPoint& entryOf(const ScriptLine& line) {
@@ -58,7 +44,7 @@ Bytes Player::bytes(const std::string& notation) const {
 }
 
 JavaValue Player::argument(char type, const std::string& word) {
-    if (type != 'A') {
+    if (type == 'N') {
         return {std::stoll(word), nullptr};
     }
     if (word == "null") {
@@ -77,7 +63,8 @@ JavaValue Player::argument(char type, const std::string& word) {
 jobject Player::objectOf(const std::string& name) {
     jobject& object = objects_[name];
     if (object == nullptr) {
-        object = jni_.newEngineObject(!name.ends_with("#bare"));
+        object = jni_.newObject("Engine");
+        FakeJni::of(object).hasContext0 = !name.ends_with("#bare");
     }
     return object;
 }
@@ -102,28 +89,25 @@ Player::Outcome Player::call(const ScriptLine& line) {
         arguments.push_back(argument(entry.shape[i], line.words[i]));
     }
     Outcome outcome;
-    JavaValue value;
     jni_.isExempt = name.ends_with(".deleteContext0");
-    const auto work = [&] {
-        value = entry.call(jni_.env(), object, arguments);
-    };
-    if (name.starts_with("ZelObject.") || name.starts_with("ZelUtil.")) { // they alone print
-        outcome.printed = printedBy(work);
-    } else {
-        work();
+    const bool isPrinter = name.starts_with("ZelObject.") || name.starts_with("ZelUtil.");
+    if (isPrinter) {
+        testing::internal::CaptureStdout();
+        testing::internal::CaptureStderr();
+    }
+    const JavaValue value = entry.call(jni_.env(), object, arguments);
+    if (isPrinter) {
+        outcome.printed = testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
+        std::erase(outcome.printed, '\r'); // text mode on Windows
     }
     outcome.raised = jni_.takePending();
     const bool binds = line.result[0] == '@' && value.array != nullptr;
     if (binds) {
         arrays_[line.result.substr(1)] = value.array;
     }
-    switch (entry.shape[0]) {
-    case 'V':
-        break;
-    case 'A':
+    if (entry.shape[0] == 'A') {
         outcome.result = value.array == nullptr ? "null" : binds ? "array" : textOf(bytesIn(FakeJni::of(value.array)));
-        break;
-    default:
+    } else if (entry.shape[0] == 'N') {
         outcome.result = line.result == "some" && value.number != 0 ? "some" : std::to_string(value.number);
     }
     return outcome;
@@ -140,10 +124,16 @@ void Player::expectSame(const ScriptLine& line, const Outcome& outcome) const {
     }
 }
 
+void Player::refuse(const std::string& kind, unsigned number, bool isQuiet) {
+    fault_.reset(); // the one before may be of the same point
+    fault_ = std::make_unique<Fault>(pointOf(kind), number);
+    jni_.failsQuietly = isQuiet;
+}
+
 void Player::doLine(const ScriptLine& line) {
     const std::string &first = line.words[0], second = line.words.size() > 1 ? line.words[1] : "";
     if (first == "refuse") {
-        refusal_.assign(line.words.begin() + 1, line.words.end());
+        refuse(second, numberOf(line.words[2]), line.words.size() == 4); // "quietly"
     } else if (first == "file" || first == "folder" || first == "readonly" || first == "writable") {
         makeFile(first, bytes(second), bytes(line.result));
     } else if (first[0] == '@' && second.empty()) {
@@ -164,27 +154,10 @@ void Player::doLine(const ScriptLine& line) {
     }
 }
 
-void Player::play(const Passage& passage) {
-    for (const ScriptLine& line : passage.lines) {
-        SCOPED_TRACE(line.where);
-        if (!line.isCall()) {
-            doLine(line);
-        } else if (refusal_.empty()) {
-            expectSame(line, call(line));
-        } else {
-            const Fault fault(pointOf(refusal_[0]), numberOf(refusal_[1]));
-            jni_.failsQuietly = refusal_.size() == 3; // "quietly"
-            expectSame(line, call(line));
-            EXPECT_TRUE(fault.hasStruck());
-            refusal_.clear();
-        }
+bool Player::play(const Passage& passage, std::set<std::string>* outcomes, const std::string& kind, unsigned number) {
+    if (outcomes != nullptr) {
+        refuse(kind == "quiet call" ? "call" : kind, number, kind == "quiet call");
     }
-}
-
-bool Player::playRefusing(const Passage& passage, const std::string& kind, unsigned number,
-                          std::set<std::string>& outcomes) {
-    jni_.failsQuietly = kind == "quiet call";
-    auto fault = std::make_unique<Fault>(pointOf(jni_.failsQuietly ? "call" : kind), number);
     bool wasRefused = false;
     for (std::size_t i = 0; i < passage.lines.size(); ++i) {
         const ScriptLine& line = passage.lines[i];
@@ -194,24 +167,27 @@ bool Player::playRefusing(const Passage& passage, const std::string& kind, unsig
             continue;
         }
         const Outcome outcome = call(line), expected = wanted(line);
-        const bool strikesNow = fault != nullptr && fault->hasStruck();
-        if (!strikesNow || (outcome.result == expected.result && outcome.raised == expected.raised)) {
+        const bool strikesNow = fault_ != nullptr && fault_->hasStruck();
+        EXPECT_TRUE(strikesNow || fault_ == nullptr || outcomes != nullptr)
+            << "what the line before refuses is not used";
+        if (outcomes == nullptr || !strikesNow ||
+            (outcome.result == expected.result && outcome.raised == expected.raised)) {
             expectSame(line, outcome);
         } else {
-            outcomes.insert(outcome.raised.empty() ? "= " + outcome.result : outcome.raised);
+            outcomes->insert(outcome.raised.empty() ? "= " + outcome.result : outcome.raised);
             // A digest or a signature that is right in spite of the exception is not asked for a second time.
-            const char type = entryOf(line).shape[0];
             const bool isDelivered = outcome.result == expected.result && outcome.result.size() > 1 &&
-                                     (type == 'A' || type == 'I') && expected.result != "null" && line.result[0] != '@';
+                                     expected.result != "null" && line.result[0] != '@';
             if (!isDelivered) {
                 i = passage.options.contains("restarts") ? static_cast<std::size_t>(-1) : i - 1;
             }
         }
         if (strikesNow) {
             wasRefused = true;
-            fault.reset();
+            fault_.reset();
         }
     }
+    fault_.reset();
     return wasRefused;
 }
 
@@ -229,17 +205,7 @@ void Player::finish() {
 }
 
 const EntryPoint* findEntryPoint(const std::string& name, std::size_t argumentCount) {
-    static const std::vector<EntryPoint> kEntries = [] {
-        std::vector<EntryPoint> entries = nativeEntryPoints();
-        for (EntryPoint entry : exportedEntryPoints()) { // named by their symbols, Java_package_Class_method__types
-            const std::string symbol = entry.name;
-            const std::size_t type = symbol.find("_Zel") + 1, method = symbol.find('_', type) + 1;
-            entry.name =
-                symbol.substr(type, method - 1 - type) + "." + symbol.substr(method, symbol.find("__") - method);
-            entries.push_back(entry);
-        }
-        return entries;
-    }();
+    static const std::vector<EntryPoint> kEntries = allEntryPoints();
     const auto found = std::find_if(kEntries.begin(), kEntries.end(), [&](const EntryPoint& entry) {
         return entry.name == name && entry.shape.size() == argumentCount + 1;
     });

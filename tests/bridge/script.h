@@ -2,13 +2,69 @@
 #ifndef ZELSPI_TESTS_BRIDGE_SCRIPT_H
 #define ZELSPI_TESTS_BRIDGE_SCRIPT_H
 
-#include "tests/bridge/entry_point.h"
 #include "tests/bridge/fake_jni.h"
 #include "tests/support/vectors.h"
 
+#include <functional>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
+#include <tuple>
+#include <type_traits>
+#include <vector>
+
+// JavaValue: an argument or a result: the number, or the array (null or not).
+struct JavaValue {
+    jlong number = 0;
+    jbyteArray array = nullptr;
+
+    template <typename T> T as() const {
+        if constexpr (std::is_convertible_v<jbyteArray, T>) {
+            return array;
+        } else {
+            return static_cast<T>(number);
+        }
+    }
+};
+
+// EntryPoint: a function (environment, object or class, arguments), as scripts call it. Its shape is a letter for the result and
+// one for each argument: 'V' for none, 'A' for an array or another object, 'N' for a number.
+struct EntryPoint {
+    std::string name; // the Java class without its package, a dot, the method
+    std::string shape;
+    std::function<JavaValue(JNIEnv*, jobject, const std::vector<JavaValue>&)> call;
+};
+
+template <typename T> constexpr char kLetter = std::is_void_v<T>                      ? 'V'
+                                               : std::is_convertible_v<jbyteArray, T> ? 'A'
+                                                                                      : 'N';
+
+template <typename Result, typename Object, typename... Arguments>
+EntryPoint entryPoint(const std::string& name, Result(JNICALL* function)(JNIEnv*, Object, Arguments...)) {
+    const auto call = [function](JNIEnv* env, jobject object, const std::vector<JavaValue>& values) -> JavaValue {
+        [[maybe_unused]] auto value = values.begin();
+        const std::tuple<JNIEnv*, Object, Arguments...> arguments{
+            env, static_cast<Object>(object), (value++)->template as<Arguments>()...}; // in this order
+        if constexpr (std::is_void_v<Result>) {
+            std::apply(function, arguments);
+            return {};
+        } else if constexpr (std::is_same_v<Result, jbyteArray>) {
+            return {0, std::apply(function, arguments)};
+        } else {
+            return {static_cast<jlong>(std::apply(function, arguments)), nullptr};
+        }
+    };
+    return {name, {kLetter<Result>, kLetter<Arguments>...}, call};
+}
+
+// exportedEntryPoints: those of the bridge's table (made by the build). allEntryPoints: with them what native callers of the
+// engine classes can do besides, dressed up as methods (native_calls.cpp).
+std::vector<EntryPoint> exportedEntryPoints();
+std::vector<EntryPoint> allEntryPoints();
+
+// findEntryPoint: the one of the name ("Class.method") with so many arguments; null if there is none.
+const EntryPoint* findEntryPoint(const std::string& name, std::size_t argumentCount);
 
 struct ScriptLine {
     std::string where;          // file, line and text
@@ -30,7 +86,7 @@ struct Passage {
 struct Script {
     std::map<std::string, std::string> values; // "name = value"
     std::vector<Passage> passages;
-    std::set<std::string> mayRaise, mustRaise; // what refusals come to
+    std::set<std::string> raises, mayRaise; // what refusals come to; those of it that are not always seen
 };
 
 // readScript: the script in the file, once for each of its lines "for". A mistake in it throws.
@@ -43,14 +99,11 @@ public:
         jni_.criticalPins = pinsArrays;
     }
 
-    // Plays the passage; every result must be as it says.
-    void play(const Passage& passage);
-
-    // Plays it with that allocation, lock, mutex, "call" or "quiet call" refused. What the refusal comes to is added to
-    // outcomes; the passage then goes on with the same line, or begins again on the same objects if it "restarts".
-    // Returns whether anything was refused.
-    bool playRefusing(const Passage& passage, const std::string& kind, unsigned number,
-                      std::set<std::string>& outcomes);
+    // Plays the passage; every result must be as it says. With outcomes, that allocation, lock, mutex, "call" or "quiet call" is
+    // refused: what the refusal comes to is added to them, and the passage goes on with the same line, or begins again on
+    // the same objects if it "restarts". Returns whether anything was refused.
+    bool play(const Passage& passage, std::set<std::string>* outcomes = nullptr, const std::string& kind = "",
+              unsigned number = 0);
 
     // Destroys all engines that have an entry point for it, and expects that JNI's rules were kept and nothing is left.
     void finish();
@@ -63,6 +116,7 @@ private:
     Outcome wanted(const ScriptLine& line) const;
     void expectSame(const ScriptLine& line, const Outcome& outcome) const;
     void doLine(const ScriptLine& line);
+    void refuse(const std::string& kind, unsigned number, bool isQuiet);
     jobject objectOf(const std::string& name);
     Bytes bytes(const std::string& notation) const;
     JavaValue argument(char type, const std::string& word);
@@ -70,7 +124,7 @@ private:
     FakeJni jni_;
     std::map<std::string, jobject> objects_; // by class, with "#other" for more of one class
     std::map<std::string, jbyteArray> arrays_;
-    Words refusal_; // for the next call
+    std::unique_ptr<Fault> fault_; // what is refused, until it has been
 };
 
 // What scripts need besides entry points (native_calls.cpp).

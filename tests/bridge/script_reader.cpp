@@ -53,12 +53,11 @@ private:
     // Each $name replaced by its value.
     std::string expanded(std::string text) const {
         for (std::size_t at = 0; (at = text.find('$', at)) != std::string::npos;) {
-            const auto isInName = [](unsigned char c) {
-                return std::isalnum(c) != 0;
-            };
-            const auto begin = text.begin() + static_cast<std::ptrdiff_t>(at),
-                       end = std::find_if_not(begin + 1, text.end(), isInName);
-            text.replace(begin, end, script.values.at(std::string(begin + 1, end)));
+            std::size_t count = 1;
+            while (std::isalnum(static_cast<unsigned char>(text[at + count])) != 0) { // a string ends with NUL
+                ++count;
+            }
+            text.replace(at, count, script.values.at(text.substr(at + 1, count - 1)));
         }
         return text;
     }
@@ -68,17 +67,20 @@ private:
         if (words[0] == "use") {
             read(words[1]);
         } else if (words[0] == "may" || words[0] == "must") {
-            (words[0] == "may" ? script.mayRaise : script.mustRaise).insert(text.substr(words[0].size() + 1));
+            script.raises.insert(text.substr(words[0].size() + 1));
+            if (words[0] == "may") {
+                script.mayRaise.insert(text.substr(4));
+            }
         } else if (text[0] == '[') {
             const Words options = wordsOf(text.substr(text.find(']') + 1));
             script.passages.push_back({text.substr(1, text.find(']') - 1), {options.begin(), options.end()}, {}});
         } else if (words.size() > 2 && words[1] == "=" && text.find_first_of(".@") > words[0].size()) {
             script.values[words[0]] = text.substr(text.find('=') + 2);
         } else if (text[0] == '>') {
-            const Words printed = split(text.substr(2), "\\n");
-            for (const std::string& line : printed) {
-                script.passages.back().lines.back().printed += line + (&line == &printed.back() ? "" : "\n");
+            for (std::size_t at; (at = text.find("\\n")) != std::string::npos;) {
+                text.replace(at, 2, "\n");
             }
+            script.passages.back().lines.back().printed = text.substr(2);
         } else {
             const bool hasChoices = text.find('{') != std::string::npos;
             for (std::size_t number = 0; (hasChoices || number == 0) && !alternative(text, number).empty(); ++number) {

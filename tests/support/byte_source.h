@@ -7,18 +7,16 @@
 #include <algorithm>
 #include <functional>
 #include <numeric>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
 class ByteSource {
 public:
-    // Bytes of a linear congruential sequence (Knuth's MMIX), the top byte of each state.
+    // Bytes of Knuth's MMIX, a linear congruential sequence, the top byte of each state.
     explicit ByteSource(std::uint64_t state)
-        : next_([state]() mutable {
-              state = state * 6364136223846793005U + 1442695040888963407U;
-              return static_cast<std::uint8_t>(state >> 56);
-          }) {
+        : next_([mmix = Mmix(state)]() mutable { return static_cast<std::uint8_t>(mmix() >> 56); }) {
     }
     // The bytes given, then zeros.
     explicit ByteSource(std::vector<std::uint8_t> script)
@@ -51,6 +49,7 @@ public:
     }
 
 private:
+    using Mmix = std::linear_congruential_engine<std::uint64_t, 6364136223846793005U, 1442695040888963407U, 0>;
     std::function<std::uint8_t()> next_;
 };
 

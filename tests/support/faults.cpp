@@ -12,38 +12,10 @@ struct alignas(std::max_align_t) BlockHead {
     std::size_t byteCount;
 };
 
-std::atomic<FaultPoint*> firstPoint{nullptr};
 std::atomic<std::uint64_t> live{0}, dirty{0}, kept{0};
 std::atomic<unsigned> ownWork{0};
 
 } // namespace
-
-FaultPoint::FaultPoint() : next_(firstPoint.exchange(this)) {
-}
-
-bool FaultPoint::strikes() {
-    ++calls_;
-    std::uint64_t left = countdown_.load();
-    while (left != 0 && !countdown_.compare_exchange_weak(left, left - 1)) {
-    }
-    if (left == 1) {
-        hasStruck_ = true;
-    }
-    return left == 1;
-}
-
-void FaultPoint::arm(std::uint64_t number) {
-    hasStruck_ = false;
-    countdown_ = number;
-}
-
-bool FaultPoint::disarmAll() {
-    bool wasOn = false;
-    for (FaultPoint* point = firstPoint; point != nullptr; point = point->next_) {
-        wasOn = point->countdown_.exchange(0) != 0 || wasOn;
-    }
-    return wasOn;
-}
 
 FaultPoint& platformFaults(PlatformService service) {
     static std::array<FaultPoint, static_cast<std::size_t>(PlatformService::randomBytes) + 1> points;

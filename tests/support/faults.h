@@ -14,32 +14,26 @@
 #include <tuple>
 #include <utility>
 
-// FaultPoint: where calls can be made to fail. Lives to the program's end. Safe in many threads.
+// FaultPoint: where calls can be made to fail. Safe in many threads.
 class FaultPoint {
 public:
-    FaultPoint();
-    FaultPoint(const FaultPoint&) = delete;
-    FaultPoint& operator=(const FaultPoint&) = delete;
-
     // At the point itself: counts the call; whether it is the one to fail.
-    bool strikes();
-
+    bool strikes() {
+        return ++calls_ == failing_;
+    }
     // The number-th call from now on fails, once; 0: none does.
-    void arm(std::uint64_t number);
+    void arm(std::uint64_t number) {
+        failing_ = number == 0 ? 0 : calls_ + number;
+    }
     bool hasStruck() const {
-        return hasStruck_;
+        return failing_ != 0 && calls_ >= failing_;
     }
     std::uint64_t calls() const {
         return calls_;
     }
 
-    // Switches every point off; whether one was still on.
-    static bool disarmAll();
-
 private:
-    std::atomic<std::uint64_t> countdown_{0}, calls_{0};
-    std::atomic<bool> hasStruck_{false};
-    FaultPoint* next_;
+    std::atomic<std::uint64_t> calls_{0}, failing_{0};
 };
 
 FaultPoint& heapFaults();
@@ -57,7 +51,6 @@ public:
         point_.arm(0);
     }
     Fault(const Fault&) = delete;
-    Fault& operator=(const Fault&) = delete;
 
     bool hasStruck() const {
         return point_.hasStruck();
@@ -79,12 +72,10 @@ void keep(std::uint64_t atMost);
 std::uint64_t keptBlocks();
 
 // OwnWork: while it lives, allocations are the test's own and are neither counted as calls nor refused.
-class OwnWork {
-public:
+struct OwnWork {
     OwnWork();
-    ~OwnWork();
     OwnWork(const OwnWork&) = delete;
-    OwnWork& operator=(const OwnWork&) = delete;
+    ~OwnWork();
 };
 
 } // namespace testheap
@@ -112,24 +103,49 @@ void refuseEach(Operation operation, Status refusal = ERR_MEM_ALLOC_FAIL, FaultP
 // expectNullsRefused: calls the functions with each pointer of good arguments null in turn, which must be ERR_NULL_POINTER, for
 // the first argument `first`. An argument that is null already may be null.
 template <Status first = ERR_NULL_POINTER, typename Result, typename... Parameters>
-void expectNullsRefused(std::initializer_list<Result (*)(Parameters...)> functions,
-                        std::type_identity_t<Parameters>... good) {
+void expectNullsRefused(std::initializer_list<Result (*)(Parameters...)> functions, std::decay_t<Parameters>... good) {
     for (const auto& function : functions) {
-        const auto refuse = [&]<std::size_t position>(std::integral_constant<std::size_t, position>) {
-            std::tuple<Parameters...> arguments(good...);
-            auto& argument = std::get<position>(arguments);
+        int position = 0;
+        const auto refuse = [&](auto& argument) {
             if constexpr (std::is_pointer_v<std::remove_reference_t<decltype(argument)>>) {
-                if (std::exchange(argument, nullptr) != nullptr) {
-                    EXPECT_EQ(std::apply(function, arguments), position == 0 ? first : ERR_NULL_POINTER)
+                if (const auto kept = std::exchange(argument, nullptr); kept != nullptr) {
+                    EXPECT_EQ(function(good...), position == 0 ? first : ERR_NULL_POINTER)
                         << "function " << &function - functions.begin() << ", argument " << position;
+                    argument = kept;
                 }
             }
+            ++position;
         };
-        [&]<std::size_t... position>(std::index_sequence<position...>) {
-            (refuse(std::integral_constant<std::size_t, position>()), ...);
-        }
-        (std::index_sequence_for<Parameters...>());
+        (refuse(good), ...);
     }
+}
+
+// emptyArgument: a pointer to an empty object, a source without bytes, or a number: for functions that refuse another argument.
+template <typename T> T emptyArgument() {
+    if constexpr (std::is_arithmetic_v<T>) {
+        return T{2};
+    } else if constexpr (std::is_pointer_v<T> && std::is_object_v<std::remove_pointer_t<T>>) {
+        static std::remove_cv_t<std::remove_pointer_t<T>> object{};
+        return &object;
+    } else {
+        return T(nullptr);
+    }
+}
+
+// expectNullsRefusedByEach: expectNullsRefused with such arguments for every pointer but a queue, which stands last.
+template <Status first = ERR_NULL_POINTER, typename... Functions>
+void expectNullsRefusedByEach(Functions... functions) {
+    int number = 0;
+    const auto refuse = [&number]<typename... Parameters>(Status (*function)(Parameters...)) {
+        SCOPED_TRACE(testing::Message() << "function " << number++);
+        std::tuple<std::decay_t<Parameters>...> good{emptyArgument<std::decay_t<Parameters>>()...};
+        auto& last = std::get<sizeof...(Parameters) - 1>(good);
+        if constexpr (std::is_same_v<decltype(last), struct vlong**&>) {
+            last = nullptr;
+        }
+        std::apply([function](const auto&... each) { expectNullsRefused<first>({function}, each...); }, good);
+    };
+    (refuse(functions), ...);
 }
 
 #endif

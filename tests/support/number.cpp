@@ -8,14 +8,14 @@
 #include <algorithm>
 #include <sstream>
 
-Number::Number(const Units& leastFirst, bool isNegative) : Number() {
+Number::Number(Units leastFirst, bool isNegative) : Number() {
     const testheap::OwnWork own;
-    EXPECT_EQ(alloc(), OK);
-    const bool isZero = std::count(leastFirst.begin(), leastFirst.end(), Unit{0}) == std::ssize(leastFirst);
-    EXPECT_EQ(isZero ? OK : VLONG_growKeep(get(), leastFirst.size()), OK); // a zero has no units behind it
-    for (std::size_t i = 0; i < leastFirst.size(); ++i) {
-        EXPECT_EQ(VLONG_setUnit(get(), static_cast<std::uint32_t>(i), leastFirst[i]), OK);
+    while (!leastFirst.empty() && leastFirst.back() == 0) { // a zero has no units behind it
+        leastFirst.pop_back();
     }
+    EXPECT_TRUE(alloc() == OK && VLONG_growKeep(get(), leastFirst.size()) == OK);
+    std::copy(leastFirst.begin(), leastFirst.end(), get()->units);
+    get()->length = static_cast<std::uint32_t>(leastFirst.size());
     get()->negative = isNegative ? 1 : 0;
 }
 
@@ -25,17 +25,17 @@ Number::Number(const std::string& text) : Number() {
     }
     const bool isNegative = text[0] == '-';
     std::istringstream parts(text.substr(isNegative ? 1 : 0));
-    Units units;
+    std::string digits; // of whole units
     for (std::string part; std::getline(parts, part, '.');) {
         const std::size_t star = std::min(part.find('*'), part.size());
-        const std::size_t count = star < part.size() ? std::stoul(part.substr(star + 1)) : 1;
-        for (std::size_t at = 0, end = star % 16; at < star;
-             at = end, end += 16) { // more than 16 digits: several units
-            end = end == 0 ? 16 : end;
-            units.insert(units.end(), count, std::stoull(part.substr(at, end - at), nullptr, 16));
+        for (std::size_t left = star < part.size() ? std::stoul(part.substr(star + 1)) : 1; left > 0; --left) {
+            digits += std::string((16 - star % 16) % 16, '0') + part.substr(0, star);
         }
     }
-    std::reverse(units.begin(), units.end());
+    Units units;
+    for (std::size_t end = digits.size(); end > 0; end -= 16) {
+        units.push_back(std::stoull(digits.substr(end - 16, 16), nullptr, 16));
+    }
     Number value(units, isNegative);
     swap(value);
 }
@@ -45,16 +45,9 @@ Number::Number(const Number& other) : Number() {
     EXPECT_EQ(VLONG_newCopy(other.get(), out(), nullptr), OK);
 }
 
-std::string Number::text() const {
-    return textOf(get());
-}
-
-Units Random::units(std::size_t count, bool extreme) {
-    constexpr Unit kExtremes[] = {0, 1, Unit{1} << 63, ~Unit{0}, ~Unit{0} - 1, (Unit{1} << 32) - 1, Unit{1} << 32};
-    Units units(count);
-    for (Unit& unit : units) {
-        unit = extreme && below(4) != 0 ? kExtremes[below(7)] : this->unit();
-    }
+Units Number::units(std::size_t count) const {
+    Units units(get()->units, get()->units + get()->length);
+    units.resize(count);
     return units;
 }
 
@@ -99,6 +92,12 @@ Number reduced(const Number& a, const Number& m) {
     }
     rest.get()->negative = 0;
     return rest;
+}
+
+Number lowered(Number a) {
+    const testheap::OwnWork own;
+    EXPECT_EQ(VLONG_decrement(a, nullptr), OK);
+    return a;
 }
 
 Number shifted(Number a, std::uint32_t bits) {

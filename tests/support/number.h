@@ -8,11 +8,13 @@
 #include "tests/support/faults.h"
 
 #include <ostream>
-#include <random>
 #include <string>
 #include <vector>
 
 using Units = std::vector<Unit>;
+
+std::string textOf(const vlong* value);
+std::string hexOf(const vlong* value); // whole bytes without leading zeros; "null" for none
 
 class Number : public ScopedVlong {
 public:
@@ -23,38 +25,22 @@ public:
     }
     explicit Number(Unit value) : Number(Units{value}) {
     }
-    explicit Number(const Units& leastFirst, bool isNegative = false); // zero top units are trimmed
+    explicit Number(Units leastFirst, bool isNegative = false); // zero top units are trimmed
     Number(const Number& other);
 
     operator vlong*() const {
         return get();
     }
-    std::string text() const;
+    std::string text() const {
+        return textOf(get());
+    }
+    Units units(std::size_t count) const; // the least first, filled up with zeros, or cut
 };
 
-// Random: units from a fixed seed; with `extreme` most of them are 0, 1, 2^63, 2^64-1 and the like.
-class Random {
-public:
-    explicit Random(std::uint64_t seed) : generator_(seed) {
-    }
-    Unit unit() {
-        return generator_();
-    }
-    std::uint32_t below(std::uint32_t bound) {
-        return static_cast<std::uint32_t>(unit() % bound);
-    }
-    Units units(std::size_t count, bool extreme = false);
-
-private:
-    std::mt19937_64 generator_;
-};
-
-std::string textOf(const vlong* value);
-std::string hexOf(const vlong* value); // whole bytes without leading zeros; "null" for none
-
-// What tests reckon with: a b; a mod m, not negative; a 2^bits.
+// What tests reckon with: a b; a mod m, not negative; a - 1; a 2^bits.
 Number multiplied(const Number& a, const Number& b);
 Number reduced(const Number& a, const Number& m);
+Number lowered(Number a);
 Number shifted(Number a, std::uint32_t bits);
 
 inline bool operator==(const Number& a, const Number& b) {
@@ -62,34 +48,6 @@ inline bool operator==(const Number& a, const Number& b) {
 }
 inline void PrintTo(const Number& number, std::ostream* stream) {
     *stream << number.text();
-}
-
-// emptyArgument: a pointer to an empty object, a source without bytes, or a number: for functions that refuse another argument.
-template <typename T> T emptyArgument() {
-    if constexpr (std::is_arithmetic_v<T>) {
-        return T{2};
-    } else if constexpr (std::is_pointer_v<T> && std::is_object_v<std::remove_pointer_t<T>>) {
-        static std::remove_cv_t<std::remove_pointer_t<T>> object{};
-        return &object;
-    } else {
-        return T(nullptr);
-    }
-}
-
-// expectNullsRefusedByEach: expectNullsRefused with such arguments for every pointer but a queue, which stands last.
-template <Status first = ERR_NULL_POINTER, typename... Functions>
-void expectNullsRefusedByEach(Functions... functions) {
-    int number = 0;
-    const auto refuse = [&number]<typename... Parameters>(Status (*function)(Parameters...)) {
-        SCOPED_TRACE(testing::Message() << "function " << number++);
-        std::tuple<std::decay_t<Parameters>...> good{emptyArgument<std::decay_t<Parameters>>()...};
-        auto& last = std::get<sizeof...(Parameters) - 1>(good);
-        if constexpr (std::is_same_v<decltype(last), vlong**&>) {
-            last = nullptr;
-        }
-        std::apply([function](const auto&... each) { expectNullsRefused<first>({function}, each...); }, good);
-    };
-    (refuse(functions), ...);
 }
 
 #endif

@@ -38,16 +38,12 @@ std::vector<std::pair<std::string, std::string>> linesOf(const std::string& file
 
 Words wordsOf(const std::string& line) {
     Words words;
-    bool isQuoted = false, isInWord = false;
-    for (const char c : line) {
-        isQuoted ^= c == '"';
-        const bool wasInWord = std::exchange(isInWord, c != ' ' || isQuoted);
-        if (isInWord && !wasInWord) {
-            words.emplace_back();
+    for (std::size_t begin, end = 0; (begin = line.find_first_not_of(' ', end)) != std::string::npos;) {
+        bool isQuoted = false;
+        for (end = begin; end < line.size() && (isQuoted || line[end] != ' '); ++end) {
+            isQuoted ^= line[end] == '"';
         }
-        if (isInWord) {
-            words.back() += c;
-        }
+        words.push_back(line.substr(begin, end - begin));
     }
     return words;
 }

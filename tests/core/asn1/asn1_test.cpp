@@ -1,7 +1,7 @@
-// The parser, the look-ups, and the stream beneath them.
-#include "core/asn1/asn1_check.h"
+// The parser, the look-ups, and the stream beneath them; the builder.
 #include "core/asn1/asn1_walk.h"
-#include "core/memory/endian.h"
+#include "core/asn1/der.h"
+#include "core/memory/secret.h"
 #include "tests/support/asn1_outline.h"
 #include "tests/support/faults.h"
 #include "tests/support/vectors.h"
@@ -20,30 +20,6 @@ Status parse(const Words& in, Words& out) {
     if (parsed.status == OK) {
         out = {outline(parsed.top())};
     }
-    return parsed.status;
-}
-
-// Content inside items in each other, each with a length field of four octets.
-Bytes nested(std::uint8_t identifier, std::uint32_t levels, Bytes content) {
-    for (; levels > 0; --levels) {
-        Bytes header{identifier, 0x84, 0, 0, 0, 0};
-        storeBigEndian(header.data() + 2, static_cast<std::uint32_t>(content.size()));
-        content.insert(content.begin(), header.begin(), header.end());
-    }
-    return content;
-}
-
-Status nest(const Words& in, Words& out) {
-    Bytes input = bytesOf(in.back());
-    for (std::size_t i = in.size() - 1; i >= 2; i -= 2) {
-        input = nested(bytesOf(in[i - 2])[0], numberOf(in[i - 1]), input);
-    }
-    const Parsed parsed(input);
-    int depth = 0;
-    for (const Asn1Node* item = parsed.top(); item != nullptr; item = asn1FirstChild(item)) {
-        ++depth;
-    }
-    out = parsed.status == OK ? Words{std::to_string(depth)} : Words();
     return parsed.status;
 }
 
@@ -66,13 +42,11 @@ Status walk(const Words& in, Words& out) {
     std::deque<Bytes> oids;
     std::vector<Asn1WalkStep> steps;
     for (const std::string& word : in) {
-        const std::size_t colon = std::min(word.find(':') + 1, word.size());
-        const std::string argument = colon == 0 ? "0" : word.substr(colon);
+        const std::string argument = word.substr(word.find(':') + 1); // the instruction again where it needs none
         const std::uint32_t instruction = numberOf(word);
         const bool isOid = instruction == kWalkCheckOid || instruction == kWalkSequenceByOid;
-        oids.push_back(isOid && argument != "none" ? oidOf(argument) : Bytes());
-        steps.push_back(
-            {instruction, isOid ? 0 : numberOf(argument), oids.back().empty() ? nullptr : oids.back().data()});
+        steps.push_back({instruction, isOid ? 0 : numberOf(argument),
+                         isOid && argument != "none" ? oids.emplace_back(oidOf(argument)).data() : nullptr});
     }
     steps.push_back({kWalkEnd, 0, nullptr});
     Asn1Node* result = parsed.top();
@@ -114,9 +88,72 @@ Status read(const Words& in, Words& out) {
     return OK;
 }
 
+Status serialize(DerNode* root, SecretBuffer& encoding) {
+    std::uint8_t* octets = nullptr;
+    std::uint32_t length = 1;
+    const Status status = Der_SerializeToBuffer(root, &octets, &length);
+    EXPECT_EQ(octets == nullptr, length == 0);
+    encoding.adopt(octets, length);
+    return status;
+}
+
+Status build(const Words& in, Words& out) {
+    ScopedTree<DerNode> root;
+    std::vector<DerNode*> items;
+    std::deque<Bytes> data;
+    const auto kindOf = [](const std::string& letter) { // in the order of their numbers
+        return static_cast<std::uint8_t>(std::string("doi").find(letter));
+    };
+    for (std::string word : in) {
+        std::replace(word.begin(), word.end(), ',', ' ');
+        const Words part = wordsOf(word);
+        if (word[0] == '!') {
+            items[numberOf(part[0].substr(1))]->kind = kindOf(part[1]);
+            continue;
+        }
+        const bool isOpen = part[3][0] == '#', isForeign = word[0] == '+', isInteger = part[2] == "u";
+        DerNode *const parent = items.empty() ? nullptr : items[numberOf(part[0])], *item = nullptr;
+        const Bytes& content = data.emplace_back(isOpen ? Bytes() : bytesOf(part[3]));
+        const auto length = isOpen ? numberOf(part[3].substr(1)) : static_cast<std::uint32_t>(content.size());
+        RETURN_IF_ERROR(isInteger ? Der_AddUnsignedInteger(parent, length, content.data(), &item)
+                                  : Der_AddItem(isForeign ? nullptr : parent, bytesOf(part[1])[0], length,
+                                                isOpen ? nullptr : content.data(), &item));
+        if (items.empty()) {
+            *root.out() = item;
+        } else if (isForeign) {
+            EXPECT_EQ(Tree_AppendChild(parent, item), OK);
+        }
+        EXPECT_TRUE(isOpen || item->data + item->dataLength == content.data() + length) << "copied";
+        item->kind = isInteger ? kDerDefinite : kindOf(part[2]);
+        item->writtenAt = &item->type; // as if it had been written before
+        items.push_back(item);
+    }
+    std::uint32_t length = 1;
+    const Status computed = Der_ComputeLength(root.get(), &length);
+    out = {std::to_string(length)};
+    if (computed == ERR_BAD_LENGTH) {
+        return computed;
+    }
+    out.insert(out.begin(), statusName(computed));
+    if (length == UINT32_MAX) { // nothing that long is ever there, the builder only adds lengths up
+        return OK;
+    }
+    SecretBuffer encoding;
+    RETURN_IF_ERROR(serialize(root.get(), encoding));
+    EXPECT_EQ(encoding.size(), length);
+    out.push_back(textOf(Bytes(encoding.data(), encoding.data() + std::min(length, 32U))));
+    for (const DerNode* item : items) {
+        const std::string place = std::to_string(item->writtenAt - encoding.data());
+        out.push_back(item->writtenAt == nullptr       ? "-"
+                      : item->writtenAt == &item->type ? "untouched"
+                                                       : place + "+" + std::to_string(item->writtenLength));
+    }
+    return OK;
+}
+
 TEST(Asn1, Vectors) {
     runVectors("core/asn1/asn1_vectors.txt",
-               {{"parse", parse}, {"nest", nest}, {"walk", walk}, {"seek", seek}, {"read", read}});
+               {{"parse", parse}, {"walk", walk}, {"seek", seek}, {"read", read}, {"build", build}});
 }
 
 TEST(Asn1, RootsAndNulls) {
@@ -252,11 +289,61 @@ TEST(Asn1, FailuresOfTheStreamArePassedOn) {
 
 // Half a million siblings: a parser that looked for the end of the list each time would not come back in time.
 TEST(Asn1, AMegabyteOfSmallItems) {
-    const Bytes input = nested(0x30, 1, bytesOf("0500*500000"));
-    const Parsed parsed(input);
-    Asn1Node* last = nullptr;
-    ASSERT_EQ(Asn1_NthChild(parsed.top(), 500000, &last), OK);
-    EXPECT_EQ(outline(last), "U5[2,1000006,0]");
+    EXPECT_EQ(Parsed(bytesOf("3084000f4240+0500*500000")).status, OK);
+}
+
+DerNode* add(DerNode* parent, std::uint8_t type) {
+    DerNode* item = nullptr;
+    EXPECT_EQ(Der_AddItem(parent, type, 0, nullptr, &item), OK);
+    return item;
+}
+
+TEST(Der, WrongArgumentsAndLinkedItems) {
+    ScopedTree<DerNode> root;
+    *root.out() = add(nullptr, 0x10);
+    root->kind = kDerIndefinite;
+    const std::uint8_t zero = 0;
+    std::uint8_t* buffer = nullptr;
+    std::uint32_t length = 1, written = 1;
+    DerNode* item = root.get();
+    {
+        const Fault refused(heapFaults(), 1);
+        EXPECT_EQ(Der_AddItem(root.get(), 5, 0, nullptr, &item), ERR_MEM_ALLOC_FAIL);
+    }
+    EXPECT_TRUE(item == nullptr && root->firstChild == nullptr && root->type == 0x10);
+    EXPECT_EQ(Der_AddItem(nullptr, 5, 0, nullptr, nullptr), ERR_INVALID_ARG);
+    EXPECT_EQ(Der_AddUnsignedInteger(nullptr, 1, &zero, nullptr), ERR_INVALID_ARG);
+    EXPECT_EQ(Der_AddUnsignedInteger(root.get(), 0, nullptr, nullptr), ERR_NULL_POINTER);
+    expectNullsRefused({Der_ComputeLength}, root.get(), &length);
+    expectNullsRefused({Der_SerializeToBuffer}, root.get(), &buffer, &written);
+    EXPECT_EQ(length + written, 0U);
+    // Where a list ends is not remembered for longer than it does; what is linked is neither linked again nor freed.
+    add(root.get(), 1);
+    add(root.get(), 2);
+    treeFreeChildren(root.get());
+    root->kind = kDerDefinite;
+    DerNode *const kept = add(root.get(), 3), *const last = add(root.get(), 4);
+    EXPECT_EQ(Tree_FreeSubtree(last), ERR_TREE_LINKEDCHILD);
+    EXPECT_EQ(Tree_AppendChild(kept, last), ERR_TREE_LINKEDCHILD);
+    expectNullsRefusedByEach(Tree_AppendChild, Tree_FreeSubtree);
+    add(root.get(), 5);
+    SecretBuffer encoding;
+    EXPECT_EQ(serialize(root.get(), encoding), OK);
+    EXPECT_EQ(toHex({encoding.data(), encoding.size()}), "3006030004000500");
+}
+
+// Deeper and longer than any stack or quadratic walk would bear.
+TEST(Der, DeepAndWideTrees) {
+    ScopedTree<DerNode> root;
+    *root.out() = add(nullptr, kDerTypeSequence);
+    DerNode* deepest = root.get();
+    for (int i = 0; i < 200000; ++i) {
+        add(root.get(), 5);
+        deepest = add(deepest, kDerTypeSequence);
+    }
+    SecretBuffer encoding;
+    EXPECT_EQ(serialize(root.get(), encoding), OK);
+    EXPECT_EQ(toHex({encoding.data() + encoding.size() - 4, 4}), "05000500");
 }
 
 } // namespace

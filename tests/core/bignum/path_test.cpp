@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <csignal>
+#include <random>
 #include <ucontext.h>
 #include <x86intrin.h>
 
@@ -19,62 +20,52 @@ struct Path {
 };
 Path path;
 
-// The general register with the number that an instruction gives it.
-std::uint64_t registerOf(const greg_t* registers, unsigned number) {
-    constexpr int kOrder[] = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RSP, REG_RBP, REG_RSI, REG_RDI,
-                              REG_R8,  REG_R9,  REG_R10, REG_R11, REG_R12, REG_R13, REG_R14, REG_R15};
-    return static_cast<std::uint64_t>(registers[kOrder[number]]);
-}
-
-// Whether an instruction has an operand by a ModRM octet; a row of bits for the 16 opcodes from 16 i on. In the first map these are
-// arithmetic, moves, shifts; not LEA, whose sum is a value. In the second all but jumps, NOPs, and those without operands.
-bool hasModrm(unsigned map, unsigned opcode) {
-    constexpr std::uint16_t kRows[2][16] = {{0x0F0F, 0x0F0F, 0x0F0F, 0x0F0F, 0, 0, 0x0A08, 0, //
-                                             0x0FFF, 0, 0, 0, 0x00C3, 0x000F, 0, 0xC0C0},
-                                            {0xF7DF, 0x3FFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFF7F, //
-                                             0, 0xFFFF, 0xFFFB, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF}};
-    return map > 1 || (kRows[map][opcode >> 4] >> (opcode & 15) & 1) != 0;
-}
-
 // What varies of the address of the operand in memory of the instruction at `code`: base + scale index; 0 without one. The
 // displacement is the instruction's own. Operands of pushes and string instructions have the stack pointer and registers
 // that the instructions themselves count.
 std::uint64_t operandAddress(const std::uint8_t* code, const greg_t* registers) {
-    unsigned extendBase = 0, extendIndex = 0, map = 0;
+    unsigned rex = 0, map = 0; // of REX the lowest bits: the base's highest bit, and that of the index
     while (*code == 0x66 || *code == 0xF2 || *code == 0xF3 || *code == 0x2E || *code == 0x64) {
         ++code; // prefixes
     }
     if (*code == 0x62 || *code == 0xC4) { // EVEX, VEX
+        rex = ~unsigned{code[1]} >> 5;
         map = code[1] & 7;
-        extendBase = (~code[1] >> 5 & 1) * 8;
-        extendIndex = (~code[1] >> 6 & 1) * 8;
         code += *code == 0x62 ? 4 : 3;
     } else if (*code == 0xC5) {
         map = 1;
         code += 2;
     } else {
-        if ((*code & 0xF0) == 0x40) { // REX
-            extendBase = (*code & 1) * 8;
-            extendIndex = (*code >> 1 & 1) * 8;
-            ++code;
-        }
+        rex = (*code & 0xF0) == 0x40 ? *code++ : 0U;
         if (*code == 0x0F) {
             ++code;
             map = *code == 0x38 || *code == 0x3A ? 2 : 1;
             code += map - 1;
         }
     }
+    // Which opcodes have an operand by a ModRM octet: a row of bits for the 16 from 16 i on. In the first map these are
+    // arithmetic, moves, shifts; not LEA, whose sum is a value. In the second all but jumps, NOPs, and those without operands.
+    constexpr std::uint16_t kRows[2][16] = {{0x0F0F, 0x0F0F, 0x0F0F, 0x0F0F, 0, 0, 0x0A08, 0, //
+                                             0x0FFF, 0, 0, 0, 0x00C3, 0x000F, 0, 0xC0C0},
+                                            {0xF7DF, 0x3FFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFF7F, //
+                                             0, 0xFFFF, 0xFFFB, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF}};
+    const bool hasModrm = map > 1 || (kRows[map][*code >> 4] >> (*code & 15) & 1) != 0;
     const unsigned modrm = code[1], mode = modrm >> 6, low = modrm & 7;
     // Registers alone, or at a distance from the instruction: no operand that varies.
-    if (!hasModrm(map, *code) || mode == 3 || (low == 5 && mode == 0)) {
+    if (!hasModrm || mode == 3 || (low == 5 && mode == 0)) {
         return 0;
     }
+    const auto valueOf = [registers](unsigned number) {
+        constexpr int kOrder[] = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RSP, REG_RBP, REG_RSI, REG_RDI,
+                                  REG_R8,  REG_R9,  REG_R10, REG_R11, REG_R12, REG_R13, REG_R14, REG_R15};
+        return static_cast<std::uint64_t>(registers[kOrder[number]]);
+    };
+    const unsigned extendBase = (rex & 1) * 8, extendIndex = (rex >> 1 & 1) * 8;
     if (low != 4) {
-        return registerOf(registers, low + extendBase);
+        return valueOf(low + extendBase);
     }
     const unsigned sib = code[2], base = sib & 7, index = (sib >> 3 & 7) + extendIndex;
-    return (base == 5 && mode == 0 ? 0 : registerOf(registers, base + extendBase)) +
-           (index == 4 ? 0 : registerOf(registers, index) << (sib >> 6));
+    return (base == 5 && mode == 0 ? 0 : valueOf(base + extendBase)) + (index == 4 ? 0 : valueOf(index) << (sib >> 6));
 }
 
 void onStep(int, siginfo_t*, void* context) {
@@ -101,13 +92,13 @@ template <typename Run> __attribute__((noinline)) Path stepThrough(Run run) {
 // The path with the exponent given and all else at random, always at the same places.
 Path pathOf(std::uint32_t k, bool pair, Unit exponent, bool isSecret) {
     constexpr std::uint32_t kBits = 8; // two windows: all that a longer exponent does is done
-    static Random random(8);
+    static std::mt19937_64 random(8);
     static Unit modulus[64], base[64], square[64], results[2][64], exponentUnit;
     alignas(64) static Unit scratch[1 << 16];
     const ModExpKernel& kernel = chooseKernel(modExpKernelTable()).run;
     for (Unit* const units :
          {modulus, base, square}) { // square stands for the squared radix: any value has the same path
-        std::generate_n(units, k, [] { return random.unit(); });
+        std::generate_n(units, k, [] { return random(); });
         units[k - 1] >>= 1;
     }
     modulus[0] |= 1;

@@ -1,7 +1,9 @@
-// The generator in known states, and contexts without entropy threads, which cost no time.
+// The generator in known states; contexts without entropy threads, which cost no time; and at last, at its real pace, seeding
+// with them, and the shared context with its depot thread.
 #include "core/random/internal/fips186.h"
 #include "core/random/internal/seed_pool.h"
-#include "core/random/random.h"
+#include "core/random/random_global.h"
+#include "platform/rtos_clock.h"
 #include "tests/support/faults.h"
 #include "tests/support/in_threads.h"
 #include "tests/support/vectors.h"
@@ -11,12 +13,8 @@
 
 namespace {
 
-struct Release {
-    void operator()(RandomContext* context) const {
-        EXPECT_EQ(randomReleaseContext(&context), OK);
-    }
-};
-using Owned = std::unique_ptr<RandomContext, Release>;
+using Owned = std::unique_ptr<RandomContext,
+                              decltype([](RandomContext* context) { EXPECT_EQ(randomReleaseContext(&context), OK); })>;
 
 Owned acquired() {
     RandomContext* context = nullptr;
@@ -30,11 +28,24 @@ Bytes drawn(const Owned& context, std::uint32_t length) {
     return bytes;
 }
 
+// What acquiring says, whose context goes again.
+Status acquire() {
+    RandomContext* context = nullptr;
+    const Status status = randomAcquireContext(&context);
+    EXPECT_EQ(randomReleaseContext(&context), isError(status) ? ERR_NULL_POINTER : OK);
+    return status;
+}
+
 // First of all in this program: nobody has used the seed pool before.
-TEST(Random, A_FirstUsesAtOnce) {
-    ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK); // for all of this program
-    inThreads(8, [](unsigned) { EXPECT_NE(acquired(), nullptr); });
-    testheap::keep(2); // the pool's two mutexes
+TEST(Random, FirstUses) {
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithoutThreads), OK);
+    for (const unsigned number : {1U, 2U}) { // the pool's two mutexes
+        const Fault fault(PlatformService::mutexCreate, number);
+        EXPECT_EQ(number == 1 ? seedPoolInit() : acquire(), ERR_RTOS_MUTEX_CREATE);
+    }
+    inThreads(8, [](unsigned) { EXPECT_EQ(acquire(), OK); });
+    EXPECT_EQ(seedPoolInit(), ERR_FALSE);
+    testheap::keep(2); // those mutexes
 }
 
 Status knownStates(const Words& in, Words& out) {
@@ -80,7 +91,6 @@ TEST(Random, Arguments) {
     expectNullsRefused({randomAcquireContext, randomReleaseContext}, &context);
     expectNullsRefused({randomAcquireContextOfKind}, &context, kRandomKindFips186);
     EXPECT_EQ(randomAcquireContextOfKind(&context, 2), ERR_INVALID_ARG);
-    EXPECT_EQ(randomReleaseContext(&context), ERR_NULL_POINTER);
     for (const std::uint32_t keyBytes : {0U, 19U, 65U, 256U + 20U, 0x80000014U}) {
         EXPECT_EQ(fips186NewContext(&context, keyBytes, key.data(), 0, nullptr), ERR_INVALID_ARG) << keyBytes;
     }
@@ -89,21 +99,21 @@ TEST(Random, Arguments) {
     const Owned first(context), second(plain);
     EXPECT_EQ(drawn(first, 40), drawn(second, 40));
     EXPECT_EQ(fips186Generate(nullptr, nullptr, 0), OK); // a length of 0 comes first
-    expectNullsRefused({fips186Generate}, &context->state, &byte, 1);
+    expectNullsRefused({fips186Generate}, &plain->state, &byte, 1);
     for (const std::uint8_t kind : {std::uint8_t{0}, kRandomKindFips186}) {
         ASSERT_EQ(randomAcquireContextOfKind(&context, kind), OK);
-        expectNullsRefused({randomGenerate}, context, &byte, 0);
-        EXPECT_EQ(randomGenerate(context, &byte, 0), OK);
-        context->kind = 1; // no context that there could be
-        for (RandomContext* unusable : {context, static_cast<RandomContext*>(nullptr)}) {
-            EXPECT_EQ(randomGenerateCallback(unusable, 1, &byte), ERR_NULL_POINTER);
-            EXPECT_EQ(randomAddEntropyBit(unusable, 1), ERR_NULL_POINTER);
-            EXPECT_EQ(randomReleaseContext(&unusable), ERR_NULL_POINTER);
-        }
-        context->kind = 0;
         EXPECT_EQ(randomReleaseContext(&context), OK);
         EXPECT_EQ(context, nullptr);
     }
+    expectNullsRefused({randomGenerate}, plain, &byte, 0);
+    EXPECT_EQ(randomGenerate(plain, &byte, 0), OK);
+    plain->kind = 1; // no context that there could be
+    for (RandomContext* unusable : {plain, context}) {
+        EXPECT_EQ(randomGenerateCallback(unusable, 1, &byte), ERR_NULL_POINTER);
+        EXPECT_EQ(randomAddEntropyBit(unusable, 1), ERR_NULL_POINTER);
+        EXPECT_EQ(randomReleaseContext(&unusable), ERR_NULL_POINTER);
+    }
+    plain->kind = 0;
     EXPECT_EQ(byte, 0);
     EXPECT_EQ(randomSetSeedingMode(2), ERR_INVALID_ARG);
     EXPECT_EQ(randomGetSeedingMode(), kSeedWithoutThreads);
@@ -120,7 +130,6 @@ TEST(Random, StreamsBitsAndSeeds) {
         ASSERT_EQ(randomAddEntropyBit(first.get(), 1), OK);
     }
     EXPECT_EQ(first->state.bitPosition, position); // wraps around
-    EXPECT_EQ(first->entropyBitCount, 512U);
     Bytes seed(200);
     EXPECT_EQ(seedPoolGetBytes(nullptr, 0), ERR_NULL_POINTER);
     EXPECT_EQ(seedPoolGetBytes(seed.data(), 200), OK);
@@ -129,12 +138,6 @@ TEST(Random, StreamsBitsAndSeeds) {
 
 // What acquiring and drawing ask of the system, each refused in turn.
 TEST(Random, Refusals) {
-    const auto acquire = [] {
-        RandomContext* context = nullptr;
-        const Status status = randomAcquireContext(&context);
-        EXPECT_EQ(randomReleaseContext(&context), isError(status) ? ERR_NULL_POINTER : OK);
-        return status;
-    };
     for (const auto& [service, refusal] : {std::pair{PlatformService::mutexCreate, ERR_RTOS_MUTEX_CREATE},
                                            {PlatformService::mutexWait, ERR_RTOS_MUTEX_WAIT},
                                            {PlatformService::randomBytes, ERR_RTOS}}) {
@@ -172,6 +175,77 @@ TEST(Random, ManyThreadsOnOneContext) {
     });
     EXPECT_EQ(context->entropyBitCount, 1600U);
     EXPECT_LT(context->state.bitPosition, 512U);
+}
+
+TEST(Random, TheSharedContextHasUsers) {
+    const auto expect = [](Status status, Status expected, bool isThere) {
+        EXPECT_EQ(status, expected);
+        EXPECT_EQ(globalRandomContext() != nullptr, isThere);
+    };
+    expect(randomFreeGlobal(), ERR_RAND_CTX_NOT_INITIALIZED, false);
+    expect(randomReleaseGlobalContext(), ERR_RAND_CTX_NOT_INITIALIZED, false);
+    expect(randomAddGlobalEntropyBit(1), ERR_RAND_CTX_NOT_INITIALIZED, false);
+    expect(randomAddGlobalEntropyWord(1), ERR_RAND_CTX_NOT_INITIALIZED, false);
+    expect(randomInitGlobal(), OK, true);
+    RandomContext* const context = globalRandomContext();
+    expect(randomInitGlobal(), OK, true);
+    EXPECT_EQ(globalRandomContext(), context);
+    expect(randomAddGlobalEntropyBit(1), OK, true);
+    const std::uint8_t before = context->state.xkey.byte(0), other = context->state.xkey.byte(4);
+    expect(randomAddGlobalEntropyWord(0x80000003), OK, true); // positions 2 to 33
+    EXPECT_EQ(context->entropyBitCount, 33U);
+    EXPECT_EQ(context->state.xkey.byte(0) ^ before, 0x0C);
+    EXPECT_EQ(context->state.xkey.byte(4) ^ other, 0x02);
+    expect(randomFreeGlobal(), OK, true); // one user is left
+    expect(randomFreeGlobal(), OK, false);
+    // Released under its user: the next one makes it anew; the last one finds nothing and leaves nothing behind.
+    expect(randomInitGlobal(), OK, true);
+    expect(randomReleaseGlobalContext(), OK, false);
+    expect(randomInitGlobal(), OK, true);
+    expect(randomFreeGlobal(), OK, true);
+    expect(randomReleaseGlobalContext(), OK, false);
+    expect(randomFreeGlobal(), ERR_RAND_CTX_NOT_INITIALIZED, false);
+    expect(randomInitGlobal(), OK, true);
+    expect(randomFreeGlobal(), OK, false);
+}
+
+// Two acquisitions side by side, each with threads of its own, any of which may not start.
+TEST(Random, SeedingWithThreadsTakesSixSeconds) {
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithThreads), OK);
+    for (const unsigned number : {1U, 2U, 3U}) {
+        const Fault fault(PlatformService::threadStart, number);
+        EXPECT_EQ(acquire(), ERR_RTOS_THREAD_CREATE) << "thread " << number;
+    }
+    Bytes streams[2];
+    MsTimeStamp start{};
+    (void)rtosDeltaMs(nullptr, &start);
+    inThreads(2, [&streams](unsigned number) { streams[number] = drawn(acquired(), 64); });
+    EXPECT_GE(rtosDeltaMs(&start, nullptr), 6175U) << "the busy periods alone take that long";
+    EXPECT_NE(streams[0], streams[1]);
+}
+
+TEST(Random, TheDepotFillsTheSharedContext) {
+    ASSERT_EQ(randomSetSeedingMode(kSeedWithThreads), OK);
+    {
+        const Fault fault(PlatformService::threadStart, 1);
+        EXPECT_EQ(randomInitGlobal(), ERR_RTOS_THREAD_CREATE);
+        EXPECT_EQ(globalRandomContext(), nullptr);
+    }
+    ASSERT_EQ(randomInitGlobal(), OK);
+    RandomContext& context = *globalRandomContext();
+    std::uint64_t before[Xkey::kWords], after[Xkey::kWords];
+    std::uint8_t byte = 0;
+    EXPECT_EQ(randomGenerate(&context, &byte, 1), OK);
+    const std::atomic_ref entropyBits(context.entropyBitCount);
+    EXPECT_LT(entropyBits.load(), 384U) << "usable at once, while the depot takes six seconds";
+    context.state.xkey.asBlock(before);
+    for (int i = 0; i < 1200 && entropyBits.load() < 384; ++i) {
+        rtosSleepMs(50);
+    }
+    EXPECT_EQ(entropyBits.load(), 384U);
+    context.state.xkey.asBlock(after);
+    EXPECT_FALSE(std::equal(before, before + Xkey::kWords, after)) << "some of which were 1";
+    EXPECT_EQ(randomFreeGlobal(), OK); // waits for the depot's last steps
 }
 
 } // namespace

@@ -17,24 +17,22 @@ final class ChildJvm {
     static final String TEST_CLASSES = new File(URI.create(
             ChildJvm.class.getProtectionDomain().getCodeSource().getLocation().toString())).getPath();
 
+    static final String CLASS_PATH = PROVIDER_JAR + File.pathSeparator + TEST_CLASSES;
+
     private ChildJvm() {}
 
     /** Runs a program of the tests, with their class path unless the options name another; the result is what it prints. */
     static String run(Class<?> program, List<String> options, String... arguments) throws Exception {
-        return runLimited(null, program, options, arguments);
-    }
-
-    /** The same under a limit that the shell's command ulimit sets. */
-    static String runLimited(String limit, Class<?> program, List<String> options, String... arguments) throws Exception {
         List<String> all = new ArrayList<>(List.of("-cp", System.getProperty("java.class.path")));
         all.addAll(options);
         all.add(program.getName());
         all.addAll(List.of(arguments));
-        return run(limit, "ALL-UNNAMED", all);
+        return run(null, "ALL-UNNAMED", all);
     }
 
     /**
-     * Runs java with the arguments; one module alone is allowed native code, as far as this version can tell them apart.
+     * Runs java with the arguments, under a limit that the shell's command ulimit sets; one module alone is allowed native code, as
+     * far as this version can tell them apart. Either may be null.
      *
      * @return what it prints on both streams, with line feeds at the ends of lines, whatever the system writes
      */

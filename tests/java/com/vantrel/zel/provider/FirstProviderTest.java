@@ -2,7 +2,6 @@ package com.vantrel.zel.provider;
 
 import static org.junit.jupiter.api.Assertions.*;
 
-import java.io.File;
 import java.lang.module.ModuleFinder;
 import java.math.BigInteger;
 import java.net.*;
@@ -31,7 +30,7 @@ class FirstProviderTest {
 
     private String run(String settings, String... arguments) throws Exception {
         Path properties = Files.writeString(folder.resolve("java.security"), settings);
-        List<String> all = new ArrayList<>(List.of("-cp", ChildJvm.PROVIDER_JAR + File.pathSeparator + ChildJvm.TEST_CLASSES,
+        List<String> all = new ArrayList<>(List.of("-cp", ChildJvm.CLASS_PATH,
                 "-Djava.security.properties=" + properties, "-Duser.language=en"));
         if (!OS.WINDOWS.isCurrentOs()) { // there the checker complains of the JDK's own NetworkInterface, which seeds its generator
             all.add("-Xcheck:jni");

@@ -7,7 +7,6 @@ import com.vantrel.zel.provider.internal.*;
 import com.vantrel.zel.provider.spi.ZelSecureRandomSpi;
 import java.io.*;
 import java.net.*;
-import java.nio.charset.StandardCharsets;
 import java.nio.file.*;
 import java.nio.file.attribute.FileTime;
 import java.security.*;
@@ -15,7 +14,7 @@ import java.time.*;
 import java.util.*;
 import java.util.concurrent.*;
 import java.util.concurrent.locks.LockSupport;
-import java.util.zip.*;
+import java.util.stream.Stream;
 import org.junit.jupiter.api.*;
 import org.junit.jupiter.api.condition.*;
 import org.junit.jupiter.api.io.TempDir;
@@ -27,9 +26,8 @@ class LoadingTest {
     private static final boolean IS_WINDOWS = OS.WINDOWS.isCurrentOs();
     private static final String IN_JAR = "/native/" + (IS_WINDOWS ? "windows" : "linux")
             + (System.getProperty("os.arch").equals("aarch64") ? "-aarch64/" : "-x86_64/") + NAME;
-    private static final int ELF_MACHINE = 18; // offset in the ELF header
-    private static final int PE_HEADER = 0x3c; // says where in a DLL that header stands, 4 bytes before the machine
-    private static final byte ANOTHER_MACHINE = (byte) 243;
+    private static final String NOT_IN_JAR = "-Dos.arch=none"; // a machine for which the jar has no library
+    private static final String VERSION_MARK = "zelspi version "; // in front of a library's version, behind which is a NUL
 
     @TempDir Path folder;
     private Path temporary;
@@ -85,7 +83,7 @@ class LoadingTest {
         }
     }
 
-    /** Run in a child: the start fails, then the first users, reading a stored generator, two more starts; and then all goes well. */
+    /** Run in a child: the start fails, then the first users, reading a stored generator, one more start; and then all goes well. */
     public static final class FailingStart {
         public static void main(String[] args) throws Exception {
             CompletableFuture<Thread> starter = new CompletableFuture<>();
@@ -106,11 +104,9 @@ class LoadingTest {
             try (ObjectInputStream in = new ObjectInputStream(Files.newInputStream(Path.of(args[0])))) {
                 System.out.println(in.readObject().getClass().getSimpleName());
             }
-            for (int i = 0; i < 2; ++i) {
-                System.out.println(assertThrows(ProviderException.class, () -> RandomStart.await(() -> {
-                    throw new IllegalStateException("no entropy");
-                }, 1, TimeUnit.MINUTES)).getCause().getMessage());
-            }
+            System.out.println(assertThrows(ProviderException.class, () -> RandomStart.await(() -> {
+                throw new IllegalStateException("no entropy");
+            }, 1, TimeUnit.MINUTES)).getCause().getMessage());
             ZelSecurityProvider zel = new ZelSecurityProvider();
             System.out.println(zel.awaitRandom(0, TimeUnit.SECONDS) + " " + zel.awaitRandom(5, TimeUnit.MINUTES));
         }
@@ -122,20 +118,22 @@ class LoadingTest {
         libraryPath = Files.createDirectory(folder.resolve("my p\u00e4th"));
     }
 
-    private String probe(String classPath, Path temporaryFolder) throws Exception {
-        return ChildJvm.run(Probe.class, List.of("-cp", classPath + File.pathSeparator + ChildJvm.TEST_CLASSES,
-                "-Djava.io.tmpdir=" + temporaryFolder, "-Djava.library.path=" + libraryPath));
+    /** What the probe says of the library path's or the jar's library, or with an os.arch for which the jar has none. */
+    private String probe(Path temporaryFolder, String... options) throws Exception {
+        List<String> all = new ArrayList<>(List.of("-cp", ChildJvm.CLASS_PATH, "-Djava.io.tmpdir=" + temporaryFolder,
+                "-Djava.library.path=" + libraryPath));
+        all.addAll(List.of(options));
+        return ChildJvm.run(Probe.class, all);
     }
 
+    /** Beside what the VM itself may say of the temporary folder. */
     private static void assertSays(String said, String... parts) {
-        for (String part : parts) { // beside what the VM itself may say of the temporary folder
-            assertTrue(said.contains(part), said);
-        }
+        assertTrue(Stream.of(parts).allMatch(said::contains), said);
     }
 
     /** The library is loaded, with no wait for random numbers at the end; on Windows a copy stays, which a start two days later sweeps. */
-    private void assertLoads(String classPath, String origin) throws Exception {
-        String said = probe(classPath, temporary);
+    private void assertLoads(String origin, String... options) throws Exception {
+        String said = probe(temporary, options);
         assertTrue(("Zel 20 " + origin + "\nfalse\n").equalsIgnoreCase(said), said); // Java 11 escapes URLs in small letters
         File[] left = temporary.toFile().listFiles();
         assertEquals(IS_WINDOWS ? 1 : 0, left.length);
@@ -144,36 +142,17 @@ class LoadingTest {
         }
     }
 
-    /** The provider's classes without the native libraries. */
-    private String classesOnly() throws IOException {
-        Path target = folder.resolve("classes");
-        try (ZipFile jar = new ZipFile(ChildJvm.PROVIDER_JAR)) {
-            for (ZipEntry entry : Collections.list(jar.entries())) {
-                if (entry.getName().endsWith(".class")) {
-                    Path file = target.resolve(entry.getName());
-                    Files.createDirectories(file.getParent());
-                    Files.copy(jar.getInputStream(entry), file);
-                }
-            }
-        }
-        return target.toString();
-    }
-
     @Test
     void fromTheJarOrTheLibraryPath() throws Exception {
         String inJar = "jar:" + new File(ChildJvm.PROVIDER_JAR).toURI().toASCIIString() + "!" + IN_JAR;
-        assertLoads(ChildJvm.PROVIDER_JAR, inJar);
+        assertLoads(inJar);
         Path installed = Files.copy(LIBRARY, libraryPath.resolve(NAME));
-        String classes = classesOnly();
-        assertLoads(classes, installed.toString());
-        assertLoads(ChildJvm.PROVIDER_JAR, installed.toString());
-        // Of another version: what cannot be read as one stands for it.
-        String content = Files.readString(installed, StandardCharsets.ISO_8859_1);
-        Files.writeString(installed, content.replace("zelspi version " + Version.TEXT, "zelspi version 0.0.0"),
-                StandardCharsets.ISO_8859_1);
-        assertLoads(ChildJvm.PROVIDER_JAR, inJar);
-        assertSays(probe(classes, temporary), "in the provider's jar; " + installed + " is of version 0.0.0, the provider ("
-                + new File(classes).toURI() + "com/vantrel/zel/provider/internal/NativeLibrary.class) of version " + Version.TEXT + "\n");
+        assertLoads(installed.toString(), NOT_IN_JAR);
+        assertLoads(installed.toString());
+        Files.writeString(installed, VERSION_MARK + "0.0.0\0");
+        assertLoads(inJar);
+        assertSays(probe(temporary, NOT_IN_JAR), "in the provider's jar; " + installed + " is of version 0.0.0, the provider (jar:file:",
+                "!/com/vantrel/zel/provider/internal/NativeLibrary.class) of version " + Version.TEXT + "\n");
     }
 
     @Test
@@ -190,31 +169,29 @@ class LoadingTest {
     @Test
     @EnabledOnOs(value = OS.LINUX, disabledReason = "there is no such limit")
     void aShortageOfThreadsPasses() throws Exception {
-        String said = ChildJvm.runLimited("-v 12000000", ShortOfThreads.class,
-                List.of("-Xmx64m", "-XX:+UseSerialGC", "-Xlog:disable", "-XX:ThreadStackSize=262144"));
+        String said = ChildJvm.run("-v 12000000", "ALL-UNNAMED", List.of("-cp", System.getProperty("java.class.path"), "-Xmx64m",
+                "-XX:+UseSerialGC", "-Xlog:disable", "-XX:ThreadStackSize=262144", ShortOfThreads.class.getName()));
         assertTrue(said.endsWith("20\n"), said);
     }
 
-    /** A library for another machine is told, not replaced by the jar's. */
+    /** What stands there and is no library for this machine is told, not replaced by the jar's. */
     @Test
     void whatIsMissingOrUnfitIsNamed() throws Exception {
-        byte[] library = Files.readAllBytes(LIBRARY);
-        library[IS_WINDOWS ? Byte.toUnsignedInt(library[PE_HEADER]) + 4 : ELF_MACHINE] = ANOTHER_MACHINE;
-        Path foreign = Files.write(libraryPath.resolve(NAME), library);
-        assertSays(probe(ChildJvm.PROVIDER_JAR, temporary), "cannot load the native library " + foreign + " on ");
+        Path foreign = Files.writeString(libraryPath.resolve(NAME), VERSION_MARK + Version.TEXT + "\0");
+        assertSays(probe(temporary), "cannot load the native library " + foreign + " on ");
         Files.delete(foreign);
-        assertSays(probe(classesOnly(), temporary), "no native library for ", NAME + " in java.library.path (" + libraryPath + ")",
-                IN_JAR + " in the provider's jar");
+        assertSays(probe(temporary, NOT_IN_JAR), "no native library for ", NAME + " in java.library.path (" + libraryPath
+                + ") and for /native/", "-none/" + NAME + " in the provider's jar");
         Path missing = temporary.resolve("missing");
-        assertSays(probe(ChildJvm.PROVIDER_JAR, missing), "cannot unpack " + IN_JAR, "into " + missing);
+        assertSays(probe(missing), "cannot unpack " + IN_JAR, "into " + missing);
     }
 
     /** No file can be larger than 100 KiB, which stands in for a full disk. */
     @Test
     @DisabledOnOs(value = OS.WINDOWS, disabledReason = "has no limit on the size of files")
     void withoutRoomNothingIsLeft() throws Exception {
-        assertSays(ChildJvm.runLimited("-f 200", Probe.class, List.of("-Djava.io.tmpdir=" + temporary)),
-                "into " + temporary, "File too large\n");
+        assertSays(ChildJvm.run("-f 200", "ALL-UNNAMED", List.of("-cp", ChildJvm.CLASS_PATH, "-Djava.io.tmpdir=" + temporary,
+                Probe.class.getName())), "into " + temporary, "File too large\n");
         assertEquals(0, temporary.toFile().list().length);
     }
 
@@ -226,7 +203,7 @@ class LoadingTest {
             out.writeObject(new ZelSecureRandomSpi());
         }
         String failures = "not the generator's doing []\nuse [java.lang.OutOfMemoryError: start]\nuse again []\n";
-        assertEquals(failures + "ZelSecureRandomSpi\nno entropy\nno entropy\nfalse true\n",
+        assertEquals(failures + "ZelSecureRandomSpi\nno entropy\nfalse true\n",
                 ChildJvm.run(FailingStart.class, List.of(), file));
         assertSays(ChildJvm.run(FailingStart.class, List.of("-Djava.io.tmpdir=/nonexistent", "-Djava.library.path="), file),
                 failures, "cannot unpack");
@@ -236,16 +213,15 @@ class LoadingTest {
     @Test
     void onTheClassPathAndOnTheModulePath() throws Exception {
         String probe = ServiceProbe.class.getName();
-        String classPath = ChildJvm.PROVIDER_JAR + File.pathSeparator + ChildJvm.TEST_CLASSES;
         String module = "com.vantrel.zel.provider";
         String byName = "-Djava.security.properties=" + Files.writeString(folder.resolve("byName"),
                 "security.provider.1=Zel\nsecurity.provider.2=SUN\n");
-        assertEquals("null 32\n", ChildJvm.run(null, "ALL-UNNAMED", List.of("-cp", classPath, byName, probe)));
+        assertEquals("null 32\n", ChildJvm.run(null, "ALL-UNNAMED", List.of("-cp", ChildJvm.CLASS_PATH, byName, probe)));
         assertEquals(module + " 32\n", ChildJvm.run(null, module,
                 List.of("-p", ChildJvm.PROVIDER_JAR, "-cp", ChildJvm.TEST_CLASSES, byName, probe)));
         assertEquals("", ChildJvm.run(ServiceProbe.class, List.of("-Xcheck:jni", "-cp", ChildJvm.TEST_CLASSES), LIBRARY.toString()));
         if (ChildJvm.CAN_DENY) {
-            assertSays(ChildJvm.run(null, null, List.of("-cp", classPath, Probe.class.getName())),
+            assertSays(ChildJvm.run(null, null, List.of("-cp", ChildJvm.CLASS_PATH, Probe.class.getName())),
                     "start Java with --enable-native-access=ALL-UNNAMED");
         }
         // The tool's jar says in its manifest that it loads native code, so it is not warned of or denied: java.base is any other module.

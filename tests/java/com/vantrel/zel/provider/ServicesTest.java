@@ -35,8 +35,7 @@ class ServicesTest {
 
     @Test
     void testsItself() {
-        SelfTestResult well = new ZelSecurityProvider().selfTest();
-        assertTrue(well.isPassed() && well.toString().startsWith("passed {"), well.toString());
+        assertTrue(new ZelSecurityProvider().selfTest().isPassed());
         Provider wrong = new Provider("Wrong", "1", "") { };
         wrong.put("MessageDigest.SHA-1", "sun.security.provider.SHA2$SHA256");
         SelfTestResult result = new SelfTestResult(SelfTest.run(wrong));

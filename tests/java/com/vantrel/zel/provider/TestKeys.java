@@ -76,6 +76,12 @@ final class TestKeys {
         return item(0x30, Stream.of(values).map(value -> item(2, value.toByteArray())).toArray(byte[][]::new));
     }
 
+    /** A number as so many bytes, or as more where it needs them. */
+    static byte[] fixed(BigInteger value, int length) {
+        byte[] bytes = value.setBit(8 * Math.max(length, (value.bitLength() + 7) / 8)).toByteArray();
+        return Arrays.copyOfRange(bytes, 1, bytes.length);
+    }
+
     /** A key that gives the same array at every call, which must stay as it is. */
     static <K extends Key> K oddKey(Class<? extends K> type, String format, byte[] encoded) {
         Map<String, Object> answers = new HashMap<>(Map.of("getAlgorithm", "AES", "getFormat", format));
