@@ -23,6 +23,7 @@ public:
     }
     // The number-th call from now on fails, once; 0: none does.
     void arm(std::uint64_t number) {
+        on_ += (number != 0 ? 1 : 0) - (failing_ != 0 ? 1 : 0);
         failing_ = number == 0 ? 0 : calls_ + number;
     }
     bool hasStruck() const {
@@ -31,8 +32,13 @@ public:
     std::uint64_t calls() const {
         return calls_;
     }
+    // How many points are armed.
+    static int on() {
+        return on_;
+    }
 
 private:
+    inline static std::atomic<int> on_{0};
     std::atomic<std::uint64_t> calls_{0}, failing_{0};
 };
 

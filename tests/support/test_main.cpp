@@ -1,4 +1,4 @@
-// The main of every test program, with an account after each test: no block left alive, none freed unwiped.
+// The main of every test program, with an account after each test: no block left alive, none freed unwiped, no fault left on.
 #include "tests/support/faults.h"
 
 namespace {
@@ -9,6 +9,7 @@ class Account : public testing::EmptyTestEventListener {
         dirty_ = testheap::dirtyFrees();
     }
     void OnTestEnd(const testing::TestInfo&) override {
+        EXPECT_EQ(FaultPoint::on(), 0) << "faults left on";
         EXPECT_EQ(testheap::liveBlocks(), testheap::keptBlocks()) << "blocks alive";
         EXPECT_EQ(testheap::dirtyFrees(), dirty_) << "blocks freed unwiped";
     }

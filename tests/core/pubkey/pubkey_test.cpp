@@ -64,10 +64,12 @@ TEST(Rsa, PreparingAgainAndSigning) {
         return status;
     });
     EXPECT_EQ(Rsa_PrepareKey(&rsa, nullptr), OK);
-    for (const unsigned bit : {0U, 77U, 400U}) {
-        rsa.dP->units[bit / 64] ^= Unit{1} << bit % 64;
-        EXPECT_EQ(into(hex, rsaSign, &rsa, input), ERR_RSA_BAD_SIGNATURE) << bit;
-        rsa.dP->units[bit / 64] ^= Unit{1} << bit % 64;
+    for (vlong* const value : {rsa.dP, rsa.dQ, rsa.qInv, rsa.contextP->modulus, rsa.contextQ->radixSquared}) {
+        for (const unsigned bit : {0U, 77U, 400U}) {
+            value->units[bit / 64] ^= Unit{1} << bit % 64;
+            EXPECT_EQ(into(hex, rsaSign, &rsa, input), ERR_RSA_BAD_SIGNATURE) << bit;
+            value->units[bit / 64] ^= Unit{1} << bit % 64;
+        }
     }
     refuseEach([&] { return into(hex, rsaSign, &rsa, input); });
     EXPECT_EQ(into(hex, rsaSign, &rsa, input), OK);
