@@ -1,8 +1,10 @@
 // Almost-Montgomery products with AVX-512 IFMA, in radix 2^52 on 512-bit registers. For modexp_ifma.cpp alone.
 //
 // A number of up to 8 V digits fills V registers of 8 lanes: lane l of register r holds digit r + V l. Moving all digits
-// down by one is then a renaming of the registers and one shift by a lane. In the paired form the lower four lanes
-// belong to the first task and the upper four to the second, so that one stream of instructions serves both.
+// down by one is then a renaming of the registers and one shift by a lane. In the paired form even lanes belong to the
+// first task and odd ones to the second: one stream of instructions serves both, and one load spreads a digit of each.
+//
+// A digit is the low 52 bits of its lane, which is what the multiplications read.
 //
 // A product adds, digit by digit of b, a b_i and a multiple y of the modulus that clears the lowest digit, then moves
 // down by one digit: a b / R mod m with R = 2^(52 steps). It works modulo a multiple m' of m that is -1 modulo 2^52: y is
@@ -73,7 +75,7 @@ using Pair2048 = Shape<32, 11, 41, true>;
 
 // Where digit d of a task stands in a number.
 template <typename S> constexpr std::size_t place(std::uint32_t task, std::uint32_t d) {
-    return d % S::V * kLanes + task * S::kTaskLanes + d / S::V;
+    return d % S::V * kLanes + d / S::V * S::kTasks + task;
 }
 
 ZEL_IFMA_INLINE Vector load(const Unit* from) {
@@ -125,36 +127,27 @@ private:
 // The lowest digit of each task in all lanes of the task.
 template <typename S> ZEL_IFMA_INLINE Vector spreadLowest(Vector digits) {
     if constexpr (S::isPair) {
-        return _mm512_permutex_epi64(digits, 0x00);
+        return _mm512_shuffle_i64x2(digits, digits, 0);
     } else {
         return _mm512_broadcastq_epi64(_mm512_castsi512_si128(digits));
     }
 }
 
-// Digits of b at one lane, in all lanes of their task.
-template <typename S> ZEL_IFMA_INLINE Vector spreadDigit(const Unit* b, std::uint32_t lane) {
+// The same from memory, where it takes no instruction but the load.
+template <typename S> ZEL_IFMA_INLINE Vector spreadDigit(const Unit* digits) {
     if constexpr (S::isPair) {
-        const Vector lanes = _mm512_add_epi64(_mm512_set1_epi64(lane), _mm512_set_epi64(4, 4, 4, 4, 0, 0, 0, 0));
-        return _mm512_permutexvar_epi64(lanes, load(b));
+        return _mm512_broadcast_i64x2(_mm_load_si128(reinterpret_cast<const __m128i*>(digits)));
     } else {
-        return _mm512_set1_epi64(static_cast<long long>(b[lane]));
+        return _mm512_set1_epi64(static_cast<long long>(*digits));
     }
 }
 
 template <typename S> ZEL_IFMA_INLINE Vector laneDown(Vector digits) {
-    if constexpr (S::isPair) {
-        return _mm512_maskz_permutex_epi64(0x77, digits, 0x39);
-    } else {
-        return _mm512_alignr_epi64(_mm512_setzero_si512(), digits, 1);
-    }
+    return _mm512_alignr_epi64(_mm512_setzero_si512(), digits, S::kTasks);
 }
 
 template <typename S> ZEL_IFMA_INLINE Vector laneUp(Vector digits) {
-    if constexpr (S::isPair) {
-        return _mm512_maskz_permutex_epi64(0xEE, digits, 0x90);
-    } else {
-        return _mm512_alignr_epi64(digits, _mm512_setzero_si512(), 7);
-    }
+    return _mm512_alignr_epi64(digits, _mm512_setzero_si512(), kLanes - S::kTasks);
 }
 
 // Product: the sum that becomes a b / R. It is held in two halves, a b apart from y m, so that the former need not wait for
@@ -168,16 +161,15 @@ public:
     template <std::uint32_t... r>
     ZEL_IFMA_INLINE Product(const Unit* a, const Unit* b, const Unit* m, const Unit* negInverse,
                             std::integer_sequence<std::uint32_t, r...> all)
-        : a_(a, all), m_(m, all), b_(b), firstDown_(laneDown<S>(load(m))),
-          negInverse_(load(negInverse)), ab_{((void)r, _mm512_setzero_si512())...}, ym_{((void)r,
-                                                                                         _mm512_setzero_si512())...},
+        : a_(a, all), m_(m, all), b_(b), firstDown_(laneDown<S>(load(m))), negInverse_(spreadDigit<S>(negInverse)),
+          ab_{((void)r, _mm512_setzero_si512())...}, ym_{((void)r, _mm512_setzero_si512())...},
           late_(_mm512_setzero_si512()) {
     }
 
-    // The sum becomes (sum + a b_i + y m) / 2^52, where b_i are the digits of the given lane of b's register `step`.
+    // The sum becomes (sum + a b_i + y m) / 2^52, where b_i are the digits of each task's given lane of b's register `step`.
     template <std::uint32_t step, std::uint32_t... r>
     ZEL_IFMA_INLINE void addDigit(std::uint32_t lane, std::integer_sequence<std::uint32_t, r...> all) {
-        const Vector digit = spreadDigit<S>(b_ + step * kLanes, lane);
+        const Vector digit = spreadDigit<S>(b_ + step * kLanes + lane * S::kTasks);
         const Vector lowest = takeLowest<step>(digit);
         const Vector y = findY(lowest);
         addDigitTimesA<step>(digit, all);
@@ -235,7 +227,7 @@ private:
         // A digit that is not zero becomes 2^52 when y m is added.
         const Vector cleared =
             isMultiplied ? lowest : _mm512_add_epi64(lowest, _mm512_set1_epi64(static_cast<long long>(kDigitMask)));
-        Vector carry = _mm512_maskz_srli_epi64(S::isPair ? 0x11 : 0x01, cleared, kDigitBits);
+        Vector carry = _mm512_maskz_srli_epi64((1U << S::kTasks) - 1, cleared, kDigitBits);
         Vector& next = ym_[S::turn(step + 1)];
         if constexpr (hasLate) {
             lowest = _mm512_add_epi64(lowest, late_);
@@ -266,25 +258,32 @@ private:
     Vector ab_[V], ym_[V], late_;
 };
 
-// All digits below 2^52, exactly. First every digit hands its carry on at once; then the remaining carries, 0 or 1, run
-// through the registers of a lane; then through the lanes: a lane that is all ones hands on what comes in.
+// The lanes that a carry comes into: those above lanes that overflow, or that are full and get a carry themselves.
+template <typename S> ZEL_IFMA_INLINE __mmask8 carriesInto(unsigned overflowing, unsigned full) {
+    if constexpr (S::kTasks == 1) {
+        return static_cast<__mmask8>((2 * overflowing + full) ^ full); // an addition does just this
+    }
+    unsigned into = overflowing << 2;
+    into |= (into & full) << 2;
+    return static_cast<__mmask8>(into | (into & full) << 2);
+}
+
+// What is above 52 bits goes to the next digit. First every digit hands it on at once; then the carries that remain, 0 or 1,
+// run through the registers of a lane; then through the lanes. A lane is full where all its digits are ones: register r
+// gets the carry of a lane whose registers below r are full.
 template <typename S, std::uint32_t... r>
 ZEL_IFMA_INLINE void normalise(Vector (&sum)[S::V], std::integer_sequence<std::uint32_t, r...>) {
     constexpr std::uint32_t V = S::V;
-    const Vector mask = _mm512_set1_epi64(static_cast<long long>(kDigitMask));
+    const Vector mask = _mm512_set1_epi64(static_cast<long long>(kDigitMask)), one = _mm512_set1_epi64(1);
     const Vector carries[V] = {_mm512_srli_epi64(sum[r], kDigitBits)...};
     ((sum[r] = _mm512_add_epi64(_mm512_and_si512(sum[r], mask), r == 0 ? laneUp<S>(carries[V - 1]) : carries[r - 1])),
      ...);
     ((r + 1 < V ? (void)(sum[r + 1] = _mm512_add_epi64(sum[r + 1], _mm512_srli_epi64(sum[r], kDigitBits))) : (void)0),
      ...);
-    const unsigned overflowing = _mm512_cmpgt_epu64_mask(sum[V - 1], mask);
-    ((sum[r] = _mm512_and_si512(sum[r], mask)), ...);
-    const __mmask8 full[V] = {_mm512_cmpeq_epi64_mask(sum[r], mask)...};
-    const unsigned handingOn = (full[r] & ...);
-    unsigned incoming = ((2 * overflowing + handingOn) ^ handingOn) & 0xFF;
-    const Vector one = _mm512_set1_epi64(1);
-    ((sum[r] = _mm512_and_si512(_mm512_mask_add_epi64(sum[r], static_cast<__mmask8>(incoming), sum[r], one), mask),
-      incoming &= full[r]),
+    Vector all = mask; // bits that are set in all registers up to r
+    const __mmask8 full[V] = {(all = _mm512_and_si512(all, sum[r]), _mm512_cmpeq_epi64_mask(all, mask))...};
+    const __mmask8 into = carriesInto<S>(_mm512_cmpgt_epu64_mask(sum[V - 1], mask), full[V - 1]);
+    ((sum[r] = _mm512_mask_add_epi64(sum[r], r == 0 ? into : _kand_mask8(into, full[(r + V - 1) % V]), sum[r], one)),
      ...);
 }
 
@@ -314,7 +313,7 @@ ZEL_IFMA_INLINE void storeProduct(Unit* result, const Unit* a, const Unit* b, co
 struct Modulus {
     const Unit* digits;     // m
     const Unit* multiplied; // m' + 1
-    const Unit* negInverse; // -1/m mod 2^52, in all lanes of the task
+    const Unit* negInverse; // -1/m mod 2^52, of each task
 };
 
 // result := a * b / R mod m. result may be a or b.

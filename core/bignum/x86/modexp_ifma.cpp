@@ -31,7 +31,7 @@ template <typename S, std::uint32_t... r> ZEL_IFMA_INLINE void selectEntry(Unit*
 template <typename S> ZEL_TARGET_IFMA __attribute__((noinline)) void
 lookUp(Unit* result, const Unit* table, std::uint32_t entries, Unit first, Unit second) {
     const Vector index =
-        _mm512_mask_set1_epi64(_mm512_set1_epi64(static_cast<long long>(first)), 0xF0, static_cast<long long>(second));
+        _mm512_mask_set1_epi64(_mm512_set1_epi64(static_cast<long long>(first)), 0xAA, static_cast<long long>(second));
     selectEntry<S>(result, table, entries, index, std::make_integer_sequence<std::uint32_t, S::V>{});
 }
 
@@ -56,12 +56,15 @@ template <typename S> void toDigits(Unit* number, std::uint32_t task, const Unit
 
 // units[k] := the number, or 0 in place of the modulus.
 template <typename S> void fromDigits(Unit* units, std::uint32_t task, const Unit* number, const Unit* modulus) {
+    const auto digit = [&](std::uint32_t d) {
+        return number[place<S>(task, d)] & kDigitMask;
+    };
     Unit difference = 0; // no unit differs from the modulus
     for (std::uint32_t i = 0; i < S::k; ++i) {
         const std::uint32_t d = i * kUnitBits / kDigitBits, shift = i * kUnitBits % kDigitBits;
-        Unit unit = number[place<S>(task, d)] >> shift | number[place<S>(task, d + 1)] << (kDigitBits - shift);
+        Unit unit = digit(d) >> shift | digit(d + 1) << (kDigitBits - shift);
         if (2 * kDigitBits - shift < kUnitBits) {
-            unit |= number[place<S>(task, d + 2)] << (2 * kDigitBits - shift);
+            unit |= digit(d + 2) << (2 * kDigitBits - shift);
         }
         units[i] = unit;
         difference |= unit ^ modulus[i];
@@ -118,7 +121,7 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
         const MontModulus& modulus = tasks[task]->modulus;
         bits = std::max(bits, tasks[task]->exponentBits);
         toDigits<S>(digits, task, modulus.units);
-        std::fill_n(negInverse + task * S::kTaskLanes, S::kTaskLanes, modulus.negInverse & kDigitMask);
+        negInverse[task] = modulus.negInverse & kDigitMask;
         multiplyModulus<S>(multiplied, task, digits, modulus);
         toDigits<S>(entry, task, modulus.radixSquared);
         toDigits<S>(base, task, tasks[task]->base);
