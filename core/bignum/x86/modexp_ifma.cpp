@@ -75,9 +75,9 @@ template <typename S> void fromDigits(Unit* units, std::uint32_t task, const Uni
     }
 }
 
-// number := m' + 1 for m' = m (-1/m mod 2^(52 zero digits)).
+// number := m' + 1 for m' = m (-1/m mod 2^(52 zero digits)), top := its digit for which there is no lane.
 template <typename S>
-void multiplyModulus(Unit* number, std::uint32_t task, const Unit* m, const MontModulus& modulus) {
+void multiplyModulus(Unit* number, Unit* top, std::uint32_t task, const Unit* m, const MontModulus& modulus) {
     __extension__ using DoubleUnit = unsigned __int128;
     const DoubleUnit lowest = DoubleUnit{modulus.units[1]} << kUnitBits | modulus.units[0];
     const DoubleUnit inverse = modulus.negInverse * (lowest * modulus.negInverse + 2); // twice the bits: a Newton step
@@ -90,9 +90,10 @@ void multiplyModulus(Unit* number, std::uint32_t task, const Unit* m, const Mont
         number[place<S>(task, d)] = static_cast<Unit>(carry) & kDigitMask;
         carry >>= kDigitBits;
     }
+    top[task] = static_cast<Unit>(carry);
 }
 
-// Scratch in numbers: modulus, multiplied modulus, inverse (one vector), base, one, power, entry; the table.
+// Scratch in numbers: modulus, multiplied modulus, its top and the inverse (a vector each), base, one, power, entry; the table.
 constexpr std::size_t kFixedNumbers = 7;
 
 template <typename S> constexpr std::size_t scratchUnitsOf(std::uint32_t exponentBits, bool isSecret) {
@@ -105,13 +106,14 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
     Unit* const start = scratch + (Unit{0} - reinterpret_cast<std::uintptr_t>(scratch)) % 64 / sizeof(Unit);
     Unit* const digits = start;
     Unit* const multiplied = digits + n;
-    Unit* const negInverse = multiplied + n;
-    Unit* const base = negInverse + n;
+    Unit* const top = multiplied + n;
+    Unit* const negInverse = top + kLanes;
+    Unit* const base = top + n;
     Unit* const one = base + n;
     Unit* const power = one + n;
     Unit* const entry = power + n;
     Unit* const table = entry + n;
-    const Modulus m{digits, multiplied, negInverse};
+    const Modulus m{digits, multiplied, top, negInverse};
     std::uint32_t bits = 0;
 
     // R^2 = ((2^(128 k))^2 / R) 2^(4 (52 steps - 64 k)) / R.
@@ -122,7 +124,7 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
         bits = std::max(bits, tasks[task]->exponentBits);
         toDigits<S>(digits, task, modulus.units);
         negInverse[task] = modulus.negInverse & kDigitMask;
-        multiplyModulus<S>(multiplied, task, digits, modulus);
+        multiplyModulus<S>(multiplied, top, task, digits, modulus);
         toDigits<S>(entry, task, modulus.radixSquared);
         toDigits<S>(base, task, tasks[task]->base);
         one[place<S>(task, kLift / kDigitBits)] = Unit{1} << kLift % kDigitBits;
