@@ -13,8 +13,6 @@
 
 #include <valgrind/memcheck.h>
 
-#include <string_view>
-
 // The linker puts these in the place of the library's own.
 CpuFeatures chosenFeatures{};
 const CpuFeatures& wrappedCpuFeatures() __asm__("__wrap__Z11cpuFeaturesv");
@@ -107,7 +105,7 @@ void dsa() {
 
 int main(int /*argc*/, char** argv) {
     GTEST_FLAG_SET(throw_on_failure, true); // which ends the program
-    const std::string_view kernel = argv[1];
+    const std::string kernel = argv[1];
     if (kernel == "shown") {
         FilledKey key;
         hide({key.rsa->p});
