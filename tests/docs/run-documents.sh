@@ -43,7 +43,7 @@ if [ "$mode" = long ]; then
   # Left out: what is this suite, what another test runs, and analyses that take an hour. Of runs of the suite in another
   # build one test is enough here, and of that build what it needs, and a second of each fuzz target.
   sed -E -e "s|<this repository>|'$root'|" -e 's|some-file|README.md|' \
-    -e '/^ *(\.\/test\.sh|\.\/dist\.sh|tests\/analyse\.sh)/d; /ctest --preset release/d' \
+    -e '/^ *\.\/(test|dist)\.sh/d; /--preset (lint|memcheck)/d; /ctest --preset release/d' \
     -e 's/(--build --preset (coverage|release))/\1 --target status_test/' \
     -e 's|(ctest --preset [a-z]+).*|\1 --no-tests=error -R "^status$"|' -e 's|(fuzz/run-all\.sh) [0-9]+|\1 1|' \
     -e 's|(bench/run-java\.sh).*|\1 digest|' long >commands
