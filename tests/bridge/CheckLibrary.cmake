@@ -1,8 +1,8 @@
 # Holds the built library against what it is to be: it exports exactly the expected entry points and the C
 # functions of zelspi.def, which are those of zel.h, and beside them only the engine classes, and it needs nothing but the
 # operating system: on Linux with glibc 2.35, as the README says.
-# Arguments: library, nm, objdump, windows (boolean), sanitized (empty when not), expected (a file), functions (the folder of
-# zel.h), soname (for Linux); for Windows also strings (the program) and version.
+# Arguments: library, nm, objdump, windows (boolean), sanitized (empty when not), entry_points, functions (the folder of zel.h),
+# soname (for Linux); for Windows also strings (the program) and version.
 
 execute_process(COMMAND "${objdump}" -p "${library}" OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
 if(windows)
@@ -21,7 +21,6 @@ list(TRANSFORM needed REPLACE ".* " "")
 # Beside the entry points and the C functions only the hook that a VM calls when it loads the library: it registers the methods of
 # NativeInfo, which need no export then; and mangled names of members (_ZN, _ZNK), tables and type information (_ZT.) of the
 # engine classes.
-file(STRINGS "${expected}" entry_points)
 file(STRINGS "${functions}/zelspi.def" defined REGEX "^ +zel")
 list(TRANSFORM defined STRIP)
 file(READ "${functions}/zel.h" header)
@@ -64,6 +63,3 @@ if(windows)
     message(FATAL_ERROR "no version resource with ProductVersion ${version}")
   endif()
 endif()
-
-list(LENGTH entry_points count)
-message("${count} entry points")

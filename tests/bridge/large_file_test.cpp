@@ -3,13 +3,14 @@
 #include "tests/bridge/script.h"
 
 #include <filesystem>
+#include <fstream>
 #include <sys/resource.h>
 
 TEST(CheckFileSignature, DISABLED_LongFileOfTwoGibibytesInConstantMemory) {
-    const std::map<std::string, std::string> values = readScript("signed_files.txt").front().values;
-    const Bytes key = bytesOf(values.at("fileKey"));
-    makeFile("file", bytesOf("\"zel_large_file.sig\""), bytesOf(values.at("signedLarge")));
-    makeFile("file", bytesOf("\"zel_large_file\""), {});
+    const std::map<std::string, std::string> values = readScript("signed_files").front().values;
+    const Bytes key = bytesOf(values.at("fileKey")), signature = bytesOf(values.at("signedLarge"));
+    std::ofstream("zel_large_file.sig", std::ios::binary) << std::string(signature.begin(), signature.end());
+    std::ofstream("zel_large_file") << "";
     std::filesystem::resize_file("zel_large_file", std::uintmax_t{2} << 30);
     EXPECT_EQ(ZelUtil::checkFileSignature(key.data(), static_cast<int>(key.size()), "zel_large_file", 14), 0);
     std::filesystem::remove("zel_large_file");

@@ -9,13 +9,7 @@
 #include "core/pubkey/key/key_der.h"
 #include "core/pubkey/key/scoped_key.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 
 // The linker puts these in place of the originals (--wrap): hashing a file never fails by itself, nor does reading.
 extern "C" int __real__ZN22ZelShaWithRsaSignature12nativeUpdateEPKhii(void*, const std::uint8_t*, int, int);
@@ -32,26 +26,6 @@ extern "C" std::size_t __wrap_fread(void* to, std::size_t size, std::size_t coun
         return 0;
     }
     return __real_fread(to, size, count, file);
-}
-
-bool isDebugging() {
-    return std::getenv("ZEL_DEBUG_EXPECTED") != nullptr;
-}
-
-void makeFile(const std::string& kind, const std::vector<std::uint8_t>& name,
-              const std::vector<std::uint8_t>& content) {
-    using namespace std::filesystem;
-    const std::string path(name.begin(), name.end());
-    if (kind == "folder") {
-        create_directory(path);
-    } else if (kind == "readonly" || kind == "writable") {
-        permissions(path, kind == "readonly" ? perms::owner_read : perms::owner_all);
-    } else {
-        remove(path);
-        std::ofstream file(path, std::ios::binary);
-        file.write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
-        EXPECT_TRUE(file.flush()) << path;
-    }
 }
 
 namespace {
@@ -78,14 +52,12 @@ template <std::size_t kSlot, typename... Arguments> jint callSlot(jobject self, 
 jint digestReset(JNIEnv*, jobject self) {
     return callSlot<3>(self);
 }
-jint digestUpdate(JNIEnv*, jobject self, jbyteArray input, jint offset, jint length) {
-    return callSlot<6>(self, pointerTo(input), static_cast<int>(offset), static_cast<int>(length));
+template <std::size_t kSlot, typename... Numbers>
+jint digestBytes(JNIEnv*, jobject self, jbyteArray bytes, Numbers... numbers) {
+    return callSlot<kSlot>(self, pointerTo(bytes), static_cast<int>(numbers)...);
 }
 jint digestRaw(JNIEnv* env, jobject self, jbyteArray output, jint length) {
     return callSlot<7>(self, env, self, pointerTo(output), static_cast<int>(length));
-}
-jint digestNative(JNIEnv*, jobject self, jbyteArray output, jint length) {
-    return callSlot<10>(self, pointerTo(output), static_cast<int>(length));
 }
 
 template <auto kMethod> jint rsaKey(JNIEnv*, jobject self, jbyteArray key, jint length) {
@@ -98,11 +70,6 @@ template <auto kMethod> jint rsaBytes(JNIEnv*, jobject self, jbyteArray bytes, j
 jint checkFile(JNIEnv*, jobject, jbyteArray key, jint keyLength, jbyteArray path, jint pathLength) {
     return ZelUtil::checkFileSignature(pointerTo(key), keyLength, path == nullptr ? nullptr : textIn(path).c_str(),
                                        pathLength);
-}
-jint checkFileBriefly(JNIEnv* env, jobject object, jbyteArray key, jbyteArray path) {
-    const auto length = static_cast<jint>(FakeJni::of(path).bytes.size());
-    return checkFile(env, object, key, static_cast<jint>(FakeJni::of(key).bytes.size()), path,
-                     std::min<jint>(length, 255));
 }
 
 void throwOne(JNIEnv* env, jobject, jbyteArray className, jbyteArray message, jint status) {
@@ -150,9 +117,9 @@ std::vector<EntryPoint> allEntryPoints() {
     std::vector<EntryPoint> entries = exportedEntryPoints();
     entries.insert(
         entries.end(),
-        {entryPoint("ZelUtil.checkFileSignature", checkFile), entryPoint("ZelUtil.check", checkFileBriefly),
-         entryPoint("ZelObject.throwStaticException", throwOne), entryPoint("ZelObject.throwOver", throwOver),
-         entryPoint("ZelObject.hexdump", dump), entryPoint("KeyPairSteps.generateNothing", generateNothing),
+        {entryPoint("ZelUtil.check", checkFile), entryPoint("ZelObject.throwStaticException", throwOne),
+         entryPoint("ZelObject.throwOver", throwOver), entryPoint("ZelObject.hexdump", dump),
+         entryPoint("KeyPairSteps.generateNothing", generateNothing),
          entryPoint("DsaDer.parseDSAPublicKey", parsePublicKey),
          registered<jint(JNIEnv*, jclass, jint, jbyteArray, jint, jbyteArray, jint)>("ShortCalls.", "digest0"),
          registered<jint(JNIEnv*, jclass, jint, jbyteArray, jbyteArray, jint, jint)>("ShortCalls.", "cbc0"),
@@ -162,16 +129,16 @@ std::vector<EntryPoint> allEntryPoints() {
     for (const std::string name : {"ZelSha1", "ZelSha256"}) {
         const std::string digest = name + "MessageDigestSpi.", rsa = name + "WithRsaSignatureSpi.";
         using Rsa = ZelShaWithRsaSignature;
-        entries.insert(entries.end(),
-                       {entryPoint(digest + "nativeReset", digestReset),
-                        entryPoint(digest + "nativeUpdate", digestUpdate), entryPoint(digest + "digest", digestRaw),
-                        entryPoint(digest + "nativeDigest", digestNative),
-                        registered<void(JNIEnv*, jobject, jobject)>(digest, "copyEngine0"),
-                        entryPoint(rsa + "nativeInitVerify", rsaKey<&Rsa::nativeInitVerify>),
-                        entryPoint(rsa + "nativeInitSign", rsaKey<&Rsa::nativeInitSign>),
-                        entryPoint(rsa + "nativeUpdate", rsaBytes<&Rsa::nativeUpdate>),
-                        entryPoint(rsa + "nativeSign", rsaBytes<&Rsa::nativeSign>),
-                        entryPoint(rsa + "nativeVerify", rsaBytes<&Rsa::nativeVerify>)});
+        entries.insert(entries.end(), {entryPoint(digest + "nativeReset", digestReset),
+                                       entryPoint(digest + "nativeUpdate", digestBytes<6, jint, jint>),
+                                       entryPoint(digest + "digest", digestRaw),
+                                       entryPoint(digest + "nativeDigest", digestBytes<10, jint>),
+                                       registered<void(JNIEnv*, jobject, jobject)>(digest, "copyEngine0"),
+                                       entryPoint(rsa + "nativeInitVerify", rsaKey<&Rsa::nativeInitVerify>),
+                                       entryPoint(rsa + "nativeInitSign", rsaKey<&Rsa::nativeInitSign>),
+                                       entryPoint(rsa + "nativeUpdate", rsaBytes<&Rsa::nativeUpdate>),
+                                       entryPoint(rsa + "nativeSign", rsaBytes<&Rsa::nativeSign>),
+                                       entryPoint(rsa + "nativeVerify", rsaBytes<&Rsa::nativeVerify>)});
     }
     return entries;
 }

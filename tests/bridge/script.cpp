@@ -1,6 +1,9 @@
 #include "tests/bridge/script.h"
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <stdexcept>
 
 namespace {
@@ -14,6 +17,21 @@ FaultPoint& pointOf(const std::string& kind) {
            : kind == "lock"     ? platformFaults(PlatformService::mutexWait)
            : kind == "mutex"    ? platformFaults(PlatformService::mutexCreate)
                                 : vmFaults(kind);
+}
+
+// What a line "file", "folder", "readonly" or "writable" makes.
+void makeFile(const std::string& kind, const Bytes& name, const Bytes& content) {
+    using namespace std::filesystem;
+    const std::string path(name.begin(), name.end());
+    if (kind == "folder") {
+        create_directory(path);
+    } else if (kind == "readonly" || kind == "writable") {
+        permissions(path, kind == "readonly" ? perms::owner_read : perms::owner_all);
+    } else {
+        remove(path);
+        EXPECT_TRUE(std::ofstream(path, std::ios::binary) << std::string(content.begin(), content.end()) << std::flush)
+            << path;
+    }
 }
 
 const EntryPoint& entryOf(const ScriptLine& line) {
@@ -33,7 +51,7 @@ const EntryPoint& entryOf(const ScriptLine& line) {
 Bytes Player::bytes(const std::string& notation) const {
     return bytesOf(notation, [this](const std::string& name) {
         if (name[0] == '@') {
-            return bytesIn(FakeJni::of(arrays_.at(name.substr(1))));
+            return bytesIn(FakeJni::of(objects_.at(name)));
         }
         Bytes file(numberOf(name.substr(1)));
         for (std::size_t i = 0; i < file.size(); ++i) {
@@ -43,20 +61,15 @@ Bytes Player::bytes(const std::string& notation) const {
     });
 }
 
-JavaValue Player::argument(char type, const std::string& word) {
+jlong Player::argument(char type, const std::string& word) {
     if (type == 'N') {
-        return {std::stoll(word), nullptr};
+        return std::stoll(word);
     }
-    if (word == "null") {
-        return {};
-    }
-    if (word[0] == 'Z') {
-        return {0, static_cast<jbyteArray>(objectOf(word))};
-    }
-    if (word[0] == '@' && word.find_first_of("[+") == std::string::npos) {
-        return {0, arrays_.at(word.substr(1))};
-    }
-    return {0, jni_.newBytes(bytes(word))};
+    const bool isName = word[0] == '@' && word.find_first_of("[+") == std::string::npos;
+    return word == "null" ? 0
+                          : jlong(word[0] == 'Z' ? objectOf(word)
+                                  : isName       ? objects_.at(word)
+                                                 : jni_.newBytes(bytes(word)));
 }
 
 // An object of its own for each name; that of "Class#bare" has no field for an engine.
@@ -84,7 +97,7 @@ Player::Outcome Player::call(const ScriptLine& line) {
     const EntryPoint& entry = entryOf(line);
     const std::string& name = line.words[0];
     const jobject object = objectOf(name.substr(0, name.find('.')));
-    std::vector<JavaValue> arguments;
+    std::vector<jlong> arguments;
     for (std::size_t i = 1; i < line.words.size(); ++i) {
         arguments.push_back(argument(entry.shape[i], line.words[i]));
     }
@@ -95,20 +108,20 @@ Player::Outcome Player::call(const ScriptLine& line) {
         testing::internal::CaptureStdout();
         testing::internal::CaptureStderr();
     }
-    const JavaValue value = entry.call(jni_.env(), object, arguments);
+    const jlong value = entry.call(jni_.env(), object, arguments);
     if (isPrinter) {
         outcome.printed = testing::internal::GetCapturedStdout() + testing::internal::GetCapturedStderr();
         std::erase(outcome.printed, '\r'); // text mode on Windows
     }
     outcome.raised = jni_.takePending();
-    const bool binds = line.result[0] == '@' && value.array != nullptr;
+    const bool binds = line.result[0] == '@' && value != 0;
     if (binds) {
-        arrays_[line.result.substr(1)] = value.array;
+        objects_[line.result] = jobject(value);
     }
     if (entry.shape[0] == 'A') {
-        outcome.result = value.array == nullptr ? "null" : binds ? "array" : textOf(bytesIn(FakeJni::of(value.array)));
+        outcome.result = value == 0 ? "null" : binds ? "array" : textOf(bytesIn(FakeJni::of(jobject(value))));
     } else if (entry.shape[0] == 'N') {
-        outcome.result = line.result == "some" && value.number != 0 ? "some" : std::to_string(value.number);
+        outcome.result = line.result == "some" && value != 0 ? "some" : std::to_string(value);
     }
     return outcome;
 }
@@ -117,10 +130,11 @@ void Player::expectSame(const ScriptLine& line, const Outcome& outcome) const {
     const Outcome expected = wanted(line);
     EXPECT_EQ(outcome.result, expected.result);
     EXPECT_TRUE(outcome.raised == expected.raised || expected.raised == "*") << outcome.raised;
-    // Debug output counts where a line says so, and is nowhere else.
+    // Debug output counts where a line says so, if this run is to see it, and is nowhere else.
+    static const bool kIsDebugging = std::getenv("ZEL_DEBUG_EXPECTED") != nullptr;
     const bool isDebugOutput = line.words[0].starts_with("ZelUtil.");
-    if (!isDebugOutput || !isDebugging() || !expected.printed.empty()) {
-        EXPECT_EQ(outcome.printed, isDebugOutput && !isDebugging() ? "" : expected.printed);
+    if (!isDebugOutput || !kIsDebugging || !expected.printed.empty()) {
+        EXPECT_EQ(outcome.printed, isDebugOutput && !kIsDebugging ? "" : expected.printed);
     }
 }
 
@@ -137,9 +151,9 @@ void Player::doLine(const ScriptLine& line) {
     } else if (first == "file" || first == "folder" || first == "readonly" || first == "writable") {
         makeFile(first, bytes(second), bytes(line.result));
     } else if (first[0] == '@' && second.empty()) {
-        arrays_[first.substr(1)] = jni_.newBytes(bytes(line.result));
+        objects_[first] = jni_.newBytes(bytes(line.result));
     } else if (second == "claims") {
-        FakeJni::of(arrays_.at(first.substr(1))).claimedLength = std::stoi(line.words[2]);
+        FakeJni::of(objects_.at(first)).claimedLength = std::stoi(line.words[2]);
     } else if (second == "bound" || second == "unbound") {
         EXPECT_EQ(FakeJni::of(objectOf(first)).context0 != 0, second == "bound");
     } else if (second == "destroyed") { // "before" or "after" its field was cleared

@@ -14,45 +14,27 @@
 #include <type_traits>
 #include <vector>
 
-// JavaValue: an argument or a result: the number, or the array (null or not).
-struct JavaValue {
-    jlong number = 0;
-    jbyteArray array = nullptr;
-
-    template <typename T> T as() const {
-        if constexpr (std::is_convertible_v<jbyteArray, T>) {
-            return array;
-        } else {
-            return static_cast<T>(number);
-        }
-    }
-};
-
-// EntryPoint: a function (environment, object or class, arguments), as scripts call it. Its shape is a letter for the result and
-// one for each argument: 'V' for none, 'A' for an array or another object, 'N' for a number.
+// EntryPoint: a function (environment, object or class, arguments), as scripts call it: with numbers, and with the addresses
+// of arrays and other objects as numbers. Its shape is a letter for the result and one for each argument: 'V' for none, 'A'
+// for an array or another object, 'N' for a number.
 struct EntryPoint {
     std::string name; // the Java class without its package, a dot, the method
     std::string shape;
-    std::function<JavaValue(JNIEnv*, jobject, const std::vector<JavaValue>&)> call;
+    std::function<jlong(JNIEnv*, jobject, const std::vector<jlong>&)> call;
 };
 
-template <typename T> constexpr char kLetter = std::is_void_v<T>                      ? 'V'
-                                               : std::is_convertible_v<jbyteArray, T> ? 'A'
-                                                                                      : 'N';
+template <typename T> constexpr char kLetter = std::is_void_v<T> ? 'V' : std::is_pointer_v<T> ? 'A' : 'N';
 
 template <typename Result, typename Object, typename... Arguments>
 EntryPoint entryPoint(const std::string& name, Result(JNICALL* function)(JNIEnv*, Object, Arguments...)) {
-    const auto call = [function](JNIEnv* env, jobject object, const std::vector<JavaValue>& values) -> JavaValue {
+    const auto call = [function](JNIEnv* env, jobject object, const std::vector<jlong>& values) -> jlong {
         [[maybe_unused]] auto value = values.begin();
-        const std::tuple<JNIEnv*, Object, Arguments...> arguments{
-            env, static_cast<Object>(object), (value++)->template as<Arguments>()...}; // in this order
+        const std::tuple arguments{env, static_cast<Object>(object), Arguments(*value++)...}; // in this order
         if constexpr (std::is_void_v<Result>) {
             std::apply(function, arguments);
-            return {};
-        } else if constexpr (std::is_same_v<Result, jbyteArray>) {
-            return {0, std::apply(function, arguments)};
+            return 0;
         } else {
-            return {static_cast<jlong>(std::apply(function, arguments)), nullptr};
+            return jlong(std::apply(function, arguments));
         }
     };
     return {name, {kLetter<Result>, kLetter<Arguments>...}, call};
@@ -89,8 +71,8 @@ struct Script {
     std::set<std::string> raises, mayRaise; // what refusals come to; those of it that are not always seen
 };
 
-// readScript: the script in the file, once for each of its lines "for". A mistake in it throws.
-std::vector<Script> readScript(const std::string& file);
+// readScript: the script in the file scripts/NAME.txt, once for each of its lines "for". A mistake in it throws.
+std::vector<Script> readScript(const std::string& name);
 
 // Player: plays a passage in a Java environment of its own.
 class Player {
@@ -119,21 +101,11 @@ private:
     void refuse(const std::string& kind, unsigned number, bool isQuiet);
     jobject objectOf(const std::string& name);
     Bytes bytes(const std::string& notation) const;
-    JavaValue argument(char type, const std::string& word);
+    jlong argument(char type, const std::string& word);
 
     FakeJni jni_;
-    std::map<std::string, jobject> objects_; // by class, with "#other" for more of one class
-    std::map<std::string, jbyteArray> arrays_;
-    std::unique_ptr<Fault> fault_; // what is refused, until it has been
+    std::map<std::string, jobject> objects_; // by class, with "#other" for more of one class; arrays by "@name"
+    std::unique_ptr<Fault> fault_;           // what is refused, until it has been
 };
-
-// What scripts need besides entry points (native_calls.cpp).
-
-// makeFile: "file": makes one of that name, with the content; "folder": a folder; "readonly", "writable": of a file that is
-// there.
-void makeFile(const std::string& kind, const Bytes& name, const Bytes& content);
-
-// isDebugging: whether this run is to see debug output. The variable ZEL_DEBUG_EXPECTED says so.
-bool isDebugging();
 
 #endif

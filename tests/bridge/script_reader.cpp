@@ -6,8 +6,6 @@
 
 namespace {
 
-const std::string kFolder = "bridge/scripts/";
-
 Words split(std::string text, const std::string& separator) {
     Words parts;
     for (std::size_t end; (end = text.find(separator)) != std::string::npos; text.erase(0, end + separator.size())) {
@@ -38,8 +36,8 @@ public:
         }
     }
 
-    void read(const std::string& file) {
-        for (const auto& [where, text] : linesOf(kFolder + file)) {
+    void read(const std::string& name) {
+        for (const auto& [where, text] : linesOf("bridge/scripts/" + name + ".txt")) {
             where_ = where;
             if (!text.starts_with("for ")) {
                 readLine(expanded(text));
@@ -111,9 +109,9 @@ private:
 
 } // namespace
 
-std::vector<Script> readScript(const std::string& file) {
+std::vector<Script> readScript(const std::string& name) {
     Words choices;
-    for (const auto& [where, text] : linesOf(kFolder + file)) {
+    for (const auto& [where, text] : linesOf("bridge/scripts/" + name + ".txt")) {
         if (text.starts_with("for ")) {
             choices.push_back(text.substr(4));
         }
@@ -122,7 +120,7 @@ std::vector<Script> readScript(const std::string& file) {
     std::vector<Script> scripts;
     for (const std::string& choice : choices) {
         Reader reader(choice);
-        reader.read(file);
+        reader.read(name);
         scripts.push_back(reader.script);
     }
     return scripts;

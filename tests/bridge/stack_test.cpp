@@ -1,6 +1,7 @@
 // What stays on the stack of a thread when an engine or an operation has returned to it.
 #include "bridge/aes_cbc_stream.h"
 #include "bridge/zel_object.h"
+#include "capi/zel.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/bignum/vlong_math.h"
 #include "core/hash/sha_kernels.h"
@@ -81,18 +82,18 @@ TEST(Stack, OfTheCipher) {
     ASSERT_EQ(whole.encryptFinal(from, 1000, sent.data()), OK);
     FakeJni jni;
     jni.criticalPins = true;
-    const JavaValue keyArray = {0, jni.newBytes(key)}, state = {0, jni.newBytes(Bytes(256))};
-    const JavaValue blocks = {0, jni.newBytes(message)}, zero, one = {1, nullptr}, all = {992, nullptr};
-    const auto shortCall = [&jni](const char* name, const std::vector<JavaValue>& arguments) {
+    const auto keyArray = jlong(jni.newBytes(key)), state = jlong(jni.newBytes(Bytes(256))),
+               blocks = jlong(jni.newBytes(message));
+    const auto shortCall = [&jni](const char* name, const std::vector<jlong>& arguments) {
         return [&jni, arguments, &entry = *findEntryPoint(name, arguments.size())] {
-            return entry.call(jni.env(), nullptr, arguments).number > 0 ? OK : ERR_GENERAL;
+            return entry.call(jni.env(), nullptr, arguments) > 0 ? OK : ERR_GENERAL;
         };
     };
     const Work calls[] = {
-        shortCall("ShortCalls.expandKey0", {zero, keyArray, state, zero}),
-        shortCall("ShortCalls.expandKey0", {one, keyArray, state, zero}),
-        shortCall("ShortCalls.cbc0", {one, state, blocks, zero, all}),
-        shortCall("ShortCalls.digest0", {{32, nullptr}, keyArray, {32, nullptr}, blocks, zero}),
+        shortCall("ShortCalls.expandKey0", {0, keyArray, state, 0}),
+        shortCall("ShortCalls.expandKey0", {1, keyArray, state, 0}),
+        shortCall("ShortCalls.cbc0", {1, state, blocks, 0, 992}),
+        shortCall("ShortCalls.digest0", {32, keyArray, 32, blocks, 0}),
         [&] { return encrypt.init(AesCbcStream::kEncryptMode, iv, key.data()); },
         [&] { return encrypt.update(from, 0, 303, output.data()); },
         [&] { return encrypt.encryptFinal(from, 994, output.data()); }, // behind 13 pending bytes: 15 in the last block
@@ -100,6 +101,10 @@ TEST(Stack, OfTheCipher) {
         [&]() -> Status {
             std::uint64_t size = 0;
             return decrypt.decryptFinal(sent.data(), 1008, output.data(), &size);
+        },
+        [&] {
+            std::size_t size = 1400;
+            return Status(zelAesCbcDecrypt(key.data(), 32, iv, sent.data(), 1008, output.data(), &size));
         },
     };
     for (const Work& call : calls) {
@@ -111,7 +116,7 @@ TEST(Stack, OfTheCipher) {
 
 TEST(Stack, OfAnRsaKey) {
     ScopedKey key;
-    const Bytes der = bytesOf(readScript("rsa_keys.txt").front().values.at("rsa512Private"));
+    const Bytes der = bytesOf(readScript("rsa_keys").front().values.at("rsa512Private"));
     const auto read = [&der](AsymmetricKey* to) {
         return AsymKey_FromPkcs8Der(der.data(), static_cast<std::uint32_t>(der.size()), to);
     };

@@ -3,7 +3,6 @@ on PYTHONPATH and ZEL_LIBRARY naming the library."""
 import hashlib
 import pathlib
 import subprocess
-import threading
 import zel
 
 
@@ -20,8 +19,6 @@ def refused(status, work, *arguments):
     raise AssertionError("not refused")
 
 
-seeding = threading.Thread(target=zel.random_bytes, args=(1,))  # in the background, without a lock of Python's
-seeding.start()
 message = b"Received with thanks.\0" * 1000
 for name in zel.HASHES:
     expected, running = hashlib.new(name, message).digest(), zel.Digest(name, message[:777])
@@ -36,11 +33,9 @@ for key, length in ((b"k" * 16, 0), (b"k" * 24, 15), (b"k" * 32, 22000)):
     assert zel.decrypt(key, iv, ciphertext) == message[:length]
     refused(-7902, zel.decrypt, key, iv, ciphertext[:-1])
 
-seeding.join()
 openssl("genrsa -out rsa.pem 3072")
 openssl("dsaparam -genkey -out old.pem 2048")
 openssl("pkey -in old.pem -out dsa.pem")
-pathlib.Path("message").write_bytes(message)
 for name in ("rsa.pem", "dsa.pem"):
     private = zel.Key.read_private(pathlib.Path(name).read_bytes())
     public_pem = private.write(zel.X509)
@@ -48,8 +43,8 @@ for name in ("rsa.pem", "dsa.pem"):
     pathlib.Path("public.pem").write_bytes(public_pem)
     for hash_name in zel.HASHES:
         pathlib.Path("signature").write_bytes(private.sign(hash_name, message))
-        openssl(f"dgst -{hash_name} -verify public.pem -signature signature message")
-        theirs = openssl(f"dgst -{hash_name} -sign {name} message")
+        openssl(f"dgst -{hash_name} -verify public.pem -signature signature", message)
+        theirs = openssl(f"dgst -{hash_name} -sign {name}", message)
         zel.Key.read_public(public_pem).verify(hash_name, message, theirs)
         refused(zel.BAD_SIGNATURE, private.verify, hash_name, message + b".", theirs)
 

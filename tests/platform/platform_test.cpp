@@ -3,9 +3,7 @@
 #include "platform/rtos_clock.h"
 #include "platform/rtos_mutex.h"
 #include "platform/rtos_thread.h"
-#include "platform/static_lock.h"
 #include "tests/support/faults.h"
-#include "tests/support/in_threads.h"
 
 #include <chrono>
 #include <csignal>
@@ -189,19 +187,6 @@ TEST(OsRandom, FillsAndRefuses) {
     EXPECT_LT(std::count(bytes.end() - 500, bytes.end(), 0), 30);
     EXPECT_EQ(osRandomBytes(bytes.data(), 0), OK);
     EXPECT_EQ(osRandomBytes(nullptr, 0), ERR_NULL_POINTER);
-}
-
-TEST(StaticLocks, Exclude) {
-    static StaticLock lock;
-    int inside = 0;
-    inThreads(4, [&](unsigned) {
-        for (int round = 0; round < 20; ++round) {
-            const StaticLockHolder holder(lock);
-            ++inside;
-            rtosSleepMs(1);
-            EXPECT_EQ(inside--, 1);
-        }
-    });
 }
 
 } // namespace

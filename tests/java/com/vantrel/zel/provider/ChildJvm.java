@@ -9,20 +9,20 @@ import java.util.*;
 import java.util.concurrent.TimeUnit;
 
 /** A Java program run to its end in a virtual machine of its own, which gets the -XX options of this one. */
-final class ChildJvm {
-    static final boolean CAN_DENY = Runtime.version().feature() >= 24;
+public final class ChildJvm {
+    public static final boolean CAN_DENY = Runtime.version().feature() >= 24;
     private static final boolean CAN_WARN = Runtime.version().feature() >= 22;
 
-    static final String PROVIDER_JAR = System.getProperty("zel.provider.jar");
-    static final String TEST_CLASSES = new File(URI.create(
+    public static final String PROVIDER_JAR = System.getProperty("zel.provider.jar");
+    public static final String TEST_CLASSES = new File(URI.create(
             ChildJvm.class.getProtectionDomain().getCodeSource().getLocation().toString())).getPath();
 
-    static final String CLASS_PATH = PROVIDER_JAR + File.pathSeparator + TEST_CLASSES;
+    public static final String CLASS_PATH = PROVIDER_JAR + File.pathSeparator + TEST_CLASSES;
 
     private ChildJvm() {}
 
     /** Runs a program of the tests, with their class path unless the options name another; the result is what it prints. */
-    static String run(Class<?> program, List<String> options, String... arguments) throws Exception {
+    public static String run(Class<?> program, List<String> options, String... arguments) throws Exception {
         List<String> all = new ArrayList<>(List.of("-cp", System.getProperty("java.class.path")));
         all.addAll(options);
         all.add(program.getName());
@@ -36,7 +36,7 @@ final class ChildJvm {
      *
      * @return what it prints on both streams, with line feeds at the ends of lines, whatever the system writes
      */
-    static String run(String limit, String module, List<String> arguments) throws Exception {
+    public static String run(String limit, String module, List<String> arguments) throws Exception {
         List<String> command = new ArrayList<>();
         if (limit != null) {
             command.addAll(List.of("sh", "-c", "ulimit " + limit + "; java=$1; shift; exec \"$java\" -XX:-UsePerfData \"$@\"", "sh"));

@@ -25,7 +25,7 @@ import org.junit.jupiter.api.Test;
  * <p>As a program: all of them in several threads, for as many seconds as the argument or ZEL_SOAK_SECONDS says. Objects are
  * dropped as they stand. Memory, threads and open files must stay flat.
  */
-final class RandomUsesTest {
+public final class RandomUsesTest {
     /** One message through the kept objects; afresh: after another one that is given up. Fails where results differ. */
     private interface Use {
         void with(Random random, boolean isAfresh) throws Exception;
@@ -329,7 +329,7 @@ final class RandomUsesTest {
     }
 
     /** Runs the work in so many threads at once; they go on after the return, and each end throws what its thread has thrown. */
-    static List<Future<Void>> inThreads(int count, Callable<Void> work) {
+    public static List<Future<Void>> inThreads(int count, Callable<Void> work) {
         ExecutorService threads = Executors.newFixedThreadPool(count);
         List<Future<Void>> ends = Stream.generate(() -> threads.submit(work)).limit(count).collect(Collectors.toList());
         threads.shutdown();

@@ -1,14 +1,13 @@
-package com.vantrel.zel.provider;
+package com.vantrel.zel.provider.internal;
 
 import static org.junit.jupiter.api.Assertions.*;
 
-import com.vantrel.zel.probe.ServiceProbe;
-import com.vantrel.zel.provider.internal.*;
+import com.vantrel.zel.provider.*;
 import com.vantrel.zel.provider.spi.ZelSecureRandomSpi;
 import java.io.*;
 import java.net.*;
 import java.nio.file.*;
-import java.nio.file.attribute.FileTime;
+import java.nio.file.attribute.*;
 import java.security.*;
 import java.time.*;
 import java.util.*;
@@ -33,17 +32,29 @@ class LoadingTest {
     private Path temporary;
     private Path libraryPath;
 
-    /** Run in a child: prints who answers, whence the library, and in the end whether there are random numbers; or the complaint. */
+    /**
+     * Run in a child: registers the provider, unless its name is given and it is registered by that. Prints who answers,
+     * whence the library, and in the end whether there are random numbers; or the complaint.
+     */
     public static final class Probe {
         public static void main(String[] args) throws Exception {
             try {
-                Security.insertProviderAt(new ZelSecurityProvider(), 1);
+                if (args.length == 0) {
+                    Security.insertProviderAt(new ZelSecurityProvider(), 1);
+                }
                 MessageDigest digest = MessageDigest.getInstance("SHA-1");
                 System.out.println(digest.getProvider().getName() + " " + digest.digest().length + " " + NativeLibrary.origin());
                 Runtime.getRuntime().addShutdownHook(new Thread(() -> System.out.println(NativeInfo.isRandomReady())));
             } catch (ProviderException e) {
                 System.out.println(e.getMessage());
             }
+        }
+    }
+
+    /** Run in a child that has no provider: loads the library. */
+    public static final class Alone {
+        public static void main(String[] args) {
+            System.load(args[0]);
         }
     }
 
@@ -165,6 +176,17 @@ class LoadingTest {
         assertTrue(IS_WINDOWS || temporary.toFile().list().length == 0);
     }
 
+    /** That they cannot be made shows nowhere else: the registered methods do the same. */
+    @Test
+    void javasOwnCallsOfCAreMadeWhereItHasThem() throws Exception {
+        NativeLibrary.load();
+        for (int i = 0; i < 10_600 && !ShortCalls.isForeign; ++i) {
+            ShortCalls.digest(20, new byte[0], 0, new byte[20], 0);
+            Thread.sleep(i > 10_000 && ChildJvm.CAN_DENY ? 100 : 0);
+        }
+        assertEquals(ChildJvm.CAN_DENY, ShortCalls.isForeign);
+    }
+
     /** Java's own threads are made with stacks of 256 MiB in 12 GB of addresses: there is room for some thirty. */
     @Test
     @EnabledOnOs(value = OS.LINUX, disabledReason = "there is no such limit")
@@ -184,6 +206,44 @@ class LoadingTest {
                 + ") and for /native/", "-none/" + NAME + " in the provider's jar");
         Path missing = temporary.resolve("missing");
         assertSays(probe(missing), "cannot unpack " + IN_JAR, "into " + missing);
+    }
+
+    /**
+     * The private copy of the library, while it is there, is its owner's alone, and made where nobody else could replace it.
+     * Old ones go, but for somebody else's; of very many, some.
+     */
+    @Test
+    @DisabledOnOs(value = OS.WINDOWS, disabledReason = "has other permissions and links")
+    void theCopyIsSafeAndSweptByALaterStart() throws Exception {
+        InputStream empty = InputStream.nullInputStream();
+        Path link = Files.createSymbolicLink(folder.resolve("link"), temporary);
+        Files.createFile(libraryPath.resolve("lib"));
+        Files.setLastModifiedTime(libraryPath, FileTime.fromMillis(0));
+        List<Path> kept = List.of(Files.createDirectory(temporary.resolve("zelspi-fresh")),
+                Files.createSymbolicLink(temporary.resolve("zelspi-link"), libraryPath).resolve("lib"));
+        String systemTemporary = System.setProperty("java.io.tmpdir", link.toString());
+        try {
+            Files.setAttribute(folder, "unix:mode", 0757);
+            String said = assertThrows(IOException.class, () -> UnpackedLibrary.of(empty, "lib")).getMessage();
+            assertTrue(said.startsWith(folder.toRealPath() + ": other users"), said);
+            for (int count : new int[] {2, 300}) {
+                Files.setAttribute(folder, "unix:mode", count == 2 ? 01757 : 0775);
+                for (int i = 0; i < count; ++i) {
+                    Path old = Files.createDirectory(temporary.resolve("zelspi-" + i));
+                    Files.createFile(old.resolve("lib"));
+                    Files.setLastModifiedTime(old, FileTime.fromMillis(0));
+                }
+                try (UnpackedLibrary unpacked = UnpackedLibrary.of(empty, "lib")) {
+                    Path own = unpacked.file().getParent();
+                    assertEquals("rwx------", PosixFilePermissions.toString(Files.getPosixFilePermissions(own)));
+                }
+                int left = temporary.toFile().list().length - kept.size();
+                assertTrue(count == 2 ? left == 0 : left >= 100 && left < 150, left + " of " + count);
+            }
+            assertTrue(kept.stream().allMatch(Files::exists));
+        } finally {
+            System.setProperty("java.io.tmpdir", systemTemporary);
+        }
     }
 
     /** No file can be larger than 100 KiB, which stands in for a full disk. */
@@ -212,14 +272,14 @@ class LoadingTest {
     /** Where a ServiceLoader finds it by its name, on either path; programs that have the library alone load it, too. */
     @Test
     void onTheClassPathAndOnTheModulePath() throws Exception {
-        String probe = ServiceProbe.class.getName();
         String module = "com.vantrel.zel.provider";
         String byName = "-Djava.security.properties=" + Files.writeString(folder.resolve("byName"),
                 "security.provider.1=Zel\nsecurity.provider.2=SUN\n");
-        assertEquals("null 32\n", ChildJvm.run(null, "ALL-UNNAMED", List.of("-cp", ChildJvm.CLASS_PATH, byName, probe)));
-        assertEquals(module + " 32\n", ChildJvm.run(null, module,
-                List.of("-p", ChildJvm.PROVIDER_JAR, "-cp", ChildJvm.TEST_CLASSES, byName, probe)));
-        assertEquals("", ChildJvm.run(ServiceProbe.class, List.of("-Xcheck:jni", "-cp", ChildJvm.TEST_CLASSES), LIBRARY.toString()));
+        String probe = Probe.class.getName();
+        assertSays(ChildJvm.run(null, "ALL-UNNAMED", List.of("-cp", ChildJvm.CLASS_PATH, byName, probe, "Zel")), "Zel 20 ");
+        assertSays(ChildJvm.run(null, module, List.of("-p", ChildJvm.PROVIDER_JAR, "--patch-module",
+                module + "=" + ChildJvm.TEST_CLASSES, byName, "-m", module + "/" + probe, "Zel")), "Zel 20 ");
+        assertEquals("", ChildJvm.run(Alone.class, List.of("-Xcheck:jni", "-cp", ChildJvm.TEST_CLASSES), LIBRARY.toString()));
         if (ChildJvm.CAN_DENY) {
             assertSays(ChildJvm.run(null, null, List.of("-cp", ChildJvm.CLASS_PATH, Probe.class.getName())),
                     "start Java with --enable-native-access=ALL-UNNAMED");
