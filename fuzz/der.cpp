@@ -3,6 +3,7 @@
 // begin of an item twice. The tree, built again, must give the same tree, and the same octets when the input's headers are
 // minimal. As a DSA signature it must come back from its minimal encoding.
 #include "core/asn1/der.h"
+#include "core/asn1/asn1_walk.h"
 #include "core/bignum/scoped_vlong.h"
 #include "core/memory/memory.h"
 #include "core/pubkey/dsa/dsa_der.h"
@@ -74,6 +75,21 @@ std::uint64_t checkItem(const Asn1Node& item, ByteStream stream, std::uint64_t s
     return declaredEnd;
 }
 
+// The look-ups, on whatever is there: where they lead must be an item that fits.
+void lookAround(const Asn1Node& top, Asn1Node* root, ByteStream stream) {
+    static constexpr std::uint8_t kOid[] = {3, 0x2A, 0x03, 0x04};
+    constexpr Asn1WalkStep kSteps[] = {{kWalkFirstChild, 0, nullptr},    {kWalkIntoOctetString, 0, nullptr},
+                                       {kWalkExplicitField, 0, nullptr}, {kWalkSequenceByOid, 0, kOid},
+                                       {kWalkCheckOid, 0, kOid},         {kWalkEnd, 0, nullptr}};
+    Asn1Node* found = nullptr;
+    FUZZ_CHECK(isError(Asn1_WalkPath(root, stream, kSteps, &found)) == (found == nullptr));
+    FUZZ_CHECK(!isError(Asn1_FindContextChild(&top, 1, &found)));
+    FUZZ_CHECK(found == nullptr || !isError(Asn1_CheckContextTag(found, 1)));
+    FUZZ_CHECK(!isError(Asn1_FindSequenceByOid(&top, stream, kOid, &found)));
+    FUZZ_CHECK(found == nullptr || !isError(Asn1_CheckOid(found, stream, kOid)));
+    FUZZ_CHECK(isError(Asn1_NthChild(&top, 3, &found)) == (found == nullptr));
+}
+
 struct Rebuilt {
     // Not with tag numbers in the high form, and primitive items with the indefinite length octet.
     bool isPossible = true;
@@ -141,6 +157,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         FUZZ_CHECK(parsed.top() != nullptr && parsed.top()->nextSibling == nullptr);
         const std::uint64_t end = checkItem(*parsed.top(), parsed.stream, 0, 1);
         FUZZ_CHECK(end <= size && end == static_cast<std::uint64_t>(parsed.memory.position));
+        lookAround(*parsed.top(), parsed.root.get(), parsed.stream);
         const Parsed alone(input, end); // what follows the item makes no difference
         FUZZ_CHECK(outline(alone.top()) == outline(parsed.top()));
         checkRebuilt(parsed, input);

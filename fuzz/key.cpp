@@ -126,6 +126,20 @@ void checkPrivate(RSAKey& key, const vlong* base) {
     }
 }
 
+// The key, written, read and written again, gives the same octets. An exponent of 32 bits has an INTEGER of five octets.
+void checkRewritten(const AsymmetricKey* key) {
+    const RSAKey& rsa = *asymKeyRsa(key);
+    const Bytes der = written(RsaKey_ToDer, key);
+    if (der.empty()) {
+        FUZZ_CHECK(rsa.privateKey != 0); // p - 1 or q - 1 is 0
+        return;
+    }
+    ScopedKey copy;
+    const Status status = RsaKey_FromPublicDer(der.data(), static_cast<std::uint32_t>(der.size()), copy.get());
+    FUZZ_CHECK(VLONG_bitLength(rsa.e) == 32 ? status == ERR_RSA_INVALID_PKCS1
+                                            : status == OK && written(RsaKey_ToDer, copy.get()) == der);
+}
+
 void checkPrivate(const DSAKey& key, const vlong* m) {
     FUZZ_CHECK(VLONG_isZero(key.g) || VLONG_isZero(key.x) || isPower(key.y, key.g, key.x, key.p));
     Number r, s;
@@ -214,7 +228,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             if (rsa->privateKey != 0 && reader == AsymKey_FromPkcs8Der) {
                 checkPrivate(*rsa, base);
             }
-            FUZZ_CHECK(rsa->privateKey != 0 || !written(RsaKey_ToDer, key.get()).empty()); // p - 1 or q - 1 can be 0
+            checkRewritten(key.get());
         } else if (const DSAKey* const dsa = asymKeyDsa(key.get()); dsa != nullptr) {
             reader == parseDSAPublicKey ? checkPublic(*dsa) : checkPrivate(*dsa, base);
             FUZZ_CHECK(!written(DsaKey_ToDer, key.get()).empty());
