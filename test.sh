@@ -82,7 +82,7 @@ for preset in windows arm64 asan-clang clang; do
 done
 # What those have not seen: threads, the portable kernels under all that is built on them, clang's wide vectors on Windows, and
 # the sanitized library in a JVM.
-run_programs tsan bridge_threads hash platform pubkey random
+run_programs tsan bridge_threads capi hash platform pubkey random
 run_programs portable hash aes bignum prime pubkey
 run_programs windows-clang hash aes bignum
 build_preset asan zelspi java java_tests

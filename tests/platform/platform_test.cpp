@@ -28,7 +28,12 @@ TEST_F(Mutex, IsRecursiveAndItsOwnersAlone) {
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(rtosMutexWait(mutex), OK);
     }
-    std::thread([this] { EXPECT_EQ(rtosMutexRelease(mutex), ERR_RTOS_MUTEX_RELEASE) << "not the owner"; }).join();
+    std::thread([this] {
+        EXPECT_EQ(rtosMutexRelease(mutex), ERR_RTOS_MUTEX_RELEASE) << "not the owner";
+#ifdef SIGALRM // with POSIX
+        EXPECT_EQ(rtosMutexFree(&mutex), ERR_RTOS_MUTEX_FREE);
+#endif
+    }).join();
     for (int i = 0; i < 3; ++i) {
         EXPECT_EQ(rtosMutexRelease(mutex), OK);
     }

@@ -4,14 +4,15 @@
 // down by one is then a renaming of the registers and one shift by a lane. In the paired form even lanes belong to the
 // first task and odd ones to the second: one stream of instructions serves both, and one load spreads a digit of each.
 //
-// A digit is the low 52 bits of its lane, which is what the multiplications read.
+// A digit of a stored number is the low 52 bits of its lane, which is what the multiplications read; in a sum the bits
+// above count, too.
 //
-// A product adds, digit by digit of b, a b_i and a multiple y of the modulus that clears the lowest digit, then moves
-// down by one digit: a b / R mod m with R = 2^(52 steps). The steps add multiples of a multiple m' of m that is -1 modulo
+// A product adds, digit by digit of b, a b_i and y times the modulus, which clears the lowest digit, then moves down by one
+// digit: a b / R mod m with R = 2^(52 steps). All steps but the last add multiples of a multiple m' of m that is -1 modulo
 // 2^52: y is then the lowest digit as it stands, and one multiplication is gone from the chain that a step waits for. m' is
 // kept as m' + 1; the -y that is missing is the lowest digit itself, which falls off. m' is a digit longer than m, and so
-// is the sum; the last step adds a multiple of m itself, and the sum is as short as m again. Factors may be up to 3 m, and
-// so may results: they are below a b / R + 2 m. The final product, with the number 1, works modulo m alone: at most m.
+// is the sum; the last step adds a multiple of m itself, and the sum is as short as m again. Results are below a b / R + 2 m:
+// below 3 m if the factors are, as R is above 9 m. The final product, with the number 1, works modulo m alone: at most m.
 //
 // What bounds a product of few registers is that chain. There m' is -1 modulo 2^104: the two lowest digits of m' + 1 are
 // zero, so that the next y does not wait for this y m', and the last two steps add multiples of m. What bounds one of many
@@ -60,7 +61,8 @@ template <std::uint32_t units, std::uint32_t registers, std::uint32_t steps, boo
     // m' + 1 has a digit more than there are lanes.
     static constexpr bool hasTop = registers * kTaskLanes < steps + kZeroDigits;
 
-    static_assert(steps + kZeroDigits <= registers * kTaskLanes + 1, "but one digit of m' + 1 has a lane");
+    static_assert(steps + kZeroDigits <= registers * kTaskLanes + 1, "all digits of m' + 1 but one have a lane");
+    static_assert(!isShort || !hasTop, "a last step leaves that digit where it was: two would add it twice");
     static_assert(steps * kDigitBits >= 64 * units + 4, "9 m is below R");
     static_assert(kTaskLanes * (6 * V + 8) < 1U << (64 - kDigitBits), "a sum of so many products fits its lane");
 };
@@ -145,7 +147,7 @@ template <typename S> ZEL_IFMA_INLINE Vector spreadDigit(const Unit* digits) {
     }
 }
 
-// The lowest lane of `above` comes in at the top.
+// Each task's lowest lane of `above` comes in at its top.
 template <typename S> ZEL_IFMA_INLINE Vector laneDown(Vector digits, Vector above = _mm512_setzero_si512()) {
     return _mm512_alignr_epi64(above, digits, S::kTasks);
 }
@@ -194,12 +196,12 @@ public:
     template <std::uint32_t step, bool isLast, bool isMultiplied, std::uint32_t... r> ZEL_IFMA_INLINE void
     addDigit(std::uint32_t lane, const Multiple<S, isMultiplied>& m, std::integer_sequence<std::uint32_t, r...> all) {
         Vector lowest = lowest_;
-        // The multiple of m that clears the lowest digit, in all lanes of the task.
+        // How many times m clears the lowest digit, in all lanes of the task.
         const Vector y = spreadLowest<S>(
             isMultiplied ? lowest : _mm512_madd52lo_epu64(_mm512_setzero_si512(), lowest, m.negInverse));
         addDigitTimesA<step>(digit<step>(lane), all);
         takeLowest<step + 1, !isLast>(lane);
-        // What the cleared digit carries: one that is not zero becomes 2^52 when y m is added.
+        // What the cleared digit carries: where m itself is added, one that is not zero becomes 2^52.
         const Vector cleared =
             isMultiplied ? lowest : _mm512_add_epi64(lowest, _mm512_set1_epi64(static_cast<long long>(kDigitMask)));
         Vector carry = _mm512_maskz_srli_epi64((1U << S::kTasks) - 1, cleared, kDigitBits);
@@ -215,7 +217,7 @@ public:
         addRestOfYTimesM<step>(lowest, m, y, all);
     }
 
-    // Register r of the sum after so many steps, of which the last was told so; its digits may exceed 52 bits.
+    // Register r of the sum after so many steps, the last of them with isLast; its digits may exceed 52 bits.
     template <std::uint32_t steps, std::uint32_t r> ZEL_IFMA_INLINE Vector sum() const {
         return r == 0 ? lowest_ : _mm512_add_epi64(counted(ab_[S::turn(steps + r)]), ym_[S::turn(steps + r)]);
     }
@@ -269,7 +271,7 @@ private:
     const Factor<S> a_;
     const Unit* b_;
     Vector ab_[V], ym_[V];
-    Vector lowest_; // the sum's lowest register, no longer in the halves, with what the next digit adds to its low bits
+    Vector lowest_; // the sum's lowest register, no longer in the halves, with the low products of the next digit
     Vector late_;   // what else is to be added to it
     Vector top_;    // the sum's digit for which there is no lane
 };
@@ -279,7 +281,7 @@ ZEL_IFMA_INLINE Vector carriesOf(Vector digits) {
 }
 
 // The lanes that a carry comes into: those above lanes that run over, or that are full and get a carry themselves. The
-// lowest lane of a task does neither, as nothing comes in there; so of a pair's four lanes one at most can be such a link.
+// lowest lane of a task does neither, as nothing comes in there; so of a pair's four lanes the third alone can hand on what comes in.
 template <typename S> ZEL_IFMA_INLINE __mmask8 carriesInto(unsigned over, unsigned full) {
     if constexpr (S::kTasks == 1) {
         return static_cast<__mmask8>((2 * over + full) ^ full); // an addition does just this
@@ -288,7 +290,7 @@ template <typename S> ZEL_IFMA_INLINE __mmask8 carriesInto(unsigned over, unsign
     return static_cast<__mmask8>(into | (into & full) << 2);
 }
 
-// What is above 52 bits goes to the next digit: through the registers of every lane, then from the highest register to the
+// What is above 52 bits goes to the next digit, and stays behind without counting any more: through the registers of every lane, then from the highest register to the
 // lowest one of the lane above. That one may run over, by 1, and then what is above it as long as all bits are ones: these
 // last carries are found for all digits at once.
 template <typename S, std::uint32_t... r>

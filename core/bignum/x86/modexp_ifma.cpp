@@ -75,7 +75,7 @@ template <typename S> void fromDigits(Unit* units, std::uint32_t task, const Uni
     }
 }
 
-// number := m' + 1 for m' = m (-1/m mod 2^(52 zero digits)), top := its digit for which there is no lane.
+// number := m' + 1 for m' = m (-1/m mod 2^(52 kZeroDigits)), top := its digit for which there is no lane, or 0.
 template <typename S>
 void multiplyModulus(Unit* number, Unit* top, std::uint32_t task, const Unit* m, const MontModulus& modulus) {
     __extension__ using DoubleUnit = unsigned __int128;

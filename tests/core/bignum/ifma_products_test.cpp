@@ -1,5 +1,5 @@
-// The carries at the end of a product, for every shape: products have the rare ones once in 2^52. The products themselves are
-// seen by the powers of every kernel (bignum_test.cpp).
+// The carries at the end of a product, for every shape: random numbers hardly ever have the last ones. The products themselves
+// are seen by the powers of every kernel (bignum_test.cpp).
 #include "core/bignum/vlong_math.h"
 #include "core/bignum/x86/ifma_products.h"
 #include "core/bignum/x86/x86_kernels.h"
@@ -31,7 +31,7 @@ ZEL_TARGET_IFMA void normaliseLanes(Unit* lanes, std::integer_sequence<std::uint
     (_mm512_store_si512(lanes + r * kLanes, sum[r]), ...);
 }
 
-// Between digits that are all ones but for a few.
+// Digits that are all ones but for a few.
 template <typename S> void checkCarries(std::mt19937_64& random) {
     for (std::uint32_t round = 0; round < 1000; ++round) {
         Digits<S> sum;
