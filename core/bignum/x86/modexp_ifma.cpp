@@ -16,26 +16,89 @@ namespace {
 
 using namespace ifma;
 
-// result := table[index of the task], all of the table being read.
-template <typename S, std::uint32_t... r> ZEL_IFMA_INLINE void selectEntry(Unit* result, const Unit* table,
-                                                                           std::uint32_t entries, Vector index,
-                                                                           std::integer_sequence<std::uint32_t, r...>) {
-    Vector entry[S::V] = {((void)r, _mm512_setzero_si512())...};
-    for (std::uint32_t j = 0; j < entries; ++j, table += S::kNumberUnits) {
-        const __mmask8 isEntry = _mm512_cmpeq_epi64_mask(index, _mm512_set1_epi64(j));
-        ((entry[r] = _mm512_mask_mov_epi64(entry[r], isEntry, load(table + r * kLanes))), ...);
+// LookUp: which entries of a table are copied to `entry`: for a pair one for each task.
+struct LookUp {
+    Unit* entry = nullptr;
+    const Unit* table = nullptr;
+    std::uint32_t entries = 0;
+    Unit first = 0, second = 0;
+
+    ZEL_IFMA_INLINE Vector index() const {
+        return _mm512_mask_set1_epi64(_mm512_set1_epi64(static_cast<long long>(first)), 0xAA,
+                                      static_cast<long long>(second));
     }
-    (_mm512_store_si512(result + r * kLanes, entry[r]), ...);
+};
+
+// How many entries a look-up reads after each square: those of a window suffice for the whole table.
+constexpr std::uint32_t kPartEntries = 8, kLongestWindow = fixedWindowWidth(~0U);
+static_assert(1U << kLongestWindow <= kPartEntries * kLongestWindow);
+static_assert((1U << fixedWindowWidth(1)) % kPartEntries == 0);
+
+// Reads a part of the table from entry `begin` on, and moves the entries that are looked up.
+template <typename S, std::uint32_t... r> ZEL_IFMA_INLINE void
+lookUpPart(const LookUp& lookUp, Vector index, std::uint32_t begin, std::integer_sequence<std::uint32_t, r...>) {
+    Vector entry[S::V] = {load(lookUp.entry + r * kLanes)...};
+    const Unit* from = lookUp.table + begin * S::kNumberUnits;
+    for (std::uint32_t j = begin; j < begin + kPartEntries; ++j, from += S::kNumberUnits) {
+        const __mmask8 isEntry = _mm512_cmpeq_epi64_mask(index, _mm512_set1_epi64(j));
+        ((entry[r] = _mm512_mask_mov_epi64(entry[r], isEntry, load(from + r * kLanes))), ...);
+    }
+    (_mm512_store_si512(lookUp.entry + r * kLanes, entry[r]), ...);
 }
 
-template <typename S> ZEL_TARGET_IFMA __attribute__((noinline)) void
-lookUp(Unit* result, const Unit* table, std::uint32_t entries, Unit first, Unit second) {
-    const Vector index =
-        _mm512_mask_set1_epi64(_mm512_set1_epi64(static_cast<long long>(first)), 0xAA, static_cast<long long>(second));
-    selectEntry<S>(result, table, entries, index, std::make_integer_sequence<std::uint32_t, S::V>{});
+template <typename S, std::uint32_t... r>
+ZEL_IFMA_INLINE void lookUpIn(const LookUp& lookUp, std::integer_sequence<std::uint32_t, r...> all) {
+    for (std::uint32_t begin = 0; begin < lookUp.entries; begin += kPartEntries) {
+        lookUpPart<S>(lookUp, lookUp.index(), begin, all);
+    }
 }
 
-// The deepest frame of the functions here that hold digits in registers.
+template <typename S, bool isReduced, std::uint32_t... r>
+ZEL_IFMA_INLINE void multiplyIn(Unit* result, const Unit* a, const Unit* b, const Modulus& m,
+                                std::integer_sequence<std::uint32_t, r...> all) {
+    Vector product[S::V];
+    productOf<S, isReduced, false>(product, Factor<S>(a, all), b, m, all);
+    (_mm512_store_si512(result + r * kLanes, product[r]), ...);
+}
+
+template <typename S, std::uint32_t... r>
+ZEL_IFMA_INLINE void squareIn(Unit* number, std::uint32_t times, const Modulus& m, const LookUp& lookUp,
+                              std::integer_sequence<std::uint32_t, r...> all) {
+    Vector power[S::V] = {load(number + r * kLanes)...};
+    const Vector index = lookUp.index();
+    for (std::uint32_t i = 0; i < times; ++i) {
+        productOf<S, false, !S::isShort>(power, Factor<S>(number, power, all), number, m, all);
+        (_mm512_store_si512(number + r * kLanes, power[r]), ...);
+        if (i * kPartEntries < lookUp.entries) {
+            lookUpPart<S>(lookUp, index, i * kPartEntries, all);
+        }
+    }
+}
+
+// result := a * b / R mod m. result may be a or b.
+template <typename S>
+ZEL_TARGET_IFMA __attribute__((noinline)) void multiply(Unit* result, const Unit* a, const Unit* b, const Modulus& m) {
+    multiplyIn<S, false>(result, a, b, m, std::make_integer_sequence<std::uint32_t, S::V>{});
+}
+
+// result := a / R mod m, at most m. one: the number 1.
+template <typename S>
+ZEL_TARGET_IFMA __attribute__((noinline)) void leave(Unit* result, const Unit* a, const Unit* one, const Modulus& m) {
+    multiplyIn<S, true>(result, a, one, m, std::make_integer_sequence<std::uint32_t, S::V>{});
+}
+
+// number := number^(2^times), R being divided out of each square. Each square ends with carries that leave the multipliers
+// idle: there the look-up goes on, which has to wait for nothing.
+template <typename S> ZEL_TARGET_IFMA __attribute__((noinline)) void square(Unit* number, std::uint32_t times,
+                                                                            const Modulus& m, const LookUp& lookUp) {
+    squareIn<S>(number, times, m, lookUp, std::make_integer_sequence<std::uint32_t, S::V>{});
+}
+
+template <typename S> ZEL_TARGET_IFMA __attribute__((noinline)) void lookUpAll(const LookUp& lookUp) {
+    lookUpIn<S>(lookUp, std::make_integer_sequence<std::uint32_t, S::V>{});
+}
+
+// The deepest frame of the functions here that hold digits or windows, in optimised code.
 constexpr std::size_t kDeepestFrame = 4096;
 
 // No digit of a secret stays in a register.
@@ -75,25 +138,27 @@ template <typename S> void fromDigits(Unit* units, std::uint32_t task, const Uni
     }
 }
 
-// number := m' + 1 for m' = m (-1/m mod 2^(52 kZeroDigits)), top := its digit for which there is no lane, or 0.
+// number := (m' + 1) / 2^104 for m' = m (-1/m mod 2^104).
 template <typename S>
-void multiplyModulus(Unit* number, Unit* top, std::uint32_t task, const Unit* m, const MontModulus& modulus) {
+void multiplyModulus(Unit* number, std::uint32_t task, const Unit* m, const MontModulus& modulus) {
     __extension__ using DoubleUnit = unsigned __int128;
     const DoubleUnit lowest = DoubleUnit{modulus.units[1]} << kUnitBits | modulus.units[0];
     const DoubleUnit inverse = modulus.negInverse * (lowest * modulus.negInverse + 2); // twice the bits: a Newton step
     const Unit low = static_cast<Unit>(inverse) & kDigitMask;
-    const Unit high = S::kZeroDigits < 2 ? 0 : static_cast<Unit>(inverse >> kDigitBits) & kDigitMask;
+    const Unit high = static_cast<Unit>(inverse >> kDigitBits) & kDigitMask;
+    constexpr std::uint32_t kDigits = S::V * S::kTaskLanes;
     DoubleUnit carry = 1;
-    for (std::uint32_t d = 0; d < S::V * S::kTaskLanes; ++d) {
-        carry += DoubleUnit{m[place<S>(task, d)]} * low;
-        carry += d == 0 ? 0 : DoubleUnit{m[place<S>(task, d - 1)]} * high;
-        number[place<S>(task, d)] = static_cast<Unit>(carry) & kDigitMask;
+    for (std::uint32_t d = 0; d < kDigits + 2; ++d) {
+        carry += d < kDigits ? DoubleUnit{m[place<S>(task, d)]} * low : 0;
+        carry += d > 0 && d <= kDigits ? DoubleUnit{m[place<S>(task, d - 1)]} * high : 0;
+        if (d >= 2) {
+            number[place<S>(task, d - 2)] = static_cast<Unit>(carry) & kDigitMask;
+        }
         carry >>= kDigitBits;
     }
-    top[task] = static_cast<Unit>(carry);
 }
 
-// Scratch in numbers: modulus, multiplied modulus, its top and the inverse (a vector each), base, one, power, entry; the table.
+// Scratch in numbers: modulus, multiplied modulus, the inverse, base, one, power, entry; the table.
 constexpr std::size_t kFixedNumbers = 7;
 
 template <typename S> constexpr std::size_t scratchUnitsOf(std::uint32_t exponentBits, bool isSecret) {
@@ -101,19 +166,19 @@ template <typename S> constexpr std::size_t scratchUnitsOf(std::uint32_t exponen
            kLanes; // and the way to the next 64-byte boundary
 }
 
-template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], Unit* scratch) {
+template <typename S>
+__attribute__((noinline)) void modExpUnwiped(const ModExpTask* const (&tasks)[S::kTasks], Unit* scratch) {
     constexpr std::size_t n = S::kNumberUnits;
     Unit* const start = scratch + (Unit{0} - reinterpret_cast<std::uintptr_t>(scratch)) % 64 / sizeof(Unit);
     Unit* const digits = start;
     Unit* const multiplied = digits + n;
-    Unit* const top = multiplied + n;
-    Unit* const negInverse = top + kLanes;
-    Unit* const base = top + n;
+    Unit* const negInverse = multiplied + n;
+    Unit* const base = negInverse + n;
     Unit* const one = base + n;
     Unit* const power = one + n;
     Unit* const entry = power + n;
     Unit* const table = entry + n;
-    const Modulus m{digits, multiplied, top, negInverse};
+    const Modulus m{digits, multiplied, negInverse};
     std::uint32_t bits = 0;
 
     // R^2 = ((2^(128 k))^2 / R) 2^(4 (52 steps - 64 k)) / R.
@@ -124,12 +189,12 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
         bits = std::max(bits, tasks[task]->exponentBits);
         toDigits<S>(digits, task, modulus.units);
         negInverse[task] = modulus.negInverse & kDigitMask;
-        multiplyModulus<S>(multiplied, top, task, digits, modulus);
+        multiplyModulus<S>(multiplied, task, digits, modulus);
         toDigits<S>(entry, task, modulus.radixSquared);
         toDigits<S>(base, task, tasks[task]->base);
         one[place<S>(task, kLift / kDigitBits)] = Unit{1} << kLift % kDigitBits;
     }
-    square<S>(entry, entry, m);
+    square<S>(entry, 1, m, {});
     multiply<S>(entry, entry, one, m);
     multiply<S>(base, base, entry, m);
     std::fill_n(one, n, Unit{0});
@@ -140,7 +205,7 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
     if (S::kTasks == 1 && isShortAndPublic(bits, tasks[0]->isSecret)) {
         std::copy_n(base, n, power);
         for (std::uint32_t i = bits - 1; i-- > 0;) {
-            square<S>(power, power, m);
+            square<S>(power, 1, m, {});
             if ((tasks[0]->exponent[0] >> i & 1) != 0) {
                 multiply<S>(power, power, base, m);
             }
@@ -150,17 +215,15 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
         multiply<S>(table, entry, one, m);
         std::copy_n(base, n, table + n);
         for (std::uint32_t j = 2; j < entries; ++j) {
-            j % 2 == 0 ? square<S>(table + j * n, table + j / 2 * n, m)
-                       : multiply<S>(table + j * n, table + (j - 1) * n, table + n, m);
+            multiply<S>(table + j * n, table + (j - 1) * n, base, m);
         }
         for (std::uint32_t position = (bits - 1) / width * width;; position -= width) {
-            const bool isFirst = position + width >= bits;
-            for (std::uint32_t i = 0; i < (isFirst ? 0 : width); ++i) {
-                square<S>(power, power, m);
-            }
-            lookUp<S>(isFirst ? power : entry, table, entries, exponentWindow(*tasks[0], position, width),
-                      exponentWindow(*tasks[S::kTasks - 1], position, width));
-            if (!isFirst) {
+            const Unit first = exponentWindow(*tasks[0], position, width),
+                       second = exponentWindow(*tasks[S::kTasks - 1], position, width);
+            if (position + width >= bits) {
+                lookUpAll<S>({power, table, entries, first, second});
+            } else {
+                square<S>(power, width, m, {entry, table, entries, first, second});
                 multiply<S>(power, power, entry, m);
             }
             if (position == 0) {
@@ -173,6 +236,10 @@ template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], U
     for (std::uint32_t task = 0; task < S::kTasks; ++task) {
         fromDigits<S>(tasks[task]->result, task, power, tasks[task]->modulus.units);
     }
+}
+
+template <typename S> void modExp(const ModExpTask* const (&tasks)[S::kTasks], Unit* scratch) {
+    modExpUnwiped<S>(tasks, scratch);
     wipeRegisters();
     wipeStack<kDeepestFrame>();
 }

@@ -1,7 +1,7 @@
 // The carries at the end of a product, for every shape: random numbers hardly ever have the last ones. The products themselves
 // are seen by the powers of every kernel (bignum_test.cpp).
 #include "core/bignum/vlong_math.h"
-#include "core/bignum/x86/ifma_products.h"
+#include "core/bignum/x86/ifma_lanes.h"
 #include "core/bignum/x86/x86_kernels.h"
 #include "tests/support/number.h"
 
@@ -55,7 +55,7 @@ template <typename... S> void checkShapes() {
     (checkCarries<S>(random), ...);
 }
 
-TEST(IfmaProducts, Carry) {
+TEST(IfmaLanes, Carry) {
     if (ifmaIsSupported()) {
         checkShapes<One512, One1024, One1536, One2048, One3072, One4096, Pair512, Pair1024, Pair1536, Pair2048>();
     }
